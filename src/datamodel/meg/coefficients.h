@@ -1,0 +1,42 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+
+#include "framework/cstring.h"
+#include "framework/export.h"
+
+/// One compensation coefficient record: the weights with which reference channels are combined with a sensor.
+class MEGREADER_API CCoefficientDatazk {
+ public:
+  static constexpr int kReferenceSlots = 50;
+
+  CString sensorName;
+  std::uint32_t coefficientType = 0;  ///< four characters, most significant first: 0x47314252 is "G1BR"
+  std::int32_t numReferences = 0;     ///< 0 to 50 after a successful read
+  std::array<CString, kReferenceSlots> referenceNames;
+  std::array<double, kReferenceSlots> values{};
+};
+
+/// The coefficient records of a dataset, in file order.
+class MEGREADER_API CCoefficientManager {
+ public:
+  /// What the file promises; the resource-file reader sets it before it reads the records.
+  std::int32_t count = 0;
+
+  /// Takes over an array of `number` records made with array new, in the place of what was held. Returns 1,
+  /// or 0 for a null array or a number below 1.
+  int addCoefficientsData(int number, CCoefficientDatazk* sets);
+
+  int numHeld() const { return m_held; }
+
+  /// Record `index`, owned by the manager. Throws CInvalidArgException outside 0 to `numHeld()` - 1.
+  const CCoefficientDatazk& coefficients(int index) const;
+
+ private:
+  std::unique_ptr<CCoefficientDatazk[]> m_sets;
+  int m_held = 0;
+};
+
+class MEGREADER_API CCoefficientManagerzk : public CCoefficientManager {};

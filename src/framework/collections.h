@@ -1,0 +1,46 @@
+#pragma once
+
+#include <vector>
+
+#include "framework/cstring.h"
+#include "framework/exceptions.h"
+
+/// Growing array with the framework's operations. Indices are int, from 0; an index outside the array throws
+/// `CInvalidArgException`.
+template <class T>
+class CFrameworkArray {
+ public:
+  int GetSize() const { return static_cast<int>(m_items.size()); }
+
+  const T& GetAt(int index) const { return m_items[checked(index, GetSize())]; }
+
+  /// Sets the element, growing the array with empty elements up to it when needed.
+  void SetAtGrow(int index, T item) {
+    if (index < 0) AfxThrowInvalidArgException();
+    if (index >= GetSize()) SetSize(index + 1);
+    m_items[static_cast<std::size_t>(index)] = std::move(item);
+  }
+
+  void SetSize(int size) {
+    if (size < 0) AfxThrowInvalidArgException();
+    m_items.resize(static_cast<std::size_t>(size));
+  }
+
+  void RemoveAt(int index, int count = 1) {
+    if (count < 0 || index < 0 || count > GetSize() - index) AfxThrowInvalidArgException();
+    m_items.erase(m_items.begin() + index, m_items.begin() + index + count);
+  }
+
+ private:
+  static std::size_t checked(int index, int size) {
+    if (index < 0 || index >= size) AfxThrowInvalidArgException();
+    return static_cast<std::size_t>(index);
+  }
+
+  std::vector<T> m_items;
+};
+
+/// Array of pointers; it does not own what they point to.
+class CPtrArray : public CFrameworkArray<void*> {};
+
+class CStringArray : public CFrameworkArray<CString> {};

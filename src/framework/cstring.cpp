@@ -1,0 +1,98 @@
+#include "framework/cstring.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr const wchar_t* kWhiteSpace = L" \t\n\v\f\r";
+
+std::size_t clampCount(int count, std::size_t size) {
+  return std::min(static_cast<std::size_t>(std::max(count, 0)), size);
+}
+
+int toPosition(std::size_t found) {
+  return found == std::wstring::npos ? -1 : static_cast<int>(found);
+}
+
+}  // namespace
+
+CString CString::Left(int count) const {
+  return CString(m_text.substr(0, clampCount(count, m_text.size())));
+}
+
+CString CString::Right(int count) const {
+  return CString(m_text.substr(m_text.size() - clampCount(count, m_text.size())));
+}
+
+int CString::Find(wchar_t character) const {
+  return toPosition(m_text.find(character));
+}
+
+int CString::ReverseFind(wchar_t character) const {
+  return toPosition(m_text.rfind(character));
+}
+
+int CString::Replace(wchar_t from, wchar_t to) {
+  const auto occurrences = std::count(m_text.begin(), m_text.end(), from);
+  std::replace(m_text.begin(), m_text.end(), from, to);
+  return static_cast<int>(occurrences);
+}
+
+CString& CString::MakeLower() {
+  for (wchar_t& c : m_text)
+    if (c >= L'A' && c <= L'Z') c = static_cast<wchar_t>(c + (L'a' - L'A'));
+  return *this;
+}
+
+CString& CString::Trim() {
+  const std::size_t first = m_text.find_first_not_of(kWhiteSpace);
+  if (first == std::wstring::npos) {
+    m_text.clear();
+    return *this;
+  }
+  m_text.erase(m_text.find_last_not_of(kWhiteSpace) + 1);
+  m_text.erase(0, first);
+  return *this;
+}
+
+CString& CString::operator+=(const CString& other) {
+  m_text += other.m_text;
+  return *this;
+}
+
+CString& CString::operator+=(wchar_t character) {
+  m_text += character;
+  return *this;
+}
+
+void CString::formatList(const wchar_t* format, std::initializer_list<FormatArgument> arguments) {
+  std::wstring result;
+  const auto* next = arguments.begin();
+  for (const wchar_t* c = format; *c != 0; ++c) {
+    if (*c != L'%' || c[1] == 0) {
+      result += *c;
+      continue;
+    }
+    const wchar_t conversion = *++c;
+    if (conversion == L'%') {
+      result += L'%';
+      continue;
+    }
+    if (next == arguments.end()) continue;
+    const FormatArgument& argument = *next++;
+    if (const auto* text = std::get_if<const wchar_t*>(&argument); text != nullptr && conversion == L's')
+      result += *text;
+    else if (const auto* number = std::get_if<std::int64_t>(&argument);
+             number != nullptr && conversion == L'd')
+      result += std::to_wstring(*number);
+    else if (const auto* count = std::get_if<std::uint64_t>(&argument);
+             count != nullptr && conversion == L'u')
+      result += std::to_wstring(*count);
+  }
+  m_text = std::move(result);
+}
+
+CString operator+(CString left, const CString& right) {
+  left += right;
+  return left;
+}

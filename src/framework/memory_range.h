@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstddef>
+
+#include "framework/export.h"
+
+/// A contiguous range of zeroed memory straight from the system: reserving it costs nothing, each page is
+/// taken when it is first written. Movable; released by the destructor.
+class MEGREADER_API MemoryRange {
+ public:
+  MemoryRange() = default;
+  MemoryRange(MemoryRange&& other) noexcept;
+  MemoryRange& operator=(MemoryRange&& other) noexcept;
+  ~MemoryRange();
+
+  /// Releases what is held and reserves `bytes`. False, holding nothing, when the system refuses.
+  bool reserve(std::size_t bytes);
+  void release();
+
+  /// Aligned for every type; null when nothing is held.
+  void* data() const { return m_data; }
+  std::size_t size() const { return m_size; }
+
+ private:
+  void* m_data = nullptr;
+  std::size_t m_size = 0;
+};

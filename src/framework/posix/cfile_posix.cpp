@@ -1,0 +1,109 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+
+#include "framework/cfile.h"
+#include "framework/encoding.h"
+
+namespace {
+
+int causeOf(int osError) {
+  switch (osError) {
+    case ENOENT:
+      return CFileException::fileNotFound;
+    case ENOTDIR:
+    case ENAMETOOLONG:
+    case ELOOP:
+      return CFileException::badPath;
+    case EACCES:
+    case EPERM:
+      return CFileException::accessDenied;
+    case EMFILE:
+    case ENFILE:
+      return CFileException::tooManyOpenFiles;
+    default:
+      return CFileException::genericException;
+  }
+}
+
+int descriptor(std::intptr_t handle) {
+  return static_cast<int>(handle);
+}
+
+std::string nativePath(CString path) {
+  path.Replace(L'\\', L'/');
+  return toUtf8(path);
+}
+
+struct stat statusOf(std::intptr_t handle) {
+  struct stat status {};
+  if (fstat(descriptor(handle), &status) != 0) AfxThrowFileException(CFileException::invalidFile, errno);
+  return status;
+}
+
+}  // namespace
+
+CFile::~CFile() {
+  Close();
+}
+
+bool CFile::Open(const CString& path, unsigned /*flags*/, CFileException* error) {
+  Close();
+  const auto fail = [error](int cause, int osError) {
+    if (error != nullptr) {
+      error->m_cause = cause;
+      error->m_lOsError = osError;
+    }
+    return false;
+  };
+  // Without O_NONBLOCK, opening a FIFO would wait for a writer for ever.
+  const int opened = ::open(nativePath(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (opened < 0) return fail(causeOf(errno), errno);
+  struct stat status {};
+  if (fstat(opened, &status) != 0 || !S_ISREG(status.st_mode)) {
+    ::close(opened);
+    return fail(CFileException::accessDenied, S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+  }
+  m_handle = opened;
+  m_path = path;
+  return true;
+}
+
+std::size_t CFile::Read(void* buffer, std::size_t count) {
+  if (m_handle == kClosed) AfxThrowFileException(CFileException::invalidFile, EBADF);
+  auto* next = static_cast<char*>(buffer);
+  std::size_t total = 0;
+  while (total < count) {
+    const ssize_t got = ::read(descriptor(m_handle), next + total, count - total);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) AfxThrowFileException(CFileException::hardIO, errno);
+    if (got == 0) break;
+    total += static_cast<std::size_t>(got);
+  }
+  return total;
+}
+
+std::uint64_t CFile::Seek(std::int64_t offset, SeekPosition from) {
+  const int whence = from == begin ? SEEK_SET : from == current ? SEEK_CUR : SEEK_END;
+  const off_t position = ::lseek(descriptor(m_handle), offset, whence);
+  if (position < 0) AfxThrowFileException(CFileException::badSeek, errno);
+  return static_cast<std::uint64_t>(position);
+}
+
+std::uint64_t CFile::GetLength() const {
+  return static_cast<std::uint64_t>(statusOf(m_handle).st_size);
+}
+
+std::uint64_t CFile::GetPosition() const {
+  const off_t position = ::lseek(descriptor(m_handle), 0, SEEK_CUR);
+  if (position < 0) AfxThrowFileException(CFileException::invalidFile, errno);
+  return static_cast<std::uint64_t>(position);
+}
+
+void CFile::Close() {
+  if (m_handle != kClosed) ::close(descriptor(m_handle));
+  m_handle = kClosed;
+}

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <memory>
+
+#include "framework/cstring.h"
+#include "framework/export.h"
+#include "framework/finding.h"
+
+/// Buttons of a message box, with the framework's style values.
+enum class MessageStyle : unsigned { ok = 0, yesNo = 4 };
+
+/// How a message box was answered, with the framework's numbers.
+enum class MessageAnswer : int { ok = 1, yes = 6, no = 7 };
+
+/// A progress window on the screen; destroying it closes it.
+class MEGREADER_API ProgressWindow {
+ public:
+  ProgressWindow() = default;
+  ProgressWindow(const ProgressWindow&) = delete;
+  ProgressWindow& operator=(const ProgressWindow&) = delete;
+  virtual ~ProgressWindow();
+
+  virtual void setRange(int low, int high) = 0;
+  /// May throw to stop the import: importers own everything by RAII.
+  virtual void setPosition(int position) = 0;
+};
+
+/// The one way to the user. A host, a terminal or a test supplies it.
+class MEGREADER_API UserInterface {
+ public:
+  UserInterface() = default;
+  UserInterface(const UserInterface&) = delete;
+  UserInterface& operator=(const UserInterface&) = delete;
+  virtual ~UserInterface();
+
+  virtual MessageAnswer messageBox(const CString& text, MessageStyle style) = 0;
+
+  /// Null when this interface shows no progress.
+  virtual std::unique_ptr<ProgressWindow> openProgress(const CString& title) = 0;
+
+  /// Told of everything that readers notice; most interfaces do not care.
+  virtual void report(const Finding& finding);
+};
+
+/// The interface that this thread's calls reach: the one installed for the thread, else for the process, else
+/// null.
+MEGREADER_API UserInterface* currentUserInterface();
+
+/// Installs `ui` for the whole process (null: none). Not owned; it must outlive its use.
+MEGREADER_API void installUserInterface(UserInterface* ui);
+
+/// Installs an interface for this thread while it lives, and then the one before it again.
+class MEGREADER_API ThreadUserInterface {
+ public:
+  explicit ThreadUserInterface(UserInterface* ui);
+  ThreadUserInterface(const ThreadUserInterface&) = delete;
+  ThreadUserInterface& operator=(const ThreadUserInterface&) = delete;
+  ~ThreadUserInterface();
+
+ private:
+  UserInterface* m_before;
+};
+
+/// Shows a message box. Where no interface is installed nothing is shown, and a question is answered No.
+MEGREADER_API MessageAnswer AfxMessageBox(const CString& text, MessageStyle style = MessageStyle::ok);
+
+/// Hands a finding to the current interface, if there is one.
+MEGREADER_API void reportFinding(const Finding& finding);

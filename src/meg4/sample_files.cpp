@@ -1,0 +1,73 @@
+#include "meg4/sample_files.h"
+
+#include <algorithm>
+#include <array>
+#include <new>
+
+#include "datamodel/meg/meg_data.h"
+#include "framework/user_interface.h"
+#include "meg4/meg4_findings.h"
+#include "util/file_bytes.h"
+
+namespace {
+
+constexpr std::array<char, kSampleHeaderSize> kHeader{'M', 'E', 'G', '4', '1', 'C', 'P', '\0'};
+
+}  // namespace
+
+SampleCounts sampleCounts(const CMEGDatazk* data) {
+  if (data == nullptr) return {};
+  const CMEGRecordInfozkProzk& info = *data->getMEGRecordInfozk();
+  return {info.numTrials, info.numChannels, info.samplesPerTrial};
+}
+
+std::uint64_t trialBytes(const SampleCounts& counts, const ReadingRules& rules) {
+  const std::uint64_t bytes =
+      static_cast<std::uint64_t>(counts.channels) * static_cast<std::uint64_t>(counts.samples) * 4;
+  return rules.wideCounts ? bytes : static_cast<std::uint32_t>(bytes);
+}
+
+CString sampleFileName(const CString& prefix, int index) {
+  CString name;
+  if (index == 0)
+    name.Format(L"%smeg4", prefix);
+  else
+    name.Format(L"%s%d_meg4", prefix, index);
+  return name;
+}
+
+bool openSampleFile(CFile& file, const CString& prefix, int index) {
+  CFileException error;
+  if (!openShared(file, sampleFileName(prefix, index), error)) {
+    AfxMessageBox(L"Failed");
+    return false;
+  }
+  std::array<char, kSampleHeaderSize> header{};
+  file.Read(header.data(), header.size());
+  if (header == kHeader) return true;
+  reportMeg4(file.GetFilePath(), "meg4.magic", L"is not a CTF sample file: it does not begin with MEG41CP",
+             Finding::Severity::error);
+  AfxMessageBox(L"Invalid CTF data file!");
+  return false;
+}
+
+bool SampleFiles::allocate(std::uint64_t unitBytes) {
+  m_unitBytes = unitBytes;
+  m_bufferBytes = std::min(unitBytes, m_largestFile);
+  m_buffer.reset(new (std::nothrow) std::int32_t[static_cast<std::size_t>((m_bufferBytes + 3) / 4)]);
+  return m_buffer != nullptr;
+}
+
+bool SampleFiles::readUnit() {
+  return read(m_buffer.get(), static_cast<std::size_t>(m_bufferBytes)) == m_unitBytes;
+}
+
+std::unique_ptr<SampleFiles> openSampleFiles(const CString& prefix, const SampleCounts& counts,
+                                             const ReadingRules& rules) {
+  if (counts.trials < 1 || counts.channels < 1 || counts.samples < 1) {
+    reportMeg4(prefix + L"res4", "res4.counts", L"says that there are no trials, no channels or no samples",
+               Finding::Severity::error);
+    return nullptr;
+  }
+  return rules.filesAreOneSequence ? openTrialSequence(prefix, counts) : openSampleSlots(prefix, counts);
+}

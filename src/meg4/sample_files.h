@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "framework/cfile.h"
+#include "framework/cstring.h"
+#include "util/reading_rules.h"
+
+class CMEGDatazk;
+
+// Sample files: an 8-byte header, then trial records one after another. A trial record is a block for each
+// channel in channel order, a block is the trial's samples as big-endian 32-bit integers. A trial never
+// straddles two files. `prefix` is the dataset's path up to and including the dot before the extension.
+
+struct SampleCounts {
+  std::int32_t trials = 0;
+  std::int32_t channels = 0;
+  std::int64_t samples = 0;  ///< of each channel in each trial
+};
+
+/// The counts of the data object's record information; all 0 without a data object.
+SampleCounts sampleCounts(const CMEGDatazk* data);
+
+/// Bytes of one trial as the importers by whole trial count them.
+std::uint64_t trialBytes(const SampleCounts& counts, const ReadingRules& rules);
+
+/// `prefix` + "meg4" for index 0, then `prefix` + "1_meg4" and so on.
+CString sampleFileName(const CString& prefix, int index);
+
+/// Opens sample file `index` and stands behind its header. Shows the system's message and reports a finding
+/// when it can't be opened or does not begin as a sample file does.
+bool openSampleFile(CFile& file, const CString& prefix, int index);
+
+/// An opened file set, read unit by unit (a trial or a channel block) into one buffer.
+class SampleFiles {
+ public:
+  virtual ~SampleFiles() = default;
+
+  /// Trials that an importer walks through.
+  std::int32_t trials() const { return m_trials; }
+
+  /// Makes the buffer. A unit larger than every file gets room for the largest only: reading it ends short.
+  /// False without memory.
+  bool allocate(std::uint64_t unitBytes);
+
+  /// Reads the next unit. False when the current file held less. Throws CFileException when it can't be read.
+  bool readUnit();
+
+  /// The values of the unit last read whole, as they lie in the file.
+  std::span<std::int32_t> unit() const { return {m_buffer.get(), static_cast<std::size_t>(m_unitBytes / 4)}; }
+  std::int64_t unitValues() const { return static_cast<std::int64_t>(m_unitBytes / 4); }
+
+  /// Moves on after a short read. False when there is nothing to move on to.
+  virtual bool nextFile() = 0;
+
+ protected:
+  virtual std::size_t read(void* buffer, std::size_t bytes) = 0;
+
+  std::int32_t m_trials = 0;
+  std::uint64_t m_largestFile = 0;  ///< bytes of samples in the largest file
+
+ private:
+  std::unique_ptr<std::int32_t[]> m_buffer;
+  std::uint64_t m_bufferBytes = 0;
+  std::uint64_t m_unitBytes = 0;
+};
+
+/// Opens the file set that the counts call for. Null, the user told, when that fails; null without a message
+/// when a count is below 1.
+std::unique_ptr<SampleFiles> openSampleFiles(const CString& prefix, const SampleCounts& counts,
+                                             const ReadingRules& rules);
+
+/// The two readings of a set, for `openSampleFiles`: at most eight files opened at once, short reads moving
+/// on from one to the next; or whole trials counted from each file's length, as many files as there are.
+std::unique_ptr<SampleFiles> openSampleSlots(const CString& prefix, const SampleCounts& counts);
+std::unique_ptr<SampleFiles> openTrialSequence(const CString& prefix, const SampleCounts& counts);

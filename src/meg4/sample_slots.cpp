@@ -1,0 +1,62 @@
+#include <algorithm>
+#include <array>
+
+#include "datamodel/meg/sample_count.h"
+#include "meg4/meg4_findings.h"
+#include "meg4/sample_files.h"
+
+namespace {
+
+constexpr std::size_t kSlots = 8;
+
+/// At most eight files, opened only as far as the run's bytes call for, all at once. Where one ends is found
+/// out by reading; eight files that are still too short are read as far as they go.
+class SampleSlots : public SampleFiles {
+ public:
+  bool open(const CString& prefix, const SampleCounts& counts) {
+    m_prefix = prefix;
+    m_trials = counts.trials;
+    const std::int64_t needed =
+        countProduct({counts.samples, counts.channels, counts.trials, std::int64_t{sizeof(std::int32_t)}});
+    std::int64_t available = 0;
+    while (m_opened < kSlots && available < needed) {
+      CFile& file = m_files[m_opened];
+      if (!openSampleFile(file, prefix, static_cast<int>(m_opened))) return false;
+      const std::uint64_t bytes = file.GetLength() - kSampleHeaderSize;
+      available += static_cast<std::int64_t>(bytes);
+      m_largestFile = std::max(m_largestFile, bytes);
+      ++m_opened;
+    }
+    return true;
+  }
+
+  bool nextFile() override {
+    if (m_current >= m_opened) return false;
+    ++m_current;
+    return true;
+  }
+
+ protected:
+  /// Hosts rely on the move to a file behind the last opened one: the read there ends the import with a file
+  /// error.
+  std::size_t read(void* buffer, std::size_t bytes) override {
+    if (m_current < m_opened) return m_files[m_current].Read(buffer, bytes);
+    reportMeg4(sampleFileName(m_prefix, static_cast<int>(m_opened) - 1), "meg4.short",
+               L"ends before the last trial of the run", Finding::Severity::error);
+    AfxThrowFileException(CFileException::invalidFile);
+  }
+
+ private:
+  CString m_prefix;
+  std::array<CFile, kSlots> m_files;
+  std::size_t m_opened = 0;
+  std::size_t m_current = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<SampleFiles> openSampleSlots(const CString& prefix, const SampleCounts& counts) {
+  auto files = std::make_unique<SampleSlots>();
+  if (!files->open(prefix, counts)) return nullptr;
+  return files;
+}

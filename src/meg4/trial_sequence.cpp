@@ -1,0 +1,108 @@
+#include <algorithm>
+#include <vector>
+
+#include "datamodel/meg/sample_count.h"
+#include "framework/user_interface.h"
+#include "meg4/meg4_findings.h"
+#include "meg4/sample_files.h"
+
+namespace {
+
+/// The whole trials of all files as one sequence. One file is open at a time, so a set may have any number.
+class TrialSequence : public SampleFiles {
+ public:
+  bool open(const CString& prefix, const SampleCounts& counts) {
+    m_prefix = prefix;
+    const auto trialSize = static_cast<std::uint64_t>(
+        countProduct({counts.channels, counts.samples, std::int64_t{sizeof(std::int32_t)}}));
+    std::uint64_t strayBytes = 0;
+    for (int index = 0; m_trials < counts.trials; ++index) {
+      if (index > 0 && !exists(index)) return endEarly(index - 1, counts.trials, strayBytes);
+      if (strayBytes > 0) return failCut(index - 1);
+      if (!openSampleFile(m_file, m_prefix, index)) return false;
+      const std::uint64_t bytes = m_file.GetLength() - kSampleHeaderSize;
+      const auto missing = static_cast<std::uint64_t>(counts.trials - m_trials);
+      const std::uint64_t wholeTrials = std::min(bytes / trialSize, missing);
+      m_trials += static_cast<std::int32_t>(wholeTrials);
+      m_fileBytes.push_back(wholeTrials * trialSize);
+      m_largestFile = std::max(m_largestFile, m_fileBytes.back());
+      strayBytes = bytes - m_fileBytes.back();
+    }
+    if (strayBytes > 0) reportTrailing(strayBytes);
+    return true;
+  }
+
+  /// Reading moves on by itself, exactly where a file's whole trials end.
+  bool nextFile() override { return false; }
+
+ protected:
+  std::size_t read(void* buffer, std::size_t bytes) override {
+    while (m_left == 0) {
+      if (m_next == m_fileBytes.size()) return 0;
+      if (!openSampleFile(m_file, m_prefix, static_cast<int>(m_next)))
+        AfxThrowFileException(CFileException::invalidFile);
+      m_left = m_fileBytes[m_next++];
+    }
+    const std::size_t got =
+        m_file.Read(buffer, static_cast<std::size_t>(std::min<std::uint64_t>(bytes, m_left)));
+    if (got < bytes) {
+      report("meg4.changed", L"became shorter while it was read", Finding::Severity::error);
+      AfxThrowFileException(CFileException::invalidFile);
+    }
+    m_left -= got;
+    return got;
+  }
+
+ private:
+  bool exists(int index) const {
+    CFile file;
+    CFileException error;
+    return file.Open(sampleFileName(m_prefix, index), CFile::modeRead | CFile::shareDenyNone, &error) ||
+           error.m_cause != CFileException::fileNotFound;
+  }
+
+  void report(const char* code, const CString& text, Finding::Severity severity) const {
+    reportMeg4(m_file.GetFilePath(), code, text, severity);
+  }
+
+  bool endEarly(int lastIndex, std::int32_t trials, std::uint64_t strayBytes) {
+    if (m_trials == 0) {
+      report("meg4.empty", L"holds no whole trial", Finding::Severity::error);
+      AfxMessageBox(L"Failed");
+      return false;
+    }
+    CString text;
+    text.Format(L"ends early: %d of %d trials are there whole", m_trials, trials);
+    if (strayBytes > 0) text += L", the next one in part";
+    reportMeg4(sampleFileName(m_prefix, lastIndex), "meg4.short", text, Finding::Severity::warning);
+    return true;
+  }
+
+  bool failCut(int index) const {
+    reportMeg4(sampleFileName(m_prefix, index), "meg4.cut",
+               L"ends within a trial although the set goes on: what follows can't be placed",
+               Finding::Severity::error);
+    AfxMessageBox(L"Failed");
+    return false;
+  }
+
+  void reportTrailing(std::uint64_t strayBytes) const {
+    CString text;
+    text.Format(L"has %u bytes behind the last trial of the run", strayBytes);
+    report("meg4.trailing", text, Finding::Severity::warning);
+  }
+
+  CString m_prefix;
+  CFile m_file;
+  std::vector<std::uint64_t> m_fileBytes;  // of whole trials that are read, file by file
+  std::size_t m_next = 0;                  // file to open next
+  std::uint64_t m_left = 0;                // bytes to read from the open one
+};
+
+}  // namespace
+
+std::unique_ptr<SampleFiles> openTrialSequence(const CString& prefix, const SampleCounts& counts) {
+  auto files = std::make_unique<TrialSequence>();
+  if (!files->open(prefix, counts)) return nullptr;
+  return files;
+}

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <cstdint>
+
+#include "datamodel/meg/meg_data.h"
+#include "framework/cfile.h"
+#include "framework/collections.h"
+#include "util/basic_read_unix2window.h"
+#include "util/reading_rules.h"
+
+// The reader object: a chain of layers, base first, one for each family of files. Every reader is an
+// operation of it and fills `m_currentData`. Operations return 1 for success and 0 for failure unless they
+// say otherwise; `path` is any file of the dataset, `prefix` the path up to and including the dot before the
+// extension. The base, CBasicReadUnix2Windowzk (util/), holds `m_currentData` and `m_document`.
+
+/// Sample files. Operations are in meg4/.
+class CCtfReader1Samples : public CBasicReadUnix2Windowzk {
+ public:
+  explicit CCtfReader1Samples(const ReadingRules& rules) : m_rules(rules) {}
+  CCtfReader1Samples(const CCtfReader1Samples&) = delete;
+  CCtfReader1Samples& operator=(const CCtfReader1Samples&) = delete;
+  ~CCtfReader1Samples();
+
+  void setReadingRules(const ReadingRules& rules) { m_rules = rules; }
+
+  /// Imports every trial, one read a trial. A read that runs past the last opened file throws CFileException.
+  int readCtfDataT(const CString& path);
+  /// Imports every trial, one read a channel. A read that runs past the last opened file throws
+  /// CFileException.
+  int readCtfDataC(const CString& path);
+
+  /// Deletes what the sensor and electrode lists hold and empties all four lists. Returns 1.
+  int releaseSensorLists();
+
+ protected:
+  void releaseSensors();
+
+  ReadingRules m_rules;
+  std::int32_t m_runDescLength = 0;     ///< bytes of the run description
+  std::int32_t m_filterStart = 0;       ///< byte in the resource file where the first filter record starts
+  std::int32_t m_channelNameStart = 0;  ///< byte just behind the last filter record
+  CStringArray m_channelNames;
+  CStringArray m_channelShortNames;
+  CPtrArray m_sensors;     ///< CMEGSensorzk*, owned until released
+  CPtrArray m_electrodes;  ///< CEEGelectrodezk*, owned until released
+};
+
+/// Resource file. Operations are in res4/.
+class CCtfReader2Res4 : public CCtfReader1Samples {
+ public:
+  using CCtfReader1Samples::CCtfReader1Samples;
+
+  /// Reads `prefix` + "res4" whole: the steps below in this order, up to the first that fails.
+  int readRes4(const CString& prefix);
+
+  int checkRes4Magic(CFile& file);
+  int readGeneralHeader(CFile& file);
+  int readFilters(CFile& file);
+  int readChannelNames(CFile& file);
+  int readSensorRecords(CFile& file);
+  int readCoefficients(CFile& file);
+
+  /// Shows "Error in reading MEG sensor" unless there are as many sensors as channels. True when there are.
+  bool sensorsMatchChannels() const;
+
+ protected:
+  int appendFilters(CFile& file);
+  int addCoefficients(CFile& file);
+
+  bool m_olderGeneration = false;  ///< the resource file is of the "MEG41RS" generation
+};
+
+/// Load sequence, the layer that the facade creates. Operations are in reader/.
+class CCtfDatasetReader : public CCtfReader2Res4 {
+ public:
+  using CCtfReader2Res4::CCtfReader2Res4;
+
+  /// Reads the resource file and hands the channels to `data`, for one trial. Catches nothing.
+  int checkDataset(const CString& path, CMEGDatazk* data);
+
+  /// Reads everything but the samples into `data`. Also 1 when a count differs from the channels (see
+  /// `Info`).
+  int readDatasetInfo(const CString& path, CMEGDatazk* data);
+
+  /// Appends a new data object to `array` and reads the dataset into it, samples included. What was appended
+  /// stays there on failure.
+  int readDatasetToArray(const CString& path, CPtrArray* array, CDocument* document);
+
+ protected:
+  /// Outcome of reading what lies beside the samples.
+  enum class Info {
+    failed,
+    countsDiffer,  ///< names or sensors are not as many as channels: said to the user, nothing more is read,
+                   ///< success
+    complete,
+  };
+
+  Info readResource(const CString& path, CMEGDatazk* data);
+  Info checkCounts() const;
+  Info handOverChannels(int trials);
+  Info loadInfo(const CString& path, CMEGDatazk* data);
+};

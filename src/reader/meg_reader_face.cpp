@@ -1,0 +1,60 @@
+#include "reader/meg_reader_face.h"
+
+#include <new>
+
+#include "framework/native_path.h"
+#include "framework/user_interface.h"
+#include "reader/ctf_dataset_reader.h"
+
+CMEGReaderFace::~CMEGReaderFace() = default;
+CMEGReaderFacezk::~CMEGReaderFacezk() = default;
+
+void CMEGReaderFace::setReadingRules(const ReadingRules& rules) {
+  m_rules = rules;
+  if (m_reader) m_reader->setReadingRules(rules);
+}
+
+CCtfDatasetReader* CMEGReaderFace::reader() {
+  if (!m_reader) m_reader.reset(new (std::nothrow) CCtfDatasetReader(m_rules));
+  return m_reader.get();
+}
+
+int CMEGReaderFace::checkCtfFileFormat(CString path) {
+  const CString type = path.Right(4).MakeLower();
+  for (const wchar_t* known : {L"meg4", L"res4", L".eeg", L"fods"})
+    if (type == known) return 1;
+  return AfxMessageBox(L"The file does not like CTF format! Would you like to continue?",
+                       MessageStyle::yesNo) == MessageAnswer::yes;
+}
+
+int CMEGReaderFace::checkCTFMEGData(CString& path, CMEGDatazk* data) {
+  if (data == nullptr || !checkCtfFileFormat(path)) return 0;
+  CCtfDatasetReader* current = reader();
+  return current != nullptr && current->checkDataset(toWindowsPath(path), data);
+}
+
+int CMEGReaderFace::readCTFMEGDataInfo(CString& path, CMEGDatazk* data) {
+  if (data == nullptr || !checkCtfFileFormat(path)) return 0;
+  CCtfDatasetReader* current = reader();
+  return current != nullptr && current->readDatasetInfo(toWindowsPath(path), data);
+}
+
+int CMEGReaderFacezk::readCTFMEGData2HdPa(CString path, CPtrArray* array, CDocument* document,
+                                          CMarkerDatazk* /*marker*/) {
+  if (!checkCtfFileFormat(path)) return 0;
+  CCtfDatasetReader* current = reader();
+  if (current == nullptr) return 0;
+  const int before = array != nullptr ? array->GetSize() : 0;
+  if (current->readDatasetToArray(toWindowsPath(path), array, document)) {
+    for (int i = 0; i < array->GetSize(); ++i)
+      if (auto* data = static_cast<CMEGDatazk*>(array->GetAt(i))) data->openTrial(0);
+    return 1;
+  }
+  if (array != nullptr && array->GetSize() > before) {
+    auto* appended = static_cast<CMEGDatazk*>(array->GetAt(before));
+    array->RemoveAt(before);
+    delete appended;
+  }
+  releaseReader();
+  return 0;
+}

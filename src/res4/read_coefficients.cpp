@@ -1,0 +1,35 @@
+#include <memory>
+
+#include "reader/ctf_dataset_reader.h"
+#include "res4/decode.h"
+#include "res4/res4_findings.h"
+#include "res4/res4_layout.h"
+#include "util/file_bytes.h"
+#include "util/guarded.h"
+
+int CCtfReader2Res4::readCoefficients(CFile& file) {
+  return guardedAgainstMemory(0, [&] { return addCoefficients(file); });
+}
+
+int CCtfReader2Res4::addCoefficients(CFile& file) {
+  CCoefficientManagerzk& manager = *m_currentData->getMEGRecordInfozk()->getSensorCoefficientzk();
+  const auto countBytes = readExactly(file, sizeof(std::int16_t));
+  if (!countBytes) return failShort(file, L"its number of coefficient records");
+  const std::int16_t count = loadBigEndian<std::int16_t>(*countBytes, 0);
+  manager.count = count;
+  if (count < 1) return 1;
+
+  const std::uint64_t start = file.GetPosition();
+  const auto block = readExactly(file, count * static_cast<std::int64_t>(kCoefficientRecordSize));
+  if (!block) return failShort(file, L"its coefficient records");
+  const auto number = static_cast<std::size_t>(count);
+  auto sets = std::make_unique<CCoefficientDatazk[]>(number);
+  for (std::size_t i = 0; i < number; ++i)
+    if (!decodeCoefficients(*block, i, m_rules, sets[i])) {
+      reportRes4(file, "res4.references", L"has a coefficient record of more than 50 references",
+                 start + i * kCoefficientRecordSize);
+      return 0;
+    }
+  manager.addCoefficientsData(count, sets.release());
+  return 1;
+}

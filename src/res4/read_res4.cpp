@@ -1,0 +1,83 @@
+#include <algorithm>
+#include <array>
+
+#include "framework/user_interface.h"
+#include "reader/ctf_dataset_reader.h"
+#include "res4/decode.h"
+#include "res4/res4_findings.h"
+#include "res4/res4_layout.h"
+#include "util/file_bytes.h"
+#include "util/guarded.h"
+
+int CCtfReader2Res4::readRes4(const CString& prefix) {
+  CFile file;
+  CFileException error;
+  if (!openShared(file, prefix + L"res4", error)) {
+    // Shows the prefix without "res4": hosts know the message so.
+    CString text;
+    text.Format(L"Can't open file %s, error = %u\n", prefix, static_cast<unsigned>(error.m_cause));
+    AfxMessageBox(text);
+    return 0;
+  }
+  return checkRes4Magic(file) && readGeneralHeader(file) && readFilters(file) && readChannelNames(file) &&
+                 readSensorRecords(file) && readCoefficients(file)
+             ? 1
+             : 0;
+}
+
+int CCtfReader2Res4::checkRes4Magic(CFile& file) {
+  std::array<char, kMagicSize> magic{};
+  file.Read(magic.data(), magic.size());
+  const auto is = [&magic](const char(&expected)[kMagicSize]) {
+    return std::equal(magic.begin(), magic.end(), expected);
+  };
+  m_olderGeneration = m_rules.olderGeneration && is("MEG41RS");
+  if (m_olderGeneration || is("MEG42RS")) return 1;
+  reportRes4(file, "res4.magic", L"is not a CTF resource file: it does not begin with MEG42RS", 0);
+  AfxMessageBox(L"Invalid (MEG42RS) CTF resource file");
+  return 0;
+}
+
+int CCtfReader2Res4::readGeneralHeader(CFile& file) {
+  CMEGRecordInfozkProzk& info = *m_currentData->getMEGRecordInfozk();
+  file.Seek(kGeneralHeaderStart, CFile::begin);
+  const auto block = readUpTo(file, kRunDescriptionStart - kGeneralHeaderStart);
+  const GeneralHeaderResult header = decodeGeneralHeader(block, m_rules, info);
+  if (!header.triggerFormatKnown) AfxMessageBox(L"Trigger format error!");
+  if (!header.complete) return failShort(file, L"its general header");
+
+  m_runDescLength = info.runDescriptionLength;
+  if (m_runDescLength < 0) {
+    reportRes4(file, "res4.length", L"gives its run description a negative length", kRunDescriptionStart - 8);
+    return 0;
+  }
+  if (m_runDescLength == 0) return 1;
+  const auto description = readExactly(file, m_runDescLength);
+  if (!description) return failShort(file, L"its run description");
+  info.runDescription = fixedTextToString(*description, m_rules);
+  return 1;
+}
+
+int CCtfReader2Res4::readFilters(CFile& file) {
+  return guardedAgainstMemory(0, [&] { return appendFilters(file); });
+}
+
+int CCtfReader2Res4::appendFilters(CFile& file) {
+  CMEGRecordInfozkProzk& info = *m_currentData->getMEGRecordInfozk();
+  file.Seek(std::int64_t{m_runDescLength} + static_cast<std::int64_t>(kRunDescriptionStart), CFile::begin);
+  const auto count = readExactly(file, sizeof(std::int16_t));
+  if (!count) return failShort(file, L"its number of filters");
+  m_filterStart = static_cast<std::int32_t>(file.GetPosition());
+
+  for (std::int16_t i = 0; i < loadBigEndian<std::int16_t>(*count, 0); ++i) {
+    const auto record = readExactly(file, kFilterRecordSize);
+    if (!record) return failShort(file, L"its filter records");
+    auto filter = decodeFilter(*record, m_rules);
+    const auto parameters = readExactly(file, std::max(filter->numParams, 0) * std::int64_t{sizeof(double)});
+    if (!parameters) return failShort(file, L"its filter parameters");
+    decodeFilterParameters(*parameters, m_rules, *filter);
+    info.filters.push_back(std::move(filter));
+  }
+  m_channelNameStart = static_cast<std::int32_t>(file.GetPosition());
+  return 1;
+}

@@ -1,0 +1,85 @@
+#include "util/basic_read_unix2window.h"
+
+#include <cstring>
+#include <iterator>
+#include <string_view>
+
+#include "framework/encoding.h"
+#include "util/byte_order.h"
+
+namespace {
+
+template <class T>
+T reversed(T& value) {
+  reverseBytes(value);
+  return value;
+}
+
+}  // namespace
+
+CString CBasicReadUnix2Window::getFilePathBasic(const CString& path) {
+  return path.Left(path.ReverseFind(L'.') + 1);
+}
+
+CString CBasicReadUnix2Window::getFilePathDir(const CString& path) {
+  return path.Left(path.ReverseFind(L'\\') + 1);
+}
+
+CString CBasicReadUnix2Window::getFilePathUpDir(const CString& path) {
+  return getFilePathDir(path.Left(path.ReverseFind(L'\\')));
+}
+
+CString CBasicReadUnix2Window::getFileName(const CString& path) {
+  const int dot = path.ReverseFind(L'.');
+  const int backslash = path.ReverseFind(L'\\');
+  return path.Left(dot + 1).Right(dot - backslash).Left(dot - backslash - 1);
+}
+
+std::int16_t CBasicReadUnix2Windowzk::unix2Win4Short(std::int16_t& value) const {
+  return reversed(value);
+}
+std::uint16_t CBasicReadUnix2Windowzk::unix2Win4UnsignedShort(std::uint16_t& value) const {
+  return reversed(value);
+}
+std::int32_t CBasicReadUnix2Windowzk::unix2Win4Int(std::int32_t& value) const {
+  return reversed(value);
+}
+std::int32_t CBasicReadUnix2Windowzk::unix2Win4long(std::int32_t& value) const {
+  return reversed(value);
+}
+std::uint32_t CBasicReadUnix2Windowzk::unix2Win4Ulong(std::uint32_t& value) const {
+  return reversed(value);
+}
+float CBasicReadUnix2Windowzk::unix2Win4Float(float& value) const {
+  return reversed(value);
+}
+double CBasicReadUnix2Windowzk::unix2Win4Double(double& value) const {
+  return reversed(value);
+}
+std::int16_t CBasicReadUnix2Windowzk::endianTransform(std::int16_t& value) const {
+  return reversed(value);
+}
+std::int32_t CBasicReadUnix2Windowzk::endianTransform(std::int32_t& value) const {
+  return reversed(value);
+}
+double CBasicReadUnix2Windowzk::endianTransform(double& value) const {
+  return reversed(value);
+}
+
+int CBasicReadUnix2Windowzk::readANSI(CArchive& archive, CString& line) {
+  const auto deliver = [&](int length, int result) {
+    const auto* end = std::find(std::begin(m_lineBuffer), std::begin(m_lineBuffer) + length, '\0');
+    line = fromAnsi({m_lineBuffer, static_cast<std::size_t>(end - m_lineBuffer)});
+    return result;
+  };
+  std::memset(m_lineBuffer, 0, sizeof m_lineBuffer);
+  int length = 0;
+  while (length < kLineBufferSize) {
+    char& byte = m_lineBuffer[length];
+    if (archive.Read(&byte, 1) < 1) return deliver(length, 0);
+    const bool endsLine = byte == '\n' || byte == '\r';
+    if (endsLine && length > 0) return deliver(length, 1);
+    if (!endsLine) ++length;
+  }
+  return deliver(length, 1);
+}

@@ -1,0 +1,50 @@
+#include "util/file_bytes.h"
+
+#include <algorithm>
+#include <string>
+#include <system_error>
+
+#include "framework/encoding.h"
+#include "framework/finding.h"
+#include "framework/user_interface.h"
+
+namespace {
+
+std::string codeOf(int cause) {
+  switch (cause) {
+    case CFileException::fileNotFound:
+      return "file.notFound";
+    case CFileException::accessDenied:
+      return "file.noPermission";
+    default:
+      return "file.open";
+  }
+}
+
+}  // namespace
+
+bool openShared(CFile& file, const CString& path, CFileException& error) {
+  if (file.Open(path, CFile::modeRead | CFile::shareDenyNone, &error)) return true;
+  const std::string reason = std::system_category().message(error.m_lOsError);
+  reportFinding({.severity = Finding::Severity::error,
+                 .code = codeOf(error.m_cause),
+                 .file = path,
+                 .text = fromUtf8("can't be opened: " + reason)});
+  return false;
+}
+
+std::vector<std::byte> readUpTo(CFile& file, std::int64_t count) {
+  const std::uint64_t length = file.GetLength();
+  const std::uint64_t position = file.GetPosition();
+  const std::uint64_t remaining = length > position ? length - position : 0;
+  const auto wanted = static_cast<std::uint64_t>(std::max<std::int64_t>(count, 0));
+  std::vector<std::byte> bytes(static_cast<std::size_t>(std::min(wanted, remaining)));
+  bytes.resize(file.Read(bytes.data(), bytes.size()));
+  return bytes;
+}
+
+std::optional<std::vector<std::byte>> readExactly(CFile& file, std::int64_t count) {
+  auto bytes = readUpTo(file, count);
+  if (static_cast<std::int64_t>(bytes.size()) != count) return std::nullopt;
+  return bytes;
+}

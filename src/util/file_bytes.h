@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "framework/cfile.h"
+
+/// Opens a file for reading, sharing it with everybody. On failure reports a finding that says why.
+bool openShared(CFile& file, const CString& path, CFileException& error);
+
+/// The next `count` bytes; fewer where the file ends, and room is made for no more than it holds. Throws what
+/// the file throws.
+std::vector<std::byte> readUpTo(CFile& file, std::int64_t count);
+
+/// The next `count` bytes, or nothing when the file holds fewer.
+std::optional<std::vector<std::byte>> readExactly(CFile& file, std::int64_t count);

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <new>
+#include <system_error>
+
+#include "framework/encoding.h"
+#include "framework/exceptions.h"
+#include "framework/user_interface.h"
+
+/// Runs `operation` and gives its result, or `failed`, without a message, when memory runs out.
+template <class Result, class Operation>
+Result guardedAgainstMemory(Result failed, Operation operation) {
+  try {
+    return operation();
+  } catch (CMemoryException* error) {
+    error->Delete();
+  } catch (const std::bad_alloc&) {  // the same outcome
+  }
+  reportFinding({.code = "memory", .file = {}, .text = L"there is not enough memory"});
+  return failed;
+}
+
+/// As above; a file error shows `fileErrorText` and gives `failed`. Other exceptions pass.
+template <class Result, class Operation>
+Result guarded(const wchar_t* fileErrorText, Result failed, Operation operation) {
+  try {
+    return guardedAgainstMemory(failed, operation);
+  } catch (CFileException* error) {
+    const std::string reason = std::system_category().message(error->m_lOsError);
+    error->Delete();
+    reportFinding({.code = "file.read", .file = {}, .text = fromUtf8("a file can't be read: " + reason)});
+    AfxMessageBox(fileErrorText);
+    return failed;
+  }
+}

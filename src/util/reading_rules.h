@@ -1,0 +1,27 @@
+#pragma once
+
+/// How files are read where existing hosts rely on something other than what the files say. All false: the
+/// host rules, to the letter. All true: the plain rules, for people who want what is in the file. Each member
+/// is one decision and is read in one place.
+struct ReadingRules {
+  /// Fixed text ends at its first zero byte and is Windows-1252. Else zero bytes are skipped, what follows is
+  /// kept, and a byte from 0x80 up is the character 0xFF00 + byte.
+  bool textEndsAtZero = false;
+  /// A name without a zero byte is its field. Else it runs on through the buffer, to its end at most.
+  bool nameEndsAtField = false;
+  /// Coil positions are centimetres as they stand, as in every known file. Else they are scaled from metres.
+  bool coilsAreCentimetres = false;
+  /// Filter parameters are converted to host byte order. Else they stay big-endian.
+  bool filterParametersSwapped = false;
+  /// Resource files "MEG41RS" are read too: the same layout, but their stimulus polarity means nothing and
+  /// reads 0.
+  bool olderGeneration = false;
+  /// The sample files are one sequence of whole trials, each file's counted from its length. Else at most
+  /// eight files are opened and a short read moves on to the next.
+  bool filesAreOneSequence = false;
+  /// Byte counts of a trial are 64-bit. Else they wrap at 4 GiB.
+  bool wideCounts = false;
+
+  static constexpr ReadingRules host() { return {}; }
+  static constexpr ReadingRules plain() { return {true, true, true, true, true, true, true}; }
+};
