@@ -13,6 +13,13 @@ int CMEGData::openTrial(int trial) {
   return 1;
 }
 
+const std::int32_t* CMEGData::trialSamples(int trial) const { return m_trials.trial(trial); }
+TrialOrigin CMEGData::trialOrigin(int trial) const { return m_trials.origin(trial); }
+int CMEGData::trialSlots() const { return m_trials.numTrials(); }
+int CMEGData::numStoredTrials() const { return m_trials.numStored(); }
+int CMEGData::storedChannels() const { return m_trials.numChannels(); }
+std::int64_t CMEGData::storedSamples() const { return m_trials.numSamples(); }
+
 int CMEGData9FileA01CtfMISL::importTrialChannels(int trials, int channels, const CPtrArray* sensors,
                                                  const CPtrArray* electrodes, const CStringArray* names,
                                                  const CStringArray* shortNames, CDocument* /*document*/) {

@@ -39,13 +39,13 @@ class MEGREADER_API CMEGData {
 
   /// Raw samples of a trial, numChannels x samples in host order; null when the trial is not stored. Owned by
   /// the data object and valid until the next import.
-  const std::int32_t* trialSamples(int trial) const { return m_trials.trial(trial); }
-  TrialOrigin trialOrigin(int trial) const { return m_trials.origin(trial); }
+  const std::int32_t* trialSamples(int trial) const;
+  TrialOrigin trialOrigin(int trial) const;
   /// Shape of what is stored: trial numbers run from 0 to `trialSlots()` - 1, not all need hold samples.
-  int trialSlots() const { return m_trials.numTrials(); }
-  int numStoredTrials() const { return m_trials.numStored(); }
-  int storedChannels() const { return m_trials.numChannels(); }
-  std::int64_t storedSamples() const { return m_trials.numSamples(); }
+  int trialSlots() const;
+  int numStoredTrials() const;
+  int storedChannels() const;
+  std::int64_t storedSamples() const;
 
   const std::vector<ChannelInfo>& channels() const { return m_channels; }
   const std::vector<CEEGelectrodezk>& electrodes() const { return m_electrodes; }

@@ -3,10 +3,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <string>
 
 #include "framework/cfile.h"
-#include "framework/encoding.h"
+#include "framework/native_path.h"
 
 namespace {
 
@@ -33,11 +32,6 @@ int descriptor(std::intptr_t handle) {
   return static_cast<int>(handle);
 }
 
-std::string nativePath(CString path) {
-  path.Replace(L'\\', L'/');
-  return toUtf8(path);
-}
-
 struct stat statusOf(std::intptr_t handle) {
   struct stat status {};
   if (fstat(descriptor(handle), &status) != 0) AfxThrowFileException(CFileException::invalidFile, errno);
@@ -60,7 +54,7 @@ bool CFile::Open(const CString& path, unsigned /*flags*/, CFileException* error)
     return false;
   };
   // Without O_NONBLOCK, opening a FIFO would wait for a writer for ever.
-  const int opened = ::open(nativePath(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  const int opened = ::open(toNativePath(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (opened < 0) return fail(causeOf(errno), errno);
   struct stat status {};
   if (fstat(opened, &status) != 0 || !S_ISREG(status.st_mode)) {

@@ -1,0 +1,26 @@
+#include "cli/csv.h"
+
+namespace ctfmeg::cli {
+
+std::string csvText(const std::string& text) {
+  const bool formula = !text.empty() && std::string("=+-@\t\r").find(text[0]) != std::string::npos;
+  return formula ? "'" + text : text;
+}
+
+std::string csvLine(const std::vector<std::string>& cells) {
+  std::string line;
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    if (i > 0) line += ',';
+    if (cells[i].find_first_of(",\"\r\n") == std::string::npos) {
+      line += cells[i];
+      continue;
+    }
+    line += '"';
+    for (const char c : cells[i])
+      line += c == '"' ? "\"\"" : std::string(1, c);
+    line += '"';
+  }
+  return line + "\r\n";
+}
+
+}  // namespace ctfmeg::cli

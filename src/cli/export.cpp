@@ -1,0 +1,65 @@
+#include <iostream>
+
+#include "cli/channel_selection.h"
+#include "cli/commands.h"
+#include "cli/interrupt.h"
+#include "cli/npy.h"
+#include "cli/output_file.h"
+#include "cli/session.h"
+#include "ui/terminal_device.h"
+
+namespace ctfmeg::cli {
+namespace {
+
+void writeRaw(OutputFile& file, const Trial& trial, const std::vector<Channel>& channels) {
+  if (static_cast<int>(channels.size()) == trial.channels()) return file.write(std::as_bytes(trial.raw()));
+  for (const Channel& channel : channels)
+    file.write(std::as_bytes(trial.raw(channel.index)));
+}
+
+void writePhysical(OutputFile& file, const Trial& trial, const std::vector<Channel>& channels,
+                   std::vector<double>& buffer) {
+  buffer.resize(static_cast<std::size_t>(trial.samples()));
+  for (const Channel& channel : channels) {
+    trial.physical(channel.index, buffer);
+    file.write(std::as_bytes(std::span<const double>(buffer)));
+  }
+}
+
+void writeTrials(OutputFile& file, const Recording& recording, const std::vector<Channel>& channels,
+                 bool physical) {
+  const auto& trials = recording.trialNumbers();
+  const std::string header = npyHeader(physical ? "<f8" : "<i4", {static_cast<std::int64_t>(trials.size()),
+                                                                  static_cast<std::int64_t>(channels.size()),
+                                                                  recording.trial(trials.front()).samples()});
+  file.write(std::as_bytes(std::span(header)));
+  std::vector<double> buffer;
+  for (const int number : trials) {
+    stopIfInterrupted();
+    const Trial trial = recording.trial(number);
+    if (physical)
+      writePhysical(file, trial, channels, buffer);
+    else
+      writeRaw(file, trial, channels);
+  }
+}
+
+}  // namespace
+
+int runExport(const ExportOptions& options) {
+  if (options.output == "-" && outputIsTerminal())
+    throw CommandError("standard output",
+                       "is a terminal: name a file with -o, or send the output to a program");
+  Session session(options.reading);
+  OutputFile file(options.output);
+  session.attempt([&] {
+    const Recording recording = session.read(options.dataset, true);
+    writeTrials(file, recording, selectChannels(recording, options.dataset, options.channels),
+                options.physical);
+    stopIfInterrupted();
+    file.commit();
+  });
+  return session.exitCode();
+}
+
+}  // namespace ctfmeg::cli

@@ -1,0 +1,127 @@
+#include <algorithm>
+#include <iostream>
+
+#include "cli/commands.h"
+#include "cli/interrupt.h"
+#include "cli/json_output.h"
+#include "cli/number_text.h"
+#include "cli/say.h"
+#include "cli/session.h"
+#include "cli/visible_text.h"
+
+namespace ctfmeg::cli {
+namespace {
+
+/// A line of the overview; none without a value.
+void line(const char* label, const std::string& value) {
+  constexpr std::size_t kLabelWidth = 14;
+  if (value.empty()) return;
+  std::string padded(label);
+  padded.resize(std::max(kLabelWidth, padded.size()), ' ');
+  std::cout << "  " << padded << visible(value) << '\n';
+}
+
+std::string joined(const std::string& first, const std::string& second) {
+  return first + (first.empty() || second.empty() ? "" : " ") + second;
+}
+
+std::string trialsText(const RecordInfo& record) {
+  const double duration = record.samplesPerTrial / record.sampleRate;
+  std::string text = std::to_string(record.numTrials) + " x " + std::to_string(record.samplesPerTrial) +
+                     " samples at " + shortest(record.sampleRate) + " Hz, " + seconds(duration) + " each";
+  if (record.numTrials > 1) text += ", " + seconds(duration * record.numTrials) + " in all";
+  return text;
+}
+
+std::string triggerText(const RecordInfo& record) {
+  if (record.preTrigSamples == 0) return {};
+  const double rate = record.sampleRate;
+  return record.preTrigSamples > 0 ? "at sample " + std::to_string(record.preTrigSamples) + ", " +
+                                         seconds(record.preTrigSamples / rate) + " into each trial"
+                                   : seconds(-record.preTrigSamples / rate) + " before each trial";
+}
+
+/// "273 gradiometer, 20 ref-gradiometer", in the order in which the names first occur.
+template <class List, class NameOf>
+std::string tally(const List& list, NameOf nameOfItem) {
+  std::vector<std::pair<std::string, int>> counts;
+  for (const auto& item : list) {
+    const std::string name = nameOfItem(item);
+    const auto known =
+        std::find_if(counts.begin(), counts.end(), [&](const auto& c) { return c.first == name; });
+    if (known == counts.end())
+      counts.emplace_back(name, 1);
+    else
+      ++known->second;
+  }
+  std::string text;
+  for (const auto& [name, count] : counts)
+    text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + name;
+  return text;
+}
+
+std::string channelsText(const Recording& recording) {
+  return std::to_string(recording.channels().size()) + ": " +
+         tally(recording.channels(), [](const Channel& channel) { return nameOf(channel.kind); });
+}
+
+std::string coefficientsText(const Recording& recording) {
+  const auto& records = recording.coefficients();
+  if (records.empty()) return {};
+  return std::to_string(records.size()) + " coefficient records: " + tally(records, [](const auto& record) {
+           const std::string name = coefficientTypeName(record.type);
+           return name.empty() ? std::to_string(record.type) : name;
+         });
+}
+
+std::string filtersText(const RecordInfo& record) {
+  std::string text;
+  for (const Filter& filter : record.filters)
+    text += (text.empty() ? "" : ", ") + shortest(filter.frequency) + " Hz (class " +
+            std::to_string(filter.filterClass) + ", type " + std::to_string(filter.filterType) + ")";
+  return text;
+}
+
+void printOverview(const std::string& path, const Recording& recording, bool noIdentity) {
+  const RecordInfo& record = recording.record();
+  std::cout << visible(recording.name()) << '\n';
+  if (!noIdentity) {
+    line("Path", path);
+    line("Recorded", joined(record.dataDate, record.dataTime));
+    line("Subject", record.subjectId);
+    line("Operator", record.operatorName);
+    line("Run", joined(record.runName, record.runTitle));
+    line("Description", joined(record.dataDescription, record.runDescription));
+  }
+  line("Trials", trialsText(record));
+  line("Trigger", triggerText(record));
+  line("Channels", channelsText(recording));
+  line("Compensation", coefficientsText(recording));
+  line("Filters", filtersText(record));
+  line("Samples", bytes(std::int64_t{4} * record.numTrials * record.numChannels * record.samplesPerTrial));
+}
+
+}  // namespace
+
+int runInfo(const InfoOptions& options) {
+  Session session(options.reading);
+  JsonOutput json(options.noIdentity);
+  bool first = true;
+  for (const std::string& dataset : options.datasets) {
+    stopIfInterrupted();
+    session.attempt(
+        [&] {
+          const Recording recording = session.read(dataset, false);
+          if (options.json) return json.add(dataset, options.reading.rules, recording);
+          if (!first) std::cout << '\n';
+          first = false;
+          printOverview(dataset, recording, options.noIdentity);
+        },
+        [&](const Error& error) { json.add(dataset, error); });
+  }
+  if (options.json) std::cout << json.text();
+  finishOutput();
+  return session.exitCode();
+}
+
+}  // namespace ctfmeg::cli

@@ -1,0 +1,127 @@
+#include "cli/json_output.h"
+
+#include <nlohmann/json.hpp>
+
+#include "host/record_fields.h"
+
+namespace ctfmeg::cli {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr int kSchema = 1;
+
+std::string fileName(const std::string& path) {
+  const std::filesystem::path given(path);
+  return (given.has_filename() ? given : given.parent_path()).filename().string();
+}
+
+/// A visitor that puts the members of `from` into `object`.
+template <class Struct>
+auto putInto(Json& object, const Struct& from, bool noIdentity) {
+  return [&object, &from, noIdentity](const char* name, auto member, bool identifying) {
+    if (!noIdentity || !identifying) object[name] = member(from);
+  };
+}
+
+Json recordJson(const RecordInfo& record, bool noIdentity) {
+  Json object;
+  forEachRecordField(putInto(object, record, noIdentity));
+  object["filters"] = Json::array();
+  for (const Filter& filter : record.filters) {
+    Json entry;
+    forEachFilterField(putInto(entry, filter, noIdentity));
+    entry["params"] = filter.params;
+    object["filters"].push_back(std::move(entry));
+  }
+  return object;
+}
+
+Json coilsJson(const std::vector<Coil>& coils) {
+  Json list = Json::array();
+  for (const Coil& coil : coils)
+    list.push_back({{"position", coil.positionCm},
+                    {"orientation", coil.orientation},
+                    {"turns", coil.turns},
+                    {"area", coil.areaCm2}});
+  return list;
+}
+
+Json channelJson(const Channel& channel) {
+  Json object{{"index", channel.index},
+              {"name", channel.name},
+              {"shortName", channel.shortName},
+              {"sensorType", channel.sensorType},
+              {"kind", nameOf(channel.kind)},
+              {"unit", channel.unit},
+              {"gain", channel.gain}};
+  forEachSensorField(putInto(object, channel, false));
+  object["dewarCoils"] = coilsJson(channel.dewarCoils);
+  object["headCoils"] = coilsJson(channel.headCoils);
+  return object;
+}
+
+Json coefficientJson(const CoefficientRecord& record) {
+  Json object{{"sensor", record.sensor}};
+  const std::string type = coefficientTypeName(record.type);
+  if (type.empty())
+    object["type"] = record.type;
+  else
+    object["type"] = type;
+  object["references"] = Json::array();
+  for (const Coefficient& coefficient : record.references)
+    object["references"].push_back({{"name", coefficient.reference}, {"value", coefficient.value}});
+  return object;
+}
+
+Json warningJson(const Finding& finding) {
+  Json object{{"code", finding.code}, {"file", fileName(finding.file)}};
+  if (finding.line) object["line"] = *finding.line;
+  if (finding.offset) object["offset"] = *finding.offset;
+  object["text"] = finding.text;
+  return object;
+}
+
+template <class List, class Convert>
+Json listJson(const List& list, Convert convert) {
+  Json array = Json::array();
+  for (const auto& item : list)
+    array.push_back(convert(item));
+  return array;
+}
+
+std::string dump(const Json& json) {
+  return json.dump(2, ' ', false, Json::error_handler_t::replace);
+}
+
+}  // namespace
+
+void JsonOutput::add(const std::string& path, Rules rules, const Recording& recording) {
+  Json object{{"schema", kSchema},
+              {"path", m_noIdentity ? fileName(path) : path},
+              {"dataset", recording.name()},
+              {"rules", rules == Rules::plain ? "plain" : "host"}};
+  object["record"] = recordJson(recording.record(), m_noIdentity);
+  object["channels"] = listJson(recording.channels(), channelJson);
+  object["coefficients"] = listJson(recording.coefficients(), coefficientJson);
+  object["warnings"] = listJson(recording.warnings(), warningJson);
+  m_entries.push_back(dump(object));
+}
+
+void JsonOutput::add(const std::string& path, const Error& error) {
+  const std::string file = error.path().string();
+  const std::string text = file == path ? error.text() : fileName(file) + ": " + error.text();
+  m_entries.push_back(dump(Json{{"schema", kSchema},
+                                {"path", m_noIdentity ? fileName(path) : path},
+                                {"error", {{"kind", nameOf(error.kind())}, {"text", text}}}}));
+}
+
+std::string JsonOutput::text() const {
+  if (m_entries.size() == 1) return m_entries.front() + "\n";
+  std::string all = "[\n";
+  for (std::size_t i = 0; i < m_entries.size(); ++i)
+    all += (i == 0 ? "" : ",\n") + m_entries[i];
+  return all + "\n]\n";
+}
+
+}  // namespace ctfmeg::cli

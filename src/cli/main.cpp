@@ -1,0 +1,135 @@
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <map>
+#include <new>
+
+#include "cli/commands.h"
+#include "cli/interrupt.h"
+#include "cli/say.h"
+
+namespace {
+
+using namespace ctfmeg;
+using namespace ctfmeg::cli;
+
+constexpr const char* kExamples = R"(
+Examples:
+  ctfmeg info run.ds                        what the recording is
+  ctfmeg info --json a.ds b.ds              all that its header says, for scripts
+  ctfmeg channels --channels 'MLC*' run.ds  some channels
+  ctfmeg export run.ds -o run.npy           samples for NumPy: trials x channels x samples
+  ctfmeg export run.ds --physical -o - | python3 analyse.py
+  ctfmeg simulate test.ds --trials 10       a dataset to try things on
+)";
+
+void addReading(CLI::App* command, ReadingOptions& options) {
+  const std::map<std::string, Rules> rules{{"plain", Rules::plain}, {"host", Rules::host}};
+  command
+      ->add_option("--rules", options.rules, "plain: what the files say; host: to the letter what hosts get")
+      ->transform(CLI::CheckedTransformer(rules).description("plain|host"))
+      ->type_name("RULES");
+  auto* yes = command->add_flag("--yes", options.yes, "answer the reader's questions with Yes");
+  command->add_flag("--no", options.no, "answer them with No")->excludes(yes);
+  command->add_flag("--quiet", options.quiet, "no progress, no remarks");
+  command->add_flag("--strict", options.strict, "a warning makes the exit code 1");
+}
+
+CLI::Option* addDatasets(CLI::App* command, std::vector<std::string>& datasets) {
+  return command->add_option("DATASET", datasets, "a .ds directory or a file of a dataset")
+      ->required()
+      ->type_name("");
+}
+
+void addChannels(CLI::App* command, std::string& channels) {
+  command->add_option("--channels", channels, "full names, short names or patterns, comma-separated (MLC*)")
+      ->type_name("LIST");
+}
+
+int run(int argc, char** argv) {
+  CLI::App app("Reads MEG recordings made on CTF systems.");
+  app.footer(kExamples);
+  app.set_version_flag("--version", "ctfmeg " CTFMEG_VERSION);
+  app.require_subcommand(1);
+  int exitCode = kDone;
+
+  InfoOptions info;
+  auto* infoCommand = app.add_subcommand("info", "Show what recordings are, from their headers");
+  addDatasets(infoCommand, info.datasets);
+  infoCommand->add_flag("--json", info.json, "everything, as JSON");
+  infoCommand->add_flag("--no-identity", info.noIdentity, "leave out what can name a person");
+  addReading(infoCommand, info.reading);
+  infoCommand->callback([&] { exitCode = runInfo(info); });
+
+  ChannelsOptions channels;
+  auto* channelsCommand = app.add_subcommand("channels", "List channels with their kind, unit and gain");
+  addDatasets(channelsCommand, channels.datasets);
+  channelsCommand->add_flag("--csv", channels.csv, "as CSV");
+  channelsCommand->add_flag("--no-identity", channels.noIdentity,
+                            "leave out what can name a person (nothing in this table does)");
+  addChannels(channelsCommand, channels.channels);
+  addReading(channelsCommand, channels.reading);
+  channelsCommand->callback([&] { exitCode = runChannels(channels); });
+
+  ExportOptions exported;
+  auto* exportCommand = app.add_subcommand("export", "Write samples as a NumPy array");
+  exportCommand->add_option("DATASET", exported.dataset, "a .ds directory or a file of a dataset")
+      ->required()
+      ->type_name("");
+  exportCommand->add_option("-o,--output", exported.output, "file to write; - for standard output")
+      ->required()
+      ->type_name("FILE");
+  exportCommand->add_flag("--physical", exported.physical,
+                          "in tesla, volt and seconds (float64), not raw (int32)");
+  addChannels(exportCommand, exported.channels);
+  addReading(exportCommand, exported.reading);
+  exportCommand->callback([&] { exitCode = runExport(exported); });
+
+  std::string directory;
+  simulate::Options simulated;
+  bool quiet = false;
+  auto* simulateCommand = app.add_subcommand("simulate", "Write a simulated dataset");
+  simulateCommand->add_option("OUT.ds", directory, "directory to make; must not exist")
+      ->required()
+      ->type_name("");
+  simulateCommand->add_option("--channels", simulated.channels, "channels in all")->capture_default_str();
+  simulateCommand->add_option("--trials", simulated.trials, "trials")->capture_default_str();
+  simulateCommand->add_option("--samples", simulated.samples, "samples a trial")->capture_default_str();
+  simulateCommand->add_option("--rate", simulated.rate, "samples a second")
+      ->type_name("HZ")
+      ->capture_default_str();
+  simulateCommand->add_option("--pretrigger", simulated.preTrigger, "samples before the trigger")
+      ->capture_default_str();
+  simulateCommand->add_option("--seed", simulated.seed, "the same seed gives the same bytes")
+      ->capture_default_str();
+  simulateCommand
+      ->add_option("--split-after", simulated.splitAfter, "trials in each sample file (0: as many as fit)")
+      ->type_name("TRIALS")
+      ->capture_default_str();
+  simulateCommand->add_flag("--quiet", quiet, "no progress");
+  simulateCommand->callback([&] { exitCode = runSimulate(directory, simulated, quiet); });
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error, std::cout, std::cerr) == 0 ? kDone : kWrongUsage;
+  }
+  return exitCode;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  noteInterrupts();
+  try {
+    return run(argc, argv);
+  } catch (const Interrupted&) {
+    return kInterrupted;
+  } catch (const CommandError& error) {
+    say(error.path(), error.what());
+  } catch (const std::bad_alloc&) {
+    say("", "there is not enough memory");
+  } catch (const std::exception& error) {
+    say("", error.what());
+  }
+  return kFailed;
+}

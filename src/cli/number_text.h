@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace ctfmeg::cli {
+
+/// The shortest text that reads back as the same number: "1200", "2.86e+09".
+std::string shortest(double value);
+
+/// For people: three digits behind the point.
+std::string seconds(double value);
+
+/// For people: "3.4 MB", decimal units.
+std::string bytes(std::int64_t value);
+
+}  // namespace ctfmeg::cli

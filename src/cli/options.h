@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/recording.h"
+
+namespace ctfmeg::cli {
+
+/// What the commands share.
+struct ReadingOptions {
+  Rules rules = Rules::plain;
+  bool yes = false;
+  bool no = false;
+  bool quiet = false;
+  bool strict = false;
+};
+
+struct InfoOptions {
+  ReadingOptions reading;
+  std::vector<std::string> datasets;
+  bool json = false;
+  bool noIdentity = false;
+};
+
+struct ChannelsOptions {
+  ReadingOptions reading;
+  std::vector<std::string> datasets;
+  std::string channels;  ///< empty: all
+  bool csv = false;
+  bool noIdentity = false;
+};
+
+struct ExportOptions {
+  ReadingOptions reading;
+  std::string dataset;
+  std::string output;    ///< "-": standard output
+  std::string channels;  ///< empty: all
+  bool physical = false;
+};
+
+}  // namespace ctfmeg::cli

@@ -1,0 +1,67 @@
+#include "cli/output_file.h"
+
+#include <cerrno>
+#include <random>
+#include <system_error>
+
+#include "cli/commands.h"
+
+namespace ctfmeg::cli {
+
+namespace fs = std::filesystem;
+
+OutputFile::OutputFile(const std::string& name) : m_name(name == "-" ? "standard output" : name) {
+  if (name == "-") {
+    m_file = stdout;
+    return;
+  }
+  std::error_code unknown;
+  m_final = fs::weakly_canonical(name, unknown);  // a link stays a link: what it points to is replaced
+  if (unknown) m_final = name;
+  const fs::file_status status = fs::status(m_final, unknown);
+  if (fs::is_directory(status)) fail("can't be written", EISDIR);
+  if (fs::exists(status) && !fs::is_regular_file(status))
+    m_owned.reset(std::fopen(name.c_str(), "wb"));
+  else
+    openBeside();
+  if (!m_owned) fail("can't be written", errno);
+  m_file = m_owned.get();
+}
+
+void OutputFile::openBeside() {
+  std::random_device random;
+  const std::string unique = std::to_string(random());
+  m_temporary = m_final;
+  m_temporary += ".";
+  m_temporary += unique;
+  m_temporary += ".part";
+  m_owned.reset(std::fopen(m_temporary.string().c_str(), "wbx"));
+  if (!m_owned) m_temporary.clear();
+}
+
+OutputFile::~OutputFile() {
+  m_owned.reset();
+  std::error_code ignored;
+  if (!m_temporary.empty()) fs::remove(m_temporary, ignored);
+}
+
+void OutputFile::fail(const char* what, int osError) const {
+  throw CommandError(m_name, std::string(what) + ": " + std::generic_category().message(osError));
+}
+
+void OutputFile::write(std::span<const std::byte> bytes) {
+  if (std::fwrite(bytes.data(), 1, bytes.size(), m_file) != bytes.size()) fail("can't be written", errno);
+}
+
+void OutputFile::commit() {
+  if (std::fflush(m_file) != 0) fail("can't be written", errno);
+  if (!m_owned) return;
+  if (std::fclose(m_owned.release()) != 0) fail("can't be written", errno);
+  if (m_temporary.empty()) return;
+  std::error_code failed;
+  fs::rename(m_temporary, m_final, failed);
+  if (failed) fail("can't be put in place", failed.value());
+  m_temporary.clear();
+}
+
+}  // namespace ctfmeg::cli

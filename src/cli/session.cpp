@@ -1,0 +1,71 @@
+#include "cli/session.h"
+
+#include <memory>
+
+#include "cli/commands.h"
+#include "cli/interrupt.h"
+#include "cli/say.h"
+#include "framework/encoding.h"
+
+namespace ctfmeg::cli {
+
+Session::Session(const ReadingOptions& options) : m_options(options), m_terminal(!options.quiet) {}
+
+bool Session::answer(const std::string& question) {
+  if (m_options.yes || m_options.no) return m_options.yes;
+  return m_terminal.messageBox(fromUtf8(question), MessageStyle::yesNo) == MessageAnswer::yes;
+}
+
+Recording Session::read(const std::string& dataset, bool samples) {
+  std::unique_ptr<ProgressWindow> bar;
+  ReadOptions options;
+  options.rules = m_options.rules;
+  options.samples = samples;
+  options.answer = [this](const std::string& question) { return answer(question); };
+  options.progress = [&](const Progress& progress) {
+    constexpr int kSteps = 1000;
+    if (!bar) bar = m_terminal.openProgress(fromUtf8("Reading " + dataset));
+    if (bar) {
+      bar->setRange(0, kSteps);
+      bar->setPosition(static_cast<int>(progress.fraction * kSteps));
+    }
+    return !interrupted();
+  };
+  try {
+    Recording recording = Recording::read(dataset, options);
+    bar.reset();
+    sayWarnings(dataset, recording);
+    return recording;
+  } catch (const Error& error) {
+    if (error.kind() == ErrorKind::stopped) throw Interrupted{};
+    throw;
+  }
+}
+
+void Session::attempt(const std::function<void()>& work, const std::function<void(const Error&)>& onError) {
+  try {
+    work();
+  } catch (const Error& error) {
+    m_failed = true;
+    say(error.path().string(), error.text());
+    if (onError) onError(error);
+  } catch (const CommandError& error) {
+    m_failed = true;
+    say(error.path(), error.what());
+  }
+}
+
+void Session::sayWarnings(const std::string& dataset, const Recording& recording) {
+  for (const Finding& finding : recording.warnings()) {
+    const bool remark = finding.severity == Finding::Severity::remark;
+    if (!remark) m_warned = true;
+    if (remark && m_options.quiet) continue;
+    say(finding.file.empty() ? dataset : finding.file, (remark ? "" : "warning: ") + finding.text);
+  }
+}
+
+int Session::exitCode() const {
+  return m_failed || (m_warned && m_options.strict) ? kFailed : kDone;
+}
+
+}  // namespace ctfmeg::cli

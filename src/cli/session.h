@@ -1,0 +1,37 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "cli/options.h"
+#include "ui/terminal.h"
+
+namespace ctfmeg::cli {
+
+/// Reads datasets for a command: asks and shows progress as the options say, says errors and warnings on
+/// standard error and remembers what they mean for the exit code.
+class Session {
+ public:
+  explicit Session(const ReadingOptions& options);
+
+  /// The recording; throws `Error` when it can't be read and Interrupted after Ctrl-C.
+  Recording read(const std::string& dataset, bool samples);
+
+  /// Runs `work` on one dataset. What it throws of Error (handed to `onError` too) and CommandError is said
+  /// and remembered, and the command goes on with the next dataset.
+  void attempt(const std::function<void()>& work, const std::function<void(const Error&)>& onError = {});
+
+  /// 1 when a dataset could not be read, or when there was a warning and the options are strict.
+  int exitCode() const;
+
+ private:
+  bool answer(const std::string& question);
+  void sayWarnings(const std::string& dataset, const Recording& recording);
+
+  ReadingOptions m_options;
+  TerminalInterface m_terminal;
+  bool m_failed = false;
+  bool m_warned = false;
+};
+
+}  // namespace ctfmeg::cli

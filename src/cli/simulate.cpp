@@ -1,0 +1,33 @@
+#include <filesystem>
+#include <iostream>
+
+#include "cli/commands.h"
+#include "cli/interrupt.h"
+#include "cli/say.h"
+#include "framework/encoding.h"
+#include "simulate/dataset.h"
+#include "ui/terminal.h"
+
+namespace ctfmeg::cli {
+
+int runSimulate(const std::string& directory, const simulate::Options& options, bool quiet) {
+  TerminalInterface terminal(!quiet);
+  const auto bar = terminal.openProgress(fromUtf8("Writing " + directory));
+  if (bar) bar->setRange(0, options.trials);
+  try {
+    simulate::writeDataset(directory, options, [&](int done, int) {
+      if (bar) bar->setPosition(done);
+      return !interrupted();
+    });
+  } catch (const simulate::Stopped&) {
+    throw Interrupted{};
+  } catch (const std::invalid_argument& wrong) {
+    say("", wrong.what());
+    return kWrongUsage;
+  } catch (const std::filesystem::filesystem_error& failed) {
+    throw CommandError(failed.path1().string(), "can't be written: " + failed.code().message());
+  }
+  return kDone;
+}
+
+}  // namespace ctfmeg::cli

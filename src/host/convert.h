@@ -1,0 +1,19 @@
+#pragma once
+
+#include <vector>
+
+#include "datamodel/meg/meg_data.h"
+#include "framework/finding.h"
+#include "host/finding.h"
+#include "host/record.h"
+
+namespace ctfmeg {
+
+// From the data model to the plain structs.
+
+RecordInfo convertRecord(const CMEGRecordInfozkProzk& info);
+std::vector<Channel> convertChannels(const CMEGData& data);
+std::vector<CoefficientRecord> convertCoefficients(const CCoefficientManagerzk& manager);
+Finding convertFinding(const ::Finding& finding);
+
+}  // namespace ctfmeg

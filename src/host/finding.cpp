@@ -1,0 +1,35 @@
+#include "host/finding.h"
+
+namespace ctfmeg {
+inline namespace v1 {
+
+const char* nameOf(ErrorKind kind) {
+  switch (kind) {
+    case ErrorKind::notFound:
+      return "notFound";
+    case ErrorKind::noPermission:
+      return "noPermission";
+    case ErrorKind::notADataset:
+      return "notADataset";
+    case ErrorKind::damaged:
+      return "damaged";
+    case ErrorKind::refused:
+      return "refused";
+    case ErrorKind::outOfMemory:
+      return "outOfMemory";
+    case ErrorKind::stopped:
+      return "stopped";
+  }
+  return "damaged";
+}
+
+Error::Error(ErrorKind kind, std::filesystem::path path, const std::string& text,
+             std::vector<Finding> findings)
+    : std::runtime_error(path.string() + ": " + text),
+      m_kind(kind),
+      m_path(std::move(path)),
+      m_text(text),
+      m_findings(std::move(findings)) {}
+
+}  // namespace v1
+}  // namespace ctfmeg

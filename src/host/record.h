@@ -1,0 +1,108 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// What a dataset says about a recording beside its samples, in plain structs. Texts are UTF-8. Members named
+// as in the CTF world or in the data model keep that name.
+
+namespace ctfmeg {
+inline namespace v1 {
+
+/// One filter that the acquisition applied.
+struct Filter {
+  std::uint32_t filterClass = 0;
+  std::uint32_t filterType = 0;
+  double frequency = 0.0;  ///< Hz
+  std::int32_t numParams = 0;
+  std::vector<double> params;
+};
+
+/// The run, from the resource file's general header. Which members can name a person: see
+/// `forEachRecordField`.
+struct RecordInfo {
+  std::int32_t samplesPerTrial = 0, samplesPerTrialAcq = 0;
+  std::int32_t preTrigSamples = 0, preTrigSamplesAcq = 0;  ///< samples before the trigger
+  double sampleRate = 0.0, sampleRateAcq = 0.0;            ///< Hz
+  double epochTime = 0.0;                                  ///< seconds
+  std::int32_t numChannels = 0;
+  std::int32_t numTrials = 0;
+  std::int32_t numTrialsDone = 0;
+  std::int32_t numTrialsDisplay = 0;
+  std::int32_t saveTrials = 0;
+  std::int32_t numTrialsAvgd = 0;
+  std::int32_t triggerFormat = 0;
+  std::array<std::uint32_t, 10> triggerCodes{};
+  std::int32_t acqSetting1 = 0, acqSetting2 = 0, acqSetting3 = 0, acqSetting4 = 0;
+  std::string appName, dataOrigin, dataDescription, dataTime, dataDate;
+  std::string runName, runTitle, instruments, collectDescriptor, subjectId, operatorName, sensorFileName;
+  std::string runDescription;
+  std::int32_t runDescriptionLength = 0;  ///< bytes in the file
+  std::vector<Filter> filters;            ///< in file order
+};
+
+/// One pick-up coil. Axes of the data model: x right, y front, z up for the head; CTF axes turned by
+/// (x, y, z) -> (-y, x, z) for the dewar too.
+struct Coil {
+  std::array<double, 3> positionCm{};
+  std::array<double, 3> orientation{};  ///< unit vector
+  std::int32_t turns = 0;
+  double areaCm2 = 0.0;
+};
+
+enum class ChannelKind {
+  refMagnetometer,
+  refGradiometer,
+  magnetometer,
+  gradiometer,
+  reset,
+  eegRef,
+  eeg,
+  adc,
+  dac,
+  stim,
+  clock,
+  position,
+  other
+};
+
+/// The kind as scripts know it, such as "ref-magnetometer".
+const char* nameOf(ChannelKind kind);
+
+struct Channel {
+  int index = 0;          ///< place in the dataset, from 0
+  std::string name;       ///< such as "MLC11-2805"
+  std::string shortName;  ///< such as "MLC11"
+  std::int32_t sensorType = -1;
+  ChannelKind kind = ChannelKind::other;
+  std::string unit;   ///< "T", "V", "s", or "1" where there is none
+  double gain = 1.0;  ///< the factor in use: physical = raw / gain
+  std::int32_t originalRun = 0;
+  std::int32_t coilShape = 0;
+  double properGain = 0.0, qGain = 0.0, ioGain = 0.0, ioOffset = 0.0;  ///< as in the file
+  std::int32_t numCoils = 0;                                           ///< as in the file
+  std::int32_t gradientOrder = 0;
+  std::int32_t stimPolarity = 0;
+  std::vector<Coil> dewarCoils;  ///< `numCoils` of them, 0 to 8, in dewar coordinates
+  std::vector<Coil> headCoils;   ///< the same coils in head coordinates
+};
+
+struct Coefficient {
+  std::string reference;  ///< name of the reference channel
+  double value = 0.0;
+};
+
+/// The weights with which reference channels are combined with a sensor.
+struct CoefficientRecord {
+  std::string sensor;
+  std::uint32_t type = 0;  ///< four characters, most significant first: 0x47314252 is "G1BR"
+  std::vector<Coefficient> references;
+};
+
+/// The type's four characters when all are printable ASCII, else empty.
+std::string coefficientTypeName(std::uint32_t type);
+
+}  // namespace v1
+}  // namespace ctfmeg

@@ -1,0 +1,114 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "host/finding.h"
+#include "host/record.h"
+
+namespace ctfmeg {
+inline namespace v1 {
+
+/// How files are read where they say one thing and existing hosts rely on another.
+enum class Rules {
+  plain,  ///< what the files say
+  host,   ///< to the letter what existing hosts get
+};
+
+/// Which samples are read. One at a time: routes can't be combined.
+struct Whole {};  ///< all samples of all trials
+using Route = std::variant<Whole>;
+
+struct Progress {
+  std::string title;
+  double fraction = 0.0;  ///< 0 to 1
+};
+
+struct ReadOptions {
+  Rules rules = Rules::plain;
+  bool samples = true;  ///< false: everything but the samples, which are then not touched
+  Route route = Whole{};
+  /// Asked a question, gives true for Yes. Without it every answer is No.
+  std::function<bool(const std::string& question)> answer{};
+  /// Called while samples are read, on the same thread; false stops the reading.
+  std::function<bool(const Progress&)> progress{};
+};
+
+/// Where a trial's samples lie in the file.
+struct Origin {
+  int fileTrial = 0;             ///< number of the trial in the file, from 0
+  std::int64_t firstSample = 0;  ///< sample of that trial that is sample 0 here
+  std::int64_t step = 1;         ///< samples of the file from one sample here to the next
+};
+
+class Recording;
+
+/// One trial. Cheap to copy; keeps its samples alive. Channels and samples count from 0; an index out of
+/// range throws std::out_of_range. Every operation is safe from several threads.
+class Trial {
+ public:
+  int channels() const;
+  std::int64_t samples() const;  ///< of each channel
+
+  /// The converter's values of one channel.
+  std::span<const std::int32_t> raw(int channel) const;
+  /// All channels, one after another: channels() x samples() values.
+  std::span<const std::int32_t> raw() const;
+
+  /// raw / gain in the channel's unit, for as many samples as `out` has room for; returns how many.
+  std::size_t physical(int channel, std::span<double> out) const;
+
+  Origin origin() const;
+
+  /// Seconds from the trigger to a sample: (first sample + sample x step - preTrigSamples) / acquisition
+  /// rate.
+  double time(std::int64_t sample) const;
+
+ private:
+  friend class Recording;
+  struct State;
+  explicit Trial(std::shared_ptr<const State> state) : m_state(std::move(state)) {}
+  std::shared_ptr<const State> m_state;
+};
+
+/// A CTF dataset, read. Cheap to copy; const operations are safe from several threads.
+class Recording {
+ public:
+  /// Reads the dataset that `path` belongs to: a `.ds` directory (its own resource file, else the only one in
+  /// it) or a file of a dataset. Throws `Error` when it can't be read, and when samples were wanted and there
+  /// are none.
+  static Recording read(const std::filesystem::path& path, const ReadOptions& options = {});
+
+  /// The dataset's name: the resource file's name without directory and extension.
+  const std::string& name() const;
+  const RecordInfo& record() const;
+  const std::vector<Channel>& channels() const;
+  const std::vector<CoefficientRecord>& coefficients() const;
+
+  /// Numbers of the trials that hold samples, rising from 0. Empty when samples were not read.
+  const std::vector<int>& trialNumbers() const;
+
+  /// The trial of that number; throws std::out_of_range, saying which there are, when it holds no samples.
+  Trial trial(int number) const;
+
+  /// What was noticed although the reading succeeded, shown messages among it.
+  const std::vector<Finding>& warnings() const;
+
+ private:
+  friend class Trial;
+  struct State;
+  explicit Recording(std::shared_ptr<const State> state) : m_state(std::move(state)) {}
+  std::shared_ptr<const State> m_state;
+};
+
+/// The file that `Recording::read` hands to the reader for `path`. Throws `Error` naming what was looked for.
+std::filesystem::path resolveDataset(const std::filesystem::path& path);
+
+}  // namespace v1
+}  // namespace ctfmeg

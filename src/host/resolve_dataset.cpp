@@ -1,0 +1,76 @@
+#include <algorithm>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "host/recording.h"
+
+namespace ctfmeg {
+inline namespace v1 {
+namespace {
+
+namespace fs = std::filesystem;
+
+[[noreturn]] void fail(const fs::path& path, const std::error_code& reason) {
+  const ErrorKind kind =
+      reason == std::errc::no_such_file_or_directory || reason == std::errc::not_a_directory
+          ? ErrorKind::notFound
+      : reason == std::errc::permission_denied ? ErrorKind::noPermission
+                                               : ErrorKind::damaged;
+  throw Error(kind, path, "can't be opened: " + reason.message());
+}
+
+std::vector<fs::path> resourceFilesIn(const fs::path& directory) {
+  std::error_code failed;
+  fs::directory_iterator entry(directory, failed);
+  if (failed) fail(directory, failed);
+  std::vector<fs::path> found;
+  for (const fs::directory_iterator end; entry != end; entry.increment(failed)) {
+    if (failed) fail(directory, failed);
+    if (entry->path().extension() == ".res4") found.push_back(entry->path());
+  }
+  std::sort(found.begin(), found.end());
+  return found;
+}
+
+/// The directory's own name, also when it is given as "." or with a trailing slash.
+fs::path stemOf(const fs::path& directory) {
+  std::error_code failed;
+  const fs::path absolute = fs::canonical(directory, failed);
+  return (failed ? directory : absolute).stem();
+}
+
+fs::path resourceFileOf(const fs::path& directory) {
+  fs::path own = stemOf(directory);
+  own += ".res4";
+  const auto found = resourceFilesIn(directory);
+  if (std::find(found.begin(), found.end(), directory / own) != found.end()) return directory / own;
+  if (found.size() == 1) return found.front();
+  if (found.empty())
+    throw Error(ErrorKind::notADataset, directory,
+                "holds no CTF resource file: looked for " + own.string() + " and for any other *.res4");
+  std::string names;
+  for (const auto& file : found)
+    names += (names.empty() ? "" : ", ") + file.filename().string();
+  throw Error(ErrorKind::notADataset, directory,
+              "holds several CTF resource files and none is " + own.string() + ": name one of " + names);
+}
+
+}  // namespace
+
+fs::path resolveDataset(const fs::path& path) {
+  std::error_code failed;
+  const fs::file_status status = fs::status(path, failed);
+  if (!fs::exists(status))
+    fail(path, failed ? failed : std::make_error_code(std::errc::no_such_file_or_directory));
+  const fs::path file = fs::is_directory(status) ? resourceFileOf(path) : path;
+#ifndef _WIN32
+  if (file.native().find('\\') != std::string::npos)
+    throw Error(ErrorKind::refused, file,
+                "holds a backslash, which separates folders inside the reader: rename it");
+#endif
+  return file;
+}
+
+}  // namespace v1
+}  // namespace ctfmeg

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "framework/user_interface.h"
+
+/// A user who follows a script: answers questions from a list (No when it is used up) and writes down
+/// everything that is shown, a line each.
+class ScriptedInterface : public UserInterface {
+ public:
+  explicit ScriptedInterface(std::deque<MessageAnswer> answers = {}) : m_answers(std::move(answers)) {}
+
+  MessageAnswer messageBox(const CString& text, MessageStyle style) override;
+  std::unique_ptr<ProgressWindow> openProgress(const CString& title) override;
+  void report(const Finding& finding) override;
+
+  /// Messages, questions and progress windows in the order in which they were shown. Lines: `message: TEXT`,
+  /// `question: TEXT -> yes`, `progress: TITLE`, `range LOW HIGH`, `position N`, `closed`.
+  const std::vector<std::string>& transcript() const { return m_transcript; }
+
+  /// What was reported; not part of the transcript.
+  const std::vector<Finding>& findings() const { return m_findings; }
+
+ private:
+  std::deque<MessageAnswer> m_answers;
+  std::vector<std::string> m_transcript;
+  std::vector<Finding> m_findings;
+};

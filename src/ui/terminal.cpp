@@ -1,0 +1,61 @@
+#include "ui/terminal.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+#include <string>
+
+#include "framework/encoding.h"
+#include "ui/terminal_device.h"
+
+namespace {
+
+constexpr int kBarWidth = 32;
+
+/// One line that is drawn over itself, and only when it changes.
+class TerminalBar : public ProgressWindow {
+ public:
+  explicit TerminalBar(std::string title) : m_title(std::move(title)) {}
+  ~TerminalBar() override { std::fputs("\r\x1b[K", stderr); }
+
+  void setRange(int low, int high) override {
+    m_low = low;
+    m_high = std::max(high, low + 1);
+  }
+
+  void setPosition(int position) override {
+    const int percent = static_cast<int>(100.0 * (position - m_low) / (m_high - m_low));
+    if (percent == m_percent) return;
+    m_percent = std::clamp(percent, 0, 100);
+    const auto filled = static_cast<std::size_t>(m_percent * kBarWidth / 100);
+    const std::string bar = std::string(filled, '#') + std::string(kBarWidth - filled, '.');
+    std::fprintf(stderr, "\r%s [%s] %3d%%\x1b[K", m_title.c_str(), bar.c_str(), m_percent);
+    std::fflush(stderr);
+  }
+
+ private:
+  std::string m_title;
+  int m_low = 0;
+  int m_high = 1;
+  int m_percent = -1;
+};
+
+}  // namespace
+
+MessageAnswer TerminalInterface::messageBox(const CString& text, MessageStyle style) {
+  const std::string shown = toUtf8(text);
+  if (style == MessageStyle::ok) {
+    std::cerr << shown << '\n';
+    return MessageAnswer::ok;
+  }
+  if (!inputIsTerminal() || !errorsAreTerminal()) return MessageAnswer::no;
+  std::cerr << shown << " [y/N] " << std::flush;
+  std::string reply;
+  std::getline(std::cin, reply);
+  return !reply.empty() && (reply[0] == 'y' || reply[0] == 'Y') ? MessageAnswer::yes : MessageAnswer::no;
+}
+
+std::unique_ptr<ProgressWindow> TerminalInterface::openProgress(const CString& title) {
+  if (!m_showProgress || !errorsAreTerminal()) return nullptr;
+  return std::make_unique<TerminalBar>(toUtf8(title));
+}
