@@ -7,9 +7,7 @@ namespace {
 
 volatile std::sig_atomic_t noted = 0;
 
-void note(int /*signal*/) {
-  noted = 1;
-}
+void note(int /*signal*/) { noted = 1; }
 
 }  // namespace
 
@@ -18,8 +16,6 @@ void noteInterrupts() {
   std::signal(SIGTERM, note);
 }
 
-bool interrupted() {
-  return noted != 0;
-}
+bool interrupted() { return noted != 0; }
 
 }  // namespace ctfmeg::cli

@@ -90,9 +90,7 @@ Json listJson(const List& list, Convert convert) {
   return array;
 }
 
-std::string dump(const Json& json) {
-  return json.dump(2, ' ', false, Json::error_handler_t::replace);
-}
+std::string dump(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace); }
 
 }  // namespace
 

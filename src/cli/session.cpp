@@ -64,8 +64,6 @@ void Session::sayWarnings(const std::string& dataset, const Recording& recording
   }
 }
 
-int Session::exitCode() const {
-  return m_failed || (m_warned && m_options.strict) ? kFailed : kDone;
-}
+int Session::exitCode() const { return m_failed || (m_warned && m_options.strict) ? kFailed : kDone; }
 
 }  // namespace ctfmeg::cli

@@ -6,9 +6,7 @@
 namespace ctfmeg::cli {
 namespace {
 
-unsigned char at(std::string_view text, std::size_t i) {
-  return static_cast<unsigned char>(text[i]);
-}
+unsigned char at(std::string_view text, std::size_t i) { return static_cast<unsigned char>(text[i]); }
 
 /// Length of the valid UTF-8 sequence at the front, 0 when there is none.
 std::size_t sequenceLength(std::string_view text) {

@@ -36,6 +36,8 @@ class MEGREADER_API CFile {
   void Close();
 
  private:
+  [[noreturn]] void fail(int cause, int osError) const;
+
   static constexpr std::intptr_t kClosed = -1;
   std::intptr_t m_handle = kClosed;
   CString m_path;

@@ -10,27 +10,19 @@ std::size_t clampCount(int count, std::size_t size) {
   return std::min(static_cast<std::size_t>(std::max(count, 0)), size);
 }
 
-int toPosition(std::size_t found) {
-  return found == std::wstring::npos ? -1 : static_cast<int>(found);
-}
+int toPosition(std::size_t found) { return found == std::wstring::npos ? -1 : static_cast<int>(found); }
 
 }  // namespace
 
-CString CString::Left(int count) const {
-  return CString(m_text.substr(0, clampCount(count, m_text.size())));
-}
+CString CString::Left(int count) const { return CString(m_text.substr(0, clampCount(count, m_text.size()))); }
 
 CString CString::Right(int count) const {
   return CString(m_text.substr(m_text.size() - clampCount(count, m_text.size())));
 }
 
-int CString::Find(wchar_t character) const {
-  return toPosition(m_text.find(character));
-}
+int CString::Find(wchar_t character) const { return toPosition(m_text.find(character)); }
 
-int CString::ReverseFind(wchar_t character) const {
-  return toPosition(m_text.rfind(character));
-}
+int CString::ReverseFind(wchar_t character) const { return toPosition(m_text.rfind(character)); }
 
 int CString::Replace(wchar_t from, wchar_t to) {
   const auto occurrences = std::count(m_text.begin(), m_text.end(), from);

@@ -9,15 +9,9 @@ namespace {
 constexpr char32_t kRawByteBase = 0xDC00;  // U+DC00 + byte, for bytes 0x80 to 0xFF
 constexpr char32_t kReplacement = 0xFFFD;
 
-bool isHighSurrogate(char32_t c) {
-  return c >= 0xD800 && c <= 0xDBFF;
-}
-bool isLowSurrogate(char32_t c) {
-  return c >= 0xDC00 && c <= 0xDFFF;
-}
-bool isRawByte(char32_t c) {
-  return c >= kRawByteBase + 0x80 && c <= kRawByteBase + 0xFF;
-}
+bool isHighSurrogate(char32_t c) { return c >= 0xD800 && c <= 0xDBFF; }
+bool isLowSurrogate(char32_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
+bool isRawByte(char32_t c) { return c >= kRawByteBase + 0x80 && c <= kRawByteBase + 0xFF; }
 
 void appendWide(std::wstring& text, char32_t c) {
   if constexpr (sizeof(wchar_t) == 2) {

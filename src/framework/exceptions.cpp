@@ -5,9 +5,7 @@ CFileException::~CFileException() = default;
 CMemoryException::~CMemoryException() = default;
 CInvalidArgException::~CInvalidArgException() = default;
 
-void AfxThrowFileException(int cause, int osError) {
-  throw new CFileException(cause, osError);
+void AfxThrowFileException(int cause, int osError, CString fileName) {
+  throw new CFileException(cause, osError, std::move(fileName));
 }
-void AfxThrowInvalidArgException() {
-  throw new CInvalidArgException;
-}
+void AfxThrowInvalidArgException() { throw new CInvalidArgException; }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "framework/cstring.h"
 #include "framework/export.h"
 
 /// Base of the framework's exceptions. They are thrown as pointers; whoever catches one calls `Delete()` on
@@ -30,11 +31,13 @@ class MEGREADER_API CFileException : public CException {
     sharingViolation = 11,
   };
 
-  explicit CFileException(int cause = none, int osError = -1) : m_cause(cause), m_lOsError(osError) {}
+  explicit CFileException(int cause = none, int osError = -1, CString fileName = {})
+      : m_cause(cause), m_lOsError(osError), m_strFileName(std::move(fileName)) {}
   ~CFileException() override;
 
-  int m_cause;     ///< one of `Cause`
-  int m_lOsError;  ///< the system's own error number, -1 when there is none
+  int m_cause;            ///< one of `Cause`
+  int m_lOsError;         ///< the system's own error number, -1 when there is none
+  CString m_strFileName;  ///< in Windows form; empty when unknown
 };
 
 /// Memory ran out.
@@ -49,5 +52,5 @@ class MEGREADER_API CInvalidArgException : public CException {
   ~CInvalidArgException() override;
 };
 
-[[noreturn]] MEGREADER_API void AfxThrowFileException(int cause, int osError = -1);
+[[noreturn]] MEGREADER_API void AfxThrowFileException(int cause, int osError = -1, CString fileName = {});
 [[noreturn]] MEGREADER_API void AfxThrowInvalidArgException();

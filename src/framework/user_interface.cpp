@@ -17,16 +17,12 @@ UserInterface* currentUserInterface() {
   return threadInterface != nullptr ? threadInterface : processInterface.load();
 }
 
-void installUserInterface(UserInterface* ui) {
-  processInterface = ui;
-}
+void installUserInterface(UserInterface* ui) { processInterface = ui; }
 
 ThreadUserInterface::ThreadUserInterface(UserInterface* ui) : m_before(threadInterface) {
   threadInterface = ui;
 }
-ThreadUserInterface::~ThreadUserInterface() {
-  threadInterface = m_before;
-}
+ThreadUserInterface::~ThreadUserInterface() { threadInterface = m_before; }
 
 MessageAnswer AfxMessageBox(const CString& text, MessageStyle style) {
   if (UserInterface* ui = currentUserInterface()) return ui->messageBox(text, style);

@@ -10,9 +10,7 @@
 namespace ctfmeg {
 namespace {
 
-void assign(std::string& to, const CString& from) {
-  to = toUtf8(from);
-}
+void assign(std::string& to, const CString& from) { to = toUtf8(from); }
 
 template <class To, class From>
 void assign(To& to, const From& from) {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <stdexcept>
 
-#include "framework/exceptions.h"
+#include "framework/file_error.h"
 #include "framework/native_path.h"
 #include "host/convert.h"
 #include "host/recording_interface.h"
@@ -92,7 +92,8 @@ Recording Recording::read(const std::filesystem::path& path, const ReadOptions& 
     for (int t = 0; t < data.trialSlots(); ++t)
       if (data.trialSamples(t) != nullptr) state->trialNumbers.push_back(t);
     state->warnings = user.findings();
-  } catch (CException* exception) {
+  } catch (CFileException* exception) {
+    user.report(findingOf(*exception));
     exception->Delete();
     throw errorFrom(file, user);
   } catch (const std::bad_alloc&) {
@@ -103,24 +104,12 @@ Recording Recording::read(const std::filesystem::path& path, const ReadOptions& 
   return Recording(std::move(state));
 }
 
-const std::string& Recording::name() const {
-  return m_state->name;
-}
-const RecordInfo& Recording::record() const {
-  return m_state->record;
-}
-const std::vector<Channel>& Recording::channels() const {
-  return m_state->channels;
-}
-const std::vector<CoefficientRecord>& Recording::coefficients() const {
-  return m_state->coefficients;
-}
-const std::vector<int>& Recording::trialNumbers() const {
-  return m_state->trialNumbers;
-}
-const std::vector<Finding>& Recording::warnings() const {
-  return m_state->warnings;
-}
+const std::string& Recording::name() const { return m_state->name; }
+const RecordInfo& Recording::record() const { return m_state->record; }
+const std::vector<Channel>& Recording::channels() const { return m_state->channels; }
+const std::vector<CoefficientRecord>& Recording::coefficients() const { return m_state->coefficients; }
+const std::vector<int>& Recording::trialNumbers() const { return m_state->trialNumbers; }
+const std::vector<Finding>& Recording::warnings() const { return m_state->warnings; }
 
 Trial Recording::trial(int number) const {
   if (m_state->data->trialSamples(number) == nullptr) {
@@ -133,12 +122,8 @@ Trial Recording::trial(int number) const {
   return Trial(std::make_shared<Trial::State>(Trial::State{m_state, number}));
 }
 
-int Trial::channels() const {
-  return m_state->recording->data->storedChannels();
-}
-std::int64_t Trial::samples() const {
-  return m_state->recording->data->storedSamples();
-}
+int Trial::channels() const { return m_state->recording->data->storedChannels(); }
+std::int64_t Trial::samples() const { return m_state->recording->data->storedSamples(); }
 
 std::span<const std::int32_t> Trial::raw() const {
   const auto count = static_cast<std::size_t>(channels()) * static_cast<std::size_t>(samples());

@@ -49,8 +49,6 @@ std::unique_ptr<ProgressWindow> RecordingInterface::openProgress(const CString& 
   return std::make_unique<CallbackProgress>(m_options.progress, toUtf8(title));
 }
 
-void RecordingInterface::report(const ::Finding& finding) {
-  m_findings.push_back(convertFinding(finding));
-}
+void RecordingInterface::report(const ::Finding& finding) { m_findings.push_back(convertFinding(finding)); }
 
 }  // namespace ctfmeg

@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
           ? ErrorKind::notFound
       : reason == std::errc::permission_denied ? ErrorKind::noPermission
                                                : ErrorKind::damaged;
-  throw Error(kind, path, "can't be opened: " + reason.message());
+  throw Error(kind, path, "can't be read: " + reason.message());
 }
 
 std::vector<fs::path> resourceFilesIn(const fs::path& directory) {

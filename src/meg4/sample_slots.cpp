@@ -41,9 +41,9 @@ class SampleSlots : public SampleFiles {
   /// error.
   std::size_t read(void* buffer, std::size_t bytes) override {
     if (m_current < m_opened) return m_files[m_current].Read(buffer, bytes);
-    reportMeg4(sampleFileName(m_prefix, static_cast<int>(m_opened) - 1), "meg4.short",
-               L"ends before the last trial of the run", Finding::Severity::error);
-    AfxThrowFileException(CFileException::invalidFile);
+    const CString last = sampleFileName(m_prefix, static_cast<int>(m_opened) - 1);
+    reportMeg4(last, "meg4.short", L"ends before the last trial of the run", Finding::Severity::error);
+    AfxThrowFileException(CFileException::invalidFile, -1, last);
   }
 
  private:

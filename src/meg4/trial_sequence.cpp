@@ -47,7 +47,7 @@ class TrialSequence : public SampleFiles {
         m_file.Read(buffer, static_cast<std::size_t>(std::min<std::uint64_t>(bytes, m_left)));
     if (got < bytes) {
       report("meg4.changed", L"became shorter while it was read", Finding::Severity::error);
-      AfxThrowFileException(CFileException::invalidFile);
+      AfxThrowFileException(CFileException::invalidFile, -1, m_file.GetFilePath());
     }
     m_left -= got;
     return got;

@@ -12,7 +12,11 @@ constexpr const wchar_t* kFileError = L"CTF File open error!";
 }  // namespace
 
 CCtfDatasetReader::Info CCtfDatasetReader::readResource(const CString& path, CMEGDatazk* data) {
-  if (data == nullptr) return Info::failed;
+  if (data == nullptr) {
+    reportFinding(
+        {.code = "call.argument", .file = path, .text = L"there is no data object to read it into"});
+    return Info::failed;
+  }
   m_currentData = data;
   data->name = getFileName(path);
   if (!readRes4(getFilePathBasic(path))) return Info::failed;
@@ -65,7 +69,10 @@ int CCtfDatasetReader::readDatasetInfo(const CString& path, CMEGDatazk* data) {
 }
 
 int CCtfDatasetReader::readDatasetToArray(const CString& path, CPtrArray* array, CDocument* document) {
-  if (array == nullptr) return 0;
+  if (array == nullptr) {
+    reportFinding({.code = "call.argument", .file = path, .text = L"there is no array to read it into"});
+    return 0;
+  }
   m_document = document;
   std::unique_ptr<CMEGDatazk> data(new (std::nothrow) CMEGDatazk);
   if (!data) {

@@ -6,6 +6,15 @@
 #include "framework/user_interface.h"
 #include "reader/ctf_dataset_reader.h"
 
+namespace {
+
+int failWithoutData(const CString& path) {
+  reportFinding({.code = "call.argument", .file = path, .text = L"there is no data object to read it into"});
+  return 0;
+}
+
+}  // namespace
+
 CMEGReaderFace::~CMEGReaderFace() = default;
 CMEGReaderFacezk::~CMEGReaderFacezk() = default;
 
@@ -16,6 +25,8 @@ void CMEGReaderFace::setReadingRules(const ReadingRules& rules) {
 
 CCtfDatasetReader* CMEGReaderFace::reader() {
   if (!m_reader) m_reader.reset(new (std::nothrow) CCtfDatasetReader(m_rules));
+  if (!m_reader)
+    reportFinding({.code = "memory", .file = {}, .text = L"there is not enough memory for a reader"});
   return m_reader.get();
 }
 
@@ -28,13 +39,15 @@ int CMEGReaderFace::checkCtfFileFormat(CString path) {
 }
 
 int CMEGReaderFace::checkCTFMEGData(CString& path, CMEGDatazk* data) {
-  if (data == nullptr || !checkCtfFileFormat(path)) return 0;
+  if (data == nullptr) return failWithoutData(path);
+  if (!checkCtfFileFormat(path)) return 0;
   CCtfDatasetReader* current = reader();
   return current != nullptr && current->checkDataset(toWindowsPath(path), data);
 }
 
 int CMEGReaderFace::readCTFMEGDataInfo(CString& path, CMEGDatazk* data) {
-  if (data == nullptr || !checkCtfFileFormat(path)) return 0;
+  if (data == nullptr) return failWithoutData(path);
+  if (!checkCtfFileFormat(path)) return 0;
   CCtfDatasetReader* current = reader();
   return current != nullptr && current->readDatasetInfo(toWindowsPath(path), data);
 }

@@ -11,13 +11,9 @@ void deleteAll(CPtrArray& list) {
 
 }  // namespace
 
-CCtfReader1Samples::~CCtfReader1Samples() {
-  releaseSensorLists();
-}
+CCtfReader1Samples::~CCtfReader1Samples() { releaseSensorLists(); }
 
-void CCtfReader1Samples::releaseSensors() {
-  deleteAll<CMEGSensorzk>(m_sensors);
-}
+void CCtfReader1Samples::releaseSensors() { deleteAll<CMEGSensorzk>(m_sensors); }
 
 int CCtfReader1Samples::releaseSensorLists() {
   releaseSensors();

@@ -17,9 +17,7 @@ double mix(const PerSource& lead, const PerSource& moments) {
 }
 
 // Deviation of white noise with `density` units per root hertz, sampled at `rate`.
-double whiteNoiseDeviation(double density, double rate) {
-  return density * std::sqrt(rate / 2);
-}
+double whiteNoiseDeviation(double density, double rate) { return density * std::sqrt(rate / 2); }
 
 class FieldSignal : public ChannelSignal {
  public:

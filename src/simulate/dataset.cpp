@@ -19,9 +19,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-fs::path withSuffix(fs::path path, const std::string& suffix) {
-  return path += suffix;
-}
+fs::path withSuffix(fs::path path, const std::string& suffix) { return path += suffix; }
 
 fs::path withoutTrailingSeparator(const fs::path& path) {
   return path.has_filename() ? path : path.parent_path();

@@ -59,9 +59,7 @@ char side(const Vector3& p) {
 }
 
 // Beyond what two digits can number, sensors of a region count on with three or more.
-std::string manyDigits(int index) {
-  return std::to_string(101 + index);
-}
+std::string manyDigits(int index) { return std::to_string(101 + index); }
 
 // 01 to 99.
 std::string midlineDigits(int index) {

@@ -34,9 +34,7 @@ constexpr std::array<Machine, 3> kMachines{{
 static_assert(kCurrentDipoles.size() + kMachines.size() == kSources);
 
 // Metres from the middle of the conductor.
-Vector3 fromConductor(const Vector3& headCm) {
-  return kMetresPerCm * (headCm - kConductorCentreCm);
-}
+Vector3 fromConductor(const Vector3& headCm) { return kMetresPerCm * (headCm - kConductorCentreCm); }
 
 // B = mu0 / (4 pi r^3) (3 (m . e) e - m) at distance r in the direction e from a magnetic dipole m.
 Vector3 magneticDipoleField(const Vector3& m, const Vector3& fromDipole) {

@@ -38,13 +38,9 @@ constexpr double kMagnetometerGainSpread = 0.12e8;
 constexpr double kGradiometerGain = 6.3e9;
 constexpr double kGradiometerGainSpread = 0.25e9;
 
-constexpr const Vector3& axis(int number) {
-  return kAxes[static_cast<std::size_t>(number - 1)];
-}
+constexpr const Vector3& axis(int number) { return kAxes[static_cast<std::size_t>(number - 1)]; }
 
-double signOfGain(Random& random) {
-  return random.coin() ? 1 : -1;
-}
+double signOfGain(Random& random) { return random.coin() ? 1 : -1; }
 
 Channel makeMagnetometer(const Block& block, int measured, Random& random) {
   const double sign = signOfGain(random);

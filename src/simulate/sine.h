@@ -19,8 +19,6 @@ inline double sineOfTurns(double turns) {
   return y * nested;
 }
 
-inline double cosineOfTurns(double turns) {
-  return sineOfTurns(turns + 0.25);
-}
+inline double cosineOfTurns(double turns) { return sineOfTurns(turns + 0.25); }
 
 }  // namespace ctfmeg::simulate

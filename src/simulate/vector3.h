@@ -10,25 +10,13 @@ struct Vector3 {
   double z = 0;
 };
 
-inline Vector3 operator+(const Vector3& a, const Vector3& b) {
-  return {a.x + b.x, a.y + b.y, a.z + b.z};
-}
-inline Vector3 operator-(const Vector3& a, const Vector3& b) {
-  return {a.x - b.x, a.y - b.y, a.z - b.z};
-}
-inline Vector3 operator*(double s, const Vector3& a) {
-  return {s * a.x, s * a.y, s * a.z};
-}
+inline Vector3 operator+(const Vector3& a, const Vector3& b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
+inline Vector3 operator-(const Vector3& a, const Vector3& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
+inline Vector3 operator*(double s, const Vector3& a) { return {s * a.x, s * a.y, s * a.z}; }
 
-inline double dot(const Vector3& a, const Vector3& b) {
-  return a.x * b.x + a.y * b.y + a.z * b.z;
-}
-inline double norm(const Vector3& a) {
-  return std::sqrt(dot(a, a));
-}
-inline Vector3 unit(const Vector3& a) {
-  return (1 / norm(a)) * a;
-}
+inline double dot(const Vector3& a, const Vector3& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+inline double norm(const Vector3& a) { return std::sqrt(dot(a, a)); }
+inline Vector3 unit(const Vector3& a) { return (1 / norm(a)) * a; }
 inline Vector3 cross(const Vector3& a, const Vector3& b) {
   return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }

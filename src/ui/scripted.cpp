@@ -39,6 +39,4 @@ std::unique_ptr<ProgressWindow> ScriptedInterface::openProgress(const CString& t
   return std::make_unique<ScriptedProgress>(m_transcript);
 }
 
-void ScriptedInterface::report(const Finding& finding) {
-  m_findings.push_back(finding);
-}
+void ScriptedInterface::report(const Finding& finding) { m_findings.push_back(finding); }

@@ -35,36 +35,18 @@ CString CBasicReadUnix2Window::getFileName(const CString& path) {
   return path.Left(dot + 1).Right(dot - backslash).Left(dot - backslash - 1);
 }
 
-std::int16_t CBasicReadUnix2Windowzk::unix2Win4Short(std::int16_t& value) const {
-  return reversed(value);
-}
+std::int16_t CBasicReadUnix2Windowzk::unix2Win4Short(std::int16_t& value) const { return reversed(value); }
 std::uint16_t CBasicReadUnix2Windowzk::unix2Win4UnsignedShort(std::uint16_t& value) const {
   return reversed(value);
 }
-std::int32_t CBasicReadUnix2Windowzk::unix2Win4Int(std::int32_t& value) const {
-  return reversed(value);
-}
-std::int32_t CBasicReadUnix2Windowzk::unix2Win4long(std::int32_t& value) const {
-  return reversed(value);
-}
-std::uint32_t CBasicReadUnix2Windowzk::unix2Win4Ulong(std::uint32_t& value) const {
-  return reversed(value);
-}
-float CBasicReadUnix2Windowzk::unix2Win4Float(float& value) const {
-  return reversed(value);
-}
-double CBasicReadUnix2Windowzk::unix2Win4Double(double& value) const {
-  return reversed(value);
-}
-std::int16_t CBasicReadUnix2Windowzk::endianTransform(std::int16_t& value) const {
-  return reversed(value);
-}
-std::int32_t CBasicReadUnix2Windowzk::endianTransform(std::int32_t& value) const {
-  return reversed(value);
-}
-double CBasicReadUnix2Windowzk::endianTransform(double& value) const {
-  return reversed(value);
-}
+std::int32_t CBasicReadUnix2Windowzk::unix2Win4Int(std::int32_t& value) const { return reversed(value); }
+std::int32_t CBasicReadUnix2Windowzk::unix2Win4long(std::int32_t& value) const { return reversed(value); }
+std::uint32_t CBasicReadUnix2Windowzk::unix2Win4Ulong(std::uint32_t& value) const { return reversed(value); }
+float CBasicReadUnix2Windowzk::unix2Win4Float(float& value) const { return reversed(value); }
+double CBasicReadUnix2Windowzk::unix2Win4Double(double& value) const { return reversed(value); }
+std::int16_t CBasicReadUnix2Windowzk::endianTransform(std::int16_t& value) const { return reversed(value); }
+std::int32_t CBasicReadUnix2Windowzk::endianTransform(std::int32_t& value) const { return reversed(value); }
+double CBasicReadUnix2Windowzk::endianTransform(double& value) const { return reversed(value); }
 
 int CBasicReadUnix2Windowzk::readANSI(CArchive& archive, CString& line) {
   const auto deliver = [&](int length, int result) {

@@ -1,35 +1,13 @@
 #include "util/file_bytes.h"
 
 #include <algorithm>
-#include <string>
-#include <system_error>
 
-#include "framework/encoding.h"
-#include "framework/finding.h"
+#include "framework/file_error.h"
 #include "framework/user_interface.h"
-
-namespace {
-
-std::string codeOf(int cause) {
-  switch (cause) {
-    case CFileException::fileNotFound:
-      return "file.notFound";
-    case CFileException::accessDenied:
-      return "file.noPermission";
-    default:
-      return "file.open";
-  }
-}
-
-}  // namespace
 
 bool openShared(CFile& file, const CString& path, CFileException& error) {
   if (file.Open(path, CFile::modeRead | CFile::shareDenyNone, &error)) return true;
-  const std::string reason = std::system_category().message(error.m_lOsError);
-  reportFinding({.severity = Finding::Severity::error,
-                 .code = codeOf(error.m_cause),
-                 .file = path,
-                 .text = fromUtf8("can't be opened: " + reason)});
+  reportFinding(findingOf(error));
   return false;
 }
 

@@ -1,10 +1,9 @@
 #pragma once
 
 #include <new>
-#include <system_error>
 
-#include "framework/encoding.h"
 #include "framework/exceptions.h"
+#include "framework/file_error.h"
 #include "framework/user_interface.h"
 
 /// Runs `operation` and gives its result, or `failed`, without a message, when memory runs out.
@@ -26,9 +25,8 @@ Result guarded(const wchar_t* fileErrorText, Result failed, Operation operation)
   try {
     return guardedAgainstMemory(failed, operation);
   } catch (CFileException* error) {
-    const std::string reason = std::system_category().message(error->m_lOsError);
+    reportFinding(findingOf(*error));
     error->Delete();
-    reportFinding({.code = "file.read", .file = {}, .text = fromUtf8("a file can't be read: " + reason)});
     AfxMessageBox(fileErrorText);
     return failed;
   }

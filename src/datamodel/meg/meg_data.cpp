@@ -79,6 +79,4 @@ void CMEGData9FileA01CtfMISL::trace(const char* call, std::int64_t first, std::i
 ImportScope::ImportScope(CMEGDatazk& data, const ImportPlan& plan)
     : m_data(data), m_ready(data.openImport(plan)) {}
 
-ImportScope::~ImportScope() {
-  m_data.closeImport();
-}
+ImportScope::~ImportScope() { m_data.closeImport(); }

@@ -28,38 +28,31 @@ int causeOf(int osError) {
   }
 }
 
-int descriptor(std::intptr_t handle) {
-  return static_cast<int>(handle);
-}
-
-struct stat statusOf(std::intptr_t handle) {
-  struct stat status {};
-  if (fstat(descriptor(handle), &status) != 0) AfxThrowFileException(CFileException::invalidFile, errno);
-  return status;
-}
+int descriptor(std::intptr_t handle) { return static_cast<int>(handle); }
 
 }  // namespace
 
-CFile::~CFile() {
-  Close();
-}
+CFile::~CFile() { Close(); }
+
+void CFile::fail(int cause, int osError) const { AfxThrowFileException(cause, osError, m_path); }
 
 bool CFile::Open(const CString& path, unsigned /*flags*/, CFileException* error) {
   Close();
-  const auto fail = [error](int cause, int osError) {
+  const auto refuse = [error, &path](int cause, int osError) {
     if (error != nullptr) {
       error->m_cause = cause;
       error->m_lOsError = osError;
+      error->m_strFileName = path;
     }
     return false;
   };
   // Without O_NONBLOCK, opening a FIFO would wait for a writer for ever.
   const int opened = ::open(toNativePath(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (opened < 0) return fail(causeOf(errno), errno);
+  if (opened < 0) return refuse(causeOf(errno), errno);
   struct stat status {};
   if (fstat(opened, &status) != 0 || !S_ISREG(status.st_mode)) {
     ::close(opened);
-    return fail(CFileException::accessDenied, S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+    return refuse(CFileException::accessDenied, S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
   }
   m_handle = opened;
   m_path = path;
@@ -67,13 +60,13 @@ bool CFile::Open(const CString& path, unsigned /*flags*/, CFileException* error)
 }
 
 std::size_t CFile::Read(void* buffer, std::size_t count) {
-  if (m_handle == kClosed) AfxThrowFileException(CFileException::invalidFile, EBADF);
+  if (m_handle == kClosed) fail(CFileException::invalidFile, EBADF);
   auto* next = static_cast<char*>(buffer);
   std::size_t total = 0;
   while (total < count) {
     const ssize_t got = ::read(descriptor(m_handle), next + total, count - total);
     if (got < 0 && errno == EINTR) continue;
-    if (got < 0) AfxThrowFileException(CFileException::hardIO, errno);
+    if (got < 0) fail(CFileException::hardIO, errno);
     if (got == 0) break;
     total += static_cast<std::size_t>(got);
   }
@@ -83,17 +76,19 @@ std::size_t CFile::Read(void* buffer, std::size_t count) {
 std::uint64_t CFile::Seek(std::int64_t offset, SeekPosition from) {
   const int whence = from == begin ? SEEK_SET : from == current ? SEEK_CUR : SEEK_END;
   const off_t position = ::lseek(descriptor(m_handle), offset, whence);
-  if (position < 0) AfxThrowFileException(CFileException::badSeek, errno);
+  if (position < 0) fail(CFileException::badSeek, errno);
   return static_cast<std::uint64_t>(position);
 }
 
 std::uint64_t CFile::GetLength() const {
-  return static_cast<std::uint64_t>(statusOf(m_handle).st_size);
+  struct stat status {};
+  if (fstat(descriptor(m_handle), &status) != 0) fail(CFileException::invalidFile, errno);
+  return static_cast<std::uint64_t>(status.st_size);
 }
 
 std::uint64_t CFile::GetPosition() const {
   const off_t position = ::lseek(descriptor(m_handle), 0, SEEK_CUR);
-  if (position < 0) AfxThrowFileException(CFileException::invalidFile, errno);
+  if (position < 0) fail(CFileException::invalidFile, errno);
   return static_cast<std::uint64_t>(position);
 }
 

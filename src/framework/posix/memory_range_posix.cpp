@@ -16,9 +16,7 @@ MemoryRange& MemoryRange::operator=(MemoryRange&& other) noexcept {
   return *this;
 }
 
-MemoryRange::~MemoryRange() {
-  release();
-}
+MemoryRange::~MemoryRange() { release(); }
 
 bool MemoryRange::reserve(std::size_t bytes) {
   release();

@@ -6,9 +6,7 @@ CString toWindowsPath(CString path) {
   return path;
 }
 
-CString toWindowsPath(const std::string& path) {
-  return toWindowsPath(fromUtf8(path));
-}
+CString toWindowsPath(const std::string& path) { return toWindowsPath(fromUtf8(path)); }
 
 std::string toNativePath(CString path) {
   path.Replace(L'\\', L'/');

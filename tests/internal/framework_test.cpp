@@ -1,0 +1,235 @@
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "framework/carchive.h"
+#include "framework/collections.h"
+#include "framework/encoding.h"
+#include "framework/native_path.h"
+#include "support/temporary_directory.h"
+#include "ui/scripted.h"
+
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
+
+namespace {
+
+template <class... Arguments>
+std::string formatted(const wchar_t* format, const Arguments&... arguments) {
+  CString text(L"before");
+  text.Format(format, arguments...);
+  return toUtf8(text);
+}
+
+/// Whether `operation` throws an exception of the framework, as a pointer.
+template <class Exception, class Operation>
+bool throws(Operation operation) {
+  try {
+    operation();
+  } catch (Exception* error) {
+    error->Delete();
+    return true;
+  }
+  return false;
+}
+
+TEST(CString, CutsSearchesAndTrims) {
+  const CString text(L"a.b");
+  EXPECT_TRUE(text.Left(2) == L"a." && text.Right(2) == L".b");
+  for (const int count : {INT_MIN, -1, 0})
+    EXPECT_TRUE(text.Left(count).IsEmpty() && text.Right(count).IsEmpty()) << count;
+  for (const int count : {3, 4, INT_MAX})
+    EXPECT_TRUE(text.Left(count) == text && text.Right(count) == text) << count;
+  EXPECT_EQ(CString(L"a.b.c").ReverseFind(L'.'), 3);
+  EXPECT_EQ(CString(L"a.b.c").ReverseFind(L'x'), -1);
+  EXPECT_TRUE(CString(L"RUN.MEG4\u00C4").MakeLower() == L"run.meg4\u00C4");
+  EXPECT_TRUE(CString(L" \t\r\n\v\fa b\u00A0\r\n").Trim() == L"a b\u00A0");
+  EXPECT_TRUE(CString(L" \r\n").Trim().IsEmpty());
+}
+
+TEST(CString, Formats) {
+  EXPECT_EQ(formatted(L"%s, %d and %u: 100%%", CString(L"\u00E4"), -7, 7U), "ä, -7 and 7: 100%");
+  EXPECT_EQ(formatted(L"%d %u", INT64_MIN, UINT64_MAX), "-9223372036854775808 18446744073709551615");
+  EXPECT_EQ(formatted(L"%s|%s", L"%d", L"%s"), "%d|%s");  // texts from files are no formats
+  EXPECT_EQ(formatted(L"<%d|%s|%u|%d>", 7U, 7, L"x", 8), "<|||8>");
+  EXPECT_EQ(formatted(L"%d|%s|%d", 1), "1||");
+  EXPECT_EQ(formatted(L"50%"), "50%");
+  CString text(L"x");
+  text.Format(L"%s%s", text, text);
+  EXPECT_TRUE(text == L"xx");
+}
+
+TEST(Encoding, Utf8BytesThatAreInvalidTravelAsRawBytes) {
+  struct Case {
+    std::string bytes;
+    std::wstring text;
+  };
+  const std::vector<Case> cases{
+      {"a\xC3\xA4", L"a\u00E4"},
+      {"\xEF\xBF\xBF", {0xFFFF}},
+      {"\xF0\x9F\x98\x80", L"\U0001F600"},
+      {"\xC3", {0xDCC3}},
+      {"\xE2\x82z", {0xDCE2, 0xDC82, L'z'}},
+      {"\xC0\xAF", {0xDCC0, 0xDCAF}},                          // overlong
+      {"\xE0\x80\xAF", {0xDCE0, 0xDC80, 0xDCAF}},              // overlong
+      {"\xED\xA0\x80", {0xDCED, 0xDCA0, 0xDC80}},              // U+D800
+      {"\xED\xB2\x80", {0xDCED, 0xDCB2, 0xDC80}},              // U+DC80 itself
+      {"\xF4\x90\x80\x80", {0xDCF4, 0xDC90, 0xDC80, 0xDC80}},  // beyond U+10FFFF
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(fromUtf8(c.bytes).str(), c.text);
+    EXPECT_EQ(toUtf8(fromUtf8(c.bytes)), c.bytes);
+  }
+  EXPECT_EQ(toUtf8(CString(std::wstring{0xD83D, 0xDE00})), "\xF0\x9F\x98\x80");
+  EXPECT_EQ(toUtf8(CString(std::wstring{0xD83D, L'a', 0xDC41, 0xDD00})), "\uFFFDa\uFFFD\uFFFD");
+}
+
+TEST(Encoding, AnyFourBytesComeBack) {
+  const std::string edges("\x00\x41\x7F\x80\x8F\x90\x9F\xA0\xBF\xC1\xC2\xDF\xE0\xED\xEF\xF0\xF4\xF5\xFF", 19);
+  const std::size_t count = edges.size();
+  for (std::size_t i = 0; i < count * count * count * count; ++i) {
+    const std::string bytes{edges[i % count], edges[i / count % count], edges[i / count / count % count],
+                            edges[i / count / count / count]};
+    ASSERT_EQ(toUtf8(fromUtf8(bytes)), bytes);
+  }
+}
+
+TEST(Encoding, Windows1252KeepsTheNumbersItLeavesOpen) {
+  EXPECT_EQ(fromWindows1252("a\x80\x81\x8D\x8F\x90\x9D\x9F\xA0\xFF").str(),
+            (std::wstring{L'a', 0x20AC, 0x81, 0x8D, 0x8F, 0x90, 0x9D, 0x178, 0xA0, 0xFF}));
+}
+
+TEST(CFile, SaysWhyAFileIsRefused) {
+  const TemporaryDirectory directory;
+  const std::string plain = (directory.path() / "plain").string();
+  writeFile(plain, "x");
+  std::vector<std::pair<std::string, int>> cases{{plain + "-not", CFileException::fileNotFound},
+                                                 {plain + "/below", CFileException::badPath},
+                                                 {directory.path().string(), CFileException::accessDenied}};
+#ifndef _WIN32
+  cases.emplace_back((directory.path() / "fifo").string(), CFileException::accessDenied);
+  ASSERT_EQ(mkfifo(cases.back().first.c_str(), 0600), 0);  // opening it would wait for somebody who writes
+#endif
+  for (const auto& [path, cause] : cases) {
+    CFile file;
+    CFileException error;
+    EXPECT_TRUE(file.Open(toWindowsPath(plain), CFile::modeRead));
+    EXPECT_FALSE(file.Open(toWindowsPath(path), CFile::modeRead, &error)) << path;
+    EXPECT_EQ(error.m_cause, cause) << path;
+    EXPECT_GT(error.m_lOsError, 0) << path;
+    EXPECT_TRUE(throws<CFileException>([&] { file.GetLength(); })) << "the file before is closed";
+  }
+}
+
+TEST(CFile, OpensNamesOfAnyBytes) {
+  const TemporaryDirectory directory;
+  std::vector<std::string> names{"blank name.res4", "Müller Änne.res4"};
+#ifndef _WIN32
+  names.emplace_back("raw \xFF\xC3\xED\xB2\x80.res4");
+#endif
+  for (const std::string& name : names) {
+    const std::string path = (directory.path() / name).string();
+    writeFile(path, name);
+    CFile file;
+    ASSERT_TRUE(file.Open(toWindowsPath(path), CFile::modeRead)) << name;
+    EXPECT_EQ(file.GetLength(), name.size());
+    EXPECT_EQ(toNativePath(file.GetFilePath()), path);
+  }
+}
+
+TEST(CFile, RefusesWhatCannotBe) {
+  const TemporaryDirectory directory;
+  writeFile(directory.path() / "ten", "0123456789");
+  CFile file;
+  char byte = 0;
+  EXPECT_TRUE(throws<CFileException>([&] { file.Read(&byte, 1); }));
+  EXPECT_TRUE(throws<CFileException>([&] { file.Seek(0, CFile::begin); }));
+
+  ASSERT_TRUE(file.Open(toWindowsPath((directory.path() / "ten").string()), CFile::modeRead));
+  EXPECT_EQ(file.Seek(-3, CFile::end), 7U);
+  EXPECT_TRUE(throws<CFileException>([&] { file.Seek(-8, CFile::current); }));
+  EXPECT_TRUE(throws<CFileException>([&] { file.Seek(-1, CFile::begin); }));
+  EXPECT_EQ(file.Read(&byte, 1), 1U);
+  EXPECT_EQ(byte, '7') << "a refused seek leaves the position alone";
+  file.Seek(5, CFile::end);
+  EXPECT_EQ(file.Read(&byte, 1), 0U);
+}
+
+TEST(CArchive, FileRunsAheadInBlocks) {
+  const TemporaryDirectory directory;
+  const std::string path = (directory.path() / "text").string();
+  std::string bytes;
+  for (int i = 0; i < 10000; ++i)
+    bytes += static_cast<char>(i % 251);
+  writeFile(path, bytes);
+  struct Case {
+    std::size_t start, count, position;
+  };
+  for (const Case& c : {Case{0, 0, 0},
+                        {0, 1, 4096},
+                        {0, 4096, 4096},
+                        {0, 4097, 8192},
+                        {0, 8193, 10000},
+                        {0, 10000, 10000},
+                        {100, 1, 4196},
+                        {9999, 1, 10000}}) {
+    CFile file;
+    ASSERT_TRUE(file.Open(toWindowsPath(path), CFile::modeRead));
+    file.Seek(static_cast<std::int64_t>(c.start), CFile::begin);
+    CArchive archive(&file);
+    std::string read(c.count, '\0');
+    const std::size_t first = archive.Read(read.data(), c.count / 3);
+    EXPECT_EQ(first + archive.Read(read.data() + first, c.count - first), c.count);
+    EXPECT_TRUE(read == bytes.substr(c.start, c.count)) << c.count;
+    EXPECT_EQ(file.GetPosition(), c.position) << c.count;
+    archive.Close();
+    EXPECT_EQ(file.GetPosition(), c.start + c.count);
+  }
+}
+
+TEST(Arrays, RefuseIndicesOutside) {
+  CPtrArray array;
+  int item = 0;
+  array.SetAtGrow(2, &item);
+  EXPECT_EQ(array.GetAt(0), nullptr);
+  for (const int index : {INT_MIN, -1, 3, INT_MAX})
+    EXPECT_TRUE(throws<CInvalidArgException>([&] { array.GetAt(index); })) << index;
+  for (const auto& range : {std::pair{-1, 1}, {0, -1}, {0, 4}, {4, 0}, {2, INT_MAX}, {INT_MAX, INT_MAX}})
+    EXPECT_TRUE(throws<CInvalidArgException>([&] { array.RemoveAt(range.first, range.second); }))
+        << range.first << ' ' << range.second;
+  EXPECT_TRUE(throws<CInvalidArgException>([&] { array.SetAtGrow(-1, &item); }));
+  EXPECT_TRUE(throws<CInvalidArgException>([&] { array.SetSize(-1); }));
+  array.RemoveAt(0, 2);
+  EXPECT_EQ(array.GetSize(), 1);
+  EXPECT_EQ(array.GetAt(0), &item);
+}
+
+TEST(UserInterface, TheThreadsOwnComesFirst) {
+  EXPECT_EQ(AfxMessageBox(L"?", MessageStyle::yesNo), MessageAnswer::no);
+  EXPECT_EQ(AfxMessageBox(L"!"), MessageAnswer::ok);
+  ScriptedInterface process({MessageAnswer::yes}), outer, inner;
+  installUserInterface(&process);
+  EXPECT_EQ(AfxMessageBox(L"to the process", MessageStyle::yesNo), MessageAnswer::yes);
+  {
+    const ThreadUserInterface first(&outer);
+    {
+      const ThreadUserInterface second(&inner);
+      AfxMessageBox(L"to the inner");
+    }
+    AfxMessageBox(L"to the outer");
+  }
+  reportFinding({.code = "x", .file = {}, .text = {}});
+  installUserInterface(nullptr);
+  EXPECT_EQ(process.transcript(), std::vector<std::string>{"question: to the process -> yes"});
+  EXPECT_EQ(outer.transcript(), std::vector<std::string>{"message: to the outer"});
+  EXPECT_EQ(inner.transcript(), std::vector<std::string>{"message: to the inner"});
+  EXPECT_EQ(process.findings().size(), 1U);
+  EXPECT_EQ(currentUserInterface(), nullptr);
+}
+
+}  // namespace

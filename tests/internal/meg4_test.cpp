@@ -1,0 +1,278 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "internal/probe.h"
+#include "meg4/sample_files.h"
+#include "support/failing_new.h"
+
+namespace {
+
+using D = MinimalDataset;
+
+/// A reader whose record information says how many samples `dataset` has.
+struct Import : Probe {
+  Import(const D& dataset, int trials, int channels, int samples,
+         const ReadingRules& rules = ReadingRules::host())
+      : Probe(rules), path(writeDataset(dataset)) {
+    info().numTrials = trials;
+    info().numChannels = channels;
+    info().samplesPerTrial = samples;
+    data.setImportTrace(&trace);
+  }
+
+  /// Every stored trial as "number: values".
+  std::string stored() const {
+    std::string text;
+    for (int t = 0; t < data.trialSlots(); ++t) {
+      const std::int32_t* values = data.trialSamples(t);
+      if (values == nullptr) continue;
+      text += std::to_string(t) + ":";
+      for (std::int64_t i = 0; i < data.storedChannels() * data.storedSamples(); ++i)
+        text += " " + std::to_string(values[i]);
+      text += "\n";
+    }
+    return text;
+  }
+
+  /// Result of a whole-trial import; -1 when it ends in a file error.
+  int whole() {
+    return outcome([this] { return readCtfDataT(path); });
+  }
+  int blocks() {
+    return outcome([this] { return readCtfDataC(path); });
+  }
+
+  CString path;
+  ImportTrace trace;
+
+ private:
+  template <class Operation>
+  static int outcome(Operation operation) {
+    try {
+      return operation();
+    } catch (CFileException* error) {
+      error->Delete();
+      return -1;
+    }
+  }
+};
+
+D dataset(std::vector<std::string> sampleFiles) {
+  D d;
+  d.sampleFiles = std::move(sampleFiles);
+  return d;
+}
+
+D splitDataset(const std::vector<std::vector<int>>& files, int channels, int samples) {
+  D d;
+  d.sampleFiles.clear();
+  for (const auto& trials : files) {
+    std::vector<std::string> bytes;
+    for (const int t : trials)
+      bytes.push_back(D::trial(t, channels, samples));
+    d.sampleFiles.push_back(D::sampleFile(bytes));
+  }
+  return d;
+}
+
+constexpr const char* kTwoTrials = "0: 0 1 2 100 101 102\n1: 1000 1001 1002 1100 1101 1102\n";
+
+TEST(Meg4, ImportsWholeTrials) {
+  Import import({}, 2, 2, 3);
+  EXPECT_EQ(import.whole(), 1);
+  EXPECT_EQ(import.stored(), kTwoTrials);
+  EXPECT_EQ(import.trace.calls, (Lines{"importCtfDataT(0, 2, 3)", "importCtfDataT(1, 2, 3)"}));
+  EXPECT_EQ(import.user.transcript(), (Lines{"progress: Importing CTF MEG data T...", "range 0 2",
+                                             "position 0", "position 1", "closed"}));
+}
+
+TEST(Meg4, ImportsChannelBlocks) {
+  Import import({}, 2, 2, 3);
+  EXPECT_EQ(import.blocks(), 1);
+  EXPECT_EQ(import.stored(), kTwoTrials);
+  EXPECT_EQ(import.trace.calls, (Lines{"importCtfDataC(0, 0, 3)", "importCtfDataC(0, 1, 3)",
+                                       "importCtfDataC(1, 0, 3)", "importCtfDataC(1, 1, 3)"}));
+  EXPECT_EQ(import.user.transcript(),
+            (Lines{"progress: Importing CTF MEG data ...", "range 0 2", "position 0", "position 1",
+                   "position 0", "position 1", "closed"}));
+}
+
+TEST(Meg4, KeepsExtremeSamples) {
+  const std::string trial = Bytes().i32(-2147483648).i32(2147483647).i32(-1).i32(0x01020304).str();
+  Import import(dataset({D::sampleFile({trial})}), 1, 2, 2);
+  EXPECT_EQ(import.whole(), 1);
+  EXPECT_EQ(import.stored(), "0: -2147483648 2147483647 -1 16909060\n");
+}
+
+TEST(Meg4, OpensOnlyWhatItNeeds) {
+  // A second file would be refused, but the first holds the run already.
+  Import import(dataset({D::sampleFile({D::trial(0, 2, 3), D::trial(1, 2, 3)}), "no sample file"}), 2, 2, 3);
+  EXPECT_EQ(import.whole(), 1);
+}
+
+TEST(Meg4, ReadsASplitSetByWholeTrialsUnderBothRules) {
+  const D split = splitDataset({{0, 1}, {2}, {3}}, 2, 2);
+  const D joined = splitDataset({{0, 1, 2, 3}}, 2, 2);
+  Import expected(joined, 4, 2, 2);
+  EXPECT_EQ(expected.whole(), 1);
+  Import plain(split, 4, 2, 2, hostBut(&ReadingRules::filesAreOneSequence));
+  EXPECT_EQ(plain.whole(), 1);
+  EXPECT_EQ(plain.stored(), expected.stored());
+  Import host(split, 4, 2, 2);
+  EXPECT_EQ(host.whole(), 1);
+  EXPECT_EQ(host.stored(), expected.stored());
+  // The trial that the first file no longer holds is announced again before it is read from the next.
+  EXPECT_EQ(host.user.transcript(),
+            (Lines{"progress: Importing CTF MEG data T...", "range 0 4", "position 0", "position 1",
+                   "position 2", "position 2", "position 3", "position 3", "closed"}));
+}
+
+TEST(Meg4, ChannelBlocksOfASplitSetAreMisplacedUnderHostRulesOnly) {
+  const D split = splitDataset({{0}, {1}}, 2, 1);
+  Import host(split, 2, 2, 1);
+  EXPECT_EQ(host.blocks(), -1) << "the last read goes to a file that was never opened";
+  EXPECT_EQ(host.codes(), "meg4.short");
+  // Trial 1 begins in the second file: its first block is stored as channel 1 of trial 0, its second as
+  // channel 0 of trial 1.
+  EXPECT_EQ(host.trace.calls, (Lines{"importCtfDataC(0, 0, 1)", "importCtfDataC(0, 1, 1)",
+                                     "importCtfDataC(0, 1, 1)", "importCtfDataC(1, 0, 1)"}));
+  EXPECT_EQ(host.stored(), "0: 0 1000\n1: 1100 0\n");
+
+  Import plain(split, 2, 2, 1, hostBut(&ReadingRules::filesAreOneSequence));
+  EXPECT_EQ(plain.blocks(), 1);
+  EXPECT_EQ(plain.stored(), "0: 0 100\n1: 1000 1100\n");
+}
+
+TEST(Meg4, HostRulesStopAtEightFiles) {
+  const D nine = splitDataset({{0}, {1}, {2}, {3}, {4}, {5}, {6}, {7}, {8}}, 1, 1);
+  Import host(nine, 9, 1, 1);
+  EXPECT_EQ(host.whole(), -1);
+  EXPECT_EQ(host.data.numStoredTrials(), 8);
+  Import plain(nine, 9, 1, 1, hostBut(&ReadingRules::filesAreOneSequence));
+  EXPECT_EQ(plain.whole(), 1);
+  EXPECT_EQ(plain.data.numStoredTrials(), 9);
+}
+
+struct SetCase {
+  const char* what;
+  D dataset;  // of 3 trials, 1 channel, 2 samples
+  int host;
+  Lines hostShown;  // without progress
+  int plain;
+  Lines plainShown;
+  const char* plainCodes;
+  const char* plainStored;
+};
+
+TEST(Meg4, TreatsFaultySetsByRule) {
+  const auto t = [](int trial) { return D::trial(trial, 1, 2); };
+  const std::string half = t(2).substr(0, 5);
+  const Lines failed{"message: Failed"};
+  const Lines invalid{"message: Invalid CTF data file!"};
+  const SetCase cases[] = {
+      {"no file", dataset({}), 0, failed, 0, failed, "file.notFound", ""},
+      {"empty file", dataset({""}), 0, invalid, 0, invalid, "meg4.magic", ""},
+      {"wrong header", dataset({"MEG41CPx"}), 0, invalid, 0, invalid, "meg4.magic", ""},
+      {"header only", dataset({D::sampleFile({})}), 0, failed, 0, failed, "meg4.empty", ""},
+      {"a trial is missing",
+       dataset({D::sampleFile({t(0), t(1)})}),
+       0,
+       failed,
+       1,
+       {},
+       "meg4.short",
+       "0: 0 1\n1: 1000 1001\n"},
+      {"cut in the last trial",
+       dataset({D::sampleFile({t(0), t(1), half})}),
+       0,
+       failed,
+       1,
+       {},
+       "meg4.short",
+       "0: 0 1\n1: 1000 1001\n"},
+      {"cut before the last file", dataset({D::sampleFile({t(0), half}), D::sampleFile({t(2)})}), 0, failed,
+       0, failed, "meg4.cut", ""},
+      {"trailing bytes",
+       dataset({D::sampleFile({t(0), t(1), t(2), half})}),
+       1,
+       {},
+       1,
+       {},
+       "meg4.trailing",
+       "0: 0 1\n1: 1000 1001\n2: 2000 2001\n"},
+      {"wrong header of the second", dataset({D::sampleFile({t(0)}), "MEG42CP\0"}), 0, invalid, 0, invalid,
+       "meg4.magic", ""},
+  };
+  const auto messages = [](const Import& import) {
+    Lines lines;
+    for (const std::string& line : import.user.transcript())
+      if (line.starts_with("message")) lines.push_back(line);
+    return lines;
+  };
+  for (const SetCase& c : cases) {
+    Import host(c.dataset, 3, 1, 2);
+    EXPECT_EQ(host.whole(), c.host) << c.what;
+    EXPECT_EQ(messages(host), c.hostShown) << c.what;
+    Import plain(c.dataset, 3, 1, 2, hostBut(&ReadingRules::filesAreOneSequence));
+    EXPECT_EQ(plain.whole(), c.plain) << c.what;
+    EXPECT_EQ(messages(plain), c.plainShown) << c.what;
+    EXPECT_EQ(plain.codes(), c.plainCodes) << c.what;
+    EXPECT_EQ(plain.stored(), c.plainStored) << c.what;
+    Import blocks(c.dataset, 3, 1, 2, hostBut(&ReadingRules::filesAreOneSequence));
+    EXPECT_EQ(blocks.blocks(), c.plain) << c.what;
+    EXPECT_EQ(blocks.stored(), c.plainStored) << c.what;
+  }
+}
+
+TEST(Meg4, RefusesCountsBelowOneWithoutAMessage) {
+  for (const auto& [trials, channels, samples] : {std::array{0, 1, 1}, {1, -1, 1}, {1, 1, 0}}) {
+    Import import({}, trials, channels, samples);
+    EXPECT_EQ(import.whole(), 0);
+    EXPECT_EQ(import.blocks(), 0);
+    EXPECT_EQ(import.user.transcript(), Lines{});
+    EXPECT_EQ(import.codes(), "res4.counts res4.counts");
+  }
+}
+
+TEST(Meg4, TrialBytesWrapByRule) {
+  const SampleCounts counts{1, 1, (std::int64_t{1} << 30) + 2};
+  EXPECT_EQ(trialBytes(counts, ReadingRules::host()), 8u);
+  EXPECT_EQ(trialBytes(counts, hostBut(&ReadingRules::wideCounts)), (std::uint64_t{1} << 32) + 8);
+
+  // The file is sparse: a trial of 4 GiB and 8 bytes, of which the host rules read 8.
+  Import import(dataset({D::sampleFile({Bytes().i32(5).i32(6).str()})}), 1, 1, (1 << 30) + 2);
+  std::filesystem::resize_file(import.directory.path() / "run.ds" / "run.meg4",
+                               (std::uintmax_t{1} << 32) + 16);
+  EXPECT_EQ(import.whole(), 1);
+  ASSERT_NE(import.data.trialSamples(0), nullptr);
+  EXPECT_EQ(import.data.trialSamples(0)[1], 6);
+  EXPECT_EQ(import.data.trialSamples(0)[2], 0) << "never written";
+}
+
+TEST(Meg4, SaysWhenTheBufferDoesNotFitIntoMemory) {
+  for (const bool whole : {true, false}) {
+    Import import({}, 2, 2, 3);
+    {
+      // The buffer alone: everything that is still to be allocated is smaller or comes later.
+      const FailingNew noBuffer(whole ? 24 : 12);
+      try {
+        EXPECT_EQ(whole ? import.readCtfDataT(import.path) : import.readCtfDataC(import.path), 0);
+      } catch (const std::bad_alloc&) {
+        GTEST_SKIP() << "another allocation of that size came first";
+      }
+    }
+    EXPECT_EQ(import.user.transcript()[import.user.transcript().size() - 2],
+              "message: Allocate Memeory error! Is dataset too big?!");
+  }
+}
+
+TEST(Meg4, PromisesBeyondTheFilesAreNotAllocatedFor) {
+  // 8 files of a few bytes, a header that promises terabytes: reading goes as far as the files do.
+  const D eight = splitDataset({{0}, {1}, {2}, {3}, {4}, {5}, {6}, {7}}, 1, 1);
+  Import import(eight, 1, 30000, 30000000, hostBut(&ReadingRules::wideCounts));
+  EXPECT_EQ(import.whole(), -1);
+  EXPECT_EQ(import.data.numStoredTrials(), 0);
+}
+
+}  // namespace

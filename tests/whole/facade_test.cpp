@@ -1,0 +1,181 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "framework/encoding.h"
+#include "framework/native_path.h"
+#include "reader/meg_reader_face.h"
+#include "support/minimal_dataset.h"
+#include "support/temporary_directory.h"
+#include "ui/scripted.h"
+
+namespace {
+
+using D = MinimalDataset;
+using Lines = std::vector<std::string>;
+
+constexpr const char* kQuestion = "question: The file does not like CTF format! Would you like to continue?";
+
+/// A host: an array that owns its data objects, and a scripted user.
+struct Host {
+  explicit Host(std::deque<MessageAnswer> answers = {}) : user(std::move(answers)), installed(&user) {}
+  ~Host() {
+    for (int i = 0; i < array.GetSize(); ++i)
+      delete at(i);
+  }
+
+  CMEGDatazk* at(int index) { return static_cast<CMEGDatazk*>(array.GetAt(index)); }
+
+  CString write(const D& dataset) { return fromUtf8(dataset.write(directory.path()).string()); }
+
+  int read(const CString& path) { return facade.readCTFMEGData2HdPa(path, &array, nullptr, nullptr); }
+  int info(CString path) { return facade.readCTFMEGDataInfo(path, &data); }
+
+  /// Messages and questions that were shown, without progress.
+  Lines shown() const {
+    Lines lines;
+    for (const std::string& line : user.transcript())
+      if (line.starts_with("message") || line.starts_with("question")) lines.push_back(line);
+    return lines;
+  }
+
+  TemporaryDirectory directory;
+  CPtrArray array;
+  CMEGDatazk data;
+  CMEGReaderFacezk facade;
+  ScriptedInterface user;
+  ThreadUserInterface installed;
+};
+
+D patched(std::size_t offset, const Bytes& bytes) {
+  D dataset;
+  dataset.res4.put(offset, bytes);
+  return dataset;
+}
+
+D withSampleFiles(std::vector<std::string> files) {
+  D dataset;
+  dataset.sampleFiles = std::move(files);
+  return dataset;
+}
+
+TEST(Facade, AsksAboutOtherFileTypesOnly) {
+  Host host({MessageAnswer::yes, MessageAnswer::no});
+  for (const wchar_t* path : {L"run.meg4", L"RUN.MEG4", L"x.1_meg4", L"run.res4", L"run.eeg", L"run.infods"})
+    EXPECT_EQ(host.facade.checkCtfFileFormat(path), 1);
+  EXPECT_EQ(host.user.transcript(), Lines{});
+  EXPECT_EQ(host.facade.checkCtfFileFormat(L"run.ds"), 1);
+  EXPECT_EQ(host.facade.checkCtfFileFormat(L"run.meg"), 0);
+  EXPECT_EQ(host.shown(), (Lines{std::string(kQuestion) + " -> yes", std::string(kQuestion) + " -> no"}));
+}
+
+TEST(Facade, GoesOnWithTheSamePathAfterYes) {
+  Host host({MessageAnswer::yes});
+  const CString resource = host.write({});
+  // Any name in the dataset will do: the reader looks for the resource file of that base name.
+  const CString other = resource.Left(resource.GetLength() - 4) + L"xyz";
+  EXPECT_EQ(host.info(other), 1);
+  EXPECT_EQ(host.info(other), 0) << "the script is used up: No";
+}
+
+TEST(Facade, OpensTrialsOfEveryObjectInTheArray) {
+  Host host;
+  const CString path = host.write({});
+  ASSERT_EQ(host.read(path), 1);
+  ASSERT_EQ(host.read(path), 1);
+  host.array.SetAtGrow(2, nullptr);
+  ASSERT_EQ(host.read(path), 1);
+  ASSERT_EQ(host.array.GetSize(), 4);
+  for (const int i : {0, 1, 3}) {
+    EXPECT_EQ(host.at(i)->currentTrial(), 0);
+    EXPECT_EQ(host.at(i)->trialSamples(1)[5], D::value(1, 1, 2));
+  }
+}
+
+TEST(Facade, InfoReadsNoSamplesAndOpensNoTrial) {
+  Host host;
+  EXPECT_EQ(host.info(host.write(withSampleFiles({}))), 1) << "no sample file is needed";
+  EXPECT_EQ(host.data.channels().size(), 2u);
+  EXPECT_EQ(host.data.currentTrial(), -1);
+  CString path = host.write({});
+  EXPECT_EQ(host.facade.checkCTFMEGData(path, &host.data), 1);
+  EXPECT_EQ(host.facade.checkCTFMEGData(path, nullptr), 0);
+  EXPECT_EQ(host.facade.readCTFMEGDataInfo(path, nullptr), 0);
+}
+
+TEST(Facade, ShowsWhatFilesCauseAndLeavesTheArrayAsItWas) {
+  struct Case {
+    D dataset;
+    int result;
+    Lines shown;
+  };
+  const Case cases[] = {
+      {patched(0, Bytes().raw("MEG40RS")), 0, {"message: Invalid (MEG42RS) CTF resource file"}},
+      {patched(1340, Bytes().i16(2)), 1, {"message: Trigger format error!"}},
+      {patched(1312, Bytes().i16(0)), 0, {}},
+      {withSampleFiles({}), 0, {"message: Failed"}},
+      {withSampleFiles({"MEG41CP!"}), 0, {"message: Invalid CTF data file!"}},
+  };
+  for (const Case& c : cases) {
+    Host host;
+    host.array.SetAtGrow(0, new CMEGDatazk);
+    EXPECT_EQ(host.read(host.write(c.dataset)), c.result);
+    EXPECT_EQ(host.shown(), c.shown);
+    EXPECT_EQ(host.array.GetSize(), 1 + c.result);
+  }
+}
+
+TEST(Facade, NamesTheBaseOfAResourceFileThatIsMissing) {
+  Host host;
+  const std::string base = (host.directory.path() / "none.").string();
+  EXPECT_EQ(host.read(fromUtf8(base + "res4")), 0);
+  EXPECT_EQ(host.shown(), Lines{"message: Can't open file " + toUtf8(toWindowsPath(base)) + ", error = 2\n"});
+  ASSERT_EQ(host.user.findings().size(), 1u);
+  EXPECT_EQ(toNativePath(host.user.findings()[0].file), base + "res4");
+}
+
+TEST(Facade, ASampleFileThatEndsTooSoonReachesTheHostAsAFileError) {
+  Host host;
+  // Enough bytes for two trials, but spread so that the first file holds one and a half.
+  const std::string first = D::trial(0, 2, 3), second = D::trial(1, 2, 3);
+  const CString path = host.write(
+      withSampleFiles({D::sampleFile({first, second.substr(0, 12)}), D::sampleFile({second.substr(12)})}));
+  try {
+    host.read(path);
+    ADD_FAILURE() << "no exception";
+  } catch (CFileException* error) {
+    EXPECT_EQ(error->m_cause, CFileException::invalidFile);
+    error->Delete();
+  }
+  EXPECT_EQ(host.array.GetSize(), 1) << "what was appended stays";
+}
+
+TEST(Facade, CopiesShareAReaderThatOutlivesThem) {
+  Host host;
+  const CString path = host.write({});
+  auto first = std::make_unique<CMEGReaderFacezk>();
+  CString p = path;
+  ASSERT_EQ(first->readCTFMEGDataInfo(p, &host.data), 1);
+  CMEGReaderFacezk second(*first);
+  host.facade = second;
+  first.reset();
+  EXPECT_EQ(second.readCTFMEGDataInfo(p, &host.data), 1);
+  EXPECT_EQ(host.facade.readCTFMEGData2HdPa(L"missing.res4", &host.array, nullptr, nullptr), 0);
+  EXPECT_EQ(second.readCTFMEGDataInfo(p, &host.data), 1)
+      << "a failure releases the failing facade's share only";
+  EXPECT_EQ(host.info(path), 1) << "and that one makes itself a new one";
+}
+
+TEST(Facade, RulesSetLaterReachTheReaderThatIsThere) {
+  Host host;
+  const CString path = host.write({});
+  const auto firstCoil = [&] {
+    EXPECT_EQ(host.info(path), 1);
+    return host.data.channels()[0].sensor.squid()->dewarCoils[0].position[2];
+  };
+  EXPECT_EQ(firstCoil(), 300.0);
+  host.facade.setReadingRules(ReadingRules::plain());
+  EXPECT_EQ(firstCoil(), 3.0);
+}
+
+}  // namespace

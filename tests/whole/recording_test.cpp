@@ -1,0 +1,208 @@
+#include "host/recording.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "support/minimal_dataset.h"
+#include "support/temporary_directory.h"
+
+namespace {
+
+using namespace ctfmeg;
+using D = MinimalDataset;
+namespace fs = std::filesystem;
+
+/// Kind and text of the error that reading ends in.
+std::string errorOf(const fs::path& path, const ReadOptions& options = {}) {
+  try {
+    Recording::read(path, options);
+  } catch (const Error& error) {
+    return std::string(nameOf(error.kind())) + " | " + error.path().filename().string() + " | " +
+           error.text();
+  }
+  return "none";
+}
+
+TEST(Recording, GivesSamplesUnitsAndTimes) {
+  TemporaryDirectory directory;
+  D().write(directory.path());
+  const Recording recording = Recording::read(directory.path() / "run.ds");
+  EXPECT_EQ(recording.name(), "run");
+  EXPECT_EQ(recording.trialNumbers(), (std::vector{0, 1}));
+  const Trial trial = recording.trial(1);
+  EXPECT_EQ(trial.channels(), 2);
+  ASSERT_EQ(trial.samples(), 3);
+  EXPECT_EQ(trial.raw(1)[2], D::value(1, 1, 2));
+  std::vector<double> physical(3);
+  EXPECT_EQ(trial.physical(0, physical), 3u);
+  EXPECT_EQ(physical[2], 1002 / (-2.0e9 * 1048576.0));
+  EXPECT_EQ(trial.origin().fileTrial, 1);
+  EXPECT_DOUBLE_EQ(trial.time(0), -1 / 600.0);
+  EXPECT_DOUBLE_EQ(trial.time(2), 1 / 600.0);
+
+  const Channel& channel = recording.channels()[0];
+  EXPECT_EQ(channel.kind, ChannelKind::gradiometer);
+  EXPECT_EQ(channel.unit, "T");
+  EXPECT_EQ(recording.channels()[1].unit, "1");
+  ASSERT_EQ(channel.dewarCoils.size(), 2u);
+  EXPECT_EQ(channel.dewarCoils[1].positionCm, (std::array{-2.0, 1.0, 8.0}));
+  EXPECT_EQ(recording.record().subjectId, "subject");
+  EXPECT_EQ(recording.record().filters[1].params, (std::vector{4.0, 0.25}));
+  ASSERT_EQ(recording.coefficients().size(), 1u);
+  EXPECT_EQ(coefficientTypeName(recording.coefficients()[0].type), "G1BR");
+  EXPECT_EQ(recording.coefficients()[0].references[1].reference, "BG2-2805");
+
+  EXPECT_THROW(recording.trial(2), std::out_of_range);
+  EXPECT_THROW(trial.raw(2), std::out_of_range);
+  EXPECT_THROW(trial.raw(-1), std::out_of_range);
+  EXPECT_THROW(trial.time(3), std::out_of_range);
+}
+
+TEST(Recording, TrialsKeepTheirSamplesAlive) {
+  TemporaryDirectory directory;
+  D().write(directory.path());
+  const auto trial = [&] { return Recording::read(directory.path() / "run.ds").trial(0); }();
+  EXPECT_EQ(trial.raw()[5], D::value(0, 1, 2));
+}
+
+TEST(Recording, HeaderOnlyTouchesNoSamples) {
+  TemporaryDirectory directory;
+  D dataset;
+  dataset.sampleFiles = {};
+  dataset.write(directory.path());
+  ReadOptions options;
+  options.samples = false;
+  const Recording recording = Recording::read(directory.path() / "run.ds", options);
+  EXPECT_TRUE(recording.trialNumbers().empty());
+  EXPECT_EQ(recording.channels().size(), 2u);
+  EXPECT_THROW(recording.trial(0), std::out_of_range);
+}
+
+TEST(Recording, FindsTheResourceFileOfADirectory) {
+  TemporaryDirectory directory;
+  const fs::path dataset = directory.path() / "run.ds";
+  D().write(directory.path());
+  EXPECT_EQ(resolveDataset(dataset), dataset / "run.res4");
+  EXPECT_EQ(resolveDataset(dataset / "").filename(), "run.res4");
+  writeFile(dataset / "other.res4", "");
+  EXPECT_EQ(resolveDataset(dataset), dataset / "run.res4") << "its own, whatever else is there";
+  fs::rename(dataset, directory.path() / "renamed.ds");
+  EXPECT_EQ(
+      errorOf(directory.path() / "renamed.ds"),
+      "notADataset | renamed.ds | holds several CTF resource files and none is renamed.res4: name one of "
+      "other.res4, run.res4");
+  fs::remove(directory.path() / "renamed.ds" / "other.res4");
+  EXPECT_EQ(Recording::read(directory.path() / "renamed.ds").name(), "run");
+}
+
+TEST(Recording, SaysWhatAndWhere) {
+  TemporaryDirectory directory;
+  const fs::path run = directory.path() / "run.ds";
+  EXPECT_EQ(errorOf(run), "notFound | run.ds | can't be read: No such file or directory");
+  fs::create_directory(run);
+  EXPECT_EQ(
+      errorOf(run),
+      "notADataset | run.ds | holds no CTF resource file: looked for run.res4 and for any other *.res4");
+  writeFile(run / "run.res4", "");
+  EXPECT_EQ(errorOf(run),
+            "notADataset | run.res4 | is not a CTF resource file: it does not begin with MEG42RS");
+  D cut;
+  cut.res4 = Bytes().raw(cut.res4.str().substr(0, 1500));
+  cut.write(directory.path());
+  EXPECT_EQ(errorOf(run),
+            "damaged | run.res4 | is cut short: it ends at byte 1500, within its general header");
+
+  D noSamples;
+  noSamples.sampleFiles = {};
+  fs::remove(run / "run.meg4");
+  noSamples.write(directory.path());
+  EXPECT_EQ(errorOf(run), "notFound | run.meg4 | can't be read: No such file or directory");
+  writeFile(run / "run.txt", "");
+  EXPECT_EQ(errorOf(run / "run.txt"), "refused | run.txt | does not look like a CTF file; not read");
+#ifndef _WIN32
+  writeFile(run / "a\\b.res4", "");
+  EXPECT_TRUE(errorOf(run / "a\\b.res4").starts_with("refused | a\\b.res4 | holds a backslash"));
+#endif
+}
+
+TEST(Recording, TurnsFileErrorsAndMessagesIntoFindings) {
+  TemporaryDirectory directory;
+  D dataset;
+  dataset.res4.put(1340, Bytes().i16(9));
+  dataset.sampleFiles = {D::sampleFile({D::trial(0, 2, 3)})};
+  dataset.write(directory.path());
+  const Recording recording = Recording::read(directory.path() / "run.ds");
+  ASSERT_EQ(recording.warnings().size(), 2u);
+  EXPECT_EQ(recording.warnings()[0].text, "Trigger format error!");
+  EXPECT_EQ(recording.warnings()[1].code, "meg4.short");
+  EXPECT_EQ(recording.warnings()[1].text, "ends early: 1 of 2 trials are there whole");
+  EXPECT_EQ(recording.trialNumbers(), std::vector{0});
+
+  ReadOptions hostRules;
+  hostRules.rules = Rules::host;
+  EXPECT_TRUE(errorOf(directory.path() / "run.ds", hostRules).starts_with("notFound | run.1_meg4"));
+}
+
+TEST(Recording, AsksAndStopsAsTheCallerWants) {
+  TemporaryDirectory directory;
+  const fs::path run = D().write(directory.path()).parent_path();
+  writeFile(run / "run.txt", "");
+  ReadOptions options;
+  std::vector<std::string> questions;
+  options.answer = [&](const std::string& question) {
+    questions.push_back(question);
+    return true;
+  };
+  EXPECT_EQ(Recording::read(run / "run.txt", options).trialNumbers().size(), 2u);
+  EXPECT_EQ(questions.size(), 1u);
+
+  std::vector<double> fractions;
+  options.progress = [&](const Progress& progress) {
+    fractions.push_back(progress.fraction);
+    return fractions.size() < 2;
+  };
+  EXPECT_TRUE(errorOf(run, options).starts_with("stopped"));
+  EXPECT_EQ(fractions, (std::vector{0.0, 0.5}));
+}
+
+TEST(Recording, ReadsTheRealRecordingByBothRules) {
+  if (!fs::exists(REAL_RECORDING)) GTEST_SKIP() << "the real recording is not here";
+  const Recording plain = Recording::read(REAL_RECORDING);
+  const RecordInfo& record = plain.record();
+  EXPECT_EQ(record.numTrials, 2);
+  EXPECT_EQ(record.numChannels, 356);
+  EXPECT_EQ(record.samplesPerTrial, 1201);
+  EXPECT_EQ(record.sampleRate, 1200.0);
+  EXPECT_EQ(record.preTrigSamples, -2400);
+  EXPECT_EQ(record.dataDate, "29-Apr-2013");
+  EXPECT_TRUE(plain.warnings().empty());
+  ASSERT_EQ(plain.coefficients().size(), 1393u);
+  const CoefficientRecord& first = plain.coefficients()[0];
+  EXPECT_EQ(first.sensor, "BG1-4304");
+  EXPECT_EQ(coefficientTypeName(first.type), "G1BR");
+  ASSERT_EQ(first.references.size(), 8u);
+  EXPECT_EQ(first.references[0].reference, "BG1-4304");
+  const auto baseline = [](const Channel& channel) {
+    const auto &a = channel.dewarCoils[0].positionCm, &b = channel.dewarCoils[1].positionCm;
+    return std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
+  };
+  int gradiometers = 0;
+  for (const Channel& channel : plain.channels()) {
+    if (channel.kind != ChannelKind::gradiometer) continue;
+    ++gradiometers;
+    EXPECT_NEAR(baseline(channel), 5.0, 0.1) << channel.name;
+  }
+  EXPECT_EQ(gradiometers, 273);
+
+  ReadOptions hostRules;
+  hostRules.rules = Rules::host;
+  const Recording host = Recording::read(REAL_RECORDING, hostRules);
+  EXPECT_TRUE(host.coefficients()[0].references[0].reference.starts_with("BG1-4304@k"));
+  EXPECT_NEAR(baseline(host.channels()[32]), 500.0, 10.0);
+  EXPECT_EQ(host.record().sensorFileName, "\x01") << "rubbish behind the zero bytes of an empty field";
+  EXPECT_TRUE(std::ranges::equal(host.trial(1).raw(), plain.trial(1).raw()));
+}
+
+}  // namespace

@@ -1,0 +1,131 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+
+#include "host/recording.h"
+#include "simulate/dataset.h"
+#include "support/temporary_directory.h"
+
+namespace {
+
+using namespace ctfmeg;
+namespace fs = std::filesystem;
+
+simulate::Options smallOptions() {
+  simulate::Options options;
+  options.channels = 60;
+  options.trials = 5;
+  options.samples = 240;
+  options.rate = 600.0;
+  options.preTrigger = 60;
+  return options;
+}
+
+fs::path simulated(const fs::path& parent, const std::string& name, const simulate::Options& options) {
+  simulate::writeDataset(parent / name, options);
+  return parent / name;
+}
+
+std::string allBytes(const fs::path& dataset) {
+  std::set<fs::path> files;
+  for (const auto& entry : fs::directory_iterator(dataset))
+    files.insert(entry.path());
+  std::string bytes;
+  for (const fs::path& file : files)
+    bytes += file.extension().string() + readFile(file);
+  return bytes;
+}
+
+TEST(Simulate, ReadsBackAsARecording) {
+  TemporaryDirectory directory;
+  const Recording recording = Recording::read(simulated(directory.path(), "a.ds", smallOptions()));
+  EXPECT_TRUE(recording.warnings().empty());
+  const RecordInfo& record = recording.record();
+  EXPECT_EQ(record.numChannels, 60);
+  EXPECT_EQ(record.numTrials, 5);
+  EXPECT_EQ(record.samplesPerTrial, 240);
+  EXPECT_EQ(record.sampleRate, 600.0);
+  EXPECT_EQ(record.preTrigSamples, 60);
+  EXPECT_EQ(record.filters.size(), 2u);
+  EXPECT_EQ(recording.trialNumbers().size(), 5u);
+
+  std::set<ChannelKind> kinds;
+  std::vector<double> values(240);
+  for (const Channel& channel : recording.channels()) {
+    kinds.insert(channel.kind);
+    recording.trial(0).physical(channel.index, values);
+    double largest = 0.0;
+    for (const double value : values)
+      largest = std::max(largest, std::abs(value));
+    if (channel.kind == ChannelKind::gradiometer) {
+      const auto &a = channel.dewarCoils[0].positionCm, &b = channel.dewarCoils[1].positionCm;
+      EXPECT_NEAR(std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]), 5.0, 1e-9) << channel.name;
+      EXPECT_GT(largest, 2e-14) << channel.name;
+      EXPECT_LT(largest, 5e-12) << channel.name;
+    } else if (channel.kind == ChannelKind::eeg) {
+      EXPECT_GT(largest, 1e-6) << channel.name;
+      EXPECT_LT(largest, 2e-4) << channel.name;
+    } else if (channel.kind == ChannelKind::clock) {
+      EXPECT_NEAR(values[239] - values[0], 239 / 600.0, 1e-3);
+    }
+  }
+  EXPECT_TRUE(kinds.contains(ChannelKind::refMagnetometer));
+  EXPECT_TRUE(kinds.contains(ChannelKind::refGradiometer));
+  EXPECT_TRUE(kinds.contains(ChannelKind::stim));
+  EXPECT_FALSE(recording.coefficients().empty());
+}
+
+TEST(Simulate, TheSameSeedGivesTheSameBytes) {
+  TemporaryDirectory directory;
+  auto options = smallOptions();
+  const std::string bytes = allBytes(simulated(directory.path(), "a.ds", options));
+  EXPECT_EQ(allBytes(simulated(directory.path(), "b.ds", options)), bytes);
+  options.seed = 2;
+  EXPECT_NE(allBytes(simulated(directory.path(), "c.ds", options)), bytes);
+}
+
+TEST(Simulate, ASplitSetReadsAsTheSameDataInOneFile) {
+  TemporaryDirectory directory;
+  auto options = smallOptions();
+  const Recording whole = Recording::read(simulated(directory.path(), "a.ds", options));
+  options.splitAfter = 2;
+  const fs::path split = simulated(directory.path(), "b.ds", options);
+  EXPECT_TRUE(fs::exists(split / "b.2_meg4"));
+  for (const Rules rules : {Rules::plain, Rules::host}) {
+    ReadOptions reading;
+    reading.rules = rules;
+    const Recording recording = Recording::read(split, reading);
+    ASSERT_EQ(recording.trialNumbers(), whole.trialNumbers());
+    for (const int t : whole.trialNumbers())
+      EXPECT_TRUE(std::ranges::equal(recording.trial(t).raw(), whole.trial(t).raw())) << t;
+  }
+}
+
+TEST(Simulate, RefusesWithoutLeavingAnything) {
+  TemporaryDirectory directory;
+  const auto names = [&] {
+    std::set<std::string> found;
+    for (const auto& entry : fs::directory_iterator(directory.path()))
+      found.insert(entry.path().filename().string());
+    return found;
+  };
+  auto options = smallOptions();
+  EXPECT_THROW(simulated(directory.path(), "a.meg", options), std::invalid_argument);
+  options.channels = 0;
+  EXPECT_THROW(simulated(directory.path(), "a.ds", options), std::invalid_argument);
+  options = smallOptions();
+  options.samples = 1 << 30;
+  EXPECT_THROW(simulated(directory.path(), "a.ds", options), std::invalid_argument)
+      << "a trial of 2 GiB and more";
+  options = smallOptions();
+  EXPECT_THROW(simulate::writeDataset(directory.path() / "a.ds", options, [](int, int) { return false; }),
+               simulate::Stopped);
+  EXPECT_TRUE(names().empty());
+  simulated(directory.path(), "a.ds", options);
+  EXPECT_THROW(simulated(directory.path(), "a.ds", options), fs::filesystem_error);
+  EXPECT_EQ(names(), std::set<std::string>{"a.ds"});
+}
+
+}  // namespace
