@@ -91,7 +91,8 @@ void printOverview(const std::string& path, const Recording& recording, bool noI
     line("Subject", record.subjectId);
     line("Operator", record.operatorName);
     line("Run", joined(record.runName, record.runTitle));
-    line("Description", joined(record.dataDescription, record.runDescription));
+    line("Data", record.dataDescription);
+    line("Description", record.runDescription);
   }
   line("Trials", trialsText(record));
   line("Trigger", triggerText(record));

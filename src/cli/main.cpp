@@ -1,6 +1,5 @@
 #include <CLI/CLI.hpp>
 #include <iostream>
-#include <map>
 #include <new>
 
 #include "cli/commands.h"
@@ -23,10 +22,15 @@ Examples:
 )";
 
 void addReading(CLI::App* command, ReadingOptions& options) {
-  const std::map<std::string, Rules> rules{{"plain", Rules::plain}, {"host", Rules::host}};
   command
-      ->add_option("--rules", options.rules, "plain: what the files say; host: to the letter what hosts get")
-      ->transform(CLI::CheckedTransformer(rules).description("plain|host"))
+      ->add_option_function<std::string>(
+          "--rules",
+          [&options](const std::string& name) {
+            options.rules = name == "host" ? Rules::host : Rules::plain;
+          },
+          "plain (what the files say) or host (to the letter what hosts get)")
+      ->check(CLI::IsMember({"plain", "host"}).description(""))
+      ->default_str("plain")
       ->type_name("RULES");
   auto* yes = command->add_flag("--yes", options.yes, "answer the reader's questions with Yes");
   command->add_flag("--no", options.no, "answer them with No")->excludes(yes);
@@ -46,7 +50,10 @@ void addChannels(CLI::App* command, std::string& channels) {
 }
 
 int run(int argc, char** argv) {
-  CLI::App app("Reads MEG recordings made on CTF systems.");
+  CLI::App app("Reads MEG recordings made on CTF systems.", "ctfmeg");
+  app.failure_message([](const CLI::App*, const CLI::Error& error) {
+    return std::string("ctfmeg: ") + error.what() + "\nctfmeg: run it with --help to see what there is\n";
+  });
   app.footer(kExamples);
   app.set_version_flag("--version", "ctfmeg " CTFMEG_VERSION);
   app.require_subcommand(1);

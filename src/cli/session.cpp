@@ -5,15 +5,16 @@
 #include "cli/commands.h"
 #include "cli/interrupt.h"
 #include "cli/say.h"
-#include "framework/encoding.h"
+#include "cli/visible_text.h"
+#include "ui/terminal.h"
 
 namespace ctfmeg::cli {
 
-Session::Session(const ReadingOptions& options) : m_options(options), m_terminal(!options.quiet) {}
+Session::Session(const ReadingOptions& options) : m_options(options) {}
 
 bool Session::answer(const std::string& question) {
   if (m_options.yes || m_options.no) return m_options.yes;
-  return m_terminal.messageBox(fromUtf8(question), MessageStyle::yesNo) == MessageAnswer::yes;
+  return askOnTerminal(visible(question));
 }
 
 Recording Session::read(const std::string& dataset, bool samples) {
@@ -24,7 +25,7 @@ Recording Session::read(const std::string& dataset, bool samples) {
   options.answer = [this](const std::string& question) { return answer(question); };
   options.progress = [&](const Progress& progress) {
     constexpr int kSteps = 1000;
-    if (!bar) bar = m_terminal.openProgress(fromUtf8("Reading " + dataset));
+    if (!bar && !m_options.quiet) bar = openTerminalBar("Reading " + visible(dataset));
     if (bar) {
       bar->setRange(0, kSteps);
       bar->setPosition(static_cast<int>(progress.fraction * kSteps));

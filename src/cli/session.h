@@ -4,7 +4,6 @@
 #include <string>
 
 #include "cli/options.h"
-#include "ui/terminal.h"
 
 namespace ctfmeg::cli {
 
@@ -29,7 +28,6 @@ class Session {
   void sayWarnings(const std::string& dataset, const Recording& recording);
 
   ReadingOptions m_options;
-  TerminalInterface m_terminal;
   bool m_failed = false;
   bool m_warned = false;
 };

@@ -4,15 +4,14 @@
 #include "cli/commands.h"
 #include "cli/interrupt.h"
 #include "cli/say.h"
-#include "framework/encoding.h"
+#include "cli/visible_text.h"
 #include "simulate/dataset.h"
 #include "ui/terminal.h"
 
 namespace ctfmeg::cli {
 
 int runSimulate(const std::string& directory, const simulate::Options& options, bool quiet) {
-  TerminalInterface terminal(!quiet);
-  const auto bar = terminal.openProgress(fromUtf8("Writing " + directory));
+  const auto bar = quiet ? nullptr : openTerminalBar("Writing " + visible(directory));
   if (bar) bar->setRange(0, options.trials);
   try {
     simulate::writeDataset(directory, options, [&](int done, int) {

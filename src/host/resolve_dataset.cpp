@@ -63,7 +63,7 @@ fs::path resolveDataset(const fs::path& path) {
   const fs::file_status status = fs::status(path, failed);
   if (!fs::exists(status))
     fail(path, failed ? failed : std::make_error_code(std::errc::no_such_file_or_directory));
-  const fs::path file = fs::is_directory(status) ? resourceFileOf(path) : path;
+  fs::path file = fs::is_directory(status) ? resourceFileOf(path) : path;
 #ifndef _WIN32
   if (file.native().find('\\') != std::string::npos)
     throw Error(ErrorKind::refused, file,

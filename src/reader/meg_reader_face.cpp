@@ -30,6 +30,7 @@ CCtfDatasetReader* CMEGReaderFace::reader() {
   return m_reader.get();
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): hosts know the signature
 int CMEGReaderFace::checkCtfFileFormat(CString path) {
   const CString type = path.Right(4).MakeLower();
   for (const wchar_t* known : {L"meg4", L"res4", L".eeg", L"fods"})
@@ -52,18 +53,21 @@ int CMEGReaderFace::readCTFMEGDataInfo(CString& path, CMEGDatazk* data) {
   return current != nullptr && current->readDatasetInfo(toWindowsPath(path), data);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): hosts know the signature
 int CMEGReaderFacezk::readCTFMEGData2HdPa(CString path, CPtrArray* array, CDocument* document,
                                           CMarkerDatazk* /*marker*/) {
   if (!checkCtfFileFormat(path)) return 0;
   CCtfDatasetReader* current = reader();
   if (current == nullptr) return 0;
-  const int before = array != nullptr ? array->GetSize() : 0;
+  if (array == nullptr)
+    return current->readDatasetToArray(toWindowsPath(path), array, document);  // says why not
+  const int before = array->GetSize();
   if (current->readDatasetToArray(toWindowsPath(path), array, document)) {
     for (int i = 0; i < array->GetSize(); ++i)
       if (auto* data = static_cast<CMEGDatazk*>(array->GetAt(i))) data->openTrial(0);
     return 1;
   }
-  if (array != nullptr && array->GetSize() > before) {
+  if (array->GetSize() > before) {
     auto* appended = static_cast<CMEGDatazk*>(array->GetAt(before));
     array->RemoveAt(before);
     delete appended;

@@ -42,20 +42,26 @@ class TerminalBar : public ProgressWindow {
 
 }  // namespace
 
-MessageAnswer TerminalInterface::messageBox(const CString& text, MessageStyle style) {
-  const std::string shown = toUtf8(text);
-  if (style == MessageStyle::ok) {
-    std::cerr << shown << '\n';
-    return MessageAnswer::ok;
-  }
-  if (!inputIsTerminal() || !errorsAreTerminal()) return MessageAnswer::no;
-  std::cerr << shown << " [y/N] " << std::flush;
+bool askOnTerminal(const std::string& question) {
+  if (!inputIsTerminal() || !errorsAreTerminal()) return false;
+  std::cerr << question << " [y/N] " << std::flush;
   std::string reply;
   std::getline(std::cin, reply);
-  return !reply.empty() && (reply[0] == 'y' || reply[0] == 'Y') ? MessageAnswer::yes : MessageAnswer::no;
+  return !reply.empty() && (reply[0] == 'y' || reply[0] == 'Y');
+}
+
+std::unique_ptr<ProgressWindow> openTerminalBar(const std::string& title) {
+  if (!errorsAreTerminal()) return nullptr;
+  return std::make_unique<TerminalBar>(title);
+}
+
+MessageAnswer TerminalInterface::messageBox(const CString& text, MessageStyle style) {
+  if (style == MessageStyle::yesNo)
+    return askOnTerminal(toUtf8(text)) ? MessageAnswer::yes : MessageAnswer::no;
+  std::cerr << toUtf8(text) << '\n';
+  return MessageAnswer::ok;
 }
 
 std::unique_ptr<ProgressWindow> TerminalInterface::openProgress(const CString& title) {
-  if (!m_showProgress || !errorsAreTerminal()) return nullptr;
-  return std::make_unique<TerminalBar>(toUtf8(title));
+  return openTerminalBar(toUtf8(title));
 }

@@ -1,18 +1,20 @@
 #pragma once
 
+#include <memory>
+#include <string>
+
 #include "framework/user_interface.h"
 
-/// A person at a terminal: messages and questions on standard error, answers from standard input, a progress
-/// bar on standard error. Where standard error is no terminal, no bar is shown; where the two are not both
-/// terminals, nobody is asked and the answer is No.
+/// Asks on standard error and reads the answer from standard input; true for Yes. Where the two are not both
+/// terminals nobody is asked and the answer is No. Texts are UTF-8.
+bool askOnTerminal(const std::string& question);
+
+/// A bar on standard error; null where that is no terminal.
+std::unique_ptr<ProgressWindow> openTerminalBar(const std::string& title);
+
+/// A person at a terminal: questions and progress as above, messages on standard error.
 class TerminalInterface : public UserInterface {
  public:
-  /// `showProgress` false: no bar even on a terminal.
-  explicit TerminalInterface(bool showProgress = true) : m_showProgress(showProgress) {}
-
   MessageAnswer messageBox(const CString& text, MessageStyle style) override;
   std::unique_ptr<ProgressWindow> openProgress(const CString& title) override;
-
- private:
-  bool m_showProgress;
 };

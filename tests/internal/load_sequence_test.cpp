@@ -85,6 +85,18 @@ TEST(LoadSequence, RefusesWhatItCannotFill) {
   EXPECT_EQ(reader.user.transcript(), Lines{});
 }
 
+TEST(LoadSequence, SaysWhenAFileCannotBeRead) {
+  const std::filesystem::path unreadable = "/proc/self/mem";  // opens, and then fails to read
+  if (!std::filesystem::exists(unreadable)) GTEST_SKIP() << "no file here that opens but can't be read";
+  Probe reader;
+  const auto link = reader.directory.path() / "run.res4";
+  std::filesystem::create_symlink(unreadable, link);
+  EXPECT_EQ(reader.readDatasetInfo(toWindowsPath(link.string()), &reader.data), 0);
+  EXPECT_EQ(reader.user.transcript(), Lines{"message: CTF File open error!"});
+  ASSERT_EQ(reader.user.findings().size(), 1u);
+  EXPECT_EQ(toNativePath(reader.user.findings()[0].file), link.string());
+}
+
 TEST(LoadSequence, SaysWhenADataObjectDoesNotFitIntoMemory) {
   Probe reader;
   const CString path = reader.writeDataset({});

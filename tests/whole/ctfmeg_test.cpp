@@ -1,0 +1,381 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <regex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "support/command.h"
+#include "support/minimal_dataset.h"
+#include "support/temporary_directory.h"
+
+#ifndef _WIN32
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <thread>
+#endif
+
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+bool contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+/// A NumPy file taken apart; without a shape when it is none.
+struct Array {
+  explicit Array(const std::string& bytes) {
+    const std::regex preamble(
+        R"(\{'descr': '(<i4|<f8)', 'fortran_order': False, 'shape': \((\d+), (\d+), (\d+)[ ,]*\)[ ,]*\} *\n)");
+    std::smatch match;
+    if (!bytes.starts_with(std::string("\x93NUMPY\x01\x00", 8)) || !std::regex_search(bytes, match, preamble))
+      return;
+    data = match.suffix();
+    const auto length = static_cast<unsigned char>(bytes[8]) + 256 * static_cast<unsigned char>(bytes[9]);
+    EXPECT_EQ(match.position(), 10);
+    EXPECT_EQ(match.length(), length);
+    EXPECT_EQ((10 + length) % 64, 0);
+    type = match[1];
+    shape = {std::stoi(match[2]), std::stoi(match[3]), std::stoi(match[4])};
+  }
+
+  template <class T>
+  std::vector<T> values() const {
+    std::vector<T> all(data.size() / sizeof(T));
+    std::memcpy(all.data(), data.data(), all.size() * sizeof(T));
+    return all;
+  }
+
+  std::string type, data;
+  std::vector<int> shape;
+};
+
+class Ctfmeg : public testing::Test {
+ protected:
+  static CommandResult run(const std::vector<std::string>& arguments) {
+    return runCommand(CTFMEG_COMMAND, arguments);
+  }
+
+  std::string path(const std::string& name) const { return (m_directory.path() / name).string(); }
+
+  /// Writes a dataset whose directory gets that name; its files are called run.
+  std::string write(const std::string& name, const MinimalDataset& dataset = {}) const {
+    fs::rename(dataset.write(m_directory.path()).parent_path(), path(name));
+    return path(name);
+  }
+
+  std::vector<std::string> filesThere() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(m_directory.path()))
+      if (entry.is_regular_file()) names.push_back(entry.path().filename().string());
+    return names;
+  }
+
+  static void expectFailed(const CommandResult& result, const std::string& about,
+                           const std::string& said = "") {
+    EXPECT_EQ(result.exitCode, 1) << result.err;
+    EXPECT_TRUE(result.err.starts_with("ctfmeg: " + about + ": ") && contains(result.err, said))
+        << result.err;
+    EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << result.err;
+  }
+
+ private:
+  TemporaryDirectory m_directory;
+};
+
+TEST_F(Ctfmeg, SaysWhatCannotBeReadAndShowsTheOthers) {
+  MinimalDataset noHeader, cut;
+  noHeader.res4 = Bytes();
+  cut.res4 = Bytes().raw(cut.res4.str().substr(0, 2000));
+  write("noheader.ds", noHeader);
+  write("cut.ds", cut);
+  for (const char* name : {"several.ds", "nores4.ds", "noread.ds"})
+    write(name);
+  fs::create_directory(path("empty.ds"));
+  fs::remove(path("nores4.ds/run.res4"));
+  fs::permissions(path("noread.ds/run.res4"), fs::perms::none);
+  writeFile(path("several.ds/b.res4"), "");
+  writeFile(path("some.txt"), "some text");
+  struct Case {
+    std::string given, about, kind, said = "";
+  };
+  std::vector<Case> cases{{"nope.ds", "nope.ds", "notFound"},
+                          {"empty.ds", "empty.ds", "notADataset", "empty.res4"},
+                          {"several.ds", "several.ds", "notADataset", "b.res4, run.res4"},
+                          {"nores4.ds/run.meg4", "nores4.ds/run.res4", "notFound"},
+                          {"noheader.ds", "noheader.ds/run.res4", "notADataset"},
+                          {"cut.ds", "cut.ds/run.res4", "damaged"},
+                          {"some.txt", "some.txt", "refused"}};
+#ifndef _WIN32
+  if (geteuid() != 0) cases.push_back({"noread.ds", "noread.ds/run.res4", "noPermission"});
+#endif
+  std::vector<std::string> all{"info", "--json", write("Bänder und Blanks.ds")};
+  for (const Case& c : cases) {
+    const CommandResult result = run({"info", path(c.given)});
+    expectFailed(result, path(c.about), c.said);
+    EXPECT_EQ(result.out, "");
+    const json alone = json::parse(run({"info", "--json", path(c.given)}).out);
+    EXPECT_EQ(alone.at("error").at("kind"), c.kind) << c.given;
+    all.push_back(path(c.given));
+  }
+  all.push_back(path("Bänder und Blanks.ds/run.meg4"));
+  const CommandResult result = run(all);
+  EXPECT_EQ(result.exitCode, 1);
+  const json entries = json::parse(result.out);
+  ASSERT_EQ(entries.size(), cases.size() + 2);
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    EXPECT_EQ(entries[i].at("path"), all[i + 2]);
+    EXPECT_EQ(entries[i].contains("record"), i == 0 || i == entries.size() - 1) << all[i + 2];
+  }
+}
+
+TEST_F(Ctfmeg, WrongUsage) {
+  const std::string dataset = write("a.ds");
+  const std::vector<std::vector<std::string>> cases{
+      {},
+      {"frobnicate"},
+      {"info"},
+      {"info", "--frobnicate", dataset},
+      {"info", "--yes", "--no", dataset},
+      {"info", "--rules=other", dataset},
+      {"channels", dataset, "--channels"},
+      {"export", dataset},
+      {"simulate", path("new.ds"), "--samples", "99999999999999999999"}};
+  for (const auto& arguments : cases) {
+    const CommandResult result = run(arguments);
+    EXPECT_EQ(result.exitCode, 2) << testing::PrintToString(arguments);
+    EXPECT_EQ(result.out, "");
+    EXPECT_NE(result.err, "");
+  }
+  EXPECT_FALSE(fs::exists(path("new.ds")));
+  EXPECT_EQ(run({"--version"}).exitCode, 0);
+}
+
+TEST_F(Ctfmeg, AsksBeforeItReadsAFileOfAnotherType) {
+  const std::string file = write("a.ds") + "/run.dat";
+  writeFile(file, "");
+  EXPECT_EQ(run({"info", "--yes", file}).exitCode, 0);
+  expectFailed(run({"info", "--no", file}), file);
+  expectFailed(run({"info", file}), file);
+}
+
+TEST_F(Ctfmeg, InfoAsJson) {
+  const std::string dataset = write("a.ds");
+  const CommandResult result = run({"info", "--json", dataset});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.err, "");
+  const json info = json::parse(result.out);
+  EXPECT_EQ(info.at("path"), dataset);
+  const json expected = json::parse(R"({
+      "schema": 1, "dataset": "run", "rules": "plain",
+      "record": {
+        "samplesPerTrial": 3, "numChannels": 2, "numTrials": 2, "preTrigSamples": 1, "numTrialsAvgd": -3,
+        "sampleRate": 600, "epochTime": 0.01, "dataDate": "29-Apr-2013", "subjectId": "subject",
+        "runDescription": "hi", "triggerCodes": [0, 0, 0, 0, 0, 0, 0, 0, 0, 0],
+        "filters": [
+          {"filterClass": 1, "filterType": 1, "frequency": 150, "numParams": 0, "params": []},
+          {"filterClass": 1, "filterType": 2, "frequency": 0.5, "numParams": 2, "params": [4, 0.25]}]},
+      "channels": [
+        {"index": 0, "name": "MLC11-2805", "shortName": "MLC11", "sensorType": 101, "kind": "gradiometer",
+         "unit": "T", "gain": -2.097152e15, "originalRun": 7, "coilShape": 1, "properGain": -2e9,
+         "qGain": 1048576, "ioGain": 1, "ioOffset": 0.25, "numCoils": 2, "gradientOrder": 3, "stimPolarity": 4,
+         "dewarCoils": [{"position": [-2, 1, 3], "orientation": [-0.6, 0, 0.8], "turns": 2, "area": 2.5},
+                        {"position": [-2, 1, 8], "orientation": [-0.6, 0, 0.8], "turns": -2, "area": 2.5}],
+         "headCoils": [{"position": [-5, 4, 6], "orientation": [-0.6, 0, 0.8], "turns": 2, "area": 2.5},
+                       {"position": [-5, 4, 11], "orientation": [-0.6, 0, 0.8], "turns": 1, "area": 1.5}]},
+        {"index": 1, "name": "STIM", "shortName": "STIM", "sensorType": 600, "kind": "stim", "unit": "1",
+         "gain": 1, "originalRun": 0, "coilShape": 0, "properGain": 1, "qGain": 1, "ioGain": 1, "ioOffset": 0,
+         "numCoils": 0, "gradientOrder": 0, "stimPolarity": 0, "dewarCoils": [], "headCoils": []}],
+      "coefficients": [{"sensor": "MLC11-2805", "type": "G1BR", "references": [
+        {"name": "BG1-2805", "value": 0.5}, {"name": "BG2-2805", "value": -0.25}]}],
+      "warnings": []})");
+  for (const json& change : json::diff(expected, info)) {  // keys may be added, nothing else may differ
+    const bool inList = std::regex_search(change.at("path").get<std::string>(), std::regex("/[0-9-]+$"));
+    EXPECT_TRUE(change.at("op") == "add" && !inList) << change;
+  }
+  EXPECT_EQ(json::parse(run({"info", "--json", "--rules=host", dataset}).out).at("rules"), "host");
+}
+
+TEST_F(Ctfmeg, NoIdentity) {
+  MinimalDataset dataset;
+  for (const std::size_t offset : {8, 264, 520, 778, 1033, 1360, 1392, 1648, 1680, 1712, 1744, 1776})
+    dataset.res4.put(offset, Bytes().raw("Doe-13"));
+  dataset.res4.put(MinimalDataset::kFilterCount - 3, Bytes().raw("D13"));  // the run description
+  fs::create_directory(path("Doe-13"));
+  const std::string a = write("Doe-13/a.ds", dataset);
+  const std::string b = write("Doe-13/b.ds", dataset);
+  const std::regex name("(Doe|D)-?13");
+  for (const auto& arguments : std::vector<std::vector<std::string>>{
+           {"info", a, b}, {"info", "--json", a, path("Doe-13/c.ds")}, {"channels", a, b}}) {
+    auto without = arguments;
+    without.emplace_back("--no-identity");
+    EXPECT_TRUE(std::regex_search(run(arguments).out, name)) << arguments[0];
+    const std::string out = run(without).out;
+    EXPECT_FALSE(std::regex_search(out, name)) << out;
+    EXPECT_TRUE(contains(out, "a.ds") || contains(out, "run")) << out;
+  }
+}
+
+TEST_F(Ctfmeg, SetThatEndsEarly) {
+  MinimalDataset dataset;
+  dataset.sampleFiles = {MinimalDataset::sampleFile({MinimalDataset::trial(0, 2, 3)})};
+  const std::string given = write("a.ds", dataset);
+  const CommandResult result = run({"export", "--quiet", given, "-o", "-"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_TRUE(contains(result.err, given + "/run.meg4: ")) << "a warning stays";
+  EXPECT_EQ(Array(result.out).shape, (std::vector{1, 2, 3}));
+  expectFailed(run({"export", "--strict", given, "-o", "-"}), given + "/run.meg4", "1 of 2");
+  EXPECT_EQ(run({"export", "--rules=host", given, "-o", path("host.npy")}).exitCode, 1);
+  EXPECT_EQ(filesThere(), std::vector<std::string>{});
+}
+
+TEST_F(Ctfmeg, ChannelsAsCsv) {
+  MinimalDataset dataset;
+  dataset.res4.put(MinimalDataset::kNames, Bytes().text("=1,\"a\"-2805", 32));
+  const CommandResult result = run({"channels", "--csv", write("a.ds", dataset)});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.out,
+            "index,name,shortName,kind,sensorType,unit,gain,gradientOrder,good\r\n"
+            "0,\"'=1,\"\"a\"\"-2805\",\"'=1,\"\"a\"\"\",gradiometer,101,T,-2.097152e+15,3,\r\n"
+            "1,STIM,STIM,stim,600,1,1,0,\r\n");
+}
+
+TEST_F(Ctfmeg, ChannelSelection) {
+  const std::string dataset = write("a.ds");
+  const std::vector<std::pair<std::string, std::vector<int>>> cases{
+      {"STIM,MLC11", {0, 1}}, {"MLC11-2805,M*,MLC11", {0}},
+      {"?TIM", {1}},          {"*-*", {0}},
+      {"*", {0, 1}},          {"X*", {}},
+      {"STIM,MLC1", {}},      {"*STIM?", {}},
+  };
+  for (const auto& [list, channels] : cases) {
+    const CommandResult result = run({"export", dataset, "--channels", list, "-o", "-"});
+    EXPECT_EQ(result.exitCode, channels.empty() ? 1 : 0) << list;
+    if (channels.empty()) expectFailed(result, dataset, list.substr(list.find(',') + 1));
+    std::vector<std::int32_t> expected;
+    for (const int trial : {0, 1})
+      for (const int channel : channels)
+        for (const int sample : {0, 1, 2})
+          expected.push_back(MinimalDataset::value(trial, channel, sample));
+    EXPECT_EQ(Array(result.out).values<std::int32_t>(), expected) << list;
+  }
+}
+
+TEST_F(Ctfmeg, ExportReplacesAFileOnlyByACompleteOne) {
+  MinimalDataset noSamples;
+  noSamples.sampleFiles = {""};
+  const std::string broken = write("broken.ds", noSamples), dataset = write("a.ds"), file = path("out.npy");
+  EXPECT_EQ(run({"info", broken}).exitCode, 0);
+  EXPECT_EQ(run({"export", broken, "-o", path("new.npy")}).exitCode, 1);
+  writeFile(file, "old");
+  expectFailed(run({"export", broken, "-o", file}), broken + "/run.meg4");
+  expectFailed(run({"export", dataset, "--channels=NONE", "-o", file}), dataset);
+  EXPECT_EQ(readFile(file), "old");
+
+  EXPECT_EQ(run({"export", dataset, "-o", file}).exitCode, 0);
+  const Array raw(readFile(file));
+  EXPECT_EQ(raw.type, "<i4");
+  EXPECT_EQ(raw.shape, (std::vector{2, 2, 3}));
+  EXPECT_EQ(raw.values<std::int32_t>(),
+            (std::vector{0, 1, 2, 100, 101, 102, 1000, 1001, 1002, 1100, 1101, 1102}));
+  EXPECT_EQ(run({"export", dataset, "-o", "-"}).out, readFile(file));
+
+  EXPECT_EQ(run({"export", "--physical", dataset, "-o", file}).exitCode, 0);
+  const Array physical(readFile(file));
+  EXPECT_EQ(physical.type, "<f8");
+  const double gain = -2.097152e15;
+  EXPECT_EQ(physical.values<double>(),
+            (std::vector{0 / gain, 1 / gain, 2 / gain, 100., 101., 102., 1000 / gain, 1001 / gain,
+                         1002 / gain, 1100., 1101., 1102.}));
+  EXPECT_EQ(filesThere(), std::vector<std::string>{"out.npy"});
+
+  if (fs::exists("/dev/full")) expectFailed(run({"export", dataset, "-o", "/dev/full"}), "/dev/full");
+}
+
+TEST_F(Ctfmeg, ShowsControlCharacters) {
+  MinimalDataset dataset;
+  dataset.res4.put(1712, Bytes().raw("a\x1b[31m\x9b\n\xE4"));  // subject; Windows-1252
+  const std::string out = run({"info", write("a.ds", dataset)}).out;
+  EXPECT_TRUE(contains(out, "a\\x1b[31m\u203A\\x0aä\n")) << out;
+  expectFailed(run({"info", path("\x1b[31m.ds")}), path("\\x1b[31m.ds"));
+}
+
+TEST_F(Ctfmeg, OddNumbersInTheHeader) {
+  MinimalDataset dataset;
+  dataset.res4.put(1296, Bytes().f64(0.0)).put(1316, Bytes().i32(INT32_MIN));  // rate, pre-trigger samples
+  const std::string given = write("a.ds", dataset);
+  const CommandResult result = run({"info", given});
+  EXPECT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_FALSE(contains(result.out, "-inf")) << result.out;
+  EXPECT_EQ(run({"export", given, "-o", "-"}).exitCode, 0);
+}
+
+TEST_F(Ctfmeg, RealRecording) {
+  const fs::path recording = REAL_RECORDING;
+  if (!fs::exists(recording)) GTEST_SKIP() << "there is no recording at " << recording;
+  const std::string overview = run({"info", recording.string()}).out;
+  for (const char* count : {"1201", "1200 Hz", "356"})
+    EXPECT_TRUE(contains(overview, count)) << overview;
+
+  std::string samples = readFile(recording / recording.stem().concat(".meg4")).substr(8);
+  for (std::size_t i = 0; i + 4 <= samples.size(); i += 4)
+    std::reverse(&samples[i], &samples[i] + 4);
+  const Array raw(run({"export", recording.string(), "-o", "-"}).out);
+  EXPECT_EQ(raw.shape, (std::vector{2, 356, 1201}));
+  EXPECT_TRUE(raw.data == samples);
+
+  struct Case {
+    const char* channel;
+    double first, last;
+  };
+  for (const Case& c : {Case{"BG1-4304", -1.001309540312169e-09, -1.029459096617618e-09},
+                        {"MLC11-4304", -6.863387314589708e-11, -6.731340101548842e-11},
+                        {"MRF21-4304", 7.443976319210039e-12, 8.896418980189732e-12},
+                        {"UADC005-4302", 0.005673784762620926, 0.005284631624817848},
+                        {"SCLK01-177", 16542.588333333333, 16643.588333333333}}) {
+    const Array physical(
+        run({"export", "--physical", "--channels", c.channel, recording.string(), "-o", "-"}).out);
+    ASSERT_EQ(physical.shape, (std::vector{2, 1, 1201})) << c.channel;
+    EXPECT_DOUBLE_EQ(physical.values<double>().front(), c.first) << c.channel;
+    EXPECT_DOUBLE_EQ(physical.values<double>().back(), c.last) << c.channel;
+  }
+}
+
+#ifndef _WIN32
+TEST_F(Ctfmeg, CtrlCLeavesNoPartialFile) {
+  MinimalDataset dataset;
+  dataset.resize(1, 2, 100000);
+  dataset.res4.put(1312, Bytes().i16(400));
+  const std::string given = write("a.ds", dataset), file = path("out.npy");
+  fs::resize_file(given + "/run.meg4", 8 + 400 * 2 * 100000 * 4LL);  // a hole: takes no room
+  int status = 0;
+  for (int attempt = 0; attempt < 5 && status == 0; ++attempt) {  // it may be done before the signal comes
+    fs::remove(file);
+    const pid_t child = fork();
+    if (child == 0) {
+      std::signal(SIGINT, SIG_DFL);
+      execl(CTFMEG_COMMAND, "ctfmeg", "export", given.c_str(), "-o", file.c_str(), nullptr);
+      _exit(127);
+    }
+    for (int wait = 0; wait < 10000 && filesThere().empty(); ++wait)
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    kill(child, SIGINT);
+    waitpid(child, &status, 0);
+  }
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 130);
+  EXPECT_EQ(filesThere(), std::vector<std::string>{});
+}
+#endif
+
+}  // namespace
