@@ -5,6 +5,7 @@
 #include "cli/channel_selection.h"
 #include "cli/commands.h"
 #include "cli/csv.h"
+#include "cli/identity.h"
 #include "cli/interrupt.h"
 #include "cli/number_text.h"
 #include "cli/say.h"
@@ -54,7 +55,7 @@ int runChannels(const ChannelsOptions& options) {
       const Recording recording = session.read(dataset, false);
       const auto channels = selectChannels(recording, dataset, options.channels);
       if (options.csv) return printCsv(channels);
-      if (options.datasets.size() > 1) std::cout << visible(dataset) << ":\n";
+      if (options.datasets.size() > 1) std::cout << visible(shownPath(dataset, options.noIdentity)) << ":\n";
       printTable(channels);
     });
   }

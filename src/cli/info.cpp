@@ -1,7 +1,10 @@
 #include <algorithm>
+#include <cmath>
+#include <cstdlib>
 #include <iostream>
 
 #include "cli/commands.h"
+#include "cli/identity.h"
 #include "cli/interrupt.h"
 #include "cli/json_output.h"
 #include "cli/number_text.h"
@@ -25,20 +28,27 @@ std::string joined(const std::string& first, const std::string& second) {
   return first + (first.empty() || second.empty() ? "" : " ") + second;
 }
 
+/// Seconds can be told from samples: there is a rate.
+bool timed(const RecordInfo& record) { return std::isfinite(record.sampleRate) && record.sampleRate > 0.0; }
+
 std::string trialsText(const RecordInfo& record) {
-  const double duration = record.samplesPerTrial / record.sampleRate;
   std::string text = std::to_string(record.numTrials) + " x " + std::to_string(record.samplesPerTrial) +
-                     " samples at " + shortest(record.sampleRate) + " Hz, " + seconds(duration) + " each";
+                     " samples at " + shortest(record.sampleRate) + " Hz";
+  if (!timed(record)) return text;
+  const double duration = record.samplesPerTrial / record.sampleRate;
+  text += ", " + seconds(duration) + " each";
   if (record.numTrials > 1) text += ", " + seconds(duration * record.numTrials) + " in all";
   return text;
 }
 
 std::string triggerText(const RecordInfo& record) {
   if (record.preTrigSamples == 0) return {};
-  const double rate = record.sampleRate;
-  return record.preTrigSamples > 0 ? "at sample " + std::to_string(record.preTrigSamples) + ", " +
-                                         seconds(record.preTrigSamples / rate) + " into each trial"
-                                   : seconds(-record.preTrigSamples / rate) + " before each trial";
+  const std::int64_t samples = record.preTrigSamples;
+  const std::string distance = timed(record)
+                                   ? seconds(static_cast<double>(std::abs(samples)) / record.sampleRate)
+                                   : std::to_string(std::abs(samples)) + " samples";
+  return samples > 0 ? "at sample " + std::to_string(samples) + ", " + distance + " into each trial"
+                     : distance + " before each trial";
 }
 
 /// "273 gradiometer, 20 ref-gradiometer", in the order in which the names first occur.
@@ -85,8 +95,8 @@ std::string filtersText(const RecordInfo& record) {
 void printOverview(const std::string& path, const Recording& recording, bool noIdentity) {
   const RecordInfo& record = recording.record();
   std::cout << visible(recording.name()) << '\n';
+  line("Path", shownPath(path, noIdentity));
   if (!noIdentity) {
-    line("Path", path);
     line("Recorded", joined(record.dataDate, record.dataTime));
     line("Subject", record.subjectId);
     line("Operator", record.operatorName);

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "cli/identity.h"
 #include "host/record_fields.h"
 
 namespace ctfmeg::cli {
@@ -10,11 +11,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr int kSchema = 1;
-
-std::string fileName(const std::string& path) {
-  const std::filesystem::path given(path);
-  return (given.has_filename() ? given : given.parent_path()).filename().string();
-}
 
 /// A visitor that puts the members of `from` into `object`.
 template <class Struct>
@@ -75,7 +71,7 @@ Json coefficientJson(const CoefficientRecord& record) {
 }
 
 Json warningJson(const Finding& finding) {
-  Json object{{"code", finding.code}, {"file", fileName(finding.file)}};
+  Json object{{"code", finding.code}, {"file", lastName(finding.file)}};
   if (finding.line) object["line"] = *finding.line;
   if (finding.offset) object["offset"] = *finding.offset;
   object["text"] = finding.text;
@@ -96,7 +92,7 @@ std::string dump(const Json& json) { return json.dump(2, ' ', false, Json::error
 
 void JsonOutput::add(const std::string& path, Rules rules, const Recording& recording) {
   Json object{{"schema", kSchema},
-              {"path", m_noIdentity ? fileName(path) : path},
+              {"path", shownPath(path, m_noIdentity)},
               {"dataset", recording.name()},
               {"rules", rules == Rules::plain ? "plain" : "host"}};
   object["record"] = recordJson(recording.record(), m_noIdentity);
@@ -108,9 +104,9 @@ void JsonOutput::add(const std::string& path, Rules rules, const Recording& reco
 
 void JsonOutput::add(const std::string& path, const Error& error) {
   const std::string file = error.path().string();
-  const std::string text = file == path ? error.text() : fileName(file) + ": " + error.text();
+  const std::string text = file == path ? error.text() : lastName(file) + ": " + error.text();
   m_entries.push_back(dump(Json{{"schema", kSchema},
-                                {"path", m_noIdentity ? fileName(path) : path},
+                                {"path", shownPath(path, m_noIdentity)},
                                 {"error", {{"kind", nameOf(error.kind())}, {"text", text}}}}));
 }
 

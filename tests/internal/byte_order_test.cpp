@@ -3,8 +3,6 @@
 #include <array>
 #include <bit>
 #include <cstdint>
-#include <cstring>
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -17,57 +15,37 @@ namespace {
 
 using Converter = CBasicReadUnix2Windowzk;
 
-template <class T>
-using Conversion = T (Converter::*)(T&) const;
-
-template <class T>
-struct Number {
-  std::string_view bytes;
-  T value;
-};
-
-/// Compares bit patterns: a NaN equals nothing.
-template <class T>
-void expectConverted(const std::vector<Conversion<T>>& conversions, const std::vector<Number<T>>& numbers) {
-  using Bits = std::array<std::uint8_t, sizeof(T)>;
+/// Puts bit patterns into memory as a file has them and compares bits again: a NaN equals nothing.
+template <class T, class Bits>
+void expectConverted(const std::vector<T (Converter::*)(T&) const>& conversions,
+                     const std::vector<Bits>& patterns) {
   for (const auto conversion : conversions)
-    for (const Number<T>& number : numbers) {
-      ASSERT_EQ(number.bytes.size(), sizeof(T));
-      T value;
-      std::memcpy(&value, number.bytes.data(), sizeof(T));
+    for (const Bits pattern : patterns) {
+      std::array<std::uint8_t, sizeof(T)> file{};
+      for (std::size_t i = 0; i < sizeof(T); ++i)
+        file[i] = static_cast<std::uint8_t>(pattern >> 8 * (sizeof(T) - 1 - i));
+      T value = std::bit_cast<T>(file);
       const T returned = (Converter().*conversion)(value);
-      EXPECT_EQ(std::bit_cast<Bits>(value), std::bit_cast<Bits>(number.value));
-      EXPECT_EQ(std::bit_cast<Bits>(returned), std::bit_cast<Bits>(number.value));
+      EXPECT_EQ(std::bit_cast<Bits>(value), pattern);
+      EXPECT_EQ(std::bit_cast<Bits>(returned), pattern);
     }
 }
 
-template <std::size_t Size>
-constexpr std::string_view bytes(const char (&text)[Size]) {
-  return {text, Size - 1};
-}
-
 TEST(ByteOrder, ReversesEveryBitPattern) {
-  expectConverted<std::int16_t>(
-      {&Converter::unix2Win4Short, &Converter::endianTransform},
-      {{bytes("\x01\x2C"), 300}, {bytes("\x80\x00"), INT16_MIN}, {bytes("\xFF\xFE"), -2}});
-  expectConverted<std::uint16_t>({&Converter::unix2Win4UnsignedShort},
-                                 {{bytes("\xFF\xFE"), 65534}, {bytes("\x80\x00"), 32768}});
-  expectConverted<std::int32_t>(
-      {&Converter::unix2Win4Int, &Converter::unix2Win4long, &Converter::endianTransform},
-      {{bytes("\x00\x00\x01\x2C"), 300},
-       {bytes("\x80\x00\x00\x00"), INT32_MIN},
-       {bytes("\x7F\xFF\xFF\xFF"), INT32_MAX}});
-  expectConverted<std::uint32_t>({&Converter::unix2Win4Ulong}, {{bytes("\xFF\xFF\xFF\xFE"), UINT32_MAX - 1}});
-  expectConverted<float>({&Converter::unix2Win4Float},
-                         {{bytes("\x40\x20\x00\x00"), 2.5F},
-                          {bytes("\x80\x00\x00\x00"), -0.0F},
-                          {bytes("\x7F\xA0\x12\x34"), std::bit_cast<float>(0x7FA01234U)}});
-  expectConverted<double>(
-      {&Converter::unix2Win4Double, &Converter::endianTransform},
-      {{bytes("\x40\x24\x00\x00\x00\x00\x00\x00"), 10.0},
-       {bytes("\x7F\xEF\xFF\xFF\xFF\xFF\xFF\xFF"), std::numeric_limits<double>::max()},
-       {bytes("\x00\x00\x00\x00\x00\x00\x00\x01"), std::numeric_limits<double>::denorm_min()},
-       {bytes("\x7F\xF0\x00\x00\x00\x00\x12\x34"), std::bit_cast<double>(0x7FF0000000001234U)}});
+  using C = Converter;
+  expectConverted<std::int16_t, std::uint16_t>({&C::unix2Win4Short, &C::endianTransform},
+                                               {300, 0x8000, 0xFFFE});
+  expectConverted<std::uint16_t, std::uint16_t>({&C::unix2Win4UnsignedShort}, {300, 0x8000, 0xFFFE});
+  expectConverted<std::int32_t, std::uint32_t>({&C::unix2Win4Int, &C::unix2Win4long, &C::endianTransform},
+                                               {300, 0x80000000, 0x7FFFFFFF});
+  expectConverted<std::uint32_t, std::uint32_t>({&C::unix2Win4Ulong}, {300, 0xFFFFFFFE});
+  expectConverted<float, std::uint32_t>({&C::unix2Win4Float}, {0x40200000, 0x80000000, 0x7FA01234});
+  expectConverted<double, std::uint64_t>({&C::unix2Win4Double, &C::endianTransform},
+                                         {0x4024000000000000, 1, 0x7FEFFFFFFFFFFFFF, 0x7FF0000000001234});
+  auto count = std::bit_cast<std::int32_t>(std::array<std::uint8_t, 4>{0, 0, 1, 0x2C});
+  EXPECT_EQ(Converter().unix2Win4Int(count), 300);
+  auto rate = std::bit_cast<double>(std::array<std::uint8_t, 8>{0x40, 0x24});
+  EXPECT_EQ(Converter().unix2Win4Double(rate), 10.0);
 }
 
 TEST(Paths, OnlyTheBackslashSeparates) {

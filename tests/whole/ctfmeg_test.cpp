@@ -5,7 +5,6 @@
 #include <cstring>
 #include <filesystem>
 #include <nlohmann/json.hpp>
-#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -32,32 +31,31 @@ bool contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
 
-/// A NumPy file taken apart; without a shape when it is none.
+/// A NumPy file taken apart.
 struct Array {
   explicit Array(const std::string& bytes) {
-    const std::regex preamble(
-        R"(\{'descr': '(<i4|<f8)', 'fortran_order': False, 'shape': \((\d+), (\d+), (\d+)[ ,]*\)[ ,]*\} *\n)");
-    std::smatch match;
-    if (!bytes.starts_with(std::string("\x93NUMPY\x01\x00", 8)) || !std::regex_search(bytes, match, preamble))
-      return;
-    data = match.suffix();
-    const auto length = static_cast<unsigned char>(bytes[8]) + 256 * static_cast<unsigned char>(bytes[9]);
-    EXPECT_EQ(match.position(), 10);
-    EXPECT_EQ(match.length(), length);
-    EXPECT_EQ((10 + length) % 64, 0);
-    type = match[1];
-    shape = {std::stoi(match[2]), std::stoi(match[3]), std::stoi(match[4])};
+    if (bytes.size() < 10 || !bytes.starts_with(std::string("\x93NUMPY\x01\x00", 8))) return;
+    const std::size_t start =
+        10U + static_cast<unsigned char>(bytes[8]) + 256U * static_cast<unsigned char>(bytes[9]);
+    EXPECT_EQ(start % 64, 0U);
+    header = bytes.substr(10, start - 10);
+    data = bytes.substr(start);
+    EXPECT_TRUE(header.starts_with('{') && header.ends_with('\n')) << header;
+  }
+
+  bool is(const std::string& type, const std::string& shape) const {
+    return contains(header, "'descr': '" + type + "'") && contains(header, "'fortran_order': False") &&
+           contains(header, "'shape': (" + shape);
   }
 
   template <class T>
   std::vector<T> values() const {
     std::vector<T> all(data.size() / sizeof(T));
-    std::memcpy(all.data(), data.data(), all.size() * sizeof(T));
+    if (!all.empty()) std::memcpy(all.data(), data.data(), all.size() * sizeof(T));
     return all;
   }
 
-  std::string type, data;
-  std::vector<int> shape;
+  std::string header, data;
 };
 
 class Ctfmeg : public testing::Test {
@@ -200,7 +198,8 @@ TEST_F(Ctfmeg, InfoAsJson) {
         {"name": "BG1-2805", "value": 0.5}, {"name": "BG2-2805", "value": -0.25}]}],
       "warnings": []})");
   for (const json& change : json::diff(expected, info)) {  // keys may be added, nothing else may differ
-    const bool inList = std::regex_search(change.at("path").get<std::string>(), std::regex("/[0-9-]+$"));
+    const std::string where = change.at("path");
+    const bool inList = where[where.find_last_not_of("0123456789-")] == '/';
     EXPECT_TRUE(change.at("op") == "add" && !inList) << change;
   }
   EXPECT_EQ(json::parse(run({"info", "--json", "--rules=host", dataset}).out).at("rules"), "host");
@@ -209,19 +208,18 @@ TEST_F(Ctfmeg, InfoAsJson) {
 TEST_F(Ctfmeg, NoIdentity) {
   MinimalDataset dataset;
   for (const std::size_t offset : {8, 264, 520, 778, 1033, 1360, 1392, 1648, 1680, 1712, 1744, 1776})
-    dataset.res4.put(offset, Bytes().raw("Doe-13"));
-  dataset.res4.put(MinimalDataset::kFilterCount - 3, Bytes().raw("D13"));  // the run description
-  fs::create_directory(path("Doe-13"));
-  const std::string a = write("Doe-13/a.ds", dataset);
-  const std::string b = write("Doe-13/b.ds", dataset);
-  const std::regex name("(Doe|D)-?13");
+    dataset.res4.put(offset, Bytes().raw("Doe"));
+  dataset.res4.put(MinimalDataset::kFilterCount - 3, Bytes().raw("Doe"));  // the run description
+  fs::create_directory(path("Doe"));
+  const std::string a = write("Doe/a.ds", dataset);
+  const std::string b = write("Doe/b.ds", dataset);
   for (const auto& arguments : std::vector<std::vector<std::string>>{
-           {"info", a, b}, {"info", "--json", a, path("Doe-13/c.ds")}, {"channels", a, b}}) {
+           {"info", a, b}, {"info", "--json", a, path("Doe/c.ds")}, {"channels", a, b}}) {
     auto without = arguments;
     without.emplace_back("--no-identity");
-    EXPECT_TRUE(std::regex_search(run(arguments).out, name)) << arguments[0];
+    EXPECT_TRUE(contains(run(arguments).out, "Doe")) << arguments[0];
     const std::string out = run(without).out;
-    EXPECT_FALSE(std::regex_search(out, name)) << out;
+    EXPECT_FALSE(contains(out, "Doe")) << out;
     EXPECT_TRUE(contains(out, "a.ds") || contains(out, "run")) << out;
   }
 }
@@ -233,7 +231,7 @@ TEST_F(Ctfmeg, SetThatEndsEarly) {
   const CommandResult result = run({"export", "--quiet", given, "-o", "-"});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_TRUE(contains(result.err, given + "/run.meg4: ")) << "a warning stays";
-  EXPECT_EQ(Array(result.out).shape, (std::vector{1, 2, 3}));
+  EXPECT_TRUE(Array(result.out).is("<i4", "1, 2, 3"));
   expectFailed(run({"export", "--strict", given, "-o", "-"}), given + "/run.meg4", "1 of 2");
   EXPECT_EQ(run({"export", "--rules=host", given, "-o", path("host.npy")}).exitCode, 1);
   EXPECT_EQ(filesThere(), std::vector<std::string>{});
@@ -284,15 +282,14 @@ TEST_F(Ctfmeg, ExportReplacesAFileOnlyByACompleteOne) {
 
   EXPECT_EQ(run({"export", dataset, "-o", file}).exitCode, 0);
   const Array raw(readFile(file));
-  EXPECT_EQ(raw.type, "<i4");
-  EXPECT_EQ(raw.shape, (std::vector{2, 2, 3}));
+  EXPECT_TRUE(raw.is("<i4", "2, 2, 3")) << raw.header;
   EXPECT_EQ(raw.values<std::int32_t>(),
             (std::vector{0, 1, 2, 100, 101, 102, 1000, 1001, 1002, 1100, 1101, 1102}));
   EXPECT_EQ(run({"export", dataset, "-o", "-"}).out, readFile(file));
 
   EXPECT_EQ(run({"export", "--physical", dataset, "-o", file}).exitCode, 0);
   const Array physical(readFile(file));
-  EXPECT_EQ(physical.type, "<f8");
+  EXPECT_TRUE(physical.is("<f8", "2, 2, 3")) << physical.header;
   const double gain = -2.097152e15;
   EXPECT_EQ(physical.values<double>(),
             (std::vector{0 / gain, 1 / gain, 2 / gain, 100., 101., 102., 1000 / gain, 1001 / gain,
@@ -331,7 +328,7 @@ TEST_F(Ctfmeg, RealRecording) {
   for (std::size_t i = 0; i + 4 <= samples.size(); i += 4)
     std::reverse(&samples[i], &samples[i] + 4);
   const Array raw(run({"export", recording.string(), "-o", "-"}).out);
-  EXPECT_EQ(raw.shape, (std::vector{2, 356, 1201}));
+  EXPECT_TRUE(raw.is("<i4", "2, 356, 1201")) << raw.header;
   EXPECT_TRUE(raw.data == samples);
 
   struct Case {
@@ -345,7 +342,7 @@ TEST_F(Ctfmeg, RealRecording) {
                         {"SCLK01-177", 16542.588333333333, 16643.588333333333}}) {
     const Array physical(
         run({"export", "--physical", "--channels", c.channel, recording.string(), "-o", "-"}).out);
-    ASSERT_EQ(physical.shape, (std::vector{2, 1, 1201})) << c.channel;
+    ASSERT_TRUE(physical.is("<f8", "2, 1, 1201")) << c.channel << physical.header;
     EXPECT_DOUBLE_EQ(physical.values<double>().front(), c.first) << c.channel;
     EXPECT_DOUBLE_EQ(physical.values<double>().back(), c.last) << c.channel;
   }
