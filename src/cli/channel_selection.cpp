@@ -1,6 +1,5 @@
 #include "cli/channel_selection.h"
 
-#include <sstream>
 #include <string_view>
 
 #include "cli/commands.h"
@@ -29,20 +28,30 @@ bool matches(std::string_view pattern, std::string_view name) {
   return pattern.find_first_not_of('*', p) == kNone;
 }
 
+std::vector<std::string> itemsOf(const std::string& list) {
+  std::vector<std::string> items{""};
+  for (const char c : list)
+    if (c == ',')
+      items.emplace_back();
+    else
+      items.back() += c;
+  return items;
+}
+
 }  // namespace
 
 std::vector<Channel> selectChannels(const Recording& recording, const std::string& dataset,
-                                    const std::string& list) {
+                                    const std::optional<std::string>& list) {
   const std::vector<Channel>& channels = recording.channels();
-  if (list.empty()) return channels;
+  if (!list) return channels;
   std::vector<bool> wanted(channels.size(), false);
-  std::istringstream items(list);
-  for (std::string item; std::getline(items, item, ',');) {
+  for (const std::string& item : itemsOf(*list)) {
     bool found = false;
     for (std::size_t c = 0; c < channels.size(); ++c)
       if (matches(item, channels[c].name) || matches(item, channels[c].shortName)) wanted[c] = found = true;
     if (!found)
-      throw CommandError(dataset, "no channel is called " + item + "; `ctfmeg channels` lists what there is");
+      throw CommandError(dataset,
+                         "no channel is called \"" + item + "\"; `ctfmeg channels` lists what there is");
   }
   std::vector<Channel> selected;
   for (std::size_t c = 0; c < channels.size(); ++c)

@@ -6,8 +6,8 @@
 #include "cli/commands.h"
 #include "cli/csv.h"
 #include "cli/identity.h"
-#include "cli/interrupt.h"
 #include "cli/number_text.h"
+#include "cli/process.h"
 #include "cli/say.h"
 #include "cli/session.h"
 #include "cli/visible_text.h"
@@ -15,9 +15,12 @@
 namespace ctfmeg::cli {
 namespace {
 
-void printCsv(const std::vector<Channel>& channels) {
+void printCsvHeader() {
   std::cout << csvLine(
       {"index", "name", "shortName", "kind", "sensorType", "unit", "gain", "gradientOrder", "good"});
+}
+
+void printCsv(const std::vector<Channel>& channels) {
   for (const Channel& c : channels)
     std::cout << csvLine({std::to_string(c.index), csvText(c.name), csvText(c.shortName), nameOf(c.kind),
                           std::to_string(c.sensorType), c.unit, shortest(c.gain),
@@ -49,6 +52,7 @@ void printTable(const std::vector<Channel>& channels) {
 
 int runChannels(const ChannelsOptions& options) {
   Session session(options.reading);
+  if (options.csv) printCsvHeader();
   for (const std::string& dataset : options.datasets) {
     stopIfInterrupted();
     session.attempt([&] {

@@ -24,7 +24,7 @@ class CommandError : public std::runtime_error {
   std::string m_path;
 };
 
-// Each runs one command and gives its exit code. They throw CommandError and Interrupted (interrupt.h).
+// Each runs one command and gives its exit code. They throw CommandError and Interrupted (process.h).
 
 int runInfo(const InfoOptions& options);
 int runChannels(const ChannelsOptions& options);

@@ -1,10 +1,12 @@
 #include "cli/csv.h"
 
+#include "cli/visible_text.h"
+
 namespace ctfmeg::cli {
 
 std::string csvText(const std::string& text) {
   const bool formula = !text.empty() && std::string("=+-@\t\r").find(text[0]) != std::string::npos;
-  return formula ? "'" + text : text;
+  return (formula ? "'" : "") + visible(text);
 }
 
 std::string csvLine(const std::vector<std::string>& cells) {

@@ -5,8 +5,8 @@
 
 namespace ctfmeg::cli {
 
-/// A text cell that no spreadsheet runs as a formula: one that begins like a formula gets an apostrophe in
-/// front.
+/// A text cell: control characters made visible, and an apostrophe in front of what a spreadsheet would run
+/// as a formula.
 std::string csvText(const std::string& text);
 
 /// One line as RFC 4180 has it, its line end included.

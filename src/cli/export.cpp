@@ -1,10 +1,10 @@
-#include <iostream>
+#include <filesystem>
 
 #include "cli/channel_selection.h"
 #include "cli/commands.h"
-#include "cli/interrupt.h"
 #include "cli/npy.h"
 #include "cli/output_file.h"
+#include "cli/process.h"
 #include "cli/session.h"
 #include "ui/terminal_device.h"
 
@@ -44,6 +44,17 @@ void writeTrials(OutputFile& file, const Recording& recording, const std::vector
   }
 }
 
+/// A slip in a command line must not cost a recording one of its files.
+void refuseOwnFile(const std::string& dataset, const std::string& output) {
+  namespace fs = std::filesystem;
+  std::error_code unknown;
+  const fs::path target = fs::weakly_canonical(output, unknown);
+  if (unknown || !fs::exists(target, unknown) || target.extension() == ".npy") return;
+  const fs::path folder = fs::weakly_canonical(resolveDataset(dataset), unknown).parent_path();
+  if (target.parent_path() == folder)
+    throw CommandError(output, "belongs to the recording: not written over");
+}
+
 }  // namespace
 
 int runExport(const ExportOptions& options) {
@@ -51,8 +62,9 @@ int runExport(const ExportOptions& options) {
     throw CommandError("standard output",
                        "is a terminal: name a file with -o, or send the output to a program");
   Session session(options.reading);
-  OutputFile file(options.output);
   session.attempt([&] {
+    refuseOwnFile(options.dataset, options.output);
+    OutputFile file(options.output);
     const Recording recording = session.read(options.dataset, true);
     writeTrials(file, recording, selectChannels(recording, options.dataset, options.channels),
                 options.physical);

@@ -5,9 +5,9 @@
 
 #include "cli/commands.h"
 #include "cli/identity.h"
-#include "cli/interrupt.h"
 #include "cli/json_output.h"
 #include "cli/number_text.h"
+#include "cli/process.h"
 #include "cli/say.h"
 #include "cli/session.h"
 #include "cli/visible_text.h"
@@ -109,7 +109,8 @@ void printOverview(const std::string& path, const Recording& recording, bool noI
   line("Channels", channelsText(recording));
   line("Compensation", coefficientsText(recording));
   line("Filters", filtersText(record));
-  line("Samples", bytes(std::int64_t{4} * record.numTrials * record.numChannels * record.samplesPerTrial));
+  const std::int64_t samples = std::int64_t{record.numTrials} * record.numChannels * record.samplesPerTrial;
+  if (samples > 0) line("Samples", bytes(samples * std::int64_t{sizeof(std::int32_t)}));
 }
 
 }  // namespace

@@ -1,9 +1,10 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <iostream>
 #include <new>
 
 #include "cli/commands.h"
-#include "cli/interrupt.h"
+#include "cli/process.h"
 #include "cli/say.h"
 
 namespace {
@@ -44,9 +45,21 @@ CLI::Option* addDatasets(CLI::App* command, std::vector<std::string>& datasets) 
       ->type_name("");
 }
 
-void addChannels(CLI::App* command, std::string& channels) {
+void addChannels(CLI::App* command, std::optional<std::string>& channels) {
   command->add_option("--channels", channels, "full names, short names or patterns, comma-separated (MLC*)")
       ->type_name("LIST");
+}
+
+/// The command line for CLI11, which wants it in reverse. It takes a path in brackets for a list of several,
+/// so such a path is given as one that begins with its folder.
+std::vector<std::string> argumentsOf(int argc, char** argv) {
+  std::vector<std::string> arguments(argv + 1, argv + argc);
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    const bool bracketed = arguments[i].starts_with('[') && arguments[i].ends_with(']');
+    if (bracketed && (i == 0 || arguments[i - 1] != "--channels")) arguments[i] = "./" + arguments[i];
+  }
+  std::reverse(arguments.begin(), arguments.end());
+  return arguments;
 }
 
 int run(int argc, char** argv) {
@@ -84,6 +97,7 @@ int run(int argc, char** argv) {
       ->type_name("");
   exportCommand->add_option("-o,--output", exported.output, "file to write; - for standard output")
       ->required()
+      ->check([](const std::string& name) { return std::string(name.empty() ? "must name a file" : ""); })
       ->type_name("FILE");
   exportCommand->add_flag("--physical", exported.physical,
                           "in tesla, volt and seconds (float64), not raw (int32)");
@@ -116,9 +130,10 @@ int run(int argc, char** argv) {
   simulateCommand->callback([&] { exitCode = runSimulate(directory, simulated, quiet); });
 
   try {
-    app.parse(argc, argv);
+    app.parse(argumentsOf(argc, argv));
   } catch (const CLI::ParseError& error) {
-    return app.exit(error, std::cout, std::cerr) == 0 ? kDone : kWrongUsage;
+    if (app.exit(error, std::cout, std::cerr) != 0) return kWrongUsage;
+    finishOutput();
   }
   return exitCode;
 }
@@ -126,7 +141,7 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  noteInterrupts();
+  prepareProcess();
   try {
     return run(argc, argv);
   } catch (const Interrupted&) {

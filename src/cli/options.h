@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,7 +27,7 @@ struct InfoOptions {
 struct ChannelsOptions {
   ReadingOptions reading;
   std::vector<std::string> datasets;
-  std::string channels;  ///< empty: all
+  std::optional<std::string> channels;  ///< a list; without it all
   bool csv = false;
   bool noIdentity = false;
 };
@@ -34,8 +35,8 @@ struct ChannelsOptions {
 struct ExportOptions {
   ReadingOptions reading;
   std::string dataset;
-  std::string output;    ///< "-": standard output
-  std::string channels;  ///< empty: all
+  std::string output;                   ///< "-": standard output
+  std::optional<std::string> channels;  ///< a list; without it all
   bool physical = false;
 };
 

@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "cli/commands.h"
+#include "cli/process.h"
 
 namespace ctfmeg::cli {
 
@@ -50,7 +51,9 @@ void OutputFile::fail(const char* what, int osError) const {
 }
 
 void OutputFile::write(std::span<const std::byte> bytes) {
-  if (std::fwrite(bytes.data(), 1, bytes.size(), m_file) != bytes.size()) fail("can't be written", errno);
+  if (std::fwrite(bytes.data(), 1, bytes.size(), m_file) == bytes.size()) return;
+  stopIfInterrupted();
+  fail("can't be written", errno);
 }
 
 void OutputFile::commit() {

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "cli/commands.h"
-#include "cli/interrupt.h"
+#include "cli/process.h"
 #include "cli/say.h"
 #include "cli/visible_text.h"
 #include "ui/terminal.h"
@@ -38,7 +38,7 @@ Recording Session::read(const std::string& dataset, bool samples) {
     sayWarnings(dataset, recording);
     return recording;
   } catch (const Error& error) {
-    if (error.kind() == ErrorKind::stopped) throw Interrupted{};
+    if (error.kind() == ErrorKind::stopped || interrupted()) throw Interrupted{};
     throw;
   }
 }

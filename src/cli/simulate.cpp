@@ -2,7 +2,7 @@
 #include <iostream>
 
 #include "cli/commands.h"
-#include "cli/interrupt.h"
+#include "cli/process.h"
 #include "cli/say.h"
 #include "cli/visible_text.h"
 #include "simulate/dataset.h"
@@ -24,7 +24,7 @@ int runSimulate(const std::string& directory, const simulate::Options& options, 
     say("", wrong.what());
     return kWrongUsage;
   } catch (const std::filesystem::filesystem_error& failed) {
-    throw CommandError(failed.path1().string(), "can't be written: " + failed.code().message());
+    throw CommandError(directory, "can't be written: " + failed.code().message());
   }
   return kDone;
 }

@@ -20,6 +20,13 @@ std::size_t sequenceLength(std::string_view text) {
   if (length == 0 || text.size() < length) return 0;
   for (std::size_t i = 1; i < length; ++i)
     if ((at(text, i) & 0xC0) != 0x80) return 0;
+  // Longer than need be, a surrogate, or beyond Unicode.
+  if (length > 2) {
+    const unsigned char second = at(text, 1);
+    if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
+        (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F))
+      return 0;
+  }
   return length;
 }
 

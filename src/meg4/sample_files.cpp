@@ -45,7 +45,9 @@ bool openSampleFile(CFile& file, const CString& prefix, int index) {
   std::array<char, kSampleHeaderSize> header{};
   file.Read(header.data(), header.size());
   if (header == kHeader) return true;
-  reportMeg4(file.GetFilePath(), "meg4.magic", L"is not a CTF sample file: it does not begin with MEG41CP",
+  const bool empty = file.GetLength() == 0;
+  reportMeg4(file.GetFilePath(), "meg4.magic",
+             empty ? L"is empty" : L"is not a CTF sample file: it does not begin with MEG41CP",
              Finding::Severity::error);
   AfxMessageBox(L"Invalid CTF data file!");
   return false;

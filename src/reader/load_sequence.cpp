@@ -30,6 +30,11 @@ CCtfDatasetReader::Info CCtfDatasetReader::checkCounts() const {
         {.code = "res4.counts", .file = {}, .text = L"the resource file says that there are no trials"});
     return Info::failed;
   }
+  if (info.samplesPerTrial < 1)
+    reportFinding({.severity = Finding::Severity::warning,
+                   .code = "res4.counts",
+                   .file = {},
+                   .text = L"the resource file says that a trial has no samples"});
   if (!sensorsMatchChannels()) return Info::countsDiffer;
   if (m_channelNames.GetSize() != info.numChannels || m_channelShortNames.GetSize() != info.numChannels) {
     AfxMessageBox(L"Error in reading channel name");

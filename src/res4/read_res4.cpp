@@ -33,7 +33,9 @@ int CCtfReader2Res4::checkRes4Magic(CFile& file) {
   };
   m_olderGeneration = m_rules.olderGeneration && is("MEG41RS");
   if (m_olderGeneration || is("MEG42RS")) return 1;
-  reportRes4(file, "res4.magic", L"is not a CTF resource file: it does not begin with MEG42RS", 0);
+  const bool empty = file.GetLength() == 0;
+  reportRes4(file, "res4.magic",
+             empty ? L"is empty" : L"is not a CTF resource file: it does not begin with MEG42RS", 0);
   AfxMessageBox(L"Invalid (MEG42RS) CTF resource file");
   return 0;
 }

@@ -255,6 +255,7 @@ TEST_F(Ctfmeg, ChannelSelection) {
       {"?TIM", {1}},          {"*-*", {0}},
       {"*", {0, 1}},          {"X*", {}},
       {"STIM,MLC1", {}},      {"*STIM?", {}},
+      {"", {}},               {"STIM,", {}},
   };
   for (const auto& [list, channels] : cases) {
     const CommandResult result = run({"export", dataset, "--channels", list, "-o", "-"});
@@ -295,6 +296,10 @@ TEST_F(Ctfmeg, ExportReplacesAFileOnlyByACompleteOne) {
             (std::vector{0 / gain, 1 / gain, 2 / gain, 100., 101., 102., 1000 / gain, 1001 / gain,
                          1002 / gain, 1100., 1101., 1102.}));
   EXPECT_EQ(filesThere(), std::vector<std::string>{"out.npy"});
+
+  const std::string samples = readFile(dataset + "/run.meg4");
+  expectFailed(run({"export", dataset, "-o", dataset + "/run.meg4"}), dataset + "/run.meg4", "belongs to");
+  EXPECT_EQ(readFile(dataset + "/run.meg4"), samples);
 
   if (fs::exists("/dev/full")) expectFailed(run({"export", dataset, "-o", "/dev/full"}), "/dev/full");
 }

@@ -52,7 +52,9 @@ bool CFile::Open(const CString& path, unsigned /*flags*/, CFileException* error)
   struct stat status {};
   if (fstat(opened, &status) != 0 || !S_ISREG(status.st_mode)) {
     ::close(opened);
-    return refuse(CFileException::accessDenied, S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+    // A directory as on Windows; a pipe or device has no error number of its own.
+    return S_ISDIR(status.st_mode) ? refuse(CFileException::accessDenied, EISDIR)
+                                   : refuse(CFileException::invalidFile, -1);
   }
   m_handle = opened;
   m_path = path;
