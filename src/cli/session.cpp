@@ -12,9 +12,9 @@ namespace ctfmeg::cli {
 
 Session::Session(const ReadingOptions& options) : m_options(options) {}
 
-bool Session::answer(const std::string& question) {
+bool Session::answer(const std::string& dataset, const std::string& question) const {
   if (m_options.yes || m_options.no) return m_options.yes;
-  return askOnTerminal(visible(question));
+  return askOnTerminal(visible(dataset + ": " + question));
 }
 
 Recording Session::read(const std::string& dataset, bool samples) {
@@ -22,7 +22,7 @@ Recording Session::read(const std::string& dataset, bool samples) {
   ReadOptions options;
   options.rules = m_options.rules;
   options.samples = samples;
-  options.answer = [this](const std::string& question) { return answer(question); };
+  options.answer = [&](const std::string& question) { return answer(dataset, question); };
   options.progress = [&](const Progress& progress) {
     constexpr int kSteps = 1000;
     if (!bar && !m_options.quiet) bar = openTerminalBar("Reading " + visible(dataset));

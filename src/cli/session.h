@@ -24,7 +24,7 @@ class Session {
   int exitCode() const;
 
  private:
-  bool answer(const std::string& question);
+  bool answer(const std::string& dataset, const std::string& question) const;
   void sayWarnings(const std::string& dataset, const Recording& recording);
 
   ReadingOptions m_options;
