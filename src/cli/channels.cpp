@@ -59,7 +59,8 @@ int runChannels(const ChannelsOptions& options) {
       const Recording recording = session.read(dataset, false);
       const auto channels = selectChannels(recording, dataset, options.channels);
       if (options.csv) return printCsv(channels);
-      if (options.datasets.size() > 1) std::cout << visible(shownPath(dataset, options.noIdentity)) << ":\n";
+      if (options.datasets.size() > 1)
+        std::cout << visible(shownPath(dataset, options.reading.noIdentity)) << ":\n";
       printTable(channels);
     });
   }

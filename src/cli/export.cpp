@@ -3,21 +3,21 @@
 #include "cli/channel_selection.h"
 #include "cli/commands.h"
 #include "cli/npy.h"
-#include "cli/output_file.h"
 #include "cli/process.h"
+#include "cli/result_file.h"
 #include "cli/session.h"
 #include "ui/terminal_device.h"
 
 namespace ctfmeg::cli {
 namespace {
 
-void writeRaw(OutputFile& file, const Trial& trial, const std::vector<Channel>& channels) {
+void writeRaw(ResultFile& file, const Trial& trial, const std::vector<Channel>& channels) {
   if (static_cast<int>(channels.size()) == trial.channels()) return file.write(std::as_bytes(trial.raw()));
   for (const Channel& channel : channels)
     file.write(std::as_bytes(trial.raw(channel.index)));
 }
 
-void writePhysical(OutputFile& file, const Trial& trial, const std::vector<Channel>& channels,
+void writePhysical(ResultFile& file, const Trial& trial, const std::vector<Channel>& channels,
                    std::vector<double>& buffer) {
   buffer.resize(static_cast<std::size_t>(trial.samples()));
   for (const Channel& channel : channels) {
@@ -26,7 +26,7 @@ void writePhysical(OutputFile& file, const Trial& trial, const std::vector<Chann
   }
 }
 
-void writeTrials(OutputFile& file, const Recording& recording, const std::vector<Channel>& channels,
+void writeTrials(ResultFile& file, const Recording& recording, const std::vector<Channel>& channels,
                  bool physical) {
   const auto& trials = recording.trialNumbers();
   const std::string header = npyHeader(physical ? "<f8" : "<i4", {static_cast<std::int64_t>(trials.size()),
@@ -51,7 +51,9 @@ void refuseOwnFile(const std::string& dataset, const std::string& output) {
   const fs::path target = fs::weakly_canonical(output, unknown);
   if (unknown || !fs::exists(target, unknown) || target.extension() == ".npy") return;
   const fs::path folder = fs::weakly_canonical(resolveDataset(dataset), unknown).parent_path();
-  if (target.parent_path() == folder)
+  const std::string name = target.filename().string();
+  const bool ofCtf = folder.extension() == ".ds" || name.ends_with("meg4") || name.ends_with(".res4");
+  if (target.parent_path() == folder && ofCtf)
     throw CommandError(output, "belongs to the recording: not written over");
 }
 
@@ -64,7 +66,7 @@ int runExport(const ExportOptions& options) {
   Session session(options.reading);
   session.attempt([&] {
     refuseOwnFile(options.dataset, options.output);
-    OutputFile file(options.output);
+    ResultFile file(options.output);
     const Recording recording = session.read(options.dataset, true);
     writeTrials(file, recording, selectChannels(recording, options.dataset, options.channels),
                 options.physical);

@@ -117,7 +117,7 @@ void printOverview(const std::string& path, const Recording& recording, bool noI
 
 int runInfo(const InfoOptions& options) {
   Session session(options.reading);
-  JsonOutput json(options.noIdentity);
+  JsonOutput json(options.reading.noIdentity);
   bool first = true;
   for (const std::string& dataset : options.datasets) {
     stopIfInterrupted();
@@ -127,7 +127,7 @@ int runInfo(const InfoOptions& options) {
           if (options.json) return json.add(dataset, options.reading.rules, recording);
           if (!first) std::cout << '\n';
           first = false;
-          printOverview(dataset, recording, options.noIdentity);
+          printOverview(dataset, recording, options.reading.noIdentity);
         },
         [&](const Error& error) { json.add(dataset, error); });
   }

@@ -76,7 +76,7 @@ int run(int argc, char** argv) {
   auto* infoCommand = app.add_subcommand("info", "Show what recordings are, from their headers");
   addDatasets(infoCommand, info.datasets);
   infoCommand->add_flag("--json", info.json, "everything, as JSON");
-  infoCommand->add_flag("--no-identity", info.noIdentity, "leave out what can name a person");
+  infoCommand->add_flag("--no-identity", info.reading.noIdentity, "leave out what can name a person");
   addReading(infoCommand, info.reading);
   infoCommand->callback([&] { exitCode = runInfo(info); });
 
@@ -84,7 +84,7 @@ int run(int argc, char** argv) {
   auto* channelsCommand = app.add_subcommand("channels", "List channels with their kind, unit and gain");
   addDatasets(channelsCommand, channels.datasets);
   channelsCommand->add_flag("--csv", channels.csv, "as CSV");
-  channelsCommand->add_flag("--no-identity", channels.noIdentity,
+  channelsCommand->add_flag("--no-identity", channels.reading.noIdentity,
                             "leave out what can name a person (nothing in this table does)");
   addChannels(channelsCommand, channels.channels);
   addReading(channelsCommand, channels.reading);
@@ -129,6 +129,12 @@ int run(int argc, char** argv) {
   simulateCommand->add_flag("--quiet", quiet, "no progress");
   simulateCommand->callback([&] { exitCode = runSimulate(directory, simulated, quiet); });
 
+  const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
+  const auto isNamed = [argv](const CLI::App* command) { return command->get_name() == argv[1]; };
+  if (argc > 1 && argv[1][0] != '-' && std::none_of(commands.begin(), commands.end(), isNamed)) {
+    say("", "there is no command " + std::string(argv[1]) + "; run it with --help to see what there is");
+    return kWrongUsage;
+  }
   try {
     app.parse(argumentsOf(argc, argv));
   } catch (const CLI::ParseError& error) {

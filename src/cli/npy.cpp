@@ -6,8 +6,8 @@ std::string npyHeader(const std::string& type, const std::vector<std::int64_t>& 
   constexpr std::size_t kPreambleSize = 10;  // magic, version and the length of what follows
   constexpr std::size_t kAlignment = 64;     // NumPy maps files into memory
   std::string dictionary = "{'descr': '" + type + "', 'fortran_order': False, 'shape': (";
-  for (const std::int64_t extent : shape)
-    dictionary += std::to_string(extent) + ", ";
+  for (std::size_t i = 0; i < shape.size(); ++i)
+    dictionary += (i == 0 ? "" : ", ") + std::to_string(shape[i]);
   dictionary += "), }";
   const std::size_t unpadded = kPreambleSize + dictionary.size() + 1;
   dictionary += std::string((kAlignment - unpadded % kAlignment) % kAlignment, ' ') + '\n';

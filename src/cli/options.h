@@ -15,13 +15,13 @@ struct ReadingOptions {
   bool no = false;
   bool quiet = false;
   bool strict = false;
+  bool noIdentity = false;  ///< nothing that can name a person is shown
 };
 
 struct InfoOptions {
   ReadingOptions reading;
   std::vector<std::string> datasets;
   bool json = false;
-  bool noIdentity = false;
 };
 
 struct ChannelsOptions {
@@ -29,7 +29,6 @@ struct ChannelsOptions {
   std::vector<std::string> datasets;
   std::optional<std::string> channels;  ///< a list; without it all
   bool csv = false;
-  bool noIdentity = false;
 };
 
 struct ExportOptions {

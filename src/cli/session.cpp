@@ -1,8 +1,10 @@
 #include "cli/session.h"
 
+#include <map>
 #include <memory>
 
 #include "cli/commands.h"
+#include "cli/identity.h"
 #include "cli/process.h"
 #include "cli/say.h"
 #include "cli/visible_text.h"
@@ -14,7 +16,7 @@ Session::Session(const ReadingOptions& options) : m_options(options) {}
 
 bool Session::answer(const std::string& dataset, const std::string& question) const {
   if (m_options.yes || m_options.no) return m_options.yes;
-  return askOnTerminal(visible(dataset + ": " + question));
+  return askOnTerminal(visible(shownPath(dataset, m_options.noIdentity) + ": " + question));
 }
 
 Recording Session::read(const std::string& dataset, bool samples) {
@@ -25,7 +27,8 @@ Recording Session::read(const std::string& dataset, bool samples) {
   options.answer = [&](const std::string& question) { return answer(dataset, question); };
   options.progress = [&](const Progress& progress) {
     constexpr int kSteps = 1000;
-    if (!bar && !m_options.quiet) bar = openTerminalBar("Reading " + visible(dataset));
+    if (!bar && !m_options.quiet)
+      bar = openTerminalBar("Reading " + visible(shownPath(dataset, m_options.noIdentity)));
     if (bar) {
       bar->setRange(0, kSteps);
       bar->setPosition(static_cast<int>(progress.fraction * kSteps));
@@ -48,21 +51,28 @@ void Session::attempt(const std::function<void()>& work, const std::function<voi
     work();
   } catch (const Error& error) {
     m_failed = true;
-    say(error.path().string(), error.text());
+    say(shownPath(error.path().string(), m_options.noIdentity), error.text());
     if (onError) onError(error);
   } catch (const CommandError& error) {
     m_failed = true;
-    say(error.path(), error.what());
+    say(shownPath(error.path(), m_options.noIdentity), error.what());
   }
 }
 
 void Session::sayWarnings(const std::string& dataset, const Recording& recording) {
+  constexpr int kLinesOfAKind = 5;  // a header may be wrong about thousands of channels
+  std::map<std::string, int> said;
   for (const Finding& finding : recording.warnings()) {
     const bool remark = finding.severity == Finding::Severity::remark;
     if (!remark) m_warned = true;
-    if (remark && m_options.quiet) continue;
-    say(finding.file.empty() ? dataset : finding.file, (remark ? "" : "warning: ") + finding.text);
+    if ((remark && m_options.quiet) || said[finding.code]++ >= kLinesOfAKind) continue;
+    say(shownPath(finding.file.empty() ? dataset : finding.file, m_options.noIdentity),
+        (remark ? "" : "warning: ") + finding.text);
   }
+  for (const auto& [code, count] : said)
+    if (count > kLinesOfAKind)
+      say(shownPath(dataset, m_options.noIdentity),
+          "warning: and " + std::to_string(count - kLinesOfAKind) + " more of this kind (" + code + ")");
 }
 
 int Session::exitCode() const { return m_failed || (m_warned && m_options.strict) ? kFailed : kDone; }

@@ -17,8 +17,6 @@ class MEGREADER_API CArchive {
   CArchive& operator=(const CArchive&) = delete;
   ~CArchive() = default;
 
-  bool IsLoading() const { return m_file != nullptr; }
-
   /// Reads up to `count` bytes; fewer only at the end of the file. Throws what the file throws.
   std::size_t Read(void* buffer, std::size_t count);
 

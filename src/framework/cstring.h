@@ -17,7 +17,6 @@ class MEGREADER_API CString {
 
   int GetLength() const { return static_cast<int>(m_text.size()); }
   bool IsEmpty() const { return m_text.empty(); }
-  void Empty() { m_text.clear(); }
   const wchar_t* GetString() const { return m_text.c_str(); }
   const std::wstring& str() const { return m_text; }
 

@@ -28,7 +28,6 @@ class MEGREADER_API CFileException : public CException {
     invalidFile = 6,
     badSeek = 9,
     hardIO = 10,
-    sharingViolation = 11,
   };
 
   explicit CFileException(int cause = none, int osError = -1, CString fileName = {})

@@ -6,16 +6,21 @@
 
 namespace {
 
+bool is(const CFileException& error, std::errc reason) {
+  return error.m_lOsError == static_cast<int>(reason);
+}
+
 const char* codeOf(const CFileException& error) {
-  const bool directory = error.m_lOsError == static_cast<int>(std::errc::is_a_directory);
-  if (error.m_cause == CFileException::fileNotFound) return "file.notFound";
-  if (error.m_cause == CFileException::accessDenied && !directory) return "file.noPermission";
+  if (error.m_cause == CFileException::fileNotFound || is(error, std::errc::no_such_file_or_directory))
+    return "file.notFound";
+  if (error.m_cause == CFileException::accessDenied && !is(error, std::errc::is_a_directory))
+    return "file.noPermission";
   return "file.error";
 }
 
 std::string textOf(const CFileException& error) {
   if (error.m_lOsError > 0) return "can't be read: " + std::system_category().message(error.m_lOsError);
-  return error.m_cause == CFileException::invalidFile ? "is not a regular file" : "can't be read";
+  return error.m_cause == CFileException::genericException ? "is not a regular file" : "can't be read";
 }
 
 }  // namespace

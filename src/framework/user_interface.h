@@ -33,6 +33,7 @@ class MEGREADER_API UserInterface {
   UserInterface& operator=(const UserInterface&) = delete;
   virtual ~UserInterface();
 
+  /// Shows a text and gives how it was answered: `ok` for a box of style `ok`, `yes` or `no` for a question.
   virtual MessageAnswer messageBox(const CString& text, MessageStyle style) = 0;
 
   /// Null when this interface shows no progress.

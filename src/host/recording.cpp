@@ -22,6 +22,7 @@ struct Recording::State {
   std::vector<CoefficientRecord> coefficients;
   std::vector<int> trialNumbers;
   std::vector<Finding> warnings;
+  double acquisitionRate = 0.0;  // Hz
 };
 
 struct Trial::State {
@@ -76,24 +77,30 @@ std::unique_ptr<CMEGDatazk> readData(const CString& path, const ReadOptions& opt
 }  // namespace
 
 Recording Recording::read(const std::filesystem::path& path, const ReadOptions& options) {
-  const std::filesystem::path file = resolveDataset(path);
+  std::filesystem::path file = path;
   RecordingInterface user(options);
   const ThreadUserInterface installed(&user);
-  auto state = std::make_shared<State>();
   try {
+    file = resolveDataset(path);
+    auto state = std::make_shared<State>();
     state->data = readData(toWindowsPath(file.string()), options);
     if (!state->data) throw errorFrom(file, user);
     const CMEGDatazk& data = *state->data;
     if (options.samples && data.numStoredTrials() == 0) throw errorFrom(file, user);
     state->name = toNativePath(data.name);
     state->record = convertRecord(*data.getMEGRecordInfozk());
+    state->acquisitionRate = state->record.sampleRate;
     state->channels = convertChannels(data);
     state->coefficients = convertCoefficients(*data.getMEGRecordInfozk()->getSensorCoefficientzk());
     for (int t = 0; t < data.trialSlots(); ++t)
       if (data.trialSamples(t) != nullptr) state->trialNumbers.push_back(t);
     state->warnings = user.findings();
+    return Recording(std::move(state));
   } catch (CFileException* exception) {
-    user.report(findingOf(*exception));
+    if (!user.knowsWhy()) user.report(findingOf(*exception));
+    exception->Delete();
+    throw errorFrom(file, user);
+  } catch (CException* exception) {
     exception->Delete();
     throw errorFrom(file, user);
   } catch (const std::bad_alloc&) {
@@ -101,7 +108,6 @@ Recording Recording::read(const std::filesystem::path& path, const ReadOptions& 
   } catch (const StopReading&) {
     throw Error(ErrorKind::stopped, file, "the reading was stopped", user.findings());
   }
-  return Recording(std::move(state));
 }
 
 const std::string& Recording::name() const { return m_state->name; }

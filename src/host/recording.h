@@ -66,8 +66,8 @@ class Trial {
 
   Origin origin() const;
 
-  /// Seconds from the trigger to a sample: (first sample + sample x step - preTrigSamples) / acquisition
-  /// rate.
+  /// Seconds from the trigger to a sample: (origin.firstSample + sample x origin.step - preTrigSamples) / the
+  /// rate at which the run was acquired.
   double time(std::int64_t sample) const;
 
  private:

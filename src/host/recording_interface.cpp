@@ -49,6 +49,11 @@ std::unique_ptr<ProgressWindow> RecordingInterface::openProgress(const CString& 
   return std::make_unique<CallbackProgress>(m_options.progress, toUtf8(title));
 }
 
+bool RecordingInterface::knowsWhy() const {
+  return std::any_of(m_findings.begin(), m_findings.end(),
+                     [](const Finding& finding) { return finding.severity == Finding::Severity::error; });
+}
+
 void RecordingInterface::report(const ::Finding& finding) { m_findings.push_back(convertFinding(finding)); }
 
 }  // namespace ctfmeg

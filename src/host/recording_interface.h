@@ -21,6 +21,7 @@ class RecordingInterface : public UserInterface {
   void report(const ::Finding& finding) override;
 
   const std::vector<Finding>& findings() const { return m_findings; }
+  bool knowsWhy() const;                      ///< an error was reported
   bool refused() const { return m_refused; }  ///< a question was answered No
 
  private:

@@ -1,56 +1,86 @@
+#include <memory>
+#include <optional>
+
 #include "framework/cprogresszk.h"
 #include "framework/user_interface.h"
 #include "meg4/import_loops.h"
+#include "meg4/meg4_findings.h"
 #include "meg4/sample_files.h"
 #include "reader/ctf_dataset_reader.h"
 #include "util/byte_order.h"
 
 namespace {
 
-int failWithoutBuffer(CMEGDatazk& data, std::unique_ptr<SampleFiles>& files) {
-  reportFinding({.code = "memory", .file = {}, .text = L"there is not enough memory for the samples"});
-  AfxMessageBox(L"Allocate Memeory error! Is dataset too big?!");
-  files.reset();
-  data.openTrial(0);
-  return 0;
-}
+/// What the importers of whole datasets share: the file set, the progress window, and room for what they
+/// store.
+class WholeImport {
+ public:
+  WholeImport(CMEGDatazk& data, const CString& prefix, std::unique_ptr<SampleFiles> files,
+              const wchar_t* title, std::int32_t range)
+      : m_data(data), m_prefix(prefix), m_files(std::move(files)) {
+    m_progress.showProgress(title);
+    m_progress.setRange(0, range);
+  }
+
+  /// False, the user told, without memory.
+  bool prepare(ImportUnit unit, std::uint64_t unitBytes, const SampleCounts& counts) {
+    const bool allocated = m_files->allocate(unitBytes);
+    m_scope.emplace(
+        m_data, ImportPlan{unit, m_files->trials(), counts.channels, counts.samples, m_files->unitValues()});
+    if (allocated && m_scope->ready()) return true;
+    reportMeg4(sampleFileName(m_prefix, 0), "memory", L"needs more memory than there is for its samples",
+               Finding::Severity::error);
+    AfxMessageBox(L"Allocate Memeory error! Is dataset too big?!");
+    m_files.reset();
+    m_data.openTrial(0);
+    return false;
+  }
+
+  SampleFiles& files() { return *m_files; }
+  CProgresszk& progress() { return m_progress; }
+
+  /// The unit last read, in host order.
+  const std::int32_t* samples() {
+    samplesToHostOrder(m_files->unit());
+    return m_files->unit().data();
+  }
+
+ private:
+  CMEGDatazk& m_data;
+  CString m_prefix;
+  std::unique_ptr<SampleFiles> m_files;
+  CProgresszk m_progress;
+  std::optional<ImportScope> m_scope;
+};
 
 }  // namespace
 
 int CCtfReader1Samples::readCtfDataT(const CString& path) {
   const SampleCounts counts = sampleCounts(m_currentData);
-  auto files = openSampleFiles(getFilePathBasic(path), counts, m_rules);
+  const CString prefix = getFilePathBasic(path);
+  auto files = openSampleFiles(prefix, counts, m_rules);
   if (!files) return 0;
-  CProgresszk progress;
-  progress.showProgress(L"Importing CTF MEG data T...");
-  progress.setRange(0, counts.trials);
-  const bool allocated = files->allocate(trialBytes(counts, m_rules));
-  const ImportScope import(*m_currentData, {ImportUnit::trial, counts.trials, counts.channels, counts.samples,
-                                            files->unitValues()});
-  if (!allocated || !import.ready()) return failWithoutBuffer(*m_currentData, files);
+  WholeImport import(*m_currentData, prefix, std::move(files), L"Importing CTF MEG data T...", counts.trials);
+  if (!import.prepare(ImportUnit::trial, trialBytes(counts, m_rules, prefix), counts)) return 0;
 
-  readTrials(*files, progress, [&](std::int32_t trial) {
-    samplesToHostOrder(files->unit());
-    m_currentData->importCtfDataT(trial, counts.channels, counts.samples, files->unit().data());
+  readTrials(import.files(), import.progress(), [&](std::int32_t trial) {
+    m_currentData->importCtfDataT(trial, counts.channels, counts.samples, import.samples());
   });
   return 1;
 }
 
 int CCtfReader1Samples::readCtfDataC(const CString& path) {
   const SampleCounts counts = sampleCounts(m_currentData);
-  auto files = openSampleFiles(getFilePathBasic(path), counts, m_rules);
+  const CString prefix = getFilePathBasic(path);
+  auto files = openSampleFiles(prefix, counts, m_rules);
   if (!files) return 0;
-  CProgresszk progress;
-  progress.showProgress(L"Importing CTF MEG data ...");
-  progress.setRange(0, counts.channels);
-  const bool allocated = files->allocate(static_cast<std::uint64_t>(counts.samples) * sizeof(std::int32_t));
-  const ImportScope import(*m_currentData, {ImportUnit::channelBlock, counts.trials, counts.channels,
-                                            counts.samples, files->unitValues()});
-  if (!allocated || !import.ready()) return failWithoutBuffer(*m_currentData, files);
+  WholeImport import(*m_currentData, prefix, std::move(files), L"Importing CTF MEG data ...",
+                     counts.channels);
+  if (!import.prepare(ImportUnit::channelBlock, channelBlockBytes(counts), counts)) return 0;
 
-  readChannelBlocks(*files, counts.channels, progress, [&](std::int32_t trial, std::int32_t channel) {
-    samplesToHostOrder(files->unit());
-    m_currentData->importCtfDataC(trial, channel, counts.samples, files->unit().data());
-  });
+  readChannelBlocks(import.files(), counts.channels, import.progress(),
+                    [&](std::int32_t trial, std::int32_t channel) {
+                      m_currentData->importCtfDataC(trial, channel, counts.samples, import.samples());
+                    });
   return 1;
 }

@@ -21,10 +21,18 @@ SampleCounts sampleCounts(const CMEGDatazk* data) {
   return {info.numTrials, info.numChannels, info.samplesPerTrial};
 }
 
-std::uint64_t trialBytes(const SampleCounts& counts, const ReadingRules& rules) {
-  const std::uint64_t bytes =
-      static_cast<std::uint64_t>(counts.channels) * static_cast<std::uint64_t>(counts.samples) * 4;
-  return rules.wideCounts ? bytes : static_cast<std::uint32_t>(bytes);
+std::uint64_t trialBytes(const SampleCounts& counts, const ReadingRules& rules, const CString& prefix) {
+  const std::uint64_t bytes = channelBlockBytes(counts) * static_cast<std::uint64_t>(counts.channels);
+  const auto wrapped = static_cast<std::uint32_t>(bytes);
+  if (rules.wideCounts || wrapped == bytes) return bytes;
+  CString text;
+  text.Format(L"holds trials of %u bytes, of which only the first %u are read", bytes, wrapped);
+  reportMeg4(sampleFileName(prefix, 0), "meg4.wrapped", text, Finding::Severity::warning);
+  return wrapped;
+}
+
+std::uint64_t channelBlockBytes(const SampleCounts& counts) {
+  return static_cast<std::uint64_t>(counts.samples) * sizeof(std::int32_t);
 }
 
 CString sampleFileName(const CString& prefix, int index) {

@@ -24,8 +24,11 @@ struct SampleCounts {
 /// The counts of the data object's record information; all 0 without a data object.
 SampleCounts sampleCounts(const CMEGDatazk* data);
 
-/// Bytes of one trial as the importers by whole trial count them.
-std::uint64_t trialBytes(const SampleCounts& counts, const ReadingRules& rules);
+/// Bytes of one trial as the importers by whole trial count them. Reports a finding when the count wraps.
+std::uint64_t trialBytes(const SampleCounts& counts, const ReadingRules& rules, const CString& prefix);
+
+/// Bytes of one channel of one trial.
+std::uint64_t channelBlockBytes(const SampleCounts& counts);
 
 /// `prefix` + "meg4" for index 0, then `prefix` + "1_meg4" and so on.
 CString sampleFileName(const CString& prefix, int index);

@@ -16,9 +16,12 @@ class TrialSequence : public SampleFiles {
     const auto trialSize = static_cast<std::uint64_t>(
         countProduct({counts.channels, counts.samples, std::int64_t{sizeof(std::int32_t)}}));
     std::uint64_t strayBytes = 0;
-    for (int index = 0; m_trials < counts.trials; ++index) {
-      if (index > 0 && !exists(index)) return endEarly(index - 1, counts.trials, strayBytes);
-      if (strayBytes > 0) return failCut(index - 1);
+    int index = 0;
+    for (; m_trials < counts.trials; ++index) {
+      if (index > 0 && !exists(index)) return endEarly(index, counts.trials, strayBytes);
+      if (strayBytes > 0)
+        return fail(index - 1, "meg4.cut",
+                    L"ends within a trial although the set goes on: what follows can't be placed");
       if (!openSampleFile(m_file, m_prefix, index)) return false;
       const std::uint64_t bytes = m_file.GetLength() - kSampleHeaderSize;
       const auto missing = static_cast<std::uint64_t>(counts.trials - m_trials);
@@ -30,6 +33,8 @@ class TrialSequence : public SampleFiles {
       strayBytes = bytes - m_fileBytes.back();
     }
     if (strayBytes > 0) reportTrailing(strayBytes);
+    if (exists(index))
+      report(index, "meg4.trailing", L"is not read: the run ends before it", Finding::Severity::warning);
     return true;
   }
 
@@ -40,14 +45,16 @@ class TrialSequence : public SampleFiles {
   std::size_t read(void* buffer, std::size_t bytes) override {
     while (m_left == 0) {
       if (m_next == m_fileBytes.size()) return 0;
-      if (!openSampleFile(m_file, m_prefix, static_cast<int>(m_next)))
-        AfxThrowFileException(CFileException::invalidFile);
+      const auto index = static_cast<int>(m_next);
+      if (!openSampleFile(m_file, m_prefix, index))
+        AfxThrowFileException(CFileException::invalidFile, -1, sampleFileName(m_prefix, index));
       m_left = m_fileBytes[m_next++];
     }
     const std::size_t got =
         m_file.Read(buffer, static_cast<std::size_t>(std::min<std::uint64_t>(bytes, m_left)));
     if (got < bytes) {
-      report("meg4.changed", L"became shorter while it was read", Finding::Severity::error);
+      reportMeg4(m_file.GetFilePath(), "meg4.changed", L"became shorter while it was read",
+                 Finding::Severity::error);
       AfxThrowFileException(CFileException::invalidFile, -1, m_file.GetFilePath());
     }
     m_left -= got;
@@ -62,35 +69,32 @@ class TrialSequence : public SampleFiles {
            error.m_cause != CFileException::fileNotFound;
   }
 
-  void report(const char* code, const CString& text, Finding::Severity severity) const {
-    reportMeg4(m_file.GetFilePath(), code, text, severity);
+  void report(int index, const char* code, const CString& text, Finding::Severity severity) const {
+    reportMeg4(sampleFileName(m_prefix, index), code, text, severity);
   }
 
-  bool endEarly(int lastIndex, std::int32_t trials, std::uint64_t strayBytes) {
-    if (m_trials == 0) {
-      report("meg4.empty", L"holds no whole trial", Finding::Severity::error);
-      AfxMessageBox(L"Failed");
-      return false;
-    }
+  bool fail(int index, const char* code, const wchar_t* text) const {
+    report(index, code, text, Finding::Severity::error);
+    AfxMessageBox(L"Failed");
+    return false;
+  }
+
+  /// File `missing` is not there, although trials are.
+  bool endEarly(int missing, std::int32_t trials, std::uint64_t strayBytes) {
+    if (exists(missing + 1))
+      return fail(missing, "meg4.gap", L"is missing although the set goes on: what follows can't be placed");
+    if (m_trials == 0) return fail(0, "meg4.empty", L"holds no whole trial");
     CString text;
     text.Format(L"ends early: %d of %d trials are there whole", m_trials, trials);
     if (strayBytes > 0) text += L", the next one in part";
-    reportMeg4(sampleFileName(m_prefix, lastIndex), "meg4.short", text, Finding::Severity::warning);
+    report(missing - 1, "meg4.short", text, Finding::Severity::warning);
     return true;
-  }
-
-  bool failCut(int index) const {
-    reportMeg4(sampleFileName(m_prefix, index), "meg4.cut",
-               L"ends within a trial although the set goes on: what follows can't be placed",
-               Finding::Severity::error);
-    AfxMessageBox(L"Failed");
-    return false;
   }
 
   void reportTrailing(std::uint64_t strayBytes) const {
     CString text;
     text.Format(L"has %u bytes behind the last trial of the run", strayBytes);
-    report("meg4.trailing", text, Finding::Severity::warning);
+    reportMeg4(m_file.GetFilePath(), "meg4.trailing", text, Finding::Severity::warning);
   }
 
   CString m_prefix;

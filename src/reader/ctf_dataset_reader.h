@@ -36,9 +36,11 @@ class CCtfReader1Samples : public CBasicReadUnix2Windowzk {
   void releaseSensors();
 
   ReadingRules m_rules;
-  std::int32_t m_runDescLength = 0;     ///< bytes of the run description
-  std::int32_t m_filterStart = 0;       ///< byte in the resource file where the first filter record starts
-  std::int32_t m_channelNameStart = 0;  ///< byte just behind the last filter record
+  std::int32_t m_runDescLength = 0;  ///< bytes of the run description
+  // Bytes in the resource file; kept beside the description's length, although reading goes on where it
+  // stands.
+  std::int32_t m_filterStart = 0;       ///< where the first filter record starts
+  std::int32_t m_channelNameStart = 0;  ///< just behind the last filter record
   CStringArray m_channelNames;
   CStringArray m_channelShortNames;
   CPtrArray m_sensors;     ///< CMEGSensorzk*, owned until released
@@ -96,7 +98,7 @@ class CCtfDatasetReader : public CCtfReader2Res4 {
   };
 
   Info readResource(const CString& path, CMEGDatazk* data);
-  Info checkCounts() const;
-  Info handOverChannels(int trials);
+  Info checkCounts(const CString& path) const;
+  Info handOverChannels(const CString& path, int trials);
   Info loadInfo(const CString& path, CMEGDatazk* data);
 };

@@ -9,6 +9,12 @@ namespace {
 
 constexpr const wchar_t* kFileError = L"CTF File open error!";
 
+void reportResource(const CString& path, const char* code, const wchar_t* text,
+                    Finding::Severity severity = Finding::Severity::error) {
+  const CString file = CBasicReadUnix2Window::getFilePathBasic(path) + L"res4";
+  reportFinding({.severity = severity, .code = code, .file = file, .text = text});
+}
+
 }  // namespace
 
 CCtfDatasetReader::Info CCtfDatasetReader::readResource(const CString& path, CMEGDatazk* data) {
@@ -20,21 +26,17 @@ CCtfDatasetReader::Info CCtfDatasetReader::readResource(const CString& path, CME
   m_currentData = data;
   data->name = getFileName(path);
   if (!readRes4(getFilePathBasic(path))) return Info::failed;
-  return checkCounts();
+  return checkCounts(path);
 }
 
-CCtfDatasetReader::Info CCtfDatasetReader::checkCounts() const {
+CCtfDatasetReader::Info CCtfDatasetReader::checkCounts(const CString& path) const {
   const CMEGRecordInfozkProzk& info = *m_currentData->getMEGRecordInfozk();
   if (info.numTrials < 1 || info.numChannels < 1) {
-    reportFinding(
-        {.code = "res4.counts", .file = {}, .text = L"the resource file says that there are no trials"});
+    reportResource(path, "res4.counts", L"says that there are no trials");
     return Info::failed;
   }
   if (info.samplesPerTrial < 1)
-    reportFinding({.severity = Finding::Severity::warning,
-                   .code = "res4.counts",
-                   .file = {},
-                   .text = L"the resource file says that a trial has no samples"});
+    reportResource(path, "res4.counts", L"says that a trial has no samples", Finding::Severity::warning);
   if (!sensorsMatchChannels()) return Info::countsDiffer;
   if (m_channelNames.GetSize() != info.numChannels || m_channelShortNames.GetSize() != info.numChannels) {
     AfxMessageBox(L"Error in reading channel name");
@@ -43,21 +45,20 @@ CCtfDatasetReader::Info CCtfDatasetReader::checkCounts() const {
   return Info::complete;
 }
 
-CCtfDatasetReader::Info CCtfDatasetReader::handOverChannels(int trials) {
+CCtfDatasetReader::Info CCtfDatasetReader::handOverChannels(const CString& path, int trials) {
   const std::int32_t channels = m_currentData->getMEGRecordInfozk()->numChannels;
   if (m_currentData->importTrialChannels(trials, channels, &m_sensors, &m_electrodes, &m_channelNames,
                                          &m_channelShortNames, m_document))
     return Info::complete;
-  reportFinding(
-      {.code = "res4.counts", .file = {}, .text = L"the resource file gives counts that can't be held"});
+  reportResource(path, "res4.counts", L"promises more samples than can be counted");
   return Info::failed;
 }
 
 CCtfDatasetReader::Info CCtfDatasetReader::loadInfo(const CString& path, CMEGDatazk* data) {
-  return guarded(kFileError, Info::failed, [&] {
+  return guarded(kFileError, path, Info::failed, [&] {
     Info info = readResource(path, data);
     if (info != Info::complete) return info;
-    info = handOverChannels(data->getMEGRecordInfozk()->numTrials);
+    info = handOverChannels(path, data->getMEGRecordInfozk()->numTrials);
     if (info == Info::complete) releaseSensorLists();
     return info;
   });
@@ -66,7 +67,7 @@ CCtfDatasetReader::Info CCtfDatasetReader::loadInfo(const CString& path, CMEGDat
 int CCtfDatasetReader::checkDataset(const CString& path, CMEGDatazk* data) {
   const Info info = readResource(path, data);
   if (info != Info::complete) return info == Info::countsDiffer;
-  return handOverChannels(1) == Info::complete;
+  return handOverChannels(path, 1) == Info::complete;
 }
 
 int CCtfDatasetReader::readDatasetInfo(const CString& path, CMEGDatazk* data) {
@@ -81,6 +82,7 @@ int CCtfDatasetReader::readDatasetToArray(const CString& path, CPtrArray* array,
   m_document = document;
   std::unique_ptr<CMEGDatazk> data(new (std::nothrow) CMEGDatazk);
   if (!data) {
+    reportFinding({.code = "memory", .file = path, .text = L"needs more memory than there is"});
     AfxMessageBox(L"Out of  memory!");
     return 0;
   }

@@ -59,15 +59,13 @@ int CMEGReaderFacezk::readCTFMEGData2HdPa(CString path, CPtrArray* array, CDocum
   if (!checkCtfFileFormat(path)) return 0;
   CCtfDatasetReader* current = reader();
   if (current == nullptr) return 0;
-  if (array == nullptr)
-    return current->readDatasetToArray(toWindowsPath(path), array, document);  // says why not
-  const int before = array->GetSize();
+  const int before = array != nullptr ? array->GetSize() : 0;
   if (current->readDatasetToArray(toWindowsPath(path), array, document)) {
-    for (int i = 0; i < array->GetSize(); ++i)
+    for (int i = 0; array != nullptr && i < array->GetSize(); ++i)
       if (auto* data = static_cast<CMEGDatazk*>(array->GetAt(i))) data->openTrial(0);
     return 1;
   }
-  if (array->GetSize() > before) {
+  if (array != nullptr && array->GetSize() > before) {
     auto* appended = static_cast<CMEGDatazk*>(array->GetAt(before));
     array->RemoveAt(before);
     delete appended;

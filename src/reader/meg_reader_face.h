@@ -16,8 +16,13 @@ class CMarkerDatazk;
 /// failure or cancel; what the user must know has then been shown. One facade must not be used from two
 /// threads.
 ///
-/// A path is any file of a dataset; on POSIX systems slashes separate as well. The reader is made by the
-/// first reading call and kept. Copies of a facade share it; the last one to go releases it.
+/// A path is any file of a dataset; on POSIX systems slashes separate as well. A data object is read into
+/// once: a second reading appends to its filters. Where a file's counts of channels, names and sensors
+/// disagree, the user is told, nothing more is read, and the result is 1: the data object then has no
+/// channels.
+///
+/// The reader is made by the first reading call and kept. Copies of a facade share it; the last one to go
+/// releases it.
 class MEGREADER_API CMEGReaderFace {
  public:
   CMEGReaderFace() = default;
@@ -32,10 +37,13 @@ class MEGREADER_API CMEGReaderFace {
   /// same.
   int checkCtfFileFormat(CString path);
 
-  /// Reads the resource file into `data` (the host's), with room for one trial and no samples.
+  /// Reads the resource file into `data` (the host's; null gives 0), as if it had one trial, without samples.
+  /// What a failure has read stays in `data`. Throws CFileException (as a pointer) when a file that opened
+  /// can't be read, and std::bad_alloc.
   int checkCTFMEGData(CString& path, CMEGDatazk* data);
 
-  /// Reads everything but the samples into `data` (the host's).
+  /// Reads everything but the samples into `data` (the host's; null gives 0). What a failure has read stays
+  /// there.
   int readCTFMEGDataInfo(CString& path, CMEGDatazk* data);
 
  protected:
@@ -54,7 +62,14 @@ class MEGREADER_API CMEGReaderFacezk : public CMEGReaderFace {
   ~CMEGReaderFacezk() override;
 
   /// Reads a dataset, samples included, into a new CMEGDatazk appended to `array`, which owns it from then
-  /// on, and opens trial 0 of every data object in the array. On failure what was appended is removed again.
-  /// Throws CFileException (as a pointer) when sample files end before the run does.
+  /// on, and opens trial 0 of every data object in the array (null elements are passed over). On a result of
+  /// 0 what was appended is removed and deleted again, and the reader released.
+  ///
+  /// `document` (may be null) stays the host's; the reader keeps the pointer until the next call. `marker`
+  /// must be null: no host can make one yet.
+  ///
+  /// Throws CFileException (as a pointer) when sample files can't be read or end before the run does, and
+  /// std::bad_alloc when memory runs out among the samples: the data object then stays in the array, partly
+  /// filled, and the reader is kept.
   int readCTFMEGData2HdPa(CString path, CPtrArray* array, CDocument* document, CMarkerDatazk* marker);
 };

@@ -13,8 +13,8 @@
 // The resource file's blocks from bytes to data-model structs. No function opens or shows anything.
 
 struct GeneralHeaderResult {
-  bool complete = false;           ///< false: the block ended early; the fields before that are set
-  bool triggerFormatKnown = true;  ///< false: the trigger codes are as they were
+  bool complete = false;              ///< false: the block ended early; the fields before that are set
+  bool triggerFormatUnknown = false;  ///< true: the trigger codes are as they were
 };
 
 /// The general header, from byte 8 of the file to the run description.

@@ -35,8 +35,8 @@ GeneralHeaderResult decodeGeneralHeader(std::span<const std::byte> block, const 
   GeneralHeaderResult result;
   result.complete = decoder.complete();
   if (kGeneralHeaderStart + block.size() >= kTriggerFormatEnd)
-    result.triggerFormatKnown =
-        storeTriggers(block.subspan(kTriggerBlockOffset - kGeneralHeaderStart, kTriggerBlockSize), info);
+    result.triggerFormatUnknown =
+        !storeTriggers(block.subspan(kTriggerBlockOffset - kGeneralHeaderStart, kTriggerBlockSize), info);
   return result;
 }
 

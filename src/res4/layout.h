@@ -53,10 +53,7 @@ class LayoutDecoder {
 
   template <std::size_t N>
   void f64s(std::size_t offset, std::array<double, N> Record::*member) {
-    for (std::size_t i = 0; i < N; ++i) {
-      const std::size_t at = offset + i * sizeof(double);
-      if (holds(at, sizeof(double))) (m_record.*member)[i] = loadBigEndian<double>(m_bytes, at - m_origin);
-    }
+    leadingF64s(offset, m_record.*member, N);
   }
 
   /// As many leading texts as `m_record.*count` says, which a field before this one has set.
@@ -70,10 +67,7 @@ class LayoutDecoder {
   }
   template <std::size_t N>
   void f64s(std::size_t offset, std::array<double, N> Record::*member, std::int32_t Record::*count) {
-    for (std::size_t i = 0; i < N && static_cast<std::int64_t>(i) < m_record.*count; ++i) {
-      const std::size_t at = offset + i * sizeof(double);
-      if (holds(at, sizeof(double))) (m_record.*member)[i] = loadBigEndian<double>(m_bytes, at - m_origin);
-    }
+    leadingF64s(offset, m_record.*member, m_record.*count);
   }
 
   /// Nested records of `width` bytes, each with the layout `Layout`.
@@ -88,6 +82,14 @@ class LayoutDecoder {
   }
 
  private:
+  template <std::size_t N>
+  void leadingF64s(std::size_t offset, std::array<double, N>& values, std::int64_t count) {
+    for (std::size_t i = 0; i < N && static_cast<std::int64_t>(i) < count; ++i) {
+      const std::size_t at = offset + i * sizeof(double);
+      if (holds(at, sizeof(double))) values[i] = loadBigEndian<double>(m_bytes, at - m_origin);
+    }
+  }
+
   bool holds(std::size_t offset, std::size_t width) {
     m_complete = m_complete && offset - m_origin + width <= m_bytes.size();
     return m_complete;

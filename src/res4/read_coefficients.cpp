@@ -8,7 +8,7 @@
 #include "util/guarded.h"
 
 int CCtfReader2Res4::readCoefficients(CFile& file) {
-  return guardedAgainstMemory(0, [&] { return addCoefficients(file); });
+  return guardedAgainstMemory(file.GetFilePath(), 0, [&] { return addCoefficients(file); });
 }
 
 int CCtfReader2Res4::addCoefficients(CFile& file) {

@@ -45,7 +45,7 @@ int CCtfReader2Res4::readGeneralHeader(CFile& file) {
   file.Seek(kGeneralHeaderStart, CFile::begin);
   const auto block = readUpTo(file, kRunDescriptionStart - kGeneralHeaderStart);
   const GeneralHeaderResult header = decodeGeneralHeader(block, m_rules, info);
-  if (!header.triggerFormatKnown) AfxMessageBox(L"Trigger format error!");
+  if (header.triggerFormatUnknown) AfxMessageBox(L"Trigger format error!");
   if (!header.complete) return failShort(file, L"its general header");
 
   m_runDescLength = info.runDescriptionLength;
@@ -61,7 +61,7 @@ int CCtfReader2Res4::readGeneralHeader(CFile& file) {
 }
 
 int CCtfReader2Res4::readFilters(CFile& file) {
-  return guardedAgainstMemory(0, [&] { return appendFilters(file); });
+  return guardedAgainstMemory(file.GetFilePath(), 0, [&] { return appendFilters(file); });
 }
 
 int CCtfReader2Res4::appendFilters(CFile& file) {

@@ -201,6 +201,16 @@ TEST(Meg4, TreatsFaultySetsByRule) {
        {},
        "meg4.trailing",
        "0: 0 1\n1: 1000 1001\n2: 2000 2001\n"},
+      {"a file is missing", dataset({D::sampleFile({t(0)}), "", D::sampleFile({t(1), t(2)})}), 0, failed, 0,
+       failed, "meg4.gap", ""},
+      {"a file too many",
+       dataset({D::sampleFile({t(0), t(1), t(2)}), D::sampleFile({t(3)})}),
+       1,
+       {},
+       1,
+       {},
+       "meg4.trailing",
+       "0: 0 1\n1: 1000 1001\n2: 2000 2001\n"},
       {"wrong header of the second", dataset({D::sampleFile({t(0)}), "MEG42CP\0"}), 0, invalid, 0, invalid,
        "meg4.magic", ""},
   };
@@ -237,8 +247,8 @@ TEST(Meg4, RefusesCountsBelowOneWithoutAMessage) {
 
 TEST(Meg4, TrialBytesWrapByRule) {
   const SampleCounts counts{1, 1, (std::int64_t{1} << 30) + 2};
-  EXPECT_EQ(trialBytes(counts, ReadingRules::host()), 8u);
-  EXPECT_EQ(trialBytes(counts, hostBut(&ReadingRules::wideCounts)), (std::uint64_t{1} << 32) + 8);
+  EXPECT_EQ(trialBytes(counts, ReadingRules::host(), L"run."), 8u);
+  EXPECT_EQ(trialBytes(counts, hostBut(&ReadingRules::wideCounts), L"run."), (std::uint64_t{1} << 32) + 8);
 
   // The file is sparse: a trial of 4 GiB and 8 bytes, of which the host rules read 8.
   Import import(dataset({D::sampleFile({Bytes().i32(5).i32(6).str()})}), 1, 1, (1 << 30) + 2);
@@ -248,6 +258,7 @@ TEST(Meg4, TrialBytesWrapByRule) {
   ASSERT_NE(import.data.trialSamples(0), nullptr);
   EXPECT_EQ(import.data.trialSamples(0)[1], 6);
   EXPECT_EQ(import.data.trialSamples(0)[2], 0) << "never written";
+  EXPECT_EQ(import.codes(), "meg4.wrapped");
 }
 
 TEST(Meg4, SaysWhenTheBufferDoesNotFitIntoMemory) {

@@ -92,6 +92,7 @@ std::filesystem::path MinimalDataset::write(const std::filesystem::path& parent)
   std::filesystem::create_directory(directory);
   writeFile(directory / "run.res4", res4.str());
   for (std::size_t i = 0; i < sampleFiles.size(); ++i)
-    writeFile(directory / (i == 0 ? "run.meg4" : "run." + std::to_string(i) + "_meg4"), sampleFiles[i]);
+    if (i == 0 || !sampleFiles[i].empty())
+      writeFile(directory / (i == 0 ? "run.meg4" : "run." + std::to_string(i) + "_meg4"), sampleFiles[i]);
   return directory / "run.res4";
 }

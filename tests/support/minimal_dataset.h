@@ -23,7 +23,8 @@ struct MinimalDataset {
   static constexpr std::size_t kCoefficients = kCoefficientCount + 2;
 
   Bytes res4;
-  std::vector<std::string> sampleFiles;  ///< run.meg4, run.1_meg4, ...: whole content
+  std::vector<std::string>
+      sampleFiles;  ///< run.meg4, run.1_meg4, ...: whole content; an empty one but the first is not written
 
   /// Value of a sample: 1000 x trial + 100 x channel + sample.
   static std::int32_t value(int trial, int channel, int sample) {

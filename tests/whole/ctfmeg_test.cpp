@@ -45,7 +45,7 @@ struct Array {
 
   bool is(const std::string& type, const std::string& shape) const {
     return contains(header, "'descr': '" + type + "'") && contains(header, "'fortran_order': False") &&
-           contains(header, "'shape': (" + shape);
+           contains(header, "'shape': (" + shape + "), }");
   }
 
   template <class T>
@@ -251,11 +251,16 @@ TEST_F(Ctfmeg, ChannelsAsCsv) {
 TEST_F(Ctfmeg, ChannelSelection) {
   const std::string dataset = write("a.ds");
   const std::vector<std::pair<std::string, std::vector<int>>> cases{
-      {"STIM,MLC11", {0, 1}}, {"MLC11-2805,M*,MLC11", {0}},
-      {"?TIM", {1}},          {"*-*", {0}},
-      {"*", {0, 1}},          {"X*", {}},
-      {"STIM,MLC1", {}},      {"*STIM?", {}},
-      {"", {}},               {"STIM,", {}},
+      {"STIM,MLC11", {0, 1}},
+      {"MLC11-2805,M*,MLC11", {0}},
+      {"?TIM", {1}},
+      {"*-*", {0}},
+      {"*", {0, 1}},
+      {"X*", {}},
+      {"STIM,MLC1", {}},
+      {"*STIM?", {}},
+      {"", {}},
+      {"STIM,", {}},
   };
   for (const auto& [list, channels] : cases) {
     const CommandResult result = run({"export", dataset, "--channels", list, "-o", "-"});

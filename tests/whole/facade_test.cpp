@@ -8,6 +8,8 @@
 #include "support/minimal_dataset.h"
 #include "support/temporary_directory.h"
 #include "ui/scripted.h"
+#include "ui/terminal.h"
+#include "ui/terminal_device.h"
 
 namespace {
 
@@ -164,6 +166,13 @@ TEST(Facade, CopiesShareAReaderThatOutlivesThem) {
   EXPECT_EQ(second.readCTFMEGDataInfo(p, &host.data), 1)
       << "a failure releases the failing facade's share only";
   EXPECT_EQ(host.info(path), 1) << "and that one makes itself a new one";
+}
+
+TEST(Facade, NobodyAtATerminalAnswersNo) {
+  if (inputIsTerminal() && errorsAreTerminal()) GTEST_SKIP() << "somebody is at the terminal";
+  TerminalInterface terminal;
+  const ThreadUserInterface installed(&terminal);
+  EXPECT_EQ(CMEGReaderFacezk().checkCtfFileFormat(L"run.ds"), 0);
 }
 
 TEST(Facade, RulesSetLaterReachTheReaderThatIsThere) {

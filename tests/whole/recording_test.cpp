@@ -106,8 +106,7 @@ TEST(Recording, SaysWhatAndWhere) {
       errorOf(run),
       "notADataset | run.ds | holds no CTF resource file: looked for run.res4 and for any other *.res4");
   writeFile(run / "run.res4", "");
-  EXPECT_EQ(errorOf(run),
-            "notADataset | run.res4 | is empty");
+  EXPECT_EQ(errorOf(run), "notADataset | run.res4 | is empty");
   D cut;
   cut.res4 = Bytes().raw(cut.res4.str().substr(0, 1500));
   cut.write(directory.path());

@@ -16,7 +16,6 @@ void note(int /*signal*/) { noted = 1; }
 void noteSignal(int signal) {
   struct sigaction action {};
   action.sa_handler = note;
-  action.sa_flags = static_cast<int>(SA_RESETHAND);
   sigaction(signal, &action, nullptr);
 }
 
@@ -34,6 +33,7 @@ void prepareProcess() {
     fillClosedStream(stream);
   noteSignal(SIGINT);
   noteSignal(SIGTERM);
+  noteSignal(SIGHUP);
 }
 
 bool interrupted() { return noted != 0; }

@@ -10,6 +10,6 @@ int CCoefficientManager::addCoefficientsData(int number, CCoefficientDatazk* set
 }
 
 const CCoefficientDatazk& CCoefficientManager::coefficients(int index) const {
-  if (index < 0 || index >= m_held) AfxThrowInvalidArgException();
+  if (index < 0 || index >= numHeld()) AfxThrowInvalidArgException();
   return m_sets[static_cast<std::size_t>(index)];
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <memory>
@@ -14,7 +15,7 @@ class MEGREADER_API CCoefficientDatazk {
 
   CString sensorName;
   std::uint32_t coefficientType = 0;  ///< four characters, most significant first: 0x47314252 is "G1BR"
-  std::int32_t numReferences = 0;     ///< 0 to 50 after a successful read
+  std::int32_t numReferences = 0;     ///< at most 50; as read, so a damaged file may leave it negative
   std::array<CString, kReferenceSlots> referenceNames;
   std::array<double, kReferenceSlots> values{};
 };
@@ -29,7 +30,8 @@ class MEGREADER_API CCoefficientManager {
   /// or 0 for a null array or a number below 1.
   int addCoefficientsData(int number, CCoefficientDatazk* sets);
 
-  int numHeld() const { return m_held; }
+  /// Records that are there: never more than `count`.
+  int numHeld() const { return std::clamp(count, 0, m_held); }
 
   /// Record `index`, owned by the manager. Throws CInvalidArgException outside 0 to `numHeld()` - 1.
   const CCoefficientDatazk& coefficients(int index) const;

@@ -48,13 +48,19 @@ bool CFile::Open(const CString& path, unsigned /*flags*/, CFileException* error)
   };
   // Without O_NONBLOCK, opening a FIFO would wait for a writer for ever.
   const int opened = ::open(toNativePath(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (opened < 0) return refuse(causeOf(errno), errno);
+  if (opened < 0) {
+    const int reason = errno;
+    // A link to nowhere is there: not the same as no file.
+    struct stat link {};
+    const bool dangling = reason == ENOENT && lstat(toNativePath(path).c_str(), &link) == 0;
+    return refuse(dangling ? CFileException::badPath : causeOf(reason), reason);
+  }
   struct stat status {};
   if (fstat(opened, &status) != 0 || !S_ISREG(status.st_mode)) {
     ::close(opened);
     // A directory as on Windows; a pipe or device has no error number of its own.
     return S_ISDIR(status.st_mode) ? refuse(CFileException::accessDenied, EISDIR)
-                                   : refuse(CFileException::invalidFile, -1);
+                                   : refuse(CFileException::genericException, -1);
   }
   m_handle = opened;
   m_path = path;

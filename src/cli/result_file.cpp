@@ -1,4 +1,4 @@
-#include "cli/output_file.h"
+#include "cli/result_file.h"
 
 #include <cerrno>
 #include <random>
@@ -11,7 +11,7 @@ namespace ctfmeg::cli {
 
 namespace fs = std::filesystem;
 
-OutputFile::OutputFile(const std::string& name) : m_name(name == "-" ? "standard output" : name) {
+ResultFile::ResultFile(const std::string& name) : m_name(name == "-" ? "standard output" : name) {
   if (name == "-") {
     m_file = stdout;
     return;
@@ -29,7 +29,7 @@ OutputFile::OutputFile(const std::string& name) : m_name(name == "-" ? "standard
   m_file = m_owned.get();
 }
 
-void OutputFile::openBeside() {
+void ResultFile::openBeside() {
   std::random_device random;
   const std::string unique = std::to_string(random());
   m_temporary = m_final;
@@ -40,23 +40,23 @@ void OutputFile::openBeside() {
   if (!m_owned) m_temporary.clear();
 }
 
-OutputFile::~OutputFile() {
+ResultFile::~ResultFile() {
   m_owned.reset();
   std::error_code ignored;
   if (!m_temporary.empty()) fs::remove(m_temporary, ignored);
 }
 
-void OutputFile::fail(const char* what, int osError) const {
+void ResultFile::fail(const char* what, int osError) const {
   throw CommandError(m_name, std::string(what) + ": " + std::generic_category().message(osError));
 }
 
-void OutputFile::write(std::span<const std::byte> bytes) {
+void ResultFile::write(std::span<const std::byte> bytes) {
   if (std::fwrite(bytes.data(), 1, bytes.size(), m_file) == bytes.size()) return;
   stopIfInterrupted();
   fail("can't be written", errno);
 }
 
-void OutputFile::commit() {
+void ResultFile::commit() {
   if (std::fflush(m_file) != 0) fail("can't be written", errno);
   if (!m_owned) return;
   if (std::fclose(m_owned.release()) != 0) fail("can't be written", errno);

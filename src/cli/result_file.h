@@ -12,12 +12,12 @@ namespace ctfmeg::cli {
 /// Where a result goes: standard output for "-"; a device or pipe as it stands; else a new file beside the
 /// one named, which takes that one's place when it is complete and is removed when it never gets so. Every
 /// operation throws CommandError with the name and the reason when it fails.
-class OutputFile {
+class ResultFile {
  public:
-  explicit OutputFile(const std::string& name);
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
-  ~OutputFile();
+  explicit ResultFile(const std::string& name);
+  ResultFile(const ResultFile&) = delete;
+  ResultFile& operator=(const ResultFile&) = delete;
+  ~ResultFile();
 
   void write(std::span<const std::byte> bytes);
 
