@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "cli/commands.h"
+#include "cli/list_items.h"
 
 namespace ctfmeg::cli {
 namespace {
@@ -26,16 +27,6 @@ bool matches(std::string_view pattern, std::string_view name) {
     }
   }
   return pattern.find_first_not_of('*', p) == kNone;
-}
-
-std::vector<std::string> itemsOf(const std::string& list) {
-  std::vector<std::string> items{""};
-  for (const char c : list)
-    if (c == ',')
-      items.emplace_back();
-    else
-      items.back() += c;
-  return items;
 }
 
 }  // namespace

@@ -56,7 +56,7 @@ int runChannels(const ChannelsOptions& options) {
   for (const std::string& dataset : options.datasets) {
     stopIfInterrupted();
     session.attempt([&] {
-      const Recording recording = session.read(dataset, false);
+      const Recording recording = session.read(dataset, std::nullopt);
       const auto channels = selectChannels(recording, dataset, options.channels);
       if (options.csv) return printCsv(channels);
       if (options.datasets.size() > 1)

@@ -67,7 +67,7 @@ int runExport(const ExportOptions& options) {
   session.attempt([&] {
     refuseOwnFile(options.dataset, options.output);
     ResultFile file(options.output);
-    const Recording recording = session.read(options.dataset, true);
+    const Recording recording = session.read(options.dataset, options.route.value_or(Whole{}));
     writeTrials(file, recording, selectChannels(recording, options.dataset, options.channels),
                 options.physical);
     stopIfInterrupted();

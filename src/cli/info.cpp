@@ -51,6 +51,17 @@ std::string triggerText(const RecordInfo& record) {
                      : distance + " before each trial";
 }
 
+/// What a route has read.
+std::string readText(const Recording& recording) {
+  const auto& trials = recording.trialNumbers();
+  if (trials.empty()) return {};
+  const Trial first = recording.trial(trials.front());
+  std::string text = std::to_string(trials.size()) + " x " + std::to_string(first.samples()) + " samples";
+  if (first.samples() > 1) text += ", " + seconds(first.time(1) - first.time(0)) + " apart";
+  return text + ", from trial " + std::to_string(first.origin().fileTrial) + " sample " +
+         std::to_string(first.origin().firstSample) + " on";
+}
+
 /// "273 gradiometer, 20 ref-gradiometer", in the order in which the names first occur.
 template <class List, class NameOf>
 std::string tally(const List& list, NameOf nameOfItem) {
@@ -106,6 +117,7 @@ void printOverview(const std::string& path, const Recording& recording, bool noI
   }
   line("Trials", trialsText(record));
   line("Trigger", triggerText(record));
+  line("Read", readText(recording));
   line("Channels", channelsText(recording));
   line("Compensation", coefficientsText(recording));
   line("Filters", filtersText(record));
@@ -123,7 +135,7 @@ int runInfo(const InfoOptions& options) {
     stopIfInterrupted();
     session.attempt(
         [&] {
-          const Recording recording = session.read(dataset, false);
+          const Recording recording = session.read(dataset, options.route);
           if (options.json) return json.add(dataset, options.reading.rules, recording);
           if (!first) std::cout << '\n';
           first = false;

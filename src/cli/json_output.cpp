@@ -96,6 +96,12 @@ void JsonOutput::add(const std::string& path, Rules rules, const Recording& reco
               {"dataset", recording.name()},
               {"rules", rules == Rules::plain ? "plain" : "host"}};
   object["record"] = recordJson(recording.record(), m_noIdentity);
+  if (!recording.trialNumbers().empty()) {
+    object["storedTrials"] = recording.trialNumbers().size();
+    object["trialNumbers"] = listJson(recording.trialNumbers(), [&recording](int number) {
+      return recording.trial(number).origin().fileTrial;
+    });
+  }
   object["channels"] = listJson(recording.channels(), channelJson);
   object["coefficients"] = listJson(recording.coefficients(), coefficientJson);
   object["warnings"] = listJson(recording.warnings(), warningJson);

@@ -5,6 +5,7 @@
 
 #include "cli/commands.h"
 #include "cli/process.h"
+#include "cli/route.h"
 #include "cli/say.h"
 
 namespace {
@@ -19,6 +20,8 @@ Examples:
   ctfmeg channels --channels 'MLC*' run.ds  some channels
   ctfmeg export run.ds -o run.npy           samples for NumPy: trials x channels x samples
   ctfmeg export run.ds --physical -o - | python3 analyse.py
+  ctfmeg export run.ds --samples 0:599 -o start.npy    only part of each trial
+  ctfmeg export run.ds --trials 0,2,5-7 -o some.npy    only some trials
   ctfmeg simulate test.ds --trials 10       a dataset to try things on
 )";
 
@@ -43,6 +46,24 @@ CLI::Option* addDatasets(CLI::App* command, std::vector<std::string>& datasets) 
   return command->add_option("DATASET", datasets, "a .ds directory or a file of a dataset")
       ->required()
       ->type_name("");
+}
+
+/// At most one of these: routes can't be combined.
+void addRoutes(CLI::App* command, std::optional<Route>& route) {
+  auto* routes = command->add_option_group("Routes", "which samples are read (one of these)");
+  routes->require_option(0, 1);
+  const auto add = [&](const char* name, const char* type, const char* help, auto parse) {
+    routes
+        ->add_option_function<std::string>(
+            name, [&route, parse](const std::string& text) { route = *parse(text); }, help)
+        ->check(
+            [parse](const std::string& text) { return parse(text) ? "" : "can't be understood: " + text; })
+        ->type_name(type);
+  };
+  add("--resample", "N", "every N-th sample of each trial", parseEveryNth);
+  add("--samples", "FIRST:LAST", "samples FIRST to LAST of each trial, counted from 0", parseSpan);
+  add("--split", "N", "each trial as N shorter ones", parsePieces);
+  add("--trials", "LIST", "trials by number, counted from 0 (0,2,5-7)", parseTrials);
 }
 
 void addChannels(CLI::App* command, std::optional<std::string>& channels) {
@@ -77,6 +98,7 @@ int run(int argc, char** argv) {
   addDatasets(infoCommand, info.datasets);
   infoCommand->add_flag("--json", info.json, "everything, as JSON");
   infoCommand->add_flag("--no-identity", info.reading.noIdentity, "leave out what can name a person");
+  addRoutes(infoCommand, info.route);
   addReading(infoCommand, info.reading);
   infoCommand->callback([&] { exitCode = runInfo(info); });
 
@@ -102,6 +124,7 @@ int run(int argc, char** argv) {
   exportCommand->add_flag("--physical", exported.physical,
                           "in tesla, volt and seconds (float64), not raw (int32)");
   addChannels(exportCommand, exported.channels);
+  addRoutes(exportCommand, exported.route);
   addReading(exportCommand, exported.reading);
   exportCommand->callback([&] { exitCode = runExport(exported); });
 

@@ -20,6 +20,7 @@ struct ReadingOptions {
 
 struct InfoOptions {
   ReadingOptions reading;
+  std::optional<Route> route;  ///< without one only headers are read
   std::vector<std::string> datasets;
   bool json = false;
 };
@@ -33,6 +34,7 @@ struct ChannelsOptions {
 
 struct ExportOptions {
   ReadingOptions reading;
+  std::optional<Route> route;
   std::string dataset;
   std::string output;                   ///< "-": standard output
   std::optional<std::string> channels;  ///< a list; without it all

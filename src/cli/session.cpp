@@ -19,11 +19,12 @@ bool Session::answer(const std::string& dataset, const std::string& question) co
   return askOnTerminal(visible(shownPath(dataset, m_options.noIdentity) + ": " + question));
 }
 
-Recording Session::read(const std::string& dataset, bool samples) {
+Recording Session::read(const std::string& dataset, const std::optional<Route>& route) {
   std::unique_ptr<ProgressWindow> bar;
   ReadOptions options;
   options.rules = m_options.rules;
-  options.samples = samples;
+  options.samples = route.has_value();
+  options.route = route.value_or(Whole{});
   options.answer = [&](const std::string& question) { return answer(dataset, question); };
   options.progress = [&](const Progress& progress) {
     constexpr int kSteps = 1000;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "cli/options.h"
@@ -13,8 +14,9 @@ class Session {
  public:
   explicit Session(const ReadingOptions& options);
 
-  /// The recording; throws `Error` when it can't be read and Interrupted after Ctrl-C.
-  Recording read(const std::string& dataset, bool samples);
+  /// The recording, with the samples of `route`, without one only its header. Throws `Error` when it can't be
+  /// read and Interrupted after Ctrl-C.
+  Recording read(const std::string& dataset, const std::optional<Route>& route);
 
   /// Runs `work` on one dataset. What it throws of Error (handed to `onError` too) and CommandError is said
   /// and remembered, and the command goes on with the next dataset.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "framework/cstring.h"
 #include "framework/export.h"
@@ -35,6 +36,10 @@ class MEGREADER_API UserInterface {
 
   /// Shows a text and gives how it was answered: `ok` for a box of style `ok`, `yes` or `no` for a question.
   virtual MessageAnswer messageBox(const CString& text, MessageStyle style) = 0;
+
+  /// Lets the user choose a file to open; nothing when that was cancelled. `filter` is a list of pairs
+  /// "what is shown|patterns|", ended by another "|"; `filterIndex` (from 1) is the pair chosen at first.
+  virtual std::optional<CString> chooseFile(const CString& filter, int filterIndex) = 0;
 
   /// Null when this interface shows no progress.
   virtual std::unique_ptr<ProgressWindow> openProgress(const CString& title) = 0;

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "datamodel/meg/meg_data.h"
+#include "datamodel/meg/meg_datazk.h"
 #include "framework/finding.h"
 #include "host/finding.h"
 #include "host/record.h"

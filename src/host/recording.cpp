@@ -1,6 +1,7 @@
 #include "host/recording.h"
 
 #include <algorithm>
+#include <limits>
 #include <new>
 #include <optional>
 #include <stdexcept>
@@ -22,7 +23,7 @@ struct Recording::State {
   std::vector<CoefficientRecord> coefficients;
   std::vector<int> trialNumbers;
   std::vector<Finding> warnings;
-  double acquisitionRate = 0.0;  // Hz
+  double acquisitionRate = 0.0;  // Hz, whatever the route leaves in the record
 };
 
 struct Trial::State {
@@ -37,6 +38,7 @@ ErrorKind kindOfCode(const std::string& code) {
   if (code == "file.noPermission") return ErrorKind::noPermission;
   if (code == "res4.magic") return ErrorKind::notADataset;
   if (code == "memory") return ErrorKind::outOfMemory;
+  if (code == "route.refused") return ErrorKind::refused;
   return ErrorKind::damaged;
 }
 
@@ -52,26 +54,91 @@ Error errorFrom(const std::filesystem::path& file, const RecordingInterface& use
   return {ErrorKind::damaged, file, text, findings};
 }
 
-/// Reads through the facade; null when that fails.
-std::unique_ptr<CMEGDatazk> readData(const CString& path, const ReadOptions& options) {
+CMEGReaderFacezk makeFacade(const ReadOptions& options) {
   CMEGReaderFacezk facade;
   facade.setReadingRules(options.rules == Rules::plain ? ReadingRules::plain() : ReadingRules::host());
-  if (!options.samples) {
-    auto data = std::make_unique<CMEGDatazk>();
-    CString file = path;
-    return facade.readCTFMEGDataInfo(file, data.get()) ? std::move(data) : nullptr;
+  return facade;
+}
+
+/// Everything but the samples; null when that fails.
+std::unique_ptr<CMEGDatazk> readHeader(CString path, const ReadOptions& options) {
+  auto data = std::make_unique<CMEGDatazk>();
+  return makeFacade(options).readCTFMEGDataInfo(path, data.get()) ? std::move(data) : nullptr;
+}
+
+/// One operation of the facade for each route. The file dialog that some show is answered with the path.
+class RouteReader {
+ public:
+  RouteReader(const CString& path, const ReadOptions& options)
+      : m_path(path), m_facade(makeFacade(options)) {}
+  RouteReader(const RouteReader&) = delete;
+  RouteReader& operator=(const RouteReader&) = delete;
+  /// A failed route, or one that an exception ends, leaves its data object in the array.
+  ~RouteReader() { takeData(); }
+
+  int operator()(const Whole&) { return m_facade.readCTFMEGData2HdPa(m_path, &m_array, nullptr, nullptr); }
+  int operator()(const EveryNth& every) { return m_facade.readResampling(&m_array, every.n, nullptr); }
+  int operator()(const SampleSpan& span) {
+    return m_facade.readSelectSample(&m_array, toInt(span.first), toInt(span.last), nullptr);
   }
-  CPtrArray array;
-  const auto takeFirst = [&array] {
-    return std::unique_ptr<CMEGDatazk>(array.GetSize() > 0 ? static_cast<CMEGDatazk*>(array.GetAt(0))
-                                                           : nullptr);
-  };
-  try {
-    return facade.readCTFMEGData2HdPa(path, &array, nullptr, nullptr) ? takeFirst() : nullptr;
-  } catch (...) {
-    takeFirst();  // an exception leaves the data object in the array
-    throw;
+  int operator()(const Pieces& pieces) { return m_facade.readTrialSplit(&m_array, pieces.count, nullptr); }
+  int operator()(const TrialList& list) {
+    CMarkerDatazk marker;
+    for (const int number : list.numbers)
+      marker.samples.push_back({number, 0.0, 0});
+    return m_facade.readCTFMEGData2HdPa(m_path, &m_array, nullptr, &marker);
   }
+
+  std::unique_ptr<CMEGDatazk> takeData() {
+    if (m_array.GetSize() == 0) return nullptr;
+    std::unique_ptr<CMEGDatazk> data(static_cast<CMEGDatazk*>(m_array.GetAt(0)));
+    m_array.SetSize(0);
+    return data;
+  }
+
+ private:
+  static int toInt(std::int64_t sample) {
+    constexpr std::int64_t kLast = std::numeric_limits<int>::max();
+    return static_cast<int>(std::clamp(sample, -kLast, kLast));
+  }
+
+  CString m_path;
+  CMEGReaderFacezk m_facade;
+  CPtrArray m_array;
+};
+
+/// Throws for a route that asks for what cannot be.
+void checkRoute(const Route& route, const std::filesystem::path& file, std::int32_t trials) {
+  const auto refuse = [&file](const std::string& text) { throw Error(ErrorKind::refused, file, text); };
+  if (const auto* every = std::get_if<EveryNth>(&route); every != nullptr && every->n < 1)
+    refuse("can't be resampled by " + std::to_string(every->n) + ": 1 keeps every sample");
+  if (const auto* pieces = std::get_if<Pieces>(&route); pieces != nullptr && pieces->count < 1)
+    refuse("can't be cut into " + std::to_string(pieces->count) + " pieces");
+  if (const auto* list = std::get_if<TrialList>(&route))
+    for (const int number : list->numbers)
+      if (number < 0 || number >= trials)
+        refuse("has no trial " + std::to_string(number) + ": there are trials 0 to " +
+               std::to_string(trials - 1));
+}
+
+/// A set that ends early may lack trials that its header has.
+void requireTrials(const TrialList& list, const CMEGDatazk& data, const std::filesystem::path& file,
+                   const RecordingInterface& user) {
+  for (const int number : list.numbers) {
+    bool there = false;
+    for (int t = 0; t < data.trialSlots(); ++t)
+      there = there || (data.trialSamples(t) != nullptr && data.trialOrigin(t).fileTrial == number);
+    if (!there)
+      throw Error(ErrorKind::damaged, file, "does not have trial " + std::to_string(number) + " whole",
+                  user.findings());
+  }
+}
+
+/// How often an importer will tell where it is.
+double progressSteps(const Route& route, const CMEGRecordInfozkProzk& info) {
+  const auto* every = std::get_if<EveryNth>(&route);
+  const bool byChannel = (every != nullptr && every->n > 1) || std::holds_alternative<SampleSpan>(route);
+  return static_cast<double>(info.numTrials) * (byChannel ? info.numChannels : 1);
 }
 
 }  // namespace
@@ -82,18 +149,30 @@ Recording Recording::read(const std::filesystem::path& path, const ReadOptions& 
   const ThreadUserInterface installed(&user);
   try {
     file = resolveDataset(path);
+    const CString reading = toWindowsPath(file.string());
+    user.setFile(reading);
     auto state = std::make_shared<State>();
-    state->data = readData(toWindowsPath(file.string()), options);
+    state->data = readHeader(reading, options);
     if (!state->data) throw errorFrom(file, user);
+    state->acquisitionRate = state->data->getMEGRecordInfozk()->sampleRate;
+    if (options.samples) {
+      const CMEGRecordInfozkProzk& header = *state->data->getMEGRecordInfozk();
+      checkRoute(options.route, file, header.numTrials);
+      user.setProgressSteps(progressSteps(options.route, header));
+      RouteReader reader(reading, options);
+      if (!std::visit(reader, options.route)) throw errorFrom(file, user);
+      state->data = reader.takeData();
+      if (state->data->numStoredTrials() == 0) throw errorFrom(file, user);
+    }
     const CMEGDatazk& data = *state->data;
-    if (options.samples && data.numStoredTrials() == 0) throw errorFrom(file, user);
     state->name = toNativePath(data.name);
     state->record = convertRecord(*data.getMEGRecordInfozk());
-    state->acquisitionRate = state->record.sampleRate;
     state->channels = convertChannels(data);
     state->coefficients = convertCoefficients(*data.getMEGRecordInfozk()->getSensorCoefficientzk());
     for (int t = 0; t < data.trialSlots(); ++t)
       if (data.trialSamples(t) != nullptr) state->trialNumbers.push_back(t);
+    if (const auto* list = std::get_if<TrialList>(&options.route); list != nullptr && options.samples)
+      requireTrials(*list, data, file, user);
     state->warnings = user.findings();
     return Recording(std::move(state));
   } catch (CFileException* exception) {

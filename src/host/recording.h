@@ -21,13 +21,35 @@ enum class Rules {
   host,   ///< to the letter what existing hosts get
 };
 
-/// Which samples are read. One at a time: routes can't be combined.
-struct Whole {};  ///< all samples of all trials
-using Route = std::variant<Whole>;
+// Which samples are read: one route at a time.
+
+/// All samples of all trials.
+struct Whole {};
+/// Sample 0 and every `n`-th after it of each trial, without a filter. From 1, which keeps all; more than a
+/// trial has keeps its first sample.
+struct EveryNth {
+  int n = 1;
+};
+/// Samples `first` to `last`, both included, of each trial; limited to the trial. A span that holds none of
+/// its samples or all is refused.
+struct SampleSpan {
+  std::int64_t first = 0;
+  std::int64_t last = 0;
+};
+/// Each trial cut into `count` trials of equal length; what is left over at its end is dropped. From 1, which
+/// cuts nothing.
+struct Pieces {
+  int count = 1;
+};
+/// Trials by their numbers in the file, kept in file order, each once. A number that is not there is refused.
+struct TrialList {
+  std::vector<int> numbers;
+};
+using Route = std::variant<Whole, EveryNth, SampleSpan, Pieces, TrialList>;
 
 struct Progress {
   std::string title;
-  double fraction = 0.0;  ///< 0 to 1
+  double fraction = 0.0;  ///< 0 to 1, rising
 };
 
 struct ReadOptions {
@@ -87,11 +109,13 @@ class Recording {
 
   /// The dataset's name: the resource file's name without directory and extension.
   const std::string& name() const;
+  /// As the route leaves it: a resampled recording has the lower rate, `preTrigSamples` is always the file's.
   const RecordInfo& record() const;
   const std::vector<Channel>& channels() const;
   const std::vector<CoefficientRecord>& coefficients() const;
 
-  /// Numbers of the trials that hold samples, rising from 0. Empty when samples were not read.
+  /// Numbers of the trials that hold samples, rising from 0; where each lies in the file is its trial's
+  /// `origin()`. Empty when samples were not read.
   const std::vector<int>& trialNumbers() const;
 
   /// The trial of that number; throws std::out_of_range, saying which there are, when it holds no samples.

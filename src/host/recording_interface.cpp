@@ -8,26 +8,24 @@
 namespace ctfmeg {
 namespace {
 
+/// Counts steps instead of trusting positions: some importers begin anew for every trial.
 class CallbackProgress : public ProgressWindow {
  public:
-  CallbackProgress(const std::function<bool(const Progress&)>& callback, std::string title)
-      : m_callback(callback), m_progress{std::move(title), 0.0} {}
+  CallbackProgress(const std::function<bool(const Progress&)>& callback, std::string title, double steps)
+      : m_callback(callback), m_progress{std::move(title), 0.0}, m_steps(std::max(steps, 1.0)) {}
 
-  void setRange(int low, int high) override {
-    m_low = low;
-    m_high = std::max(high, low + 1);
-  }
+  void setRange(int /*low*/, int /*high*/) override {}
 
-  void setPosition(int position) override {
-    m_progress.fraction = static_cast<double>(position - m_low) / (m_high - m_low);
+  void setPosition(int /*position*/) override {
+    m_progress.fraction = std::min(m_done++ / m_steps, 1.0);
     if (!m_callback(m_progress)) throw StopReading{};
   }
 
  private:
   const std::function<bool(const Progress&)>& m_callback;
   Progress m_progress;
-  int m_low = 0;
-  int m_high = 1;
+  double m_steps;
+  double m_done = 0.0;
 };
 
 }  // namespace
@@ -37,23 +35,35 @@ MessageAnswer RecordingInterface::messageBox(const CString& text, MessageStyle s
   while (!shown.empty() && shown.back() == '\n')
     shown.pop_back();
   if (style == MessageStyle::yesNo) {
-    if (m_options.answer && m_options.answer(shown)) return MessageAnswer::yes;
+    m_agreed = m_agreed || (m_options.answer && m_options.answer(shown));
+    if (m_agreed) return MessageAnswer::yes;
     m_refused = true;
   }
-  m_findings.push_back({Finding::Severity::warning, "message", "", shown});
+  add({Finding::Severity::warning, "message", "", shown});
   return style == MessageStyle::yesNo ? MessageAnswer::no : MessageAnswer::ok;
+}
+
+std::optional<CString> RecordingInterface::chooseFile(const CString& /*filter*/, int /*filterIndex*/) {
+  return m_file;
 }
 
 std::unique_ptr<ProgressWindow> RecordingInterface::openProgress(const CString& title) {
   if (!m_options.progress) return nullptr;
-  return std::make_unique<CallbackProgress>(m_options.progress, toUtf8(title));
+  return std::make_unique<CallbackProgress>(m_options.progress, toUtf8(title), m_steps);
+}
+
+void RecordingInterface::report(const ::Finding& finding) { add(convertFinding(finding)); }
+
+void RecordingInterface::add(const Finding& finding) {
+  const std::string place = finding.offset ? std::to_string(*finding.offset) : "";
+  const bool fresh =
+      m_known.insert(finding.code + '\n' + finding.file + '\n' + place + '\n' + finding.text).second;
+  if (fresh) m_findings.push_back(finding);
 }
 
 bool RecordingInterface::knowsWhy() const {
   return std::any_of(m_findings.begin(), m_findings.end(),
                      [](const Finding& finding) { return finding.severity == Finding::Severity::error; });
 }
-
-void RecordingInterface::report(const ::Finding& finding) { m_findings.push_back(convertFinding(finding)); }
 
 }  // namespace ctfmeg

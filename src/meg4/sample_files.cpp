@@ -4,7 +4,7 @@
 #include <array>
 #include <new>
 
-#include "datamodel/meg/meg_data.h"
+#include "datamodel/meg/meg_datazk.h"
 #include "framework/user_interface.h"
 #include "meg4/meg4_findings.h"
 #include "util/file_bytes.h"
@@ -21,18 +21,16 @@ SampleCounts sampleCounts(const CMEGDatazk* data) {
   return {info.numTrials, info.numChannels, info.samplesPerTrial};
 }
 
-std::uint64_t trialBytes(const SampleCounts& counts, const ReadingRules& rules, const CString& prefix) {
-  const std::uint64_t bytes = channelBlockBytes(counts) * static_cast<std::uint64_t>(counts.channels);
-  const auto wrapped = static_cast<std::uint32_t>(bytes);
-  if (rules.wideCounts || wrapped == bytes) return bytes;
-  CString text;
-  text.Format(L"holds trials of %u bytes, of which only the first %u are read", bytes, wrapped);
-  reportMeg4(sampleFileName(prefix, 0), "meg4.wrapped", text, Finding::Severity::warning);
-  return wrapped;
+std::uint64_t countedBytes(std::uint64_t bytes, const ReadingRules& rules) {
+  return rules.wideCounts ? bytes : static_cast<std::uint32_t>(bytes);
 }
 
 std::uint64_t channelBlockBytes(const SampleCounts& counts) {
   return static_cast<std::uint64_t>(counts.samples) * sizeof(std::int32_t);
+}
+
+std::uint64_t trialBytes(const SampleCounts& counts) {
+  return channelBlockBytes(counts) * static_cast<std::uint64_t>(counts.channels);
 }
 
 CString sampleFileName(const CString& prefix, int index) {
@@ -73,11 +71,12 @@ bool SampleFiles::readUnit() {
 }
 
 std::unique_ptr<SampleFiles> openSampleFiles(const CString& prefix, const SampleCounts& counts,
-                                             const ReadingRules& rules) {
+                                             const ReadingRules& rules, AvailableBytes available) {
   if (counts.trials < 1 || counts.channels < 1 || counts.samples < 1) {
     reportMeg4(prefix + L"res4", "res4.counts", L"says that there are no trials, no channels or no samples",
                Finding::Severity::error);
     return nullptr;
   }
-  return rules.filesAreOneSequence ? openTrialSequence(prefix, counts) : openSampleSlots(prefix, counts);
+  return rules.filesAreOneSequence ? openTrialSequence(prefix, counts)
+                                   : openSampleSlots(prefix, counts, rules, available);
 }

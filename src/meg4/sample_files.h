@@ -24,11 +24,15 @@ struct SampleCounts {
 /// The counts of the data object's record information; all 0 without a data object.
 SampleCounts sampleCounts(const CMEGDatazk* data);
 
-/// Bytes of one trial as the importers by whole trial count them. Reports a finding when the count wraps.
-std::uint64_t trialBytes(const SampleCounts& counts, const ReadingRules& rules, const CString& prefix);
+/// A byte count as importers keep it where 32 bits are theirs.
+std::uint64_t countedBytes(std::uint64_t bytes, const ReadingRules& rules);
 
-/// Bytes of one channel of one trial.
+/// Bytes of one channel of one trial, and of a whole trial.
 std::uint64_t channelBlockBytes(const SampleCounts& counts);
+std::uint64_t trialBytes(const SampleCounts& counts);
+
+/// How an importer adds up the bytes that a file set holds.
+enum class AvailableBytes { wide, narrow };
 
 /// `prefix` + "meg4" for index 0, then `prefix` + "1_meg4" and so on.
 CString sampleFileName(const CString& prefix, int index);
@@ -52,9 +56,10 @@ class SampleFiles {
   /// Reads the next unit. False when the current file held less. Throws CFileException when it can't be read.
   bool readUnit();
 
-  /// The values of the unit last read whole, as they lie in the file.
-  std::span<std::int32_t> unit() const { return {m_buffer.get(), static_cast<std::size_t>(m_unitBytes / 4)}; }
-  std::int64_t unitValues() const { return static_cast<std::int64_t>(m_unitBytes / 4); }
+  /// The buffer: after a unit was read whole, its values as they lie in the file.
+  std::span<std::int32_t> unit() const {
+    return {m_buffer.get(), static_cast<std::size_t>(m_bufferBytes / 4)};
+  }
 
   /// Moves on after a short read. False when there is nothing to move on to.
   virtual bool nextFile() = 0;
@@ -74,9 +79,12 @@ class SampleFiles {
 /// Opens the file set that the counts call for. Null, the user told, when that fails; null without a message
 /// when a count is below 1.
 std::unique_ptr<SampleFiles> openSampleFiles(const CString& prefix, const SampleCounts& counts,
-                                             const ReadingRules& rules);
+                                             const ReadingRules& rules, AvailableBytes available);
 
-/// The two readings of a set, for `openSampleFiles`: at most eight files opened at once, short reads moving
-/// on from one to the next; or whole trials counted from each file's length, as many files as there are.
-std::unique_ptr<SampleFiles> openSampleSlots(const CString& prefix, const SampleCounts& counts);
+// The two readings of a set, for `openSampleFiles`.
+
+/// At most eight files opened at once, short reads moving on from one to the next.
+std::unique_ptr<SampleFiles> openSampleSlots(const CString& prefix, const SampleCounts& counts,
+                                             const ReadingRules& rules, AvailableBytes available);
+/// Whole trials counted from each file's length, as many files as there are.
 std::unique_ptr<SampleFiles> openTrialSequence(const CString& prefix, const SampleCounts& counts);

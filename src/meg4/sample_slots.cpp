@@ -13,17 +13,19 @@ constexpr std::size_t kSlots = 8;
 /// out by reading; eight files that are still too short are read as far as they go.
 class SampleSlots : public SampleFiles {
  public:
-  bool open(const CString& prefix, const SampleCounts& counts) {
+  bool open(const CString& prefix, const SampleCounts& counts, const ReadingRules& rules,
+            AvailableBytes counting) {
     m_prefix = prefix;
     m_trials = counts.trials;
     const std::int64_t needed =
         countProduct({counts.samples, counts.channels, counts.trials, std::int64_t{sizeof(std::int32_t)}});
-    std::int64_t available = 0;
-    while (m_opened < kSlots && available < needed) {
+    std::uint64_t available = 0;
+    while (m_opened < kSlots && available < static_cast<std::uint64_t>(needed)) {
       CFile& file = m_files[m_opened];
       if (!openSampleFile(file, prefix, static_cast<int>(m_opened))) return false;
       const std::uint64_t bytes = file.GetLength() - kSampleHeaderSize;
-      available += static_cast<std::int64_t>(bytes);
+      available += bytes;
+      if (counting == AvailableBytes::narrow) available = countedBytes(available, rules);
       m_largestFile = std::max(m_largestFile, bytes);
       ++m_opened;
     }
@@ -55,8 +57,9 @@ class SampleSlots : public SampleFiles {
 
 }  // namespace
 
-std::unique_ptr<SampleFiles> openSampleSlots(const CString& prefix, const SampleCounts& counts) {
+std::unique_ptr<SampleFiles> openSampleSlots(const CString& prefix, const SampleCounts& counts,
+                                             const ReadingRules& rules, AvailableBytes available) {
   auto files = std::make_unique<SampleSlots>();
-  if (!files->open(prefix, counts)) return nullptr;
+  if (!files->open(prefix, counts, rules, available)) return nullptr;
   return files;
 }

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <vector>
 
-#include "datamodel/meg/sample_count.h"
 #include "framework/user_interface.h"
 #include "meg4/meg4_findings.h"
 #include "meg4/sample_files.h"
@@ -13,8 +12,7 @@ class TrialSequence : public SampleFiles {
  public:
   bool open(const CString& prefix, const SampleCounts& counts) {
     m_prefix = prefix;
-    const auto trialSize = static_cast<std::uint64_t>(
-        countProduct({counts.channels, counts.samples, std::int64_t{sizeof(std::int32_t)}}));
+    const std::uint64_t trialSize = trialBytes(counts);
     std::uint64_t strayBytes = 0;
     int index = 0;
     for (; m_trials < counts.trials; ++index) {

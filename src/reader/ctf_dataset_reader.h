@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "datamodel/meg/meg_data.h"
+#include "datamodel/meg/meg_datazk.h"
 #include "framework/cfile.h"
 #include "framework/collections.h"
 #include "util/basic_read_unix2window.h"
@@ -23,17 +23,39 @@ class CCtfReader1Samples : public CBasicReadUnix2Windowzk {
 
   void setReadingRules(const ReadingRules& rules) { m_rules = rules; }
 
-  /// Imports every trial, one read a trial. A read that runs past the last opened file throws CFileException.
+  // Importers. A read that runs past the last opened file throws CFileException.
+
+  /// Every trial, one read a trial; one read a channel.
   int readCtfDataT(const CString& path);
-  /// Imports every trial, one read a channel. A read that runs past the last opened file throws
-  /// CFileException.
   int readCtfDataC(const CString& path);
+
+  /// The trials in which `marker` occurs, renumbered from 0.
+  int readCtfDataTrigger(const CString& path, const CMarkerDatazk* marker);
+
+  /// The trials that the first marker of `destination` names in rising order, under their own numbers: by the
+  /// counts of `source`; by those of the current data object and at most `count` (1 to all); or summed into
+  /// one trial of doubles, whose record information then says of how many.
+  int readCtfDataMultiTrial(const CString& path, const CMEGDatazk* source, CMEGDatazk* destination);
+  int readCtfDataAccumulate(const CString& path, CMEGDatazk* destination, int count);
+  int readCtfDataAverage(const CString& path, CMEGDatazk* destination);
+
+  /// Every `factor`-th sample (all for 1 or less), without a filter.
+  int readCtfDataResample(const CString& path, int factor);
+
+  /// Samples `first` to `last`, both kept, of every trial, limited to the trial. Refused when that is none or
+  /// all.
+  int readCtfDataSelected(const CString& path, std::int64_t first, std::int64_t last);
+
+  /// Every trial cut into `parts` (1 to its samples) trials of equal length.
+  int readCtfDataTsplit(const CString& path, int parts);
 
   /// Deletes what the sensor and electrode lists hold and empties all four lists. Returns 1.
   int releaseSensorLists();
 
  protected:
   void releaseSensors();
+  int importOccurrences(const CString& path, const CMEGDatazk* source, CMEGDatazk* destination,
+                        const wchar_t* title, int limit);
 
   ReadingRules m_rules;
   std::int32_t m_runDescLength = 0;  ///< bytes of the run description
@@ -80,13 +102,20 @@ class CCtfDatasetReader : public CCtfReader2Res4 {
   /// Reads the resource file and hands the channels to `data`, for one trial. Catches nothing.
   int checkDataset(const CString& path, CMEGDatazk* data);
 
-  /// Reads everything but the samples into `data`. Also 1 when a count differs from the channels (see
-  /// `Info`).
-  int readDatasetInfo(const CString& path, CMEGDatazk* data);
+  /// Reads everything but the samples into `data`: its trials are those of the file, or the occurrences of
+  /// `marker` when there is one. Also 1 when a count differs from the channels (see `Info`).
+  int readDatasetInfo(const CString& path, CMEGDatazk* data, const CMarkerDatazk* marker);
 
-  /// Appends a new data object to `array` and reads the dataset into it, samples included. What was appended
-  /// stays there on failure.
-  int readDatasetToArray(const CString& path, CPtrArray* array, CDocument* document);
+  // Each appends a new data object to `array` and reads the dataset into it, samples included. What was
+  // appended stays there on failure. All but the first catch file errors among the samples too.
+
+  /// Whole, or the trials in which `marker` occurs when there is one.
+  int readDatasetToArray(const CString& path, CPtrArray* array, CDocument* document,
+                         const CMarkerDatazk* marker);
+  int readResampledToArray(const CString& path, CPtrArray* array, int factor);
+  int readSelectSampleToArray(const CString& path, CPtrArray* array, int first, int last);
+  /// Below 2 pieces as `readDatasetToArray` without a marker; only then is `document` kept.
+  int readTrialSplitToArray(const CString& path, CPtrArray* array, int splitCount, CDocument* document);
 
  protected:
   /// Outcome of reading what lies beside the samples.
@@ -100,5 +129,9 @@ class CCtfDatasetReader : public CCtfReader2Res4 {
   Info readResource(const CString& path, CMEGDatazk* data);
   Info checkCounts(const CString& path) const;
   Info handOverChannels(const CString& path, int trials);
-  Info loadInfo(const CString& path, CMEGDatazk* data);
+  Info loadInfo(const CString& path, CMEGDatazk* data, const CMarkerDatazk* marker);
+  bool appendData(const CString& path, CPtrArray* array);
+  int splitTrials(int splitCount) const;
+  template <class Import>
+  int readReducedToArray(const CString& path, CPtrArray* array, Import import);
 };

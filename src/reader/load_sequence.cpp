@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <limits>
 #include <memory>
 #include <new>
 
@@ -54,12 +56,17 @@ CCtfDatasetReader::Info CCtfDatasetReader::handOverChannels(const CString& path,
   return Info::failed;
 }
 
-CCtfDatasetReader::Info CCtfDatasetReader::loadInfo(const CString& path, CMEGDatazk* data) {
+CCtfDatasetReader::Info CCtfDatasetReader::loadInfo(const CString& path, CMEGDatazk* data,
+                                                    const CMarkerDatazk* marker) {
   return guarded(kFileError, path, Info::failed, [&] {
     Info info = readResource(path, data);
     if (info != Info::complete) return info;
-    info = handOverChannels(path, data->getMEGRecordInfozk()->numTrials);
-    if (info == Info::complete) releaseSensorLists();
+    const int trials = marker != nullptr ? static_cast<int>(marker->getTotalTrgMrkPts())
+                                         : data->getMEGRecordInfozk()->numTrials;
+    info = handOverChannels(path, trials);
+    if (info != Info::complete) return info;
+    if (marker != nullptr) data->getTrigManager()->copyNewTrigType(marker, false);
+    releaseSensorLists();
     return info;
   });
 }
@@ -70,27 +77,68 @@ int CCtfDatasetReader::checkDataset(const CString& path, CMEGDatazk* data) {
   return handOverChannels(path, 1) == Info::complete;
 }
 
-int CCtfDatasetReader::readDatasetInfo(const CString& path, CMEGDatazk* data) {
-  return loadInfo(path, data) != Info::failed;
+int CCtfDatasetReader::readDatasetInfo(const CString& path, CMEGDatazk* data, const CMarkerDatazk* marker) {
+  return loadInfo(path, data, marker) != Info::failed;
 }
 
-int CCtfDatasetReader::readDatasetToArray(const CString& path, CPtrArray* array, CDocument* document) {
+bool CCtfDatasetReader::appendData(const CString& path, CPtrArray* array) {
   if (array == nullptr) {
     reportFinding({.code = "call.argument", .file = path, .text = L"there is no array to read it into"});
-    return 0;
+    return false;
   }
-  m_document = document;
   std::unique_ptr<CMEGDatazk> data(new (std::nothrow) CMEGDatazk);
   if (!data) {
     reportFinding({.code = "memory", .file = path, .text = L"needs more memory than there is"});
     AfxMessageBox(L"Out of  memory!");
-    return 0;
+    return false;
   }
   m_currentData = data.get();
   array->SetAtGrow(array->GetSize(), data.get());
   data.release();  // NOLINT(bugprone-unused-return-value): the host's array owns it now
+  return true;
+}
 
-  const Info info = loadInfo(path, m_currentData);
+int CCtfDatasetReader::readDatasetToArray(const CString& path, CPtrArray* array, CDocument* document,
+                                          const CMarkerDatazk* marker) {
+  if (array != nullptr) m_document = document;
+  if (!appendData(path, array)) return 0;
+  const Info info = loadInfo(path, m_currentData, marker);
   if (info != Info::complete) return info == Info::countsDiffer;
-  return readCtfDataT(path) != 0;
+  return (marker != nullptr ? readCtfDataTrigger(path, marker) : readCtfDataT(path)) != 0;
+}
+
+template <class Import>
+int CCtfDatasetReader::readReducedToArray(const CString& path, CPtrArray* array, Import import) {
+  return guarded(kFileError, path, 0, [&] {
+    if (!appendData(path, array)) return 0;
+    const Info info = loadInfo(path, m_currentData, nullptr);
+    if (info != Info::complete) return info == Info::countsDiffer ? 1 : 0;
+    return import() != 0 ? 1 : 0;
+  });
+}
+
+int CCtfDatasetReader::readResampledToArray(const CString& path, CPtrArray* array, int factor) {
+  return readReducedToArray(path, array, [&] { return readCtfDataResample(path, factor); });
+}
+
+int CCtfDatasetReader::readSelectSampleToArray(const CString& path, CPtrArray* array, int first, int last) {
+  return readReducedToArray(path, array, [&] { return readCtfDataSelected(path, first, last); });
+}
+
+int CCtfDatasetReader::readTrialSplitToArray(const CString& path, CPtrArray* array, int splitCount,
+                                             CDocument* document) {
+  return guarded(kFileError, path, 0, [&] {
+    if (splitCount < 2) return readDatasetToArray(path, array, document, nullptr);
+    if (!appendData(path, array)) return 0;
+    Info info = readResource(path, m_currentData);
+    if (info == Info::complete) info = handOverChannels(path, splitTrials(splitCount));
+    if (info != Info::complete) return info == Info::countsDiffer ? 1 : 0;
+    releaseSensorLists();
+    return readCtfDataTsplit(path, splitCount) != 0 ? 1 : 0;
+  });
+}
+
+int CCtfDatasetReader::splitTrials(int splitCount) const {
+  const std::int64_t trials = std::int64_t{m_currentData->getMEGRecordInfozk()->numTrials} * splitCount;
+  return static_cast<int>(std::min<std::int64_t>(trials, std::numeric_limits<int>::max()));
 }

@@ -2,11 +2,22 @@
 
 #include <new>
 
+#include "framework/cfiledialog.h"
 #include "framework/native_path.h"
 #include "framework/user_interface.h"
 #include "reader/ctf_dataset_reader.h"
 
 namespace {
+
+constexpr const wchar_t* kFilter =
+    L"MEG Files(*.meg;*.meg4;*.res4;*.eeg;*.infods)|*.meg;*.meg4;*.res4;*.eeg;*.infods|CTF MEG File "
+    L"(*.meg4)|*.meg4|"
+    L"CTF Dataset (*.ds)|*.ds|CTF MEG Data (*.meg4)|*.meg4|All Files(*.*)|*.*||";
+
+void openFirstTrials(const CPtrArray* array) {
+  for (int i = 0; array != nullptr && i < array->GetSize(); ++i)
+    if (auto* data = static_cast<CMEGDatazk*>(array->GetAt(i))) data->openTrial(0);
+}
 
 int failWithoutData(const CString& path) {
   reportFinding({.code = "call.argument", .file = path, .text = L"there is no data object to read it into"});
@@ -50,19 +61,18 @@ int CMEGReaderFace::readCTFMEGDataInfo(CString& path, CMEGDatazk* data) {
   if (data == nullptr) return failWithoutData(path);
   if (!checkCtfFileFormat(path)) return 0;
   CCtfDatasetReader* current = reader();
-  return current != nullptr && current->readDatasetInfo(toWindowsPath(path), data);
+  return current != nullptr && current->readDatasetInfo(toWindowsPath(path), data, nullptr);
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): hosts know the signature
 int CMEGReaderFacezk::readCTFMEGData2HdPa(CString path, CPtrArray* array, CDocument* document,
-                                          CMarkerDatazk* /*marker*/) {
+                                          CMarkerDatazk* marker) {
   if (!checkCtfFileFormat(path)) return 0;
   CCtfDatasetReader* current = reader();
   if (current == nullptr) return 0;
   const int before = array != nullptr ? array->GetSize() : 0;
-  if (current->readDatasetToArray(toWindowsPath(path), array, document)) {
-    for (int i = 0; array != nullptr && i < array->GetSize(); ++i)
-      if (auto* data = static_cast<CMEGDatazk*>(array->GetAt(i))) data->openTrial(0);
+  if (current->readDatasetToArray(toWindowsPath(path), array, document, marker)) {
+    openFirstTrials(array);
     return 1;
   }
   if (array != nullptr && array->GetSize() > before) {
@@ -72,4 +82,42 @@ int CMEGReaderFacezk::readCTFMEGData2HdPa(CString path, CPtrArray* array, CDocum
   }
   releaseReader();
   return 0;
+}
+
+int CMEGReaderFacezk::openReadCTFMEGData2HdPa(CPtrArray* array, CDocument* document, CMarkerDatazk* marker) {
+  CFileDialog dialog(kFilter);
+  if (dialog.DoModal() != CFileDialog::kOk) return 0;
+  return readCTFMEGData2HdPa(dialog.GetPathName(), array, document, marker);
+}
+
+template <class Read>
+int CMEGReaderFacezk::readChosenFile(CPtrArray* array, Read read) {
+  CFileDialog dialog(kFilter);
+  if (dialog.DoModal() != CFileDialog::kOk || !checkCtfFileFormat(dialog.GetPathName())) return 0;
+  CCtfDatasetReader* current = reader();
+  if (current == nullptr) return 0;
+  if (!read(*current, toWindowsPath(dialog.GetPathName()))) {
+    releaseReader();
+    return 0;
+  }
+  openFirstTrials(array);
+  return 1;
+}
+
+int CMEGReaderFacezk::readResampling(CPtrArray* array, int factor, CDocument* /*document*/) {
+  return readChosenFile(array, [&](CCtfDatasetReader& current, const CString& path) {
+    return current.readResampledToArray(path, array, factor);
+  });
+}
+
+int CMEGReaderFacezk::readSelectSample(CPtrArray* array, int first, int second, CDocument* /*document*/) {
+  return readChosenFile(array, [&](CCtfDatasetReader& current, const CString& path) {
+    return current.readSelectSampleToArray(path, array, first, second);
+  });
+}
+
+int CMEGReaderFacezk::readTrialSplit(CPtrArray* array, int splitCount, CDocument* document) {
+  return readChosenFile(array, [&](CCtfDatasetReader& current, const CString& path) {
+    return current.readTrialSplitToArray(path, array, splitCount, document);
+  });
 }

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "datamodel/meg/meg_data.h"
+#include "datamodel/meg/meg_datazk.h"
 #include "framework/cdocument.h"
 #include "framework/collections.h"
 #include "framework/cstring.h"
@@ -10,7 +10,6 @@
 #include "util/reading_rules.h"
 
 class CCtfDatasetReader;
-class CMarkerDatazk;
 
 /// The door into the library for hosts that hold one data object. Operations return 1 for success and 0 for
 /// failure or cancel; what the user must know has then been shown. One facade must not be used from two
@@ -56,20 +55,34 @@ class MEGREADER_API CMEGReaderFace {
   ReadingRules m_rules;
 };
 
-/// The door for hosts that hold an array of data objects.
+/// The door for hosts that hold an array of data objects. Each operation reads a dataset, samples included,
+/// into a new CMEGDatazk appended to `array`, which owns it from then on, and opens trial 0 of every data
+/// object in the array (null elements are passed over). On a result of 0 the reader is released. The
+/// operations without a path show the file-open dialog first; 0 when it is cancelled.
 class MEGREADER_API CMEGReaderFacezk : public CMEGReaderFace {
  public:
   ~CMEGReaderFacezk() override;
 
-  /// Reads a dataset, samples included, into a new CMEGDatazk appended to `array`, which owns it from then
-  /// on, and opens trial 0 of every data object in the array (null elements are passed over). On a result of
-  /// 0 what was appended is removed and deleted again, and the reader released.
-  ///
-  /// `document` (may be null) stays the host's; the reader keeps the pointer until the next call. `marker`
-  /// must be null: no host can make one yet.
+  /// Reads the trials in which `marker` (the host's, may be null: all trials) occurs, renumbered from 0. On a
+  /// result of 0 what was appended is removed and deleted again. `document` (may be null) stays the host's;
+  /// the reader keeps the pointer until the next call.
   ///
   /// Throws CFileException (as a pointer) when sample files can't be read or end before the run does, and
   /// std::bad_alloc when memory runs out among the samples: the data object then stays in the array, partly
   /// filled, and the reader is kept.
   int readCTFMEGData2HdPa(CString path, CPtrArray* array, CDocument* document, CMarkerDatazk* marker);
+  int openReadCTFMEGData2HdPa(CPtrArray* array, CDocument* document, CMarkerDatazk* marker);
+
+  // On a result of 0 these leave what was appended in the array, partly filled.
+
+  /// Keeps every `factor`-th sample; 1 or less keeps all. `document` is not used.
+  int readResampling(CPtrArray* array, int factor, CDocument* document);
+  /// Keeps samples `first` to `second` of every trial, both included. `document` is not used.
+  int readSelectSample(CPtrArray* array, int first, int second, CDocument* document);
+  /// Cuts every trial into `splitCount` shorter ones; below 2 cuts nothing, and only then is `document` used.
+  int readTrialSplit(CPtrArray* array, int splitCount, CDocument* document);
+
+ private:
+  template <class Read>
+  int readChosenFile(CPtrArray* array, Read read);
 };

@@ -34,6 +34,18 @@ MessageAnswer ScriptedInterface::messageBox(const CString& text, MessageStyle st
   return answer;
 }
 
+std::optional<CString> ScriptedInterface::chooseFile(const CString& filter, int filterIndex) {
+  std::string line = "file dialog: " + toUtf8(filter) + " (" + std::to_string(filterIndex) + ") -> ";
+  if (m_files.empty()) {
+    m_transcript.push_back(line + "cancel");
+    return std::nullopt;
+  }
+  const CString chosen = m_files.front();
+  m_files.pop_front();
+  m_transcript.push_back(line + "chosen");
+  return chosen;
+}
+
 std::unique_ptr<ProgressWindow> ScriptedInterface::openProgress(const CString& title) {
   m_transcript.push_back("progress: " + toUtf8(title));
   return std::make_unique<ScriptedProgress>(m_transcript);

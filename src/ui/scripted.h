@@ -6,18 +6,21 @@
 
 #include "framework/user_interface.h"
 
-/// A user who follows a script: answers questions from a list (No when it is used up) and writes down
-/// everything that is shown, a line each.
+/// A user who follows a script: answers questions from one list (No when it is used up), chooses files from
+/// another (cancels when it is used up) and writes down everything that is shown, a line each.
 class ScriptedInterface : public UserInterface {
  public:
-  explicit ScriptedInterface(std::deque<MessageAnswer> answers = {}) : m_answers(std::move(answers)) {}
+  explicit ScriptedInterface(std::deque<MessageAnswer> answers = {}, std::deque<CString> files = {})
+      : m_answers(std::move(answers)), m_files(std::move(files)) {}
 
   MessageAnswer messageBox(const CString& text, MessageStyle style) override;
+  std::optional<CString> chooseFile(const CString& filter, int filterIndex) override;
   std::unique_ptr<ProgressWindow> openProgress(const CString& title) override;
   void report(const Finding& finding) override;
 
   /// Messages, questions and progress windows in the order in which they were shown. Lines: `message: TEXT`,
-  /// `question: TEXT -> yes`, `progress: TITLE`, `range LOW HIGH`, `position N`, `closed`.
+  /// `question: TEXT -> yes`, `file dialog: FILTER (INDEX) -> cancel`, `progress: TITLE`, `range LOW HIGH`,
+  /// `position N`, `closed`.
   const std::vector<std::string>& transcript() const { return m_transcript; }
 
   /// What was reported; not part of the transcript.
@@ -25,6 +28,7 @@ class ScriptedInterface : public UserInterface {
 
  private:
   std::deque<MessageAnswer> m_answers;
+  std::deque<CString> m_files;
   std::vector<std::string> m_transcript;
   std::vector<Finding> m_findings;
 };

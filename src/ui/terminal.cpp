@@ -62,6 +62,14 @@ MessageAnswer TerminalInterface::messageBox(const CString& text, MessageStyle st
   return MessageAnswer::ok;
 }
 
+std::optional<CString> TerminalInterface::chooseFile(const CString& /*filter*/, int /*filterIndex*/) {
+  if (!inputIsTerminal() || !errorsAreTerminal()) return std::nullopt;
+  std::cerr << "File to open: " << std::flush;
+  std::string path;
+  if (!std::getline(std::cin, path) || path.empty()) return std::nullopt;
+  return fromUtf8(path);
+}
+
 std::unique_ptr<ProgressWindow> TerminalInterface::openProgress(const CString& title) {
   return openTerminalBar(toUtf8(title));
 }

@@ -16,5 +16,7 @@ std::unique_ptr<ProgressWindow> openTerminalBar(const std::string& title);
 class TerminalInterface : public UserInterface {
  public:
   MessageAnswer messageBox(const CString& text, MessageStyle style) override;
+  /// Asks for a path; an empty line cancels.
+  std::optional<CString> chooseFile(const CString& filter, int filterIndex) override;
   std::unique_ptr<ProgressWindow> openProgress(const CString& title) override;
 };

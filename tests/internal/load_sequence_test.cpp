@@ -47,10 +47,10 @@ TEST(LoadSequence, CountMismatchesAreToldAndEndInSuccessWithNothingImported) {
       EXPECT_EQ(operation(), 1) << c.what;
       EXPECT_EQ(host.transcript(), c.shown) << c.what;
     };
-    outcome([&] { return reader.readDatasetInfo(path, &reader.data); });
+    outcome([&] { return reader.readDatasetInfo(path, &reader.data, nullptr); });
     outcome([&] { return reader.checkDataset(path, &reader.data); });
     EXPECT_TRUE(reader.data.channels().empty()) << c.what;
-    outcome([&] { return reader.readDatasetToArray(path, &array, nullptr); });
+    outcome([&] { return reader.readDatasetToArray(path, &array, nullptr, nullptr); });
     const std::unique_ptr<CMEGDatazk> appended(static_cast<CMEGDatazk*>(array.GetAt(0)));
     EXPECT_TRUE(appended->channels().empty()) << c.what;
     EXPECT_EQ(appended->numStoredTrials(), 0) << c.what;
@@ -60,7 +60,7 @@ TEST(LoadSequence, CountMismatchesAreToldAndEndInSuccessWithNothingImported) {
 TEST(LoadSequence, HandsChannelsOverAndReleasesTheLists) {
   Probe reader;
   const CString path = reader.writeDataset({});
-  EXPECT_EQ(reader.readDatasetInfo(path, &reader.data), 1);
+  EXPECT_EQ(reader.readDatasetInfo(path, &reader.data, nullptr), 1);
   EXPECT_EQ(toUtf8(reader.data.name), "run");
   ASSERT_EQ(reader.data.channels().size(), 2u);
   EXPECT_EQ(reader.data.channels()[0].sensor.squid()->gradientOrder, 3) << "a copy: the reader's own is gone";
@@ -75,13 +75,13 @@ TEST(LoadSequence, HandsChannelsOverAndReleasesTheLists) {
 TEST(LoadSequence, RefusesWhatItCannotFill) {
   Probe reader;
   const CString path = reader.writeDataset({});
-  EXPECT_EQ(reader.readDatasetInfo(path, nullptr), 0);
+  EXPECT_EQ(reader.readDatasetInfo(path, nullptr, nullptr), 0);
   EXPECT_EQ(reader.checkDataset(path, nullptr), 0);
-  EXPECT_EQ(reader.readDatasetToArray(path, nullptr, nullptr), 0);
+  EXPECT_EQ(reader.readDatasetToArray(path, nullptr, nullptr, nullptr), 0);
 
   MinimalDataset noTrials;
   noTrials.res4.put(1312, Bytes().i16(0));
-  EXPECT_EQ(reader.readDatasetInfo(reader.writeDataset(noTrials), &reader.data), 0);
+  EXPECT_EQ(reader.readDatasetInfo(reader.writeDataset(noTrials), &reader.data, nullptr), 0);
   EXPECT_EQ(reader.user.transcript(), Lines{});
 }
 
@@ -91,7 +91,7 @@ TEST(LoadSequence, SaysWhenAFileCannotBeRead) {
   Probe reader;
   const auto link = reader.directory.path() / "run.res4";
   std::filesystem::create_symlink(unreadable, link);
-  EXPECT_EQ(reader.readDatasetInfo(toWindowsPath(link.string()), &reader.data), 0);
+  EXPECT_EQ(reader.readDatasetInfo(toWindowsPath(link.string()), &reader.data, nullptr), 0);
   EXPECT_EQ(reader.user.transcript(), Lines{"message: CTF File open error!"});
   ASSERT_EQ(reader.user.findings().size(), 1u);
   EXPECT_EQ(toNativePath(reader.user.findings()[0].file), link.string());
@@ -102,7 +102,7 @@ TEST(LoadSequence, SaysWhenADataObjectDoesNotFitIntoMemory) {
   const CString path = reader.writeDataset({});
   CPtrArray array;
   const FailingNew noData(sizeof(CMEGDatazk));
-  EXPECT_EQ(reader.readDatasetToArray(path, &array, nullptr), 0);
+  EXPECT_EQ(reader.readDatasetToArray(path, &array, nullptr, nullptr), 0);
   EXPECT_EQ(reader.user.transcript(), Lines{"message: Out of  memory!"});
   EXPECT_EQ(array.GetSize(), 0);
 }

@@ -247,8 +247,9 @@ TEST(Meg4, RefusesCountsBelowOneWithoutAMessage) {
 
 TEST(Meg4, TrialBytesWrapByRule) {
   const SampleCounts counts{1, 1, (std::int64_t{1} << 30) + 2};
-  EXPECT_EQ(trialBytes(counts, ReadingRules::host(), L"run."), 8u);
-  EXPECT_EQ(trialBytes(counts, hostBut(&ReadingRules::wideCounts), L"run."), (std::uint64_t{1} << 32) + 8);
+  EXPECT_EQ(countedBytes(trialBytes(counts), ReadingRules::host()), 8u);
+  EXPECT_EQ(countedBytes(trialBytes(counts), hostBut(&ReadingRules::wideCounts)),
+            (std::uint64_t{1} << 32) + 8);
 
   // The file is sparse: a trial of 4 GiB and 8 bytes, of which the host rules read 8.
   Import import(dataset({D::sampleFile({Bytes().i32(5).i32(6).str()})}), 1, 1, (1 << 30) + 2);

@@ -6,40 +6,60 @@
 
 #include "datamodel/meg/sample_count.h"
 
-bool TrialStorage::reserve(std::int32_t trials, std::int32_t channels, std::int64_t samples) {
+bool TrialStorage::reserve(const ImportPlan& plan) {
   *this = TrialStorage();
-  const std::int64_t bytes = countProduct({trials, channels, samples, std::int64_t{sizeof(std::int32_t)}});
+  const std::size_t valueSize = plan.unit == ImportUnit::summedTrial ? sizeof(double) : sizeof(std::int32_t);
+  const std::int64_t bytes =
+      countProduct({plan.trials, plan.channels, plan.samples, static_cast<std::int64_t>(valueSize)});
   if (bytes == 0) return true;
   if (bytes == kCountOverflow || static_cast<std::uint64_t>(bytes) > std::numeric_limits<std::size_t>::max())
     return false;
   if (!m_memory.reserve(static_cast<std::size_t>(bytes))) return false;
-  m_stored.assign(static_cast<std::size_t>(trials), false);
-  m_origins.assign(static_cast<std::size_t>(trials), TrialOrigin{});
-  m_channels = channels;
-  m_samples = samples;
+  m_stored.assign(static_cast<std::size_t>(plan.trials), false);
+  m_fileTrials.assign(static_cast<std::size_t>(plan.trials), 0);
+  m_plan = plan;
   return true;
 }
 
 bool TrialStorage::store(std::int32_t trial, std::int32_t channel, const std::int32_t* values,
-                         std::int64_t count, const TrialOrigin& origin) {
-  if (!inRange(trial) || channel < 0 || channel >= m_channels || count < 0) return false;
-  const std::int64_t first = channel * m_samples;
+                         std::int64_t count, std::int32_t fileTrial) {
+  if (summed() || !inRange(trial) || channel < 0 || channel >= m_plan.channels || count < 0) return false;
+  const std::int64_t first = channel * m_plan.samples;
   const std::int64_t taken = std::min(count, trialValues() - first);
   if (taken > 0)
-    std::memcpy(this->values() + trial * trialValues() + first, values,
-                static_cast<std::size_t>(taken) * sizeof(std::int32_t));
-  m_stored[static_cast<std::size_t>(trial)] = true;
-  m_origins[static_cast<std::size_t>(trial)] = origin;
+    std::memcpy(this->values<std::int32_t>(trial) + first, values,
+                static_cast<std::size_t>(taken) * sizeof *values);
+  markStored(trial, fileTrial);
   return true;
 }
 
+bool TrialStorage::storeSums(std::int32_t trial, const double* values, std::int64_t count) {
+  if (!summed() || !inRange(trial) || count < 0) return false;
+  const std::int64_t taken = std::min(count, trialValues());
+  if (taken > 0)
+    std::memcpy(this->values<double>(trial), values, static_cast<std::size_t>(taken) * sizeof *values);
+  markStored(trial, trial);
+  return true;
+}
+
+void TrialStorage::markStored(std::int32_t trial, std::int32_t fileTrial) {
+  m_stored[static_cast<std::size_t>(trial)] = true;
+  m_fileTrials[static_cast<std::size_t>(trial)] = fileTrial;
+}
+
 const std::int32_t* TrialStorage::trial(std::int32_t trial) const {
-  if (!inRange(trial) || !m_stored[static_cast<std::size_t>(trial)]) return nullptr;
-  return values() + trial * trialValues();
+  return !summed() && stored(trial) ? values<std::int32_t>(trial) : nullptr;
+}
+
+const double* TrialStorage::sums(std::int32_t trial) const {
+  return summed() && stored(trial) ? values<double>(trial) : nullptr;
 }
 
 TrialOrigin TrialStorage::origin(std::int32_t trial) const {
-  return inRange(trial) ? m_origins[static_cast<std::size_t>(trial)] : TrialOrigin{};
+  if (!inRange(trial)) return {};
+  const std::int64_t piece = trial % m_plan.parts;
+  return {m_fileTrials[static_cast<std::size_t>(trial)], m_plan.firstSample + piece * m_plan.samples,
+          m_plan.step};
 }
 
 std::int32_t TrialStorage::numStored() const {

@@ -3,46 +3,54 @@
 #include <cstdint>
 #include <vector>
 
+#include "datamodel/meg/import_plan.h"
 #include "framework/memory_range.h"
 
-/// Where a stored trial came from.
-struct TrialOrigin {
-  std::int32_t fileTrial = 0;    ///< its number in the file, from 0
-  std::int64_t firstSample = 0;  ///< sample of that trial that became sample 0
-  std::int64_t step = 1;         ///< samples of the file from one stored sample to the next
-};
-
-/// Raw samples of all trials in one address range: trial, channel, sample; 32-bit in host order. Nothing is
-/// touched before it is written; samples that were never written read 0.
+/// Samples of all trials of an import in one address range: trial, channel, sample; 32-bit in host order, or
+/// sums as doubles, never both. Nothing is touched before it is written; samples that were never written read
+/// 0.
 class TrialStorage {
  public:
-  /// Makes room for all trials, dropping what was held. False, holding nothing, when the system refuses.
-  bool reserve(std::int32_t trials, std::int32_t channels, std::int64_t samples);
+  /// Makes room for what the import stores, dropping what was held. False, holding nothing, when the system
+  /// refuses.
+  bool reserve(const ImportPlan& plan);
 
   /// Copies `count` values to channel `channel` of `trial`, and on into the following channels of that trial.
-  /// Takes what fits; a trial or channel out of range stores nothing and gives false.
+  /// Takes what fits; a trial or channel out of range, or sums planned, stores nothing and gives false.
   bool store(std::int32_t trial, std::int32_t channel, const std::int32_t* values, std::int64_t count,
-             const TrialOrigin& origin);
+             std::int32_t fileTrial);
 
-  /// channels x samples values, or null when nothing was stored for this trial. Valid until the next
-  /// `reserve`.
+  /// The same for `count` sums of a whole trial.
+  bool storeSums(std::int32_t trial, const double* values, std::int64_t count);
+
+  /// channels x samples values, or null when the trial holds none. Valid until the next `reserve`.
   const std::int32_t* trial(std::int32_t trial) const;
+  const double* sums(std::int32_t trial) const;
+
   /// Meaningful for a stored trial only.
   TrialOrigin origin(std::int32_t trial) const;
 
   std::int32_t numTrials() const { return static_cast<std::int32_t>(m_stored.size()); }
-  std::int32_t numChannels() const { return m_channels; }
-  std::int64_t numSamples() const { return m_samples; }
+  std::int32_t numChannels() const { return m_plan.channels; }
+  std::int64_t numSamples() const { return m_plan.samples; }
   std::int32_t numStored() const;
 
  private:
+  bool summed() const { return m_plan.unit == ImportUnit::summedTrial; }
   bool inRange(std::int32_t trial) const { return trial >= 0 && trial < numTrials(); }
-  std::int64_t trialValues() const { return m_channels * m_samples; }
-  std::int32_t* values() const { return static_cast<std::int32_t*>(m_memory.data()); }
+  bool stored(std::int32_t trial) const {
+    return inRange(trial) && m_stored[static_cast<std::size_t>(trial)];
+  }
+  std::int64_t trialValues() const { return m_plan.channels * m_plan.samples; }
+  void markStored(std::int32_t trial, std::int32_t fileTrial);
 
+  template <class T>
+  T* values(std::int32_t trial) const {
+    return static_cast<T*>(m_memory.data()) + trial * trialValues();
+  }
+
+  ImportPlan m_plan{};
   MemoryRange m_memory;
   std::vector<bool> m_stored;
-  std::vector<TrialOrigin> m_origins;
-  std::int32_t m_channels = 0;
-  std::int64_t m_samples = 0;
+  std::vector<std::int32_t> m_fileTrials;
 };

@@ -1,0 +1,10 @@
+#include "datamodel/meg/import_scope.h"
+
+#include "datamodel/meg/meg_data_file.h"
+
+ImportScope::ImportScope(CMEGData9FileA00Basic& data, const ImportPlan& plan)
+    : m_data(data), m_ready(data.openImport(plan)) {}
+
+ImportScope::~ImportScope() { m_data.m_import.reset(); }
+
+void ImportScope::setFileTrial(std::int32_t trial) { m_data.m_fileTrial = trial; }

@@ -1,0 +1,3 @@
+#include "datamodel/meg/meg_datazk.h"
+
+CMEGDatazk::~CMEGDatazk() = default;

@@ -1,0 +1,9 @@
+#pragma once
+
+#include "datamodel/meg/meg_data_file.h"
+
+/// The data object of one dataset.
+class MEGREADER_API CMEGDatazk : public CMEGData9FileA01CtfMISL {
+ public:
+  ~CMEGDatazk() override;
+};

@@ -1,0 +1,125 @@
+#include <algorithm>
+#include <new>
+
+#include "framework/user_interface.h"
+#include "meg4/sample_import.h"
+#include "reader/ctf_dataset_reader.h"
+
+// Importers that keep only the trials in which a marker occurs.
+
+namespace {
+
+int failWithoutMarker(const CString& path) {
+  reportFinding(
+      {.code = "call.marker", .file = path, .text = L"can't be read by marker: there is no marker"});
+  return 0;
+}
+
+const CMarkerDatazk* firstMarker(CMEGDatazk* data) {
+  return data != nullptr ? data->getTrigManager()->getMarker(0, true) : nullptr;
+}
+
+/// Selection by occurrence: a trial is kept when it is the one that the next occurrence names. Occurrences
+/// must come in rising trial order: one that names a trial already passed keeps everything behind it out.
+class Occurrences {
+ public:
+  explicit Occurrences(const CMarkerDatazk& marker) : m_marker(marker) {}
+
+  bool keep(std::int32_t trial) {
+    if (trial != m_marker.getTrgMrkTrial(m_kept)) return false;
+    ++m_kept;
+    return true;
+  }
+  int kept() const { return m_kept; }
+
+ private:
+  const CMarkerDatazk& m_marker;
+  int m_kept = 0;
+};
+
+}  // namespace
+
+int CCtfReader1Samples::readCtfDataTrigger(const CString& path, const CMarkerDatazk* marker) {
+  if (marker == nullptr) return failWithoutMarker(path);
+  CMEGDatazk& data = *m_currentData;
+  SampleImport import(path, sampleCounts(m_currentData), m_rules);
+  const SampleCounts counts = import.counts();
+  if (!import.open()) return 0;
+  import.showProgress(L"Importing MEG data with triggers ...", counts.trials);
+  const std::int64_t most = std::clamp<std::int64_t>(marker->getTotalTrgMrkPts(), 1, import.trials());
+  const ImportPlan plan{
+      .unit = ImportUnit::trial, .trials = static_cast<std::int32_t>(most), .samples = counts.samples};
+  if (!import.prepare(data, plan, import.countedTrialBytes(), kTooBig)) {
+    data.openTrial(0);
+    return 0;
+  }
+  std::int32_t stored = 0;
+  import.forEachTrial([&](std::int32_t trial) {
+    if (marker->findTrial(trial)) data.importCtfDataT(stored++, counts.channels, counts.samples, import.samples());
+  return true;
+});
+return 1;
+}
+
+int CCtfReader1Samples::readCtfDataMultiTrial(const CString& path, const CMEGDatazk* source,
+                                              CMEGDatazk* destination) {
+  return importOccurrences(path, source, destination, L"Import multi-trials data ...",
+                           sampleCounts(source).trials);
+}
+
+int CCtfReader1Samples::readCtfDataAccumulate(const CString& path, CMEGDatazk* destination, int count) {
+  const int trials = sampleCounts(m_currentData).trials;
+  return importOccurrences(path, m_currentData, destination, L"Import and accumulate MEG data ...",
+                           std::clamp(count, 1, std::max(trials, 1)));
+}
+
+int CCtfReader1Samples::importOccurrences(const CString& path, const CMEGDatazk* source,
+                                          CMEGDatazk* destination, const wchar_t* title, int limit) {
+  const CMarkerDatazk* marker = firstMarker(destination);
+  if (marker == nullptr) return failWithoutMarker(path);
+  SampleImport import(path, sampleCounts(source), m_rules);
+  const SampleCounts counts = import.counts();
+  if (!import.open()) return 0;
+  const std::uint64_t bytes = import.countedTrialBytes();
+  if (!import.prepare(*destination, {.unit = ImportUnit::trial, .samples = counts.samples}, bytes, nullptr))
+    return 0;
+  import.showProgress(title, counts.trials);
+  Occurrences occurrences(*marker);
+  import.forEachTrial([&](std::int32_t trial) {
+    if (!occurrences.keep(trial)) return true;
+  // Hosts know it so: where other importers pass the sample count, these two pass the trial's byte size.
+  destination->importCtfDataT(trial, counts.channels, static_cast<std::int64_t>(bytes), import.samples());
+  return occurrences.kept() < limit;
+});
+return 1;
+}
+
+int CCtfReader1Samples::readCtfDataAverage(const CString& path, CMEGDatazk* destination) {
+  const CMarkerDatazk* marker = firstMarker(destination);
+  if (marker == nullptr) return failWithoutMarker(path);
+  SampleImport import(path, sampleCounts(m_currentData), m_rules);
+  const SampleCounts counts = import.counts();
+  if (!import.open(AvailableBytes::narrow)) return 0;
+  const ImportPlan plan{.unit = ImportUnit::summedTrial, .trials = 1, .samples = counts.samples};
+  if (!import.prepare(*destination, plan, import.countedTrialBytes(), nullptr)) return 0;
+  const std::size_t values = import.unit().size();
+  const std::unique_ptr<double[]> sums(new (std::nothrow) double[values]());
+  if (!sums) return import.failWithoutMemory(nullptr);
+
+  import.showProgress(L"Import and average MEG data ...", counts.trials);
+  Occurrences occurrences(*marker);
+  import.forEachTrial([&](std::int32_t trial) {
+    if (!occurrences.keep(trial)) return true;
+  const std::int32_t* samples = import.samples();
+  for (std::size_t i = 0; i < values; ++i)
+    sums[i] += samples[i];
+  return true;
+});
+import.closeFiles();
+// The sums, not the mean: whoever wants that divides by the number of trials.
+destination->setTrialDataF(0, counts.channels, counts.samples, sums.get());
+CMEGRecordInfozkProzk& info = *destination->getMEGRecordInfozk();
+info.numTrials = 1;
+info.numTrialsAvgd = occurrences.kept();
+return 1;
+}

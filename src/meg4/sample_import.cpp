@@ -1,0 +1,55 @@
+#include "meg4/sample_import.h"
+
+#include "framework/user_interface.h"
+#include "meg4/meg4_findings.h"
+#include "util/basic_read_unix2window.h"
+#include "util/byte_order.h"
+
+SampleImport::SampleImport(const CString& path, const SampleCounts& counts, const ReadingRules& rules)
+    : m_prefix(CBasicReadUnix2Window::getFilePathBasic(path)), m_counts(counts), m_rules(rules) {}
+
+bool SampleImport::open(AvailableBytes available) {
+  m_files = openSampleFiles(m_prefix, m_counts, m_rules, available);
+  return m_files != nullptr;
+}
+
+void SampleImport::showProgress(const wchar_t* title, std::int32_t range) {
+  m_progress.showProgress(title);
+  m_progress.setRange(0, range);
+}
+
+bool SampleImport::prepare(CMEGDatazk& data, ImportPlan plan, std::uint64_t unitBytes,
+                           const wchar_t* message) {
+  const bool allocated = m_files->allocate(unitBytes);
+  plan.channels = m_counts.channels;
+  if (plan.trials == 0) plan.trials = m_files->trials();
+  if (plan.unitValues == 0) plan.unitValues = static_cast<std::int64_t>(unit().size());
+  m_scope.emplace(data, plan);
+  if (allocated && m_scope->ready()) return true;
+  failWithoutMemory(message);
+  return false;
+}
+
+int SampleImport::failWithoutMemory(const wchar_t* message) {
+  reportMeg4(sampleFileName(m_prefix, 0), "memory", L"needs more memory than there is for its samples",
+             Finding::Severity::error);
+  if (message != nullptr) AfxMessageBox(message);
+  m_files.reset();
+  return 0;
+}
+
+std::uint64_t SampleImport::countedTrialBytes() const {
+  const std::uint64_t bytes = trialBytes(m_counts);
+  const std::uint64_t counted = countedBytes(bytes, m_rules);
+  if (counted != bytes) {
+    CString text;
+    text.Format(L"holds trials of %u bytes, of which only the first %u are read", bytes, counted);
+    reportMeg4(sampleFileName(m_prefix, 0), "meg4.wrapped", text, Finding::Severity::warning);
+  }
+  return counted;
+}
+
+const std::int32_t* SampleImport::samples() const {
+  samplesToHostOrder(unit());
+  return unit().data();
+}

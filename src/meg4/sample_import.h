@@ -1,0 +1,91 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <span>
+
+#include "datamodel/meg/meg_datazk.h"
+#include "framework/cprogresszk.h"
+#include "meg4/sample_files.h"
+
+/// What every importer is made of: the file set, the progress window, the unit buffer and room in a data
+/// object, all for as long as it lives. The two ways through a file set are here; what an importer keeps, and
+/// what it calls with which arguments, is its own.
+class SampleImport {
+ public:
+  /// `path` is any file of the dataset.
+  SampleImport(const CString& path, const SampleCounts& counts, const ReadingRules& rules);
+
+  /// Opens the file set. False, the user told, when that fails; without a message when a count is below 1.
+  bool open(AvailableBytes available = AvailableBytes::wide);
+
+  void showProgress(const wchar_t* title, std::int32_t range);
+
+  /// Makes the buffer for one unit and room in `data`. The plan gets its channels, and where it names none
+  /// the trials of the set and the values of a unit. False, the files closed, without memory: `message` (may
+  /// be null) is shown.
+  bool prepare(CMEGDatazk& data, ImportPlan plan, std::uint64_t unitBytes, const wchar_t* message);
+
+  /// Says that there is no memory, with `message` (may be null) on the screen, closes the files and gives 0.
+  int failWithoutMemory(const wchar_t* message);
+
+  std::int32_t trials() const { return m_files->trials(); }
+  const SampleCounts& counts() const { return m_counts; }
+
+  /// Bytes of a trial as the importers of whole trials count them. Reports a finding when the count wraps.
+  std::uint64_t countedTrialBytes() const;
+
+  /// The unit last read whole, as it lies in the file; before, the room for it.
+  std::span<std::int32_t> unit() const { return m_files->unit(); }
+
+  /// The same in host order.
+  const std::int32_t* samples() const;
+
+  /// Reads trial after trial and calls `store(trial)`, which returns false to end the reading. After a short
+  /// read the same trial is read again from the next file; what came of it is dropped.
+  template <class Store>
+  void forEachTrial(Store store) {
+    for (std::int32_t trial = 0; trial < trials();) {
+      m_progress.setPosition(trial);
+      if (m_files->readUnit()) {
+        m_scope->setFileTrial(trial);
+        if (!store(trial++)) return;
+      } else if (!m_files->nextFile()) {
+        return;
+      }
+    }
+  }
+
+  /// Reads channel block after channel block and calls `store(trial, channel)`. After a short read the trial
+  /// number steps back by one and reading goes on with the next channel: blocks are then stored in the wrong
+  /// place. Hosts know it so; sets read as one sequence have no short reads.
+  template <class Store>
+  void forEachChannelBlock(Store store) {
+    for (std::int32_t trial = 0; trial < trials(); ++trial)
+      for (std::int32_t channel = 0; channel < m_counts.channels; ++channel) {
+        m_progress.setPosition(channel);
+        if (m_files->readUnit()) {
+          m_scope->setFileTrial(trial);
+          store(trial, channel);
+        } else if (m_files->nextFile()) {
+          --trial;
+        } else {
+          break;
+        }
+      }
+  }
+
+  /// Closes the files before the importer goes on to what follows the reading.
+  void closeFiles() { m_files.reset(); }
+
+ private:
+  CString m_prefix;
+  SampleCounts m_counts;
+  ReadingRules m_rules;
+  std::unique_ptr<SampleFiles> m_files;
+  CProgresszk m_progress;
+  std::optional<ImportScope> m_scope;
+};
+
+/// What importers show when there is no memory for their buffer.
+inline constexpr const wchar_t* kTooBig = L"Allocate Memeory error! Is dataset too big?!";
