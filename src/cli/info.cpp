@@ -31,13 +31,24 @@ std::string joined(const std::string& first, const std::string& second) {
 /// Seconds can be told from samples: there is a rate.
 bool timed(const RecordInfo& record) { return std::isfinite(record.sampleRate) && record.sampleRate > 0.0; }
 
-std::string trialsText(const RecordInfo& record) {
-  std::string text = std::to_string(record.numTrials) + " x " + std::to_string(record.samplesPerTrial) +
-                     " samples at " + shortest(record.sampleRate) + " Hz";
+/// Trials and samples of each: as stored when a route has read some, else as the header has them.
+struct Shape {
+  std::int64_t trials, samples;
+};
+
+Shape shapeOf(const Recording& recording) {
+  const auto& stored = recording.trialNumbers();
+  if (stored.empty()) return {recording.record().numTrials, recording.record().samplesPerTrial};
+  return {static_cast<std::int64_t>(stored.size()), recording.trial(stored.front()).samples()};
+}
+
+std::string trialsText(const Shape& shape, const RecordInfo& record) {
+  std::string text = std::to_string(shape.trials) + " x " + std::to_string(shape.samples) + " samples at " +
+                     shortest(record.sampleRate) + " Hz";
   if (!timed(record)) return text;
-  const double duration = record.samplesPerTrial / record.sampleRate;
+  const double duration = static_cast<double>(shape.samples) / record.sampleRate;
   text += ", " + seconds(duration) + " each";
-  if (record.numTrials > 1) text += ", " + seconds(duration * record.numTrials) + " in all";
+  if (shape.trials > 1) text += ", " + seconds(duration * static_cast<double>(shape.trials)) + " in all";
   return text;
 }
 
@@ -49,17 +60,6 @@ std::string triggerText(const RecordInfo& record) {
                                    : std::to_string(std::abs(samples)) + " samples";
   return samples > 0 ? "at sample " + std::to_string(samples) + ", " + distance + " into each trial"
                      : distance + " before each trial";
-}
-
-/// What a route has read.
-std::string readText(const Recording& recording) {
-  const auto& trials = recording.trialNumbers();
-  if (trials.empty()) return {};
-  const Trial first = recording.trial(trials.front());
-  std::string text = std::to_string(trials.size()) + " x " + std::to_string(first.samples()) + " samples";
-  if (first.samples() > 1) text += ", " + seconds(first.time(1) - first.time(0)) + " apart";
-  return text + ", from trial " + std::to_string(first.origin().fileTrial) + " sample " +
-         std::to_string(first.origin().firstSample) + " on";
 }
 
 /// "273 gradiometer, 20 ref-gradiometer", in the order in which the names first occur.
@@ -115,13 +115,13 @@ void printOverview(const std::string& path, const Recording& recording, bool noI
     line("Data", record.dataDescription);
     line("Description", record.runDescription);
   }
-  line("Trials", trialsText(record));
+  const Shape shape = shapeOf(recording);
+  line("Trials", trialsText(shape, record));
   line("Trigger", triggerText(record));
-  line("Read", readText(recording));
   line("Channels", channelsText(recording));
   line("Compensation", coefficientsText(recording));
   line("Filters", filtersText(record));
-  const std::int64_t samples = std::int64_t{record.numTrials} * record.numChannels * record.samplesPerTrial;
+  const std::int64_t samples = shape.trials * record.numChannels * shape.samples;
   if (samples > 0) line("Samples", bytes(samples * std::int64_t{sizeof(std::int32_t)}));
 }
 

@@ -242,9 +242,9 @@ double Trial::time(std::int64_t sample) const {
     throw std::out_of_range("sample " + std::to_string(sample) + " is not one of 0 to " +
                             std::to_string(samples() - 1));
   const Origin from = origin();
-  const RecordInfo& record = m_state->recording->record;
-  return static_cast<double>(from.firstSample + sample * from.step - record.preTrigSamples) /
-         record.sampleRate;
+  const std::int64_t trigger = m_state->recording->record.preTrigSamples;
+  return static_cast<double>(from.firstSample + sample * from.step - trigger) /
+         m_state->recording->acquisitionRate;
 }
 
 }  // namespace v1

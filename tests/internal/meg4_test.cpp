@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
-
-#include "internal/probe.h"
+#include "internal/import_probe.h"
 #include "meg4/sample_files.h"
 #include "support/failing_new.h"
 
@@ -10,69 +8,9 @@ namespace {
 
 using D = MinimalDataset;
 
-/// A reader whose record information says how many samples `dataset` has.
-struct Import : Probe {
-  Import(const D& dataset, int trials, int channels, int samples,
-         const ReadingRules& rules = ReadingRules::host())
-      : Probe(rules), path(writeDataset(dataset)) {
-    info().numTrials = trials;
-    info().numChannels = channels;
-    info().samplesPerTrial = samples;
-    data.setImportTrace(&trace);
-  }
-
-  /// Every stored trial as "number: values".
-  std::string stored() const {
-    std::string text;
-    for (int t = 0; t < data.trialSlots(); ++t) {
-      const std::int32_t* values = data.trialSamples(t);
-      if (values == nullptr) continue;
-      text += std::to_string(t) + ":";
-      for (std::int64_t i = 0; i < data.storedChannels() * data.storedSamples(); ++i)
-        text += " " + std::to_string(values[i]);
-      text += "\n";
-    }
-    return text;
-  }
-
-  /// Result of a whole-trial import; -1 when it ends in a file error.
-  int whole() {
-    return outcome([this] { return readCtfDataT(path); });
-  }
-  int blocks() {
-    return outcome([this] { return readCtfDataC(path); });
-  }
-
-  CString path;
-  ImportTrace trace;
-
- private:
-  template <class Operation>
-  static int outcome(Operation operation) {
-    try {
-      return operation();
-    } catch (CFileException* error) {
-      error->Delete();
-      return -1;
-    }
-  }
-};
-
 D dataset(std::vector<std::string> sampleFiles) {
   D d;
   d.sampleFiles = std::move(sampleFiles);
-  return d;
-}
-
-D splitDataset(const std::vector<std::vector<int>>& files, int channels, int samples) {
-  D d;
-  d.sampleFiles.clear();
-  for (const auto& trials : files) {
-    std::vector<std::string> bytes;
-    for (const int t : trials)
-      bytes.push_back(D::trial(t, channels, samples));
-    d.sampleFiles.push_back(D::sampleFile(bytes));
-  }
   return d;
 }
 
@@ -112,8 +50,8 @@ TEST(Meg4, OpensOnlyWhatItNeeds) {
 }
 
 TEST(Meg4, ReadsASplitSetByWholeTrialsUnderBothRules) {
-  const D split = splitDataset({{0, 1}, {2}, {3}}, 2, 2);
-  const D joined = splitDataset({{0, 1, 2, 3}}, 2, 2);
+  const D split = MinimalDataset::split({{0, 1}, {2}, {3}}, 2, 2);
+  const D joined = MinimalDataset::split({{0, 1, 2, 3}}, 2, 2);
   Import expected(joined, 4, 2, 2);
   EXPECT_EQ(expected.whole(), 1);
   Import plain(split, 4, 2, 2, hostBut(&ReadingRules::filesAreOneSequence));
@@ -129,7 +67,7 @@ TEST(Meg4, ReadsASplitSetByWholeTrialsUnderBothRules) {
 }
 
 TEST(Meg4, ChannelBlocksOfASplitSetAreMisplacedUnderHostRulesOnly) {
-  const D split = splitDataset({{0}, {1}}, 2, 1);
+  const D split = MinimalDataset::split({{0}, {1}}, 2, 1);
   Import host(split, 2, 2, 1);
   EXPECT_EQ(host.blocks(), -1) << "the last read goes to a file that was never opened";
   EXPECT_EQ(host.codes(), "meg4.short");
@@ -145,7 +83,7 @@ TEST(Meg4, ChannelBlocksOfASplitSetAreMisplacedUnderHostRulesOnly) {
 }
 
 TEST(Meg4, HostRulesStopAtEightFiles) {
-  const D nine = splitDataset({{0}, {1}, {2}, {3}, {4}, {5}, {6}, {7}, {8}}, 1, 1);
+  const D nine = MinimalDataset::split({{0}, {1}, {2}, {3}, {4}, {5}, {6}, {7}, {8}}, 1, 1);
   Import host(nine, 9, 1, 1);
   EXPECT_EQ(host.whole(), -1);
   EXPECT_EQ(host.data.numStoredTrials(), 8);
@@ -265,7 +203,7 @@ TEST(Meg4, TrialBytesWrapByRule) {
 TEST(Meg4, SaysWhenTheBufferDoesNotFitIntoMemory) {
   constexpr int kSamples = 50000;  // so many that nothing else allocates as much
   for (const bool whole : {true, false}) {
-    Import import(splitDataset({{0}}, 1, kSamples), 1, 1, kSamples);
+    Import import(MinimalDataset::split({{0}}, 1, kSamples), 1, 1, kSamples);
     const FailingNew noBuffer(kSamples * sizeof(std::int32_t));
     EXPECT_EQ(whole ? import.whole() : import.blocks(), 0);
     EXPECT_EQ(import.user.transcript()[2], "message: Allocate Memeory error! Is dataset too big?!");
@@ -276,7 +214,7 @@ TEST(Meg4, SaysWhenTheBufferDoesNotFitIntoMemory) {
 
 TEST(Meg4, PromisesBeyondTheFilesAreNotAllocatedFor) {
   // 8 files of a few bytes, a header that promises terabytes: reading goes as far as the files do.
-  const D eight = splitDataset({{0}, {1}, {2}, {3}, {4}, {5}, {6}, {7}}, 1, 1);
+  const D eight = MinimalDataset::split({{0}, {1}, {2}, {3}, {4}, {5}, {6}, {7}}, 1, 1);
   Import import(eight, 1, 30000, 30000000, hostBut(&ReadingRules::wideCounts));
   EXPECT_EQ(import.whole(), -1);
   EXPECT_EQ(import.data.numStoredTrials(), 0);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
@@ -14,6 +15,7 @@
 #include "support/temporary_directory.h"
 
 #ifndef _WIN32
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -327,6 +329,88 @@ TEST_F(Ctfmeg, OddNumbersInTheHeader) {
   EXPECT_EQ(run({"export", given, "-o", "-"}).exitCode, 0);
 }
 
+TEST_F(Ctfmeg, RoutesGoIntoExportAndInfo) {
+  MinimalDataset dataset;
+  dataset.resize(3, 1, 4);
+  const std::string given = write("a.ds", dataset);
+  struct Case {
+    std::vector<std::string> route;
+    std::string shape;
+    std::vector<std::int32_t> values;
+    std::vector<int> trialNumbers;
+  };
+  const Case cases[] = {
+      {{"--resample", "3"}, "3, 1, 1", {0, 1000, 2000}, {0, 1, 2}},
+      {{"--samples=-2:1"}, "3, 1, 2", {0, 1, 1000, 1001, 2000, 2001}, {0, 1, 2}},
+      {{"--split", "2"},
+       "6, 1, 2",
+       {0, 1, 2, 3, 1000, 1001, 1002, 1003, 2000, 2001, 2002, 2003},
+       {0, 0, 1, 1, 2, 2}},
+      {{"--trials", "2,0,2"}, "2, 1, 4", {0, 1, 2, 3, 2000, 2001, 2002, 2003}, {0, 2}},
+      {{"--trials", "1-2"}, "2, 1, 4", {1000, 1001, 1002, 1003, 2000, 2001, 2002, 2003}, {1, 2}},
+  };
+  for (const Case& c : cases) {
+    auto arguments = c.route;
+    arguments.insert(arguments.begin(), {"export", given, "-o", "-"});
+    const CommandResult result = run(arguments);
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    const Array array(result.out);
+    EXPECT_TRUE(array.is("<i4", c.shape)) << array.header;
+    EXPECT_EQ(array.values<std::int32_t>(), c.values) << c.route[0];
+    arguments = c.route;
+    arguments.insert(arguments.begin(), {"info", "--json", given});
+    const json info = json::parse(run(arguments).out);
+    EXPECT_EQ(info.at("trialNumbers"), json(c.trialNumbers)) << c.route[0];
+    EXPECT_EQ(info.at("storedTrials"), c.trialNumbers.size()) << c.route[0];
+  }
+  const std::vector<std::vector<std::string>> refused{
+      {"--samples", "0:3"}, {"--samples", "3:2"}, {"--trials", "0,3"}};
+  for (const auto& route : refused)
+    expectFailed(run({"export", given, "-o", "-", route[0], route[1]}), given + "/run.res4");
+  EXPECT_TRUE(contains(run({"info", given, "--trials", "3"}).err, "there are trials 0 to 2"));
+  const std::vector<std::vector<std::string>> wrong{
+      {"--resample", "0"}, {"--split", "-1"}, {"--samples", "5"},     {"--trials", "2-1"},
+      {"--trials", ""},    {"--trials", "x"}, {"--samples", "1:2:3"}, {"--resample=2", "--split=2"}};
+  for (const auto& route : wrong)
+    EXPECT_EQ(run({"info", given, route[0], route[1]}).exitCode, 2) << route[0];
+}
+
+/// A dataset of one channel or more whose samples are a hole in its file.
+MinimalDataset sparseDataset(int trials, int channels, int samples) {
+  MinimalDataset dataset;
+  dataset.resize(1, channels, 1);
+  dataset.res4.put(1288, Bytes().i32(samples)).put(1312, Bytes().i16(trials));
+  dataset.sampleFiles = {MinimalDataset::sampleFile({})};
+  return dataset;
+}
+
+TEST_F(Ctfmeg, SpanOfFiveGibibytes) {
+  constexpr int kTrials = 256, kSamples = 5 << 20;
+  const std::string given = write("a.ds", sparseDataset(kTrials, 1, kSamples));
+  const std::uintmax_t trial = std::uintmax_t{kSamples} * 4;
+  fs::resize_file(given + "/run.meg4", 8 + 200 * trial + 7 * 4);
+  std::ofstream(given + "/run.meg4", std::ios::binary | std::ios::app) << Bytes().i32(-42).str();
+  fs::resize_file(given + "/run.meg4", 8 + kTrials * trial);
+  const CommandResult result = run({"export", given, "--samples", "5:8", "-o", "-"});
+  EXPECT_EQ(result.exitCode, 0) << result.err;
+  std::vector<std::int32_t> expected(kTrials * 4, 0);
+  expected[200 * 4 + 2] = -42;
+  EXPECT_EQ(Array(result.out).values<std::int32_t>(), expected);
+}
+
+#if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__)
+TEST_F(Ctfmeg, ResamplingTakesMemoryForWhatItKeeps) {
+  constexpr int kTrials = 100, kChannels = 10, kSamples = 500000;
+  const std::string given = write("a.ds", sparseDataset(kTrials, kChannels, kSamples));
+  fs::resize_file(given + "/run.meg4", 8 + std::uintmax_t{kTrials} * kChannels * kSamples * 4);  // 2 GB
+  EXPECT_EQ(run({"export", given, "--resample", "10", "-o", "/dev/null"}).exitCode, 0);
+  rusage children{};
+  getrusage(RUSAGE_CHILDREN, &children);
+  EXPECT_LT(children.ru_maxrss, 300 * 1000) << "kilobytes";
+  EXPECT_GT(children.ru_maxrss, 200 * 1000) << "what is kept is 200 MB";
+}
+#endif
+
 TEST_F(Ctfmeg, RealRecording) {
   const fs::path recording = REAL_RECORDING;
   if (!fs::exists(recording)) GTEST_SKIP() << "there is no recording at " << recording;
@@ -340,6 +424,31 @@ TEST_F(Ctfmeg, RealRecording) {
   const Array raw(run({"export", recording.string(), "-o", "-"}).out);
   EXPECT_TRUE(raw.is("<i4", "2, 356, 1201")) << raw.header;
   EXPECT_TRUE(raw.data == samples);
+
+  // Every route against the same values cut out of the whole.
+  const auto whole = raw.values<std::int32_t>();
+  const auto routed = [&](const std::string& option, const std::string& value) {
+    return Array(run({"export", recording.string(), option, value, "-o", "-"}).out).values<std::int32_t>();
+  };
+  const auto cut = [&](int first, int count, int step) {
+    std::vector<std::int32_t> kept;
+    for (std::size_t row = 0; row < whole.size(); row += 1201)
+      for (int i = 0; i < count; ++i)
+        kept.push_back(whole[row + static_cast<std::size_t>(first + i * step)]);
+    return kept;
+  };
+  EXPECT_EQ(routed("--resample", "3"), cut(0, 400, 3));
+  EXPECT_EQ(routed("--samples", "100:299"), cut(100, 200, 1));
+  EXPECT_EQ(routed("--trials", "1"), std::vector(whole.begin() + 356 * 1201, whole.end()));
+  const auto pieces = routed("--split", "3");
+  ASSERT_EQ(pieces.size(), 6U * 356 * 400);
+  for (std::size_t piece = 0; piece < 6; ++piece)
+    for (std::size_t channel = 0; channel < 356; ++channel) {
+      const auto from =
+          whole.begin() + static_cast<std::ptrdiff_t>(((piece / 3) * 356 + channel) * 1201 + piece % 3 * 400);
+      const auto kept = pieces.begin() + static_cast<std::ptrdiff_t>((piece * 356 + channel) * 400);
+      ASSERT_TRUE(std::equal(from, from + 400, kept)) << piece << " " << channel;
+    }
 
   struct Case {
     const char* channel;

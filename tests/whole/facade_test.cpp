@@ -168,6 +168,74 @@ TEST(Facade, CopiesShareAReaderThatOutlivesThem) {
   EXPECT_EQ(host.info(path), 1) << "and that one makes itself a new one";
 }
 
+constexpr const char* kDialog =
+    "file dialog: MEG Files(*.meg;*.meg4;*.res4;*.eeg;*.infods)|*.meg;*.meg4;*.res4;*.eeg;*.infods|CTF MEG "
+    "File "
+    "(*.meg4)|*.meg4|CTF Dataset (*.ds)|*.ds|CTF MEG Data (*.meg4)|*.meg4|All Files(*.*)|*.*|| (1) -> ";
+
+TEST(Facade, FileDialogsCanBeCancelled) {
+  Host host;
+  EXPECT_EQ(host.facade.openReadCTFMEGData2HdPa(&host.array, nullptr, nullptr), 0);
+  EXPECT_EQ(host.facade.readResampling(&host.array, 2, nullptr), 0);
+  EXPECT_EQ(host.facade.readSelectSample(&host.array, 0, 1, nullptr), 0);
+  EXPECT_EQ(host.facade.readTrialSplit(&host.array, 2, nullptr), 0);
+  EXPECT_EQ(host.user.transcript(), Lines(4, std::string(kDialog) + "cancel"));
+  EXPECT_EQ(host.array.GetSize(), 0);
+}
+
+TEST(Facade, RoutesReadTheChosenFile) {
+  Host host;
+  const CString path = host.write({});
+  CMarkerDatazk marker;
+  marker.samples = {{1, 0.0, 0}};
+  const auto choose = [&](auto operation) {
+    ScriptedInterface user({}, {path});
+    const ThreadUserInterface chooses(&user);
+    EXPECT_EQ(operation(), 1);
+    EXPECT_EQ(user.transcript()[0], std::string(kDialog) + "chosen");
+    return host.at(host.array.GetSize() - 1);
+  };
+  const CMEGDatazk* marked =
+      choose([&] { return host.facade.openReadCTFMEGData2HdPa(&host.array, nullptr, &marker); });
+  EXPECT_EQ(marked->numStoredTrials(), 1);
+  EXPECT_EQ(marked->trialSamples(0)[0], D::value(1, 0, 0));
+  EXPECT_EQ(marked->getTrigManager()->getTotalMarkzk(), 1);
+  const CMEGDatazk* resampled = choose([&] { return host.facade.readResampling(&host.array, 2, nullptr); });
+  EXPECT_EQ(resampled->storedSamples(), 1);
+  EXPECT_EQ(resampled->getMEGRecordInfozk()->sampleRate, 300.0);
+  const CMEGDatazk* selected =
+      choose([&] { return host.facade.readSelectSample(&host.array, 1, 2, nullptr); });
+  EXPECT_EQ(selected->trialSamples(1)[3], D::value(1, 1, 2));
+  const CMEGDatazk* split = choose([&] { return host.facade.readTrialSplit(&host.array, 3, nullptr); });
+  EXPECT_EQ(split->numStoredTrials(), 6);
+  const CMEGDatazk* whole = choose([&] { return host.facade.readTrialSplit(&host.array, 1, nullptr); });
+  EXPECT_EQ(whole->storedSamples(), 3);
+  for (int i = 0; i < host.array.GetSize(); ++i)
+    EXPECT_EQ(host.at(i)->currentTrial(), 0) << i;
+}
+
+TEST(Facade, AFailedRouteLeavesItsObjectInTheArray) {
+  Host host;
+  const CString path = host.write(withSampleFiles({}));
+  ScriptedInterface user({}, {path, path});
+  const ThreadUserInterface chooses(&user);
+  EXPECT_EQ(host.facade.readResampling(&host.array, 2, nullptr), 0);
+  EXPECT_EQ(host.facade.readTrialSplit(&host.array, 1, nullptr), 0);
+  EXPECT_EQ(host.array.GetSize(), 2);
+  EXPECT_EQ(host.at(0)->channels().size(), 2u);
+}
+
+TEST(Facade, RoutesTurnFileErrorsIntoAMessage) {
+  Host host;
+  const CString path =
+      host.write(withSampleFiles({D::sampleFile({D::trial(0, 2, 3)}), D::sampleFile({D::trial(1, 2, 3)})}));
+  ScriptedInterface user({}, {path});
+  const ThreadUserInterface chooses(&user);
+  EXPECT_EQ(host.facade.readSelectSample(&host.array, 0, 1, nullptr), 0)
+      << "by channel blocks from several files";
+  EXPECT_EQ(user.transcript().back(), "message: CTF File open error!");
+}
+
 TEST(Facade, NobodyAtATerminalAnswersNo) {
   if (inputIsTerminal() && errorsAreTerminal()) GTEST_SKIP() << "somebody is at the terminal";
   TerminalInterface terminal;

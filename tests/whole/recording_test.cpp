@@ -166,6 +166,60 @@ TEST(Recording, AsksAndStopsAsTheCallerWants) {
   EXPECT_EQ(fractions, (std::vector{0.0, 0.5}));
 }
 
+/// Trial numbers in the file, first samples, samples and the time of the last one, of every trial read.
+std::string routeOf(const fs::path& dataset, const Route& route) {
+  ReadOptions options;
+  options.route = route;
+  std::vector<double> fractions;
+  options.progress = [&](const Progress& progress) {
+    fractions.push_back(progress.fraction);
+    return true;
+  };
+  const Recording recording = Recording::read(dataset, options);
+  EXPECT_TRUE(std::is_sorted(fractions.begin(), fractions.end())) << "the bar fills once";
+  EXPECT_EQ(fractions.front(), 0.0);
+  EXPECT_GE(fractions.back(), 0.5);
+  std::string text;
+  for (const int number : recording.trialNumbers()) {
+    const Trial trial = recording.trial(number);
+    text += std::to_string(trial.origin().fileTrial) + "+" + std::to_string(trial.origin().firstSample) + ":";
+    for (const std::int32_t value : trial.raw())
+      text += " " + std::to_string(value);
+    text += " @" + std::to_string(std::lround(trial.time(trial.samples() - 1) * 600.0)) + "\n";
+  }
+  return text;
+}
+
+TEST(Recording, RoutesKeepTimes) {
+  TemporaryDirectory directory;
+  D dataset;  // one sample before the trigger
+  dataset.resize(2, 1, 5);
+  const fs::path run = dataset.write(directory.path());
+  EXPECT_EQ(routeOf(run, Whole{}), "0+0: 0 1 2 3 4 @3\n1+0: 1000 1001 1002 1003 1004 @3\n");
+  EXPECT_EQ(routeOf(run, EveryNth{1}), routeOf(run, Whole{}));
+  EXPECT_EQ(routeOf(run, EveryNth{2}), "0+0: 0 2 @1\n1+0: 1000 1002 @1\n");
+  EXPECT_EQ(routeOf(run, SampleSpan{-1, 2}), "0+0: 0 1 2 @1\n1+0: 1000 1001 1002 @1\n");
+  EXPECT_EQ(routeOf(run, SampleSpan{3, 1LL << 40}), "0+3: 3 4 @3\n1+3: 1003 1004 @3\n");
+  EXPECT_EQ(routeOf(run, Pieces{2}), "0+0: 0 1 @0\n0+2: 2 3 @2\n1+0: 1000 1001 @0\n1+2: 1002 1003 @2\n");
+  EXPECT_EQ(routeOf(run, TrialList{{1}}), "1+0: 1000 1001 1002 1003 1004 @3\n");
+  EXPECT_EQ(routeOf(run, TrialList{{1, 0, 1}}), routeOf(run, Whole{}));
+
+  const auto refused = [&](const Route& route) {
+    ReadOptions options;
+    options.route = route;
+    return errorOf(run, options);
+  };
+  EXPECT_EQ(refused(SampleSpan{0, 4}),
+            "refused | run.res4 | is not cut down by that span: it is a whole trial, samples 0 to 4");
+  EXPECT_EQ(refused(SampleSpan{3, 2}),
+            "refused | run.res4 | has no samples in that span: a trial has samples 0 to 4");
+  EXPECT_EQ(refused(TrialList{{0, 2}}), "refused | run.res4 | has no trial 2: there are trials 0 to 1");
+  EXPECT_TRUE(refused(EveryNth{0}).starts_with("refused"));
+  EXPECT_TRUE(refused(Pieces{0}).starts_with("refused"));
+  fs::resize_file(run.parent_path() / "run.meg4", 8 + 20);
+  EXPECT_EQ(refused(TrialList{{0, 1}}), "damaged | run.res4 | does not have trial 1 whole");
+}
+
 TEST(Recording, ReadsTheRealRecordingByBothRules) {
   if (!fs::exists(REAL_RECORDING)) GTEST_SKIP() << "the real recording is not here";
   const Recording plain = Recording::read(REAL_RECORDING);
