@@ -340,8 +340,9 @@ TEST(Importers, WrappedTrialsHoldOnlyWhatWasRead) {
   constexpr std::int32_t kSamples = (1 << 30) + 2;
   D dataset;
   dataset.sampleFiles = {D::sampleFile({Bytes().i32(5).i32(6).str()})};
-  const auto expectWrapped = [&](const char* name, auto run) {
-    Importers import(dataset, ReadingRules::host(), kSamples);
+  const auto expectWrapped = [&](const char* name, auto run,
+                                 const ReadingRules& rules = ReadingRules::host()) {
+    Importers import(dataset, rules, kSamples);
     import.info().numTrials = import.info().numChannels = 1;
     import.markDestination({0});
     std::filesystem::resize_file(import.directory.path() / "run.ds" / "run.meg4",
@@ -362,7 +363,10 @@ TEST(Importers, WrappedTrialsHoldOnlyWhatWasRead) {
                 [](Importers& i) { return i.readCtfDataMultiTrial(i.path, &i.data, &i.destination); });
   expectWrapped("Accumulate",
                 [](Importers& i) { return i.readCtfDataAccumulate(i.path, &i.destination, 1); });
-  expectWrapped("Average", [](Importers& i) { return i.readCtfDataAverage(i.path, &i.destination); });
+  // By host rules the sum of bytes wraps too, and the set is then too short to begin with.
+  expectWrapped(
+      "Average", [](Importers& i) { return i.readCtfDataAverage(i.path, &i.destination); },
+      hostBut(&ReadingRules::filesAreOneSequence));
 }
 
 TEST(Importers, NarrowByteCountsWrapByRule) {
