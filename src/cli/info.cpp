@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <iostream>
 
 #include "cli/commands.h"
@@ -52,14 +51,20 @@ std::string trialsText(const Shape& shape, const RecordInfo& record) {
   return text;
 }
 
-std::string triggerText(const RecordInfo& record) {
-  if (record.preTrigSamples == 0) return {};
-  const std::int64_t samples = record.preTrigSamples;
-  const std::string distance = timed(record)
-                                   ? seconds(static_cast<double>(std::abs(samples)) / record.sampleRate)
-                                   : std::to_string(std::abs(samples)) + " samples";
-  return samples > 0 ? "at sample " + std::to_string(samples) + ", " + distance + " into each trial"
-                     : distance + " before each trial";
+/// Where the trigger lies in the trials that were read, or in those of the file.
+std::string triggerText(const Recording& recording) {
+  const RecordInfo& record = recording.record();
+  const auto& stored = recording.trialNumbers();
+  if (!timed(record)) return {};
+  if (stored.size() > 1 &&
+      recording.trial(stored[0]).origin().fileTrial == recording.trial(stored[1]).origin().fileTrial)
+    return {};  // pieces of one trial: each has its own
+  const double start =
+      stored.empty() ? -1.0 * record.preTrigSamples / record.sampleRate : recording.trial(stored[0]).time(0);
+  const std::int64_t sample = std::llround(-start * record.sampleRate);
+  if (sample == 0) return "at the first sample";
+  return start < 0.0 ? "at sample " + std::to_string(sample) + ", " + seconds(-start) + " into each trial"
+                     : seconds(start) + " before each trial";
 }
 
 /// "273 gradiometer, 20 ref-gradiometer", in the order in which the names first occur.
@@ -117,7 +122,7 @@ void printOverview(const std::string& path, const Recording& recording, bool noI
   }
   const Shape shape = shapeOf(recording);
   line("Trials", trialsText(shape, record));
-  line("Trigger", triggerText(record));
+  line("Trigger", triggerText(recording));
   line("Channels", channelsText(recording));
   line("Compensation", coefficientsText(recording));
   line("Filters", filtersText(record));

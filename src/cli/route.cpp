@@ -1,6 +1,8 @@
 #include "cli/route.h"
 
+#include <algorithm>
 #include <charconv>
+#include <limits>
 #include <set>
 #include <string_view>
 
@@ -9,11 +11,14 @@
 namespace ctfmeg::cli {
 namespace {
 
+/// A number that does not fit is the largest or smallest that does: it is beyond what there is either way.
 template <class Number>
 std::optional<Number> parseNumber(std::string_view text) {
   Number number{};
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+  if (error == std::errc::invalid_argument || end != text.data() + text.size()) return std::nullopt;
+  if (error == std::errc::result_out_of_range)
+    return text.starts_with('-') ? std::numeric_limits<Number>::min() : std::numeric_limits<Number>::max();
   return number;
 }
 
@@ -45,16 +50,17 @@ std::optional<SampleSpan> parseSpan(const std::string& text) {
 }
 
 std::optional<TrialList> parseTrials(const std::string& text) {
-  constexpr int kMostTrials = 32767;  // that a dataset can have
+  constexpr int kBeyond = 32767;  // the first number that no dataset has: where a range to nowhere may stop
   std::set<int> numbers;
   for (const std::string& item : itemsOf(text)) {
     const std::string_view view = item;
     const std::size_t dash = view.find('-');
     const auto first = parseNumber<int>(view.substr(0, dash));
     const auto last = dash == std::string_view::npos ? first : parseNumber<int>(view.substr(dash + 1));
-    if (!first || !last || *first < 0 || *last < *first || *last > kMostTrials) return std::nullopt;
-    for (int number = *first; number <= *last; ++number)
-      numbers.insert(number);
+    if (!first || !last || *first < 0 || *last < *first) return std::nullopt;
+    numbers.insert(*first);
+    for (int number = *first; number < std::min(*last, kBeyond); ++number)
+      numbers.insert(number + 1);
   }
   return TrialList{{numbers.begin(), numbers.end()}};
 }

@@ -4,6 +4,7 @@
 #include <limits>
 #include <new>
 #include <optional>
+#include <set>
 #include <stdexcept>
 
 #include "framework/file_error.h"
@@ -69,8 +70,8 @@ std::unique_ptr<CMEGDatazk> readHeader(CString path, const ReadOptions& options)
 /// One operation of the facade for each route. The file dialog that some show is answered with the path.
 class RouteReader {
  public:
-  RouteReader(const CString& path, const ReadOptions& options)
-      : m_path(path), m_facade(makeFacade(options)) {}
+  RouteReader(const CString& path, const ReadOptions& options, std::int32_t samplesPerTrial)
+      : m_path(path), m_facade(makeFacade(options)), m_samplesPerTrial(samplesPerTrial) {}
   RouteReader(const RouteReader&) = delete;
   RouteReader& operator=(const RouteReader&) = delete;
   /// A failed route, or one that an exception ends, leaves its data object in the array.
@@ -81,7 +82,9 @@ class RouteReader {
   int operator()(const SampleSpan& span) {
     return m_facade.readSelectSample(&m_array, toInt(span.first), toInt(span.last), nullptr);
   }
-  int operator()(const Pieces& pieces) { return m_facade.readTrialSplit(&m_array, pieces.count, nullptr); }
+  int operator()(const Pieces& pieces) {
+    return m_facade.readTrialSplit(&m_array, std::min(pieces.count, m_samplesPerTrial), nullptr);
+  }
   int operator()(const TrialList& list) {
     CMarkerDatazk marker;
     for (const int number : list.numbers)
@@ -104,6 +107,7 @@ class RouteReader {
 
   CString m_path;
   CMEGReaderFacezk m_facade;
+  std::int32_t m_samplesPerTrial;
   CPtrArray m_array;
 };
 
@@ -114,7 +118,9 @@ void checkRoute(const Route& route, const std::filesystem::path& file, std::int3
     refuse("can't be resampled by " + std::to_string(every->n) + ": 1 keeps every sample");
   if (const auto* pieces = std::get_if<Pieces>(&route); pieces != nullptr && pieces->count < 1)
     refuse("can't be cut into " + std::to_string(pieces->count) + " pieces");
-  if (const auto* list = std::get_if<TrialList>(&route))
+  const auto* list = std::get_if<TrialList>(&route);
+  if (list != nullptr && list->numbers.empty()) refuse("can't be read by a list of no trials");
+  if (list != nullptr)
     for (const int number : list->numbers)
       if (number < 0 || number >= trials)
         refuse("has no trial " + std::to_string(number) + ": there are trials 0 to " +
@@ -124,13 +130,15 @@ void checkRoute(const Route& route, const std::filesystem::path& file, std::int3
 /// A set that ends early may lack trials that its header has.
 void requireTrials(const TrialList& list, const CMEGDatazk& data, const std::filesystem::path& file,
                    const RecordingInterface& user) {
+  std::set<int> there;
+  for (int t = 0; t < data.trialSlots(); ++t)
+    if (data.trialSamples(t) != nullptr) there.insert(data.trialOrigin(t).fileTrial);
   for (const int number : list.numbers) {
-    bool there = false;
-    for (int t = 0; t < data.trialSlots(); ++t)
-      there = there || (data.trialSamples(t) != nullptr && data.trialOrigin(t).fileTrial == number);
-    if (!there)
-      throw Error(ErrorKind::damaged, file, "does not have trial " + std::to_string(number) + " whole",
-                  user.findings());
+    if (there.contains(number)) continue;
+    std::string text = "does not have trial " + std::to_string(number) + " whole";
+    for (const Finding& finding : user.findings())
+      if (finding.code == "meg4.short") text += ": the set " + finding.text;
+    throw Error(ErrorKind::damaged, file, text, user.findings());
   }
 }
 
@@ -159,10 +167,11 @@ Recording Recording::read(const std::filesystem::path& path, const ReadOptions& 
       const CMEGRecordInfozkProzk& header = *state->data->getMEGRecordInfozk();
       checkRoute(options.route, file, header.numTrials);
       user.setProgressSteps(progressSteps(options.route, header));
-      RouteReader reader(reading, options);
+      RouteReader reader(reading, options, header.samplesPerTrial);
       if (!std::visit(reader, options.route)) throw errorFrom(file, user);
       state->data = reader.takeData();
       if (state->data->numStoredTrials() == 0) throw errorFrom(file, user);
+      user.finishProgress();
     }
     const CMEGDatazk& data = *state->data;
     state->name = toNativePath(data.name);

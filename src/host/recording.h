@@ -36,12 +36,13 @@ struct SampleSpan {
   std::int64_t first = 0;
   std::int64_t last = 0;
 };
-/// Each trial cut into `count` trials of equal length; what is left over at its end is dropped. From 1, which
-/// cuts nothing.
+/// Each trial cut into `count` trials of equal length, at most as many as it has samples; what is left over
+/// at its end is dropped. From 1, which cuts nothing.
 struct Pieces {
   int count = 1;
 };
-/// Trials by their numbers in the file, kept in file order, each once. A number that is not there is refused.
+/// Trials by their numbers in the file, kept in file order, each once. A number that is not there is refused,
+/// and so is an empty list; one that the header has but the files do not is damage.
 struct TrialList {
   std::vector<int> numbers;
 };
@@ -109,7 +110,8 @@ class Recording {
 
   /// The dataset's name: the resource file's name without directory and extension.
   const std::string& name() const;
-  /// As the route leaves it: a resampled recording has the lower rate, `preTrigSamples` is always the file's.
+  /// As the route leaves it: a resampled recording has the lower rate; `numTrials` and `preTrigSamples`
+  /// are always the file's.
   const RecordInfo& record() const;
   const std::vector<Channel>& channels() const;
   const std::vector<CoefficientRecord>& coefficients() const;

@@ -49,7 +49,12 @@ std::optional<CString> RecordingInterface::chooseFile(const CString& /*filter*/,
 
 std::unique_ptr<ProgressWindow> RecordingInterface::openProgress(const CString& title) {
   if (!m_options.progress) return nullptr;
-  return std::make_unique<CallbackProgress>(m_options.progress, toUtf8(title), m_steps);
+  m_progressTitle = toUtf8(title);
+  return std::make_unique<CallbackProgress>(m_options.progress, m_progressTitle, m_steps);
+}
+
+void RecordingInterface::finishProgress() const {
+  if (m_options.progress) m_options.progress({m_progressTitle, 1.0});
 }
 
 void RecordingInterface::report(const ::Finding& finding) { add(convertFinding(finding)); }

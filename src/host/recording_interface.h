@@ -25,6 +25,9 @@ class RecordingInterface : public UserInterface {
   /// How often an importer will set its position, whatever range and positions it uses.
   void setProgressSteps(double steps) { m_steps = steps; }
 
+  /// Tells the caller that all is read, whatever a set that ends early has left out.
+  void finishProgress() const;
+
   MessageAnswer messageBox(const CString& text, MessageStyle style) override;
   std::optional<CString> chooseFile(const CString& filter, int filterIndex) override;
   std::unique_ptr<ProgressWindow> openProgress(const CString& title) override;
@@ -40,6 +43,7 @@ class RecordingInterface : public UserInterface {
   const ReadOptions& m_options;
   CString m_file;
   double m_steps = 1.0;
+  std::string m_progressTitle;
   std::set<std::string> m_known;  // a header that is read twice has its findings once
   std::vector<Finding> m_findings;
   bool m_agreed = false;  // a question was answered Yes: it is not asked again

@@ -1,13 +1,17 @@
 #include <algorithm>
+#include <limits>
 #include <new>
 
 #include "framework/user_interface.h"
 #include "meg4/sample_import.h"
 #include "reader/ctf_dataset_reader.h"
 
-// Importers that keep only the trials in which a marker occurs.
+// Importers that keep only the trials in which a marker occurs. Buffers are made after the set is open, for
+// then it is known how much a file holds: no header can ask for more.
 
 namespace {
+
+constexpr int kNoLimit = std::numeric_limits<int>::max();
 
 int failWithoutMarker(const CString& path) {
   reportFinding(
@@ -42,23 +46,24 @@ class Occurrences {
 int CCtfReader1Samples::readCtfDataTrigger(const CString& path, const CMarkerDatazk* marker) {
   if (marker == nullptr) return failWithoutMarker(path);
   CMEGDatazk& data = *m_currentData;
-  SampleImport import(path, sampleCounts(m_currentData), m_rules);
-  const SampleCounts counts = import.counts();
-  if (!import.open()) return 0;
-  import.showProgress(L"Importing MEG data with triggers ...", counts.trials);
-  const std::int64_t most = std::clamp<std::int64_t>(marker->getTotalTrgMrkPts(), 1, import.trials());
+  SampleImport reading(path, m_currentData, m_rules);
+  const SampleCounts counts = reading.counts();
+  if (!reading.open()) return 0;
+  reading.showProgress(L"Importing MEG data with triggers ...", counts.trials);
+  const std::int64_t most = std::clamp<std::int64_t>(marker->getTotalTrgMrkPts(), 1, reading.trials());
   const ImportPlan plan{
       .unit = ImportUnit::trial, .trials = static_cast<std::int32_t>(most), .samples = counts.samples};
-  if (!import.prepare(data, plan, import.countedTrialBytes(), kTooBig)) {
+  if (!reading.prepare(data, plan, reading.countedTrialBytes(), kTooBig)) {
     data.openTrial(0);
     return 0;
   }
   std::int32_t stored = 0;
-  import.forEachTrial([&](std::int32_t trial) {
-    if (marker->findTrial(trial)) data.importCtfDataT(stored++, counts.channels, counts.samples, import.samples());
-  return true;
-});
-return 1;
+  reading.forEachTrial([&](std::int32_t trial) {
+    if (marker->findTrial(trial))
+      data.importCtfDataT(stored++, counts.channels, counts.samples, reading.samples());
+    return true;
+  });
+  return 1;
 }
 
 int CCtfReader1Samples::readCtfDataMultiTrial(const CString& path, const CMEGDatazk* source,
@@ -77,49 +82,49 @@ int CCtfReader1Samples::importOccurrences(const CString& path, const CMEGDatazk*
                                           CMEGDatazk* destination, const wchar_t* title, int limit) {
   const CMarkerDatazk* marker = firstMarker(destination);
   if (marker == nullptr) return failWithoutMarker(path);
-  SampleImport import(path, sampleCounts(source), m_rules);
-  const SampleCounts counts = import.counts();
-  if (!import.open()) return 0;
-  const std::uint64_t bytes = import.countedTrialBytes();
-  if (!import.prepare(*destination, {.unit = ImportUnit::trial, .samples = counts.samples}, bytes, nullptr))
+  SampleImport reading(path, source, m_rules);
+  const SampleCounts counts = reading.counts();
+  if (!reading.open()) return 0;
+  const std::uint64_t bytes = reading.countedTrialBytes();
+  if (!reading.prepare(*destination, {.unit = ImportUnit::trial, .samples = counts.samples}, bytes, nullptr))
     return 0;
-  import.showProgress(title, counts.trials);
+  reading.showProgress(title, counts.trials);
   Occurrences occurrences(*marker);
-  import.forEachTrial([&](std::int32_t trial) {
+  reading.forEachTrial([&](std::int32_t trial) {
     if (!occurrences.keep(trial)) return true;
-  // Hosts know it so: where other importers pass the sample count, these two pass the trial's byte size.
-  destination->importCtfDataT(trial, counts.channels, static_cast<std::int64_t>(bytes), import.samples());
-  return occurrences.kept() < limit;
-});
-return 1;
+    // Hosts rely on it: where other importers pass the sample count, these two pass the trial's byte size.
+    destination->importCtfDataT(trial, counts.channels, static_cast<std::int64_t>(bytes), reading.samples());
+    return occurrences.kept() < limit;
+  });
+  return 1;
 }
 
 int CCtfReader1Samples::readCtfDataAverage(const CString& path, CMEGDatazk* destination) {
   const CMarkerDatazk* marker = firstMarker(destination);
   if (marker == nullptr) return failWithoutMarker(path);
-  SampleImport import(path, sampleCounts(m_currentData), m_rules);
-  const SampleCounts counts = import.counts();
-  if (!import.open(AvailableBytes::narrow)) return 0;
+  SampleImport reading(path, m_currentData, m_rules);
+  const SampleCounts counts = reading.counts();
+  if (!reading.open(AvailableBytes::narrow)) return 0;
   const ImportPlan plan{.unit = ImportUnit::summedTrial, .trials = 1, .samples = counts.samples};
-  if (!import.prepare(*destination, plan, import.countedTrialBytes(), nullptr)) return 0;
-  const std::size_t values = import.unit().size();
+  if (!reading.prepare(*destination, plan, reading.countedTrialBytes(), nullptr)) return 0;
+  const std::size_t values = reading.unit().size();
   const std::unique_ptr<double[]> sums(new (std::nothrow) double[values]());
-  if (!sums) return import.failWithoutMemory(nullptr);
+  if (!sums) return reading.failWithoutMemory(nullptr);
 
-  import.showProgress(L"Import and average MEG data ...", counts.trials);
+  reading.showProgress(L"Import and average MEG data ...", counts.trials);
   Occurrences occurrences(*marker);
-  import.forEachTrial([&](std::int32_t trial) {
+  reading.forEachTrial([&](std::int32_t trial) {
     if (!occurrences.keep(trial)) return true;
-  const std::int32_t* samples = import.samples();
-  for (std::size_t i = 0; i < values; ++i)
-    sums[i] += samples[i];
-  return true;
-});
-import.closeFiles();
-// The sums, not the mean: whoever wants that divides by the number of trials.
-destination->setTrialDataF(0, counts.channels, counts.samples, sums.get());
-CMEGRecordInfozkProzk& info = *destination->getMEGRecordInfozk();
-info.numTrials = 1;
-info.numTrialsAvgd = occurrences.kept();
-return 1;
+    const std::int32_t* samples = reading.samples();
+    for (std::size_t i = 0; i < values; ++i)
+      sums[i] += samples[i];
+    return true;
+  });
+  reading.closeFiles();
+  // The sums, not the mean: whoever wants that divides by the number of trials.
+  destination->setTrialDataF(0, counts.channels, counts.samples, sums.get());
+  CMEGRecordInfozkProzk& info = *destination->getMEGRecordInfozk();
+  info.numTrials = 1;
+  info.numTrialsAvgd = occurrences.kept();
+  return 1;
 }

@@ -6,33 +6,34 @@
 #include "reader/ctf_dataset_reader.h"
 
 int CCtfReader1Samples::readCtfDataTsplit(const CString& path, int parts) {
-  // Not the text of the other importers: hosts know both.
+  // Differs from the other importers' text in one word: hosts look for either.
   constexpr const wchar_t* kTooBigToSplit = L"Allocate memeory error! Is dataset too big?!";
 
   CMEGDatazk& data = *m_currentData;
-  SampleImport import(path, sampleCounts(m_currentData), m_rules);
-  const SampleCounts counts = import.counts();
+  SampleImport reading(path, m_currentData, m_rules);
+  const SampleCounts counts = reading.counts();
   const std::int64_t pieces = std::clamp<std::int64_t>(parts, 1, std::max<std::int64_t>(counts.samples, 1));
   const auto pieceLength = static_cast<std::int64_t>(
       std::floor(static_cast<double>(counts.samples) / static_cast<double>(pieces)));
-  if (!import.open()) return 0;
-  // The bar's range is the channels although its position is the trial: hosts know it so.
-  import.showProgress(L"Importing and spliting trials  ...", counts.channels);
-  const std::int64_t trials = pieces * import.trials();
-  if (trials > std::numeric_limits<std::int32_t>::max()) return import.failWithoutMemory(kTooBigToSplit);
+  if (!reading.open()) return 0;
+  // The range is the channels although the position is the trial: hosts scale their windows to it.
+  reading.showProgress(L"Importing and spliting trials  ...", counts.channels);
+  const std::int64_t trials = pieces * reading.trials();
+  if (trials > std::numeric_limits<std::int32_t>::max()) return reading.failWithoutMemory(kTooBigToSplit);
   const ImportPlan plan{.unit = ImportUnit::splitTrial,
                         .trials = static_cast<std::int32_t>(trials),
                         .samples = pieceLength,
                         .parts = static_cast<std::int32_t>(pieces)};
-  if (!import.prepare(data, plan, trialBytes(counts), kTooBigToSplit)) return 0;
+  if (!reading.prepare(data, plan, trialBytes(counts), kTooBigToSplit)) return 0;
 
-  import.forEachTrial([&](std::int32_t trial) {
-    data.importCtfDataTsplit(trial, plan.parts, counts.channels, counts.samples, pieceLength, import.samples());
-  return true;
-});
-import.closeFiles();
-CMEGRecordInfozkProzk& info = *data.getMEGRecordInfozk();
-info.samplesPerTrial = info.samplesPerTrialAcq = static_cast<std::int32_t>(pieceLength);
-info.numTrialsDone = static_cast<std::int32_t>(pieces * counts.trials);
-return 1;
+  reading.forEachTrial([&](std::int32_t trial) {
+    data.importCtfDataTsplit(trial, plan.parts, counts.channels, counts.samples, pieceLength,
+                             reading.samples());
+    return true;
+  });
+  reading.closeFiles();
+  CMEGRecordInfozkProzk& info = *data.getMEGRecordInfozk();
+  info.samplesPerTrial = info.samplesPerTrialAcq = static_cast<std::int32_t>(pieceLength);
+  info.numTrialsDone = static_cast<std::int32_t>(pieces * counts.trials);
+  return 1;
 }

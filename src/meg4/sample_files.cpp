@@ -72,9 +72,11 @@ bool SampleFiles::readUnit() {
 
 std::unique_ptr<SampleFiles> openSampleFiles(const CString& prefix, const SampleCounts& counts,
                                              const ReadingRules& rules, AvailableBytes available) {
-  if (counts.trials < 1 || counts.channels < 1 || counts.samples < 1) {
-    reportMeg4(prefix + L"res4", "res4.counts", L"says that there are no trials, no channels or no samples",
-               Finding::Severity::error);
+  if (!counts.valid()) {
+    CString text;
+    text.Format(L"can't be imported: it says %d trials of %d samples in %d channels", counts.trials,
+                counts.samples, counts.channels);
+    reportMeg4(prefix + L"res4", "res4.counts", text, Finding::Severity::error);
     return nullptr;
   }
   return rules.filesAreOneSequence ? openTrialSequence(prefix, counts)

@@ -19,6 +19,8 @@ struct SampleCounts {
   std::int32_t trials = 0;
   std::int32_t channels = 0;
   std::int64_t samples = 0;  ///< of each channel in each trial
+
+  bool valid() const { return trials > 0 && channels > 0 && samples > 0; }
 };
 
 /// The counts of the data object's record information; all 0 without a data object.

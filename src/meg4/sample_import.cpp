@@ -5,8 +5,10 @@
 #include "util/basic_read_unix2window.h"
 #include "util/byte_order.h"
 
-SampleImport::SampleImport(const CString& path, const SampleCounts& counts, const ReadingRules& rules)
-    : m_prefix(CBasicReadUnix2Window::getFilePathBasic(path)), m_counts(counts), m_rules(rules) {}
+SampleImport::SampleImport(const CString& path, const CMEGDatazk* source, const ReadingRules& rules)
+    : m_prefix(CBasicReadUnix2Window::getFilePathBasic(path)),
+      m_counts(sampleCounts(source)),
+      m_rules(rules) {}
 
 bool SampleImport::open(AvailableBytes available) {
   m_files = openSampleFiles(m_prefix, m_counts, m_rules, available);
@@ -52,4 +54,9 @@ std::uint64_t SampleImport::countedTrialBytes() const {
 const std::int32_t* SampleImport::samples() const {
   samplesToHostOrder(unit());
   return unit().data();
+}
+
+void setSamplesPerTrial(CMEGDatazk& data, std::int64_t samples) {
+  CMEGRecordInfozkProzk& info = *data.getMEGRecordInfozk();
+  info.samplesPerTrial = info.samplesPerTrialAcq = static_cast<std::int32_t>(samples);
 }

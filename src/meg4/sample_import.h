@@ -14,7 +14,8 @@
 class SampleImport {
  public:
   /// `path` is any file of the dataset.
-  SampleImport(const CString& path, const SampleCounts& counts, const ReadingRules& rules);
+  /// The counts are those of `source` (null: none, and `open` fails).
+  SampleImport(const CString& path, const CMEGDatazk* source, const ReadingRules& rules);
 
   /// Opens the file set. False, the user told, when that fails; without a message when a count is below 1.
   bool open(AvailableBytes available = AvailableBytes::wide);
@@ -86,6 +87,9 @@ class SampleImport {
   CProgresszk m_progress;
   std::optional<ImportScope> m_scope;
 };
+
+/// Writes a new trial length into the record information.
+void setSamplesPerTrial(CMEGDatazk& data, std::int64_t samples);
 
 /// What importers show when there is no memory for their buffer.
 inline constexpr const wchar_t* kTooBig = L"Allocate Memeory error! Is dataset too big?!";

@@ -44,7 +44,11 @@ class SampleSlots : public SampleFiles {
   std::size_t read(void* buffer, std::size_t bytes) override {
     if (m_current < m_opened) return m_files[m_current].Read(buffer, bytes);
     const CString last = sampleFileName(m_prefix, static_cast<int>(m_opened) - 1);
-    reportMeg4(last, "meg4.short", L"ends before the last trial of the run", Finding::Severity::error);
+    reportMeg4(last, "meg4.short",
+               m_opened == kSlots
+                   ? L"is the last of the eight files that host rules read, and the run goes on"
+                   : L"is used up before the import is done, as host rules read the set",
+               Finding::Severity::error);
     AfxThrowFileException(CFileException::invalidFile, -1, last);
   }
 

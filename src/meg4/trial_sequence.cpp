@@ -16,11 +16,12 @@ class TrialSequence : public SampleFiles {
     std::uint64_t strayBytes = 0;
     int index = 0;
     for (; m_trials < counts.trials; ++index) {
-      if (index > 0 && !exists(index)) return endEarly(index, counts.trials, strayBytes);
+      if (index > 0 && (!exists(index) || isStump(index))) return endEarly(index, counts.trials, strayBytes);
       if (strayBytes > 0)
         return fail(index - 1, "meg4.cut",
                     L"ends within a trial although the set goes on: what follows can't be placed");
       if (!openSampleFile(m_file, m_prefix, index)) return false;
+      reportUneven(index - 1);
       const std::uint64_t bytes = m_file.GetLength() - kSampleHeaderSize;
       const auto missing = static_cast<std::uint64_t>(counts.trials - m_trials);
       // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): no count below 1 comes here
@@ -65,6 +66,23 @@ class TrialSequence : public SampleFiles {
     CFileException error;
     return file.Open(sampleFileName(m_prefix, index), CFile::modeRead | CFile::shareDenyNone, &error) ||
            error.m_cause != CFileException::fileNotFound;
+  }
+
+  /// An acquisition that crashed while it began a file leaves less than a header, and nothing behind it.
+  bool isStump(int index) const {
+    CFile file;
+    return file.Open(sampleFileName(m_prefix, index), CFile::modeRead | CFile::shareDenyNone) &&
+           file.GetLength() < kSampleHeaderSize && !exists(index + 1);
+  }
+
+  /// Files of a set are filled before the next is begun: one with fewer trials than the first may have lost
+  /// some, and then those behind it have other numbers than they had.
+  void reportUneven(int index) const {
+    if (index < 1 || m_fileBytes[static_cast<std::size_t>(index)] >= m_fileBytes[0]) return;
+    report(index, "meg4.uneven",
+           L"holds fewer trials than the files before it: if some were lost, those behind it are "
+           L"numbered wrongly",
+           Finding::Severity::warning);
   }
 
   void report(int index, const char* code, const CString& text, Finding::Severity severity) const {

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "framework/user_interface.h"
+#include "reader/call_findings.h"
 #include "reader/ctf_dataset_reader.h"
 #include "util/guarded.h"
 
@@ -21,8 +22,7 @@ void reportResource(const CString& path, const char* code, const wchar_t* text,
 
 CCtfDatasetReader::Info CCtfDatasetReader::readResource(const CString& path, CMEGDatazk* data) {
   if (data == nullptr) {
-    reportFinding(
-        {.code = "call.argument", .file = path, .text = L"there is no data object to read it into"});
+    failWithoutTarget(path);
     return Info::failed;
   }
   m_currentData = data;
@@ -82,10 +82,7 @@ int CCtfDatasetReader::readDatasetInfo(const CString& path, CMEGDatazk* data, co
 }
 
 bool CCtfDatasetReader::appendData(const CString& path, CPtrArray* array) {
-  if (array == nullptr) {
-    reportFinding({.code = "call.argument", .file = path, .text = L"there is no array to read it into"});
-    return false;
-  }
+  if (array == nullptr) return failWithoutTarget(path) != 0;
   std::unique_ptr<CMEGDatazk> data(new (std::nothrow) CMEGDatazk);
   if (!data) {
     reportFinding({.code = "memory", .file = path, .text = L"needs more memory than there is"});

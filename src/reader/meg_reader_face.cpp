@@ -5,6 +5,7 @@
 #include "framework/cfiledialog.h"
 #include "framework/native_path.h"
 #include "framework/user_interface.h"
+#include "reader/call_findings.h"
 #include "reader/ctf_dataset_reader.h"
 
 namespace {
@@ -17,11 +18,6 @@ constexpr const wchar_t* kFilter =
 void openFirstTrials(const CPtrArray* array) {
   for (int i = 0; array != nullptr && i < array->GetSize(); ++i)
     if (auto* data = static_cast<CMEGDatazk*>(array->GetAt(i))) data->openTrial(0);
-}
-
-int failWithoutData(const CString& path) {
-  reportFinding({.code = "call.argument", .file = path, .text = L"there is no data object to read it into"});
-  return 0;
 }
 
 }  // namespace
@@ -51,14 +47,14 @@ int CMEGReaderFace::checkCtfFileFormat(CString path) {
 }
 
 int CMEGReaderFace::checkCTFMEGData(CString& path, CMEGDatazk* data) {
-  if (data == nullptr) return failWithoutData(path);
+  if (data == nullptr) return failWithoutTarget(path);
   if (!checkCtfFileFormat(path)) return 0;
   CCtfDatasetReader* current = reader();
   return current != nullptr && current->checkDataset(toWindowsPath(path), data);
 }
 
 int CMEGReaderFace::readCTFMEGDataInfo(CString& path, CMEGDatazk* data) {
-  if (data == nullptr) return failWithoutData(path);
+  if (data == nullptr) return failWithoutTarget(path);
   if (!checkCtfFileFormat(path)) return 0;
   CCtfDatasetReader* current = reader();
   return current != nullptr && current->readDatasetInfo(toWindowsPath(path), data, nullptr);

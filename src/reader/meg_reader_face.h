@@ -58,7 +58,7 @@ class MEGREADER_API CMEGReaderFace {
 /// The door for hosts that hold an array of data objects. Each operation reads a dataset, samples included,
 /// into a new CMEGDatazk appended to `array`, which owns it from then on, and opens trial 0 of every data
 /// object in the array (null elements are passed over). On a result of 0 the reader is released. The
-/// operations without a path show the file-open dialog first; 0 when it is cancelled.
+/// operations without a path show the file-open dialog first; 0, and nothing reported, when it is cancelled.
 class MEGREADER_API CMEGReaderFacezk : public CMEGReaderFace {
  public:
   ~CMEGReaderFacezk() override;
@@ -77,9 +77,11 @@ class MEGREADER_API CMEGReaderFacezk : public CMEGReaderFace {
 
   /// Keeps every `factor`-th sample; 1 or less keeps all. `document` is not used.
   int readResampling(CPtrArray* array, int factor, CDocument* document);
-  /// Keeps samples `first` to `second` of every trial, both included. `document` is not used.
+  /// Keeps samples `first` to `second` of every trial, both included, limited to the trial; 0 when that is
+  /// none or all. `document` is not used.
   int readSelectSample(CPtrArray* array, int first, int second, CDocument* document);
-  /// Cuts every trial into `splitCount` shorter ones; below 2 cuts nothing, and only then is `document` used.
+  /// Cuts every trial into `splitCount` shorter ones, at most as many as it has samples; below 2 cuts
+  /// nothing, and only then is `document` used.
   int readTrialSplit(CPtrArray* array, int splitCount, CDocument* document);
 
  private:

@@ -32,18 +32,18 @@ struct Importers : Import {
 };
 
 TEST(Importers, TriggerRenumbersTheMarkedTrials) {
-  Importers import;
+  Importers reading;
   const CMarkerDatazk marker = markerIn({5, 2, 2, 77});
-  EXPECT_EQ(import.readCtfDataTrigger(import.path, &marker), 1);
-  EXPECT_EQ(import.trace.calls, (Lines{"importCtfDataT(0, 2, 2)", "importCtfDataT(1, 2, 2)"}));
-  EXPECT_EQ(import.stored(), "0: 2000 2001 2100 2101\n1: 5000 5001 5100 5101\n");
-  EXPECT_EQ(import.data.trialOrigin(1).fileTrial, 5);
-  EXPECT_EQ(import.user.transcript()[0], "progress: Importing MEG data with triggers ...");
-  EXPECT_EQ(import.user.transcript()[1], "range 0 6");
-  EXPECT_EQ(import.user.transcript().size(), 2u + 6 + 1) << "every trial is read";
+  EXPECT_EQ(reading.readCtfDataTrigger(reading.path, &marker), 1);
+  EXPECT_EQ(reading.trace.calls, (Lines{"importCtfDataT(0, 2, 2)", "importCtfDataT(1, 2, 2)"}));
+  EXPECT_EQ(reading.stored(), "0: 2000 2001 2100 2101\n1: 5000 5001 5100 5101\n");
+  EXPECT_EQ(reading.data.trialOrigin(1).fileTrial, 5);
+  EXPECT_EQ(reading.user.transcript()[0], "progress: Importing MEG data with triggers ...");
+  EXPECT_EQ(reading.user.transcript()[1], "range 0 6");
+  EXPECT_EQ(reading.user.transcript().size(), 2u + 6 + 1) << "every trial is read";
 
-  EXPECT_EQ(import.readCtfDataTrigger(import.path, nullptr), 0);
-  EXPECT_EQ(import.codes(), "call.marker");
+  EXPECT_EQ(reading.readCtfDataTrigger(reading.path, nullptr), 0);
+  EXPECT_EQ(reading.codes(), "call.marker");
 }
 
 struct OccurrenceCase {
@@ -58,45 +58,45 @@ TEST(Importers, OccurrencesMustRise) {
       {"none there", {9}, {}},          {"no occurrence at all", {}, {}}, {"negative", {-1, 0}, {}},
   };
   for (const OccurrenceCase& c : cases) {
-    Importers import;
-    import.markDestination(c.occurrences);
-    EXPECT_EQ(import.readCtfDataMultiTrial(import.path, &import.data, &import.destination), 1) << c.what;
+    Importers reading;
+    reading.markDestination(c.occurrences);
+    EXPECT_EQ(reading.readCtfDataMultiTrial(reading.path, &reading.data, &reading.destination), 1) << c.what;
     std::vector<int> kept;
     Lines calls;
-    for (int t = 0; t < import.destination.trialSlots(); ++t)
-      if (import.destination.trialSamples(t) != nullptr) kept.push_back(t);
+    for (int t = 0; t < reading.destination.trialSlots(); ++t)
+      if (reading.destination.trialSamples(t) != nullptr) kept.push_back(t);
     // The third argument is the trial's byte size.
     for (const int t : c.kept)
       calls.push_back("importCtfDataT(" + std::to_string(t) + ", 2, 16)");
     EXPECT_EQ(kept, c.kept) << c.what;
-    EXPECT_EQ(import.trace.calls, calls) << c.what;
+    EXPECT_EQ(reading.trace.calls, calls) << c.what;
   }
 }
 
 TEST(Importers, MultiTrialKeepsNumbersAndGaps) {
-  Importers import;
-  import.markDestination({1, 4});
-  EXPECT_EQ(import.readCtfDataMultiTrial(import.path, &import.data, &import.destination), 1);
-  EXPECT_EQ(Import::storedIn(import.destination), "1: 1000 1001 1100 1101\n4: 4000 4001 4100 4101\n");
-  EXPECT_EQ(import.destination.openTrial(0), 0) << "never stored";
-  EXPECT_EQ(import.destination.trialSamples(0), nullptr);
-  EXPECT_EQ(import.destination.openTrial(4), 1);
-  EXPECT_EQ(import.user.transcript()[0], "progress: Import multi-trials data ...");
-  EXPECT_EQ(import.readCtfDataMultiTrial(import.path, nullptr, &import.destination), 0) << "no counts";
-  EXPECT_EQ(import.readCtfDataMultiTrial(import.path, &import.data, nullptr), 0);
+  Importers reading;
+  reading.markDestination({1, 4});
+  EXPECT_EQ(reading.readCtfDataMultiTrial(reading.path, &reading.data, &reading.destination), 1);
+  EXPECT_EQ(Import::storedIn(reading.destination), "1: 1000 1001 1100 1101\n4: 4000 4001 4100 4101\n");
+  EXPECT_EQ(reading.destination.openTrial(0), 0) << "never stored";
+  EXPECT_EQ(reading.destination.trialSamples(0), nullptr);
+  EXPECT_EQ(reading.destination.openTrial(4), 1);
+  EXPECT_EQ(reading.user.transcript()[0], "progress: Import multi-trials data ...");
+  EXPECT_EQ(reading.readCtfDataMultiTrial(reading.path, nullptr, &reading.destination), 0) << "no counts";
+  EXPECT_EQ(reading.readCtfDataMultiTrial(reading.path, &reading.data, nullptr), 0);
   CMEGDatazk unmarked;
-  EXPECT_EQ(import.readCtfDataMultiTrial(import.path, &import.data, &unmarked), 0);
+  EXPECT_EQ(reading.readCtfDataMultiTrial(reading.path, &reading.data, &unmarked), 0);
 }
 
 TEST(Importers, AccumulateStopsAtItsLimit) {
   for (const auto& [count, kept] : {std::pair{0, 1u}, {-5, 1u}, {2, 2u}, {100, 4u}}) {
-    Importers import;
-    import.markDestination({0, 2, 3, 5});
-    EXPECT_EQ(import.readCtfDataAccumulate(import.path, &import.destination, count), 1);
-    EXPECT_EQ(import.trace.calls.size(), kept) << count;
-    EXPECT_EQ(import.trace.calls[0], "importCtfDataT(0, 2, 16)");
-    EXPECT_EQ(import.user.transcript()[0], "progress: Import and accumulate MEG data ...");
-    EXPECT_EQ(import.user.transcript().back(), "closed");
+    Importers reading;
+    reading.markDestination({0, 2, 3, 5});
+    EXPECT_EQ(reading.readCtfDataAccumulate(reading.path, &reading.destination, count), 1);
+    EXPECT_EQ(reading.trace.calls.size(), kept) << count;
+    EXPECT_EQ(reading.trace.calls[0], "importCtfDataT(0, 2, 16)");
+    EXPECT_EQ(reading.user.transcript()[0], "progress: Import and accumulate MEG data ...");
+    EXPECT_EQ(reading.user.transcript().back(), "closed");
   }
 }
 
@@ -106,18 +106,18 @@ TEST(Importers, AverageStoresSumsAndCounts) {
     return Bytes().i32(value).i32(2147483647).i32(-1).i32(0).str();
   };
   dataset.sampleFiles = {D::sampleFile({trial(1), trial(50), trial(2), trial(3), trial(60), trial(70)})};
-  Importers import(dataset);
-  import.markDestination({0, 2, 3});
-  EXPECT_EQ(import.readCtfDataAverage(import.path, &import.destination), 1);
-  EXPECT_EQ(import.trace.calls, Lines{"setTrialDataF(0, 2, 2)"});
-  const double* sums = import.destination.trialSums(0);
+  Importers reading(dataset);
+  reading.markDestination({0, 2, 3});
+  EXPECT_EQ(reading.readCtfDataAverage(reading.path, &reading.destination), 1);
+  EXPECT_EQ(reading.trace.calls, Lines{"setTrialDataF(0, 2, 2)"});
+  const double* sums = reading.destination.trialSums(0);
   ASSERT_NE(sums, nullptr);
   EXPECT_EQ((std::array{sums[0], sums[1], sums[2], sums[3]}), (std::array{6.0, 3 * 2147483647.0, -3.0, 0.0}));
-  EXPECT_EQ(import.destination.trialSamples(0), nullptr) << "summed, not raw";
-  EXPECT_EQ(import.destination.openTrial(0), 1);
-  EXPECT_EQ(import.destination.getMEGRecordInfozk()->numTrials, 1);
-  EXPECT_EQ(import.destination.getMEGRecordInfozk()->numTrialsAvgd, 3);
-  EXPECT_EQ(import.user.transcript()[0], "progress: Import and average MEG data ...");
+  EXPECT_EQ(reading.destination.trialSamples(0), nullptr) << "summed, not raw";
+  EXPECT_EQ(reading.destination.openTrial(0), 1);
+  EXPECT_EQ(reading.destination.getMEGRecordInfozk()->numTrials, 1);
+  EXPECT_EQ(reading.destination.getMEGRecordInfozk()->numTrialsAvgd, 3);
+  EXPECT_EQ(reading.user.transcript()[0], "progress: Import and average MEG data ...");
 
   Importers none;
   none.markDestination({99});
@@ -127,21 +127,21 @@ TEST(Importers, AverageStoresSumsAndCounts) {
 }
 
 TEST(Importers, ResampleKeepsEveryNthAndPassesItsOddArguments) {
-  Import import(D::split({{0, 1}}, 2, 4), 2, 2, 4);
-  import.info().sampleRate = import.info().sampleRateAcq = 600.0;
-  import.info().preTrigSamples = 5;
-  EXPECT_EQ(import.readCtfDataResample(import.path, 3), 1);
+  Import reading(D::split({{0, 1}}, 2, 4), 2, 2, 4);
+  reading.info().sampleRate = reading.info().sampleRateAcq = 600.0;
+  reading.info().preTrigSamples = 5;
+  EXPECT_EQ(reading.readCtfDataResample(reading.path, 3), 1);
   // A block of one value is four bytes: as many as the trial has samples. It is a block all the same.
-  EXPECT_EQ(import.trace.calls, (Lines{"importCtfDataT(0, 2, 4)", "importCtfDataT(0, 2, 4)",
-                                       "importCtfDataT(1, 2, 4)", "importCtfDataT(1, 2, 4)"}));
-  EXPECT_EQ(import.stored(), "0: 0 100\n1: 1000 1100\n");
-  EXPECT_EQ(import.info().samplesPerTrial, 1);
-  EXPECT_EQ(import.info().samplesPerTrialAcq, 1);
-  EXPECT_EQ(import.info().sampleRate, 200.0);
-  EXPECT_EQ(import.info().sampleRateAcq, 200.0);
-  EXPECT_EQ(import.info().preTrigSamples, 5);
-  EXPECT_EQ(import.data.trialOrigin(1).step, 3);
-  EXPECT_EQ(import.user.transcript(),
+  EXPECT_EQ(reading.trace.calls, (Lines{"importCtfDataT(0, 2, 4)", "importCtfDataT(0, 2, 4)",
+                                        "importCtfDataT(1, 2, 4)", "importCtfDataT(1, 2, 4)"}));
+  EXPECT_EQ(reading.stored(), "0: 0 100\n1: 1000 1100\n");
+  EXPECT_EQ(reading.info().samplesPerTrial, 1);
+  EXPECT_EQ(reading.info().samplesPerTrialAcq, 1);
+  EXPECT_EQ(reading.info().sampleRate, 200.0);
+  EXPECT_EQ(reading.info().sampleRateAcq, 200.0);
+  EXPECT_EQ(reading.info().preTrigSamples, 5);
+  EXPECT_EQ(reading.data.trialOrigin(1).step, 3);
+  EXPECT_EQ(reading.user.transcript(),
             (Lines{"progress: Importing MEG data re-sampling ...", "range 0 2", "position 0", "position 1",
                    "position 0", "position 1", "closed"}));
 }
@@ -157,12 +157,12 @@ TEST(Importers, ResampleByFactor) {
       {5, 1, 120.0, "0: 0\n"},         {2147483647, 1, 120.0, "0: 0\n"},
   };
   for (const Case& c : cases) {
-    Import import(D::split({{0}}, 1, 5), 1, 1, 5);
-    import.info().sampleRate = 600.0;
-    EXPECT_EQ(import.readCtfDataResample(import.path, c.factor), 1);
-    EXPECT_EQ(import.stored(), c.stored) << c.factor;
-    EXPECT_EQ(import.info().samplesPerTrial, c.length) << c.factor;
-    EXPECT_EQ(import.info().sampleRate, c.rate) << c.factor;
+    Import reading(D::split({{0}}, 1, 5), 1, 1, 5);
+    reading.info().sampleRate = 600.0;
+    EXPECT_EQ(reading.readCtfDataResample(reading.path, c.factor), 1);
+    EXPECT_EQ(reading.stored(), c.stored) << c.factor;
+    EXPECT_EQ(reading.info().samplesPerTrial, c.length) << c.factor;
+    EXPECT_EQ(reading.info().sampleRate, c.rate) << c.factor;
   }
 }
 
@@ -185,15 +185,16 @@ TEST(Importers, SelectedKeepsASpanOrRefuses) {
       {INT64_MAX, INT64_MIN, 0, "", 4},
   };
   for (const Case& c : cases) {
-    Import import(D::split({{0}}, 2, 4), 1, 2, 4);
-    EXPECT_EQ(import.readCtfDataSelected(import.path, c.first, c.last), c.result) << c.first << ":" << c.last;
-    EXPECT_EQ(import.stored(), c.stored) << c.first << ":" << c.last;
-    EXPECT_EQ(import.info().samplesPerTrial, c.length);
-    EXPECT_EQ(import.codes(), c.result ? "" : "route.refused");
+    Import reading(D::split({{0}}, 2, 4), 1, 2, 4);
+    EXPECT_EQ(reading.readCtfDataSelected(reading.path, c.first, c.last), c.result)
+        << c.first << ":" << c.last;
+    EXPECT_EQ(reading.stored(), c.stored) << c.first << ":" << c.last;
+    EXPECT_EQ(reading.info().samplesPerTrial, c.length);
+    EXPECT_EQ(reading.codes(), c.result ? "" : "route.refused");
     if (!c.result) continue;
-    EXPECT_EQ(import.trace.calls[1], "importCtfDataC(0, 1, " + std::to_string(c.length) + ")");
-    EXPECT_EQ(import.user.transcript()[0], "progress: Importing MEG selected data ...");
-    EXPECT_EQ(import.data.trialOrigin(0).firstSample, std::max<std::int64_t>(c.first, 0));
+    EXPECT_EQ(reading.trace.calls[1], "importCtfDataC(0, 1, " + std::to_string(c.length) + ")");
+    EXPECT_EQ(reading.user.transcript()[0], "progress: Importing MEG selected data ...");
+    EXPECT_EQ(reading.data.trialOrigin(0).firstSample, std::max<std::int64_t>(c.first, 0));
   }
 }
 
@@ -209,23 +210,23 @@ TEST(Importers, SplitCutsTrialsIntoPieces) {
       {99, 5, 1, "0: 0\n1: 1\n2: 2\n3: 3\n4: 4\n5: 1000\n6: 1001\n7: 1002\n8: 1003\n9: 1004\n"},
   };
   for (const Case& c : cases) {
-    Import import(D::split({{0, 1}}, 1, 5), 2, 1, 5);
-    EXPECT_EQ(import.readCtfDataTsplit(import.path, c.parts), 1);
-    EXPECT_EQ(import.stored(), c.stored) << c.parts;
-    EXPECT_EQ(import.trace.calls[1], "importCtfDataTsplit(1, " + std::to_string(c.effective) + ", 1, 5, " +
-                                         std::to_string(c.length) + ")");
-    EXPECT_EQ(import.info().samplesPerTrial, c.length);
-    EXPECT_EQ(import.info().numTrialsDone, 2 * c.effective);
-    EXPECT_EQ(import.info().numTrials, 2);
+    Import reading(D::split({{0, 1}}, 1, 5), 2, 1, 5);
+    EXPECT_EQ(reading.readCtfDataTsplit(reading.path, c.parts), 1);
+    EXPECT_EQ(reading.stored(), c.stored) << c.parts;
+    EXPECT_EQ(reading.trace.calls[1], "importCtfDataTsplit(1, " + std::to_string(c.effective) + ", 1, 5, " +
+                                          std::to_string(c.length) + ")");
+    EXPECT_EQ(reading.info().samplesPerTrial, c.length);
+    EXPECT_EQ(reading.info().numTrialsDone, 2 * c.effective);
+    EXPECT_EQ(reading.info().numTrials, 2);
   }
-  Import import(D::split({{0, 1}}, 2, 5), 2, 2, 5);
-  EXPECT_EQ(import.readCtfDataTsplit(import.path, 2), 1);
-  EXPECT_EQ(import.stored(),
+  Import reading(D::split({{0, 1}}, 2, 5), 2, 2, 5);
+  EXPECT_EQ(reading.readCtfDataTsplit(reading.path, 2), 1);
+  EXPECT_EQ(reading.stored(),
             "0: 0 1 100 101\n1: 2 3 102 103\n2: 1000 1001 1100 1101\n3: 1002 1003 1102 1103\n");
-  EXPECT_EQ(import.data.trialOrigin(3).fileTrial, 1);
-  EXPECT_EQ(import.data.trialOrigin(3).firstSample, 2);
-  EXPECT_EQ(import.user.transcript(), (Lines{"progress: Importing and spliting trials  ...", "range 0 2",
-                                             "position 0", "position 1", "closed"}));
+  EXPECT_EQ(reading.data.trialOrigin(3).fileTrial, 1);
+  EXPECT_EQ(reading.data.trialOrigin(3).firstSample, 2);
+  EXPECT_EQ(reading.user.transcript(), (Lines{"progress: Importing and spliting trials  ...", "range 0 2",
+                                              "position 0", "position 1", "closed"}));
 }
 
 /// Every importer, by name, with what it leaves where it stores.
@@ -257,11 +258,11 @@ std::vector<Every> everyImporter() {
   };
 }
 
-std::string resultOf(const Every& importer, Importers& import) {
-  import.markDestination({1, 4});
-  const int outcome = Import::outcome([&] { return importer.run(import); });
+std::string resultOf(const Every& importer, Importers& reading) {
+  reading.markDestination({1, 4});
+  const int outcome = Import::outcome([&] { return importer.run(reading); });
   std::string text = std::to_string(outcome) + "\n";
-  const CMEGDatazk& data = importer.intoDestination ? import.destination : import.data;
+  const CMEGDatazk& data = importer.intoDestination ? reading.destination : reading.data;
   text += Import::storedIn(data);
   if (const double* sums = data.trialSums(0)) text += "sums " + std::to_string(sums[0]) + "\n";
   return text;
@@ -283,6 +284,18 @@ TEST(Importers, ReadSplitSetsAsOneFileOrMisplaceBlocks) {
       EXPECT_EQ(hostResult, expected) << importer.name;
     }
   }
+}
+
+TEST(Importers, ChannelBlocksOfSeveralFilesAreMisplacedByHostRules) {
+  // Trial 1 begins in the second file; its first block goes to trial 0, and the run ends one block early.
+  const D split = D::split({{0}, {1}}, 2, 4);
+  Import resampled(split, 2, 2, 4);
+  EXPECT_EQ(Import::outcome([&] { return resampled.readCtfDataResample(resampled.path, 2); }), -1);
+  EXPECT_EQ(resampled.stored(), "0: 0 2 100 102\n1: 1100 1102 0 0\n")
+      << "blocks carry no channel: the surplus is lost";
+  Import selected(split, 2, 2, 4);
+  EXPECT_EQ(Import::outcome([&] { return selected.readCtfDataSelected(selected.path, 1, 2); }), -1);
+  EXPECT_EQ(selected.stored(), "0: 1 2 1001 1002\n1: 1101 1102 0 0\n");
 }
 
 TEST(Importers, TreatSetsCutShortByRule) {
@@ -318,21 +331,26 @@ TEST(Importers, AllocationFailuresEndSilentlyOrWithTheirText) {
   const D dataset = D::split({{0, 1, 2, 3, 4, 5}}, 2, kSamples);
   const std::string tooBig = "message: Allocate Memeory error! Is dataset too big?!";
   for (const Every& importer : everyImporter()) {
-    Importers import(dataset, ReadingRules::host(), kSamples);
-    import.markDestination({1, 4});
+    Importers reading(dataset, ReadingRules::host(), kSamples);
+    reading.markDestination({1, 4});
     const FailingNew noBuffer(kSamples * sizeof(std::int32_t));
-    EXPECT_EQ(importer.run(import), 0) << importer.name;
+    EXPECT_EQ(importer.run(reading), 0) << importer.name;
     const std::string name = importer.name;
     std::string shown;
-    for (const std::string& line : import.user.transcript())
+    for (const std::string& line : reading.user.transcript())
       if (line.starts_with("message")) shown = line;
     const bool tells = name == "T" || name == "C" || name == "Trigger";
     EXPECT_EQ(shown, tells              ? tooBig
                      : name == "Tsplit" ? "message: Allocate memeory error! Is dataset too big?!"
                                         : "")
         << name;
-    EXPECT_EQ(import.info().samplesPerTrial, kSamples) << name;
+    EXPECT_EQ(reading.info().samplesPerTrial, kSamples) << name;
   }
+  Importers reading(dataset, ReadingRules::host(), kSamples);
+  reading.markDestination({1, 4});
+  const FailingNew noSums(2 * kSamples * sizeof(double));
+  EXPECT_EQ(reading.readCtfDataAverage(reading.path, &reading.destination), 0)
+      << "the buffer fits, the sums do not";
 }
 
 TEST(Importers, WrappedTrialsHoldOnlyWhatWasRead) {
@@ -342,14 +360,14 @@ TEST(Importers, WrappedTrialsHoldOnlyWhatWasRead) {
   dataset.sampleFiles = {D::sampleFile({Bytes().i32(5).i32(6).str()})};
   const auto expectWrapped = [&](const char* name, auto run,
                                  const ReadingRules& rules = ReadingRules::host()) {
-    Importers import(dataset, rules, kSamples);
-    import.info().numTrials = import.info().numChannels = 1;
-    import.markDestination({0});
-    std::filesystem::resize_file(import.directory.path() / "run.ds" / "run.meg4",
+    Importers reading(dataset, rules, kSamples);
+    reading.info().numTrials = reading.info().numChannels = 1;
+    reading.markDestination({0});
+    std::filesystem::resize_file(reading.directory.path() / "run.ds" / "run.meg4",
                                  (std::uintmax_t{1} << 32) + 16);
-    EXPECT_EQ(run(import), 1) << name;
-    EXPECT_EQ(import.codes(), "meg4.wrapped") << name;
-    const CMEGDatazk& data = import.data.numStoredTrials() > 0 ? import.data : import.destination;
+    EXPECT_EQ(run(reading), 1) << name;
+    EXPECT_EQ(reading.codes(), "meg4.wrapped") << name;
+    const CMEGDatazk& data = reading.data.numStoredTrials() > 0 ? reading.data : reading.destination;
     const double* sums = data.trialSums(0);
     const std::int32_t* values = data.trialSamples(0);
     ASSERT_TRUE(sums != nullptr || values != nullptr) << name;
@@ -375,23 +393,23 @@ TEST(Importers, NarrowByteCountsWrapByRule) {
   constexpr int kTrials = 256;
   D dataset;
   dataset.sampleFiles = {D::sampleFile({})};
-  Import import(dataset, kTrials, 1, kSamples);
-  std::filesystem::resize_file(import.directory.path() / "run.ds" / "run.meg4",
+  Import reading(dataset, kTrials, 1, kSamples);
+  std::filesystem::resize_file(reading.directory.path() / "run.ds" / "run.meg4",
                                8 + std::uintmax_t{kTrials} * kSamples * sizeof(std::int32_t));
   const SampleCounts counts{kTrials, 1, kSamples};
-  const CString prefix = CBasicReadUnix2Window::getFilePathBasic(import.path);
+  const CString prefix = CBasicReadUnix2Window::getFilePathBasic(reading.path);
   const auto opens = [&](const ReadingRules& rules, AvailableBytes available) {
     return openSampleFiles(prefix, counts, rules, available) != nullptr;
   };
   EXPECT_TRUE(opens(ReadingRules::host(), AvailableBytes::wide));
   EXPECT_FALSE(opens(ReadingRules::host(), AvailableBytes::narrow));
-  EXPECT_EQ(import.codes(), "file.notFound");
+  EXPECT_EQ(reading.codes(), "file.notFound");
   EXPECT_TRUE(opens(hostBut(&ReadingRules::wideCounts), AvailableBytes::narrow));
-  EXPECT_EQ(import.readCtfDataSelected(import.path, 0, 9), 0) << "counts so";
+  EXPECT_EQ(reading.readCtfDataSelected(reading.path, 0, 9), 0) << "counts so";
   CMEGDatazk destination;
   const CMarkerDatazk marker = markerIn({0});
   destination.getTrigManager()->copyNewTrigType(&marker, false);
-  EXPECT_EQ(import.readCtfDataAverage(import.path, &destination), 0) << "and so";
+  EXPECT_EQ(reading.readCtfDataAverage(reading.path, &destination), 0) << "and so";
 }
 
 }  // namespace

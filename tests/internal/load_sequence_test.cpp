@@ -120,18 +120,18 @@ TEST(LoadSequence, DataObjectsRefuseListsThatDoNotFit) {
   Probe reader;
   ASSERT_EQ(reader.readRes4Of({}), 1);
   CPtrArray electrodes;
-  const auto import = [&](int trials, int channels) {
+  const auto reading = [&](int trials, int channels) {
     return reader.data.importTrialChannels(trials, channels, &reader.m_sensors, &electrodes,
                                            &reader.m_channelNames, &reader.m_channelShortNames, nullptr);
   };
-  EXPECT_EQ(import(1, 0), 0);
-  EXPECT_EQ(import(-1, 2), 0);
-  EXPECT_EQ(import(1, 3), 0) << "lists of two";
+  EXPECT_EQ(reading(1, 0), 0);
+  EXPECT_EQ(reading(-1, 2), 0);
+  EXPECT_EQ(reading(1, 3), 0) << "lists of two";
   EXPECT_EQ(reader.data.importTrialChannels(1, 2, nullptr, &electrodes, &reader.m_channelNames,
                                             &reader.m_channelShortNames, nullptr),
             0);
   EXPECT_TRUE(reader.data.channels().empty());
-  EXPECT_EQ(import(0, 2), 1) << "no trials is allowed";
+  EXPECT_EQ(reading(0, 2), 1) << "no trials is allowed";
   EXPECT_EQ(reader.data.importCtfDataT(0, 2, 3, nullptr), 0) << "no import is open";
 }
 

@@ -17,36 +17,36 @@ D dataset(std::vector<std::string> sampleFiles) {
 constexpr const char* kTwoTrials = "0: 0 1 2 100 101 102\n1: 1000 1001 1002 1100 1101 1102\n";
 
 TEST(Meg4, ImportsWholeTrials) {
-  Import import({}, 2, 2, 3);
-  EXPECT_EQ(import.whole(), 1);
-  EXPECT_EQ(import.stored(), kTwoTrials);
-  EXPECT_EQ(import.trace.calls, (Lines{"importCtfDataT(0, 2, 3)", "importCtfDataT(1, 2, 3)"}));
-  EXPECT_EQ(import.user.transcript(), (Lines{"progress: Importing CTF MEG data T...", "range 0 2",
-                                             "position 0", "position 1", "closed"}));
+  Import reading({}, 2, 2, 3);
+  EXPECT_EQ(reading.whole(), 1);
+  EXPECT_EQ(reading.stored(), kTwoTrials);
+  EXPECT_EQ(reading.trace.calls, (Lines{"importCtfDataT(0, 2, 3)", "importCtfDataT(1, 2, 3)"}));
+  EXPECT_EQ(reading.user.transcript(), (Lines{"progress: Importing CTF MEG data T...", "range 0 2",
+                                              "position 0", "position 1", "closed"}));
 }
 
 TEST(Meg4, ImportsChannelBlocks) {
-  Import import({}, 2, 2, 3);
-  EXPECT_EQ(import.blocks(), 1);
-  EXPECT_EQ(import.stored(), kTwoTrials);
-  EXPECT_EQ(import.trace.calls, (Lines{"importCtfDataC(0, 0, 3)", "importCtfDataC(0, 1, 3)",
-                                       "importCtfDataC(1, 0, 3)", "importCtfDataC(1, 1, 3)"}));
-  EXPECT_EQ(import.user.transcript(),
+  Import reading({}, 2, 2, 3);
+  EXPECT_EQ(reading.blocks(), 1);
+  EXPECT_EQ(reading.stored(), kTwoTrials);
+  EXPECT_EQ(reading.trace.calls, (Lines{"importCtfDataC(0, 0, 3)", "importCtfDataC(0, 1, 3)",
+                                        "importCtfDataC(1, 0, 3)", "importCtfDataC(1, 1, 3)"}));
+  EXPECT_EQ(reading.user.transcript(),
             (Lines{"progress: Importing CTF MEG data ...", "range 0 2", "position 0", "position 1",
                    "position 0", "position 1", "closed"}));
 }
 
 TEST(Meg4, KeepsExtremeSamples) {
   const std::string trial = Bytes().i32(-2147483648).i32(2147483647).i32(-1).i32(0x01020304).str();
-  Import import(dataset({D::sampleFile({trial})}), 1, 2, 2);
-  EXPECT_EQ(import.whole(), 1);
-  EXPECT_EQ(import.stored(), "0: -2147483648 2147483647 -1 16909060\n");
+  Import reading(dataset({D::sampleFile({trial})}), 1, 2, 2);
+  EXPECT_EQ(reading.whole(), 1);
+  EXPECT_EQ(reading.stored(), "0: -2147483648 2147483647 -1 16909060\n");
 }
 
 TEST(Meg4, OpensOnlyWhatItNeeds) {
   // A second file would be refused, but the first holds the run already.
-  Import import(dataset({D::sampleFile({D::trial(0, 2, 3), D::trial(1, 2, 3)}), "no sample file"}), 2, 2, 3);
-  EXPECT_EQ(import.whole(), 1);
+  Import reading(dataset({D::sampleFile({D::trial(0, 2, 3), D::trial(1, 2, 3)}), "no sample file"}), 2, 2, 3);
+  EXPECT_EQ(reading.whole(), 1);
 }
 
 TEST(Meg4, ReadsASplitSetByWholeTrialsUnderBothRules) {
@@ -139,6 +139,25 @@ TEST(Meg4, TreatsFaultySetsByRule) {
        {},
        "meg4.trailing",
        "0: 0 1\n1: 1000 1001\n2: 2000 2001\n"},
+      {"a last file that was only begun",
+       dataset({D::sampleFile({t(0), t(1)}), "MEG"}),
+       0,
+       invalid,
+       1,
+       {},
+       "meg4.short",
+       "0: 0 1\n1: 1000 1001\n"},
+      {"a file that was only begun in between",
+       dataset({D::sampleFile({t(0)}), "MEG", D::sampleFile({t(2)})}), 0, invalid, 0, invalid, "meg4.magic",
+       ""},
+      {"fewer trials in between",
+       dataset({D::sampleFile({t(0), t(1)}), D::sampleFile({}), D::sampleFile({t(2)})}),
+       1,
+       {},
+       1,
+       {},
+       "meg4.uneven",
+       "0: 0 1\n1: 1000 1001\n2: 2000 2001\n"},
       {"a file is missing", dataset({D::sampleFile({t(0)}), "", D::sampleFile({t(1), t(2)})}), 0, failed, 0,
        failed, "meg4.gap", ""},
       {"a file too many",
@@ -149,12 +168,12 @@ TEST(Meg4, TreatsFaultySetsByRule) {
        {},
        "meg4.trailing",
        "0: 0 1\n1: 1000 1001\n2: 2000 2001\n"},
-      {"wrong header of the second", dataset({D::sampleFile({t(0)}), "MEG42CP\0"}), 0, invalid, 0, invalid,
+      {"wrong header of the second", dataset({D::sampleFile({t(0)}), "MEG42CP!"}), 0, invalid, 0, invalid,
        "meg4.magic", ""},
   };
-  const auto messages = [](const Import& import) {
+  const auto messages = [](const Import& reading) {
     Lines lines;
-    for (const std::string& line : import.user.transcript())
+    for (const std::string& line : reading.user.transcript())
       if (line.starts_with("message")) lines.push_back(line);
     return lines;
   };
@@ -175,11 +194,11 @@ TEST(Meg4, TreatsFaultySetsByRule) {
 
 TEST(Meg4, RefusesCountsBelowOneWithoutAMessage) {
   for (const auto& [trials, channels, samples] : {std::array{0, 1, 1}, {1, -1, 1}, {1, 1, 0}}) {
-    Import import({}, trials, channels, samples);
-    EXPECT_EQ(import.whole(), 0);
-    EXPECT_EQ(import.blocks(), 0);
-    EXPECT_EQ(import.user.transcript(), Lines{});
-    EXPECT_EQ(import.codes(), "res4.counts res4.counts");
+    Import reading({}, trials, channels, samples);
+    EXPECT_EQ(reading.whole(), 0);
+    EXPECT_EQ(reading.blocks(), 0);
+    EXPECT_EQ(reading.user.transcript(), Lines{});
+    EXPECT_EQ(reading.codes(), "res4.counts res4.counts");
   }
 }
 
@@ -190,34 +209,34 @@ TEST(Meg4, TrialBytesWrapByRule) {
             (std::uint64_t{1} << 32) + 8);
 
   // The file is sparse: a trial of 4 GiB and 8 bytes, of which the host rules read 8.
-  Import import(dataset({D::sampleFile({Bytes().i32(5).i32(6).str()})}), 1, 1, (1 << 30) + 2);
-  std::filesystem::resize_file(import.directory.path() / "run.ds" / "run.meg4",
+  Import reading(dataset({D::sampleFile({Bytes().i32(5).i32(6).str()})}), 1, 1, (1 << 30) + 2);
+  std::filesystem::resize_file(reading.directory.path() / "run.ds" / "run.meg4",
                                (std::uintmax_t{1} << 32) + 16);
-  EXPECT_EQ(import.whole(), 1);
-  ASSERT_NE(import.data.trialSamples(0), nullptr);
-  EXPECT_EQ(import.data.trialSamples(0)[1], 6);
-  EXPECT_EQ(import.data.trialSamples(0)[2], 0) << "never written";
-  EXPECT_EQ(import.codes(), "meg4.wrapped");
+  EXPECT_EQ(reading.whole(), 1);
+  ASSERT_NE(reading.data.trialSamples(0), nullptr);
+  EXPECT_EQ(reading.data.trialSamples(0)[1], 6);
+  EXPECT_EQ(reading.data.trialSamples(0)[2], 0) << "never written";
+  EXPECT_EQ(reading.codes(), "meg4.wrapped");
 }
 
 TEST(Meg4, SaysWhenTheBufferDoesNotFitIntoMemory) {
   constexpr int kSamples = 50000;  // so many that nothing else allocates as much
   for (const bool whole : {true, false}) {
-    Import import(MinimalDataset::split({{0}}, 1, kSamples), 1, 1, kSamples);
+    Import reading(MinimalDataset::split({{0}}, 1, kSamples), 1, 1, kSamples);
     const FailingNew noBuffer(kSamples * sizeof(std::int32_t));
-    EXPECT_EQ(whole ? import.whole() : import.blocks(), 0);
-    EXPECT_EQ(import.user.transcript()[2], "message: Allocate Memeory error! Is dataset too big?!");
-    EXPECT_EQ(import.user.transcript().size(), 4u);
-    EXPECT_EQ(import.user.transcript()[3], "closed");
+    EXPECT_EQ(whole ? reading.whole() : reading.blocks(), 0);
+    EXPECT_EQ(reading.user.transcript()[2], "message: Allocate Memeory error! Is dataset too big?!");
+    EXPECT_EQ(reading.user.transcript().size(), 4u);
+    EXPECT_EQ(reading.user.transcript()[3], "closed");
   }
 }
 
 TEST(Meg4, PromisesBeyondTheFilesAreNotAllocatedFor) {
   // 8 files of a few bytes, a header that promises terabytes: reading goes as far as the files do.
   const D eight = MinimalDataset::split({{0}, {1}, {2}, {3}, {4}, {5}, {6}, {7}}, 1, 1);
-  Import import(eight, 1, 30000, 30000000, hostBut(&ReadingRules::wideCounts));
-  EXPECT_EQ(import.whole(), -1);
-  EXPECT_EQ(import.data.numStoredTrials(), 0);
+  Import reading(eight, 1, 30000, 30000000, hostBut(&ReadingRules::wideCounts));
+  EXPECT_EQ(reading.whole(), -1);
+  EXPECT_EQ(reading.data.numStoredTrials(), 0);
 }
 
 }  // namespace

@@ -363,8 +363,15 @@ TEST_F(Ctfmeg, RoutesGoIntoExportAndInfo) {
     EXPECT_EQ(info.at("trialNumbers"), json(c.trialNumbers)) << c.route[0];
     EXPECT_EQ(info.at("storedTrials"), c.trialNumbers.size()) << c.route[0];
   }
+  // The trigger is one sample into each trial.
+  EXPECT_TRUE(contains(run({"info", given}).out, "at sample 1, 0.002 s into"));
+  EXPECT_TRUE(contains(run({"info", given, "--samples", "0:2"}).out, "at sample 1, 0.002 s into"));
+  EXPECT_TRUE(contains(run({"info", given, "--samples", "1:2"}).out, "at the first sample"));
+  EXPECT_TRUE(contains(run({"info", given, "--samples", "2:3"}).out, "0.002 s before each"));
+  EXPECT_FALSE(contains(run({"info", given, "--split", "2"}).out, "Trigger"));
   const std::vector<std::vector<std::string>> refused{
-      {"--samples", "0:3"}, {"--samples", "3:2"}, {"--trials", "0,3"}};
+      {"--samples", "0:3"},        {"--samples", "3:2"},          {"--trials", "0,3"},
+      {"--trials", "99999999999"}, {"--trials", "0-99999999999"}, {"--samples", "0:99999999999999999999"}};
   for (const auto& route : refused)
     expectFailed(run({"export", given, "-o", "-", route[0], route[1]}), given + "/run.res4");
   EXPECT_TRUE(contains(run({"info", given, "--trials", "3"}).err, "there are trials 0 to 2"));
@@ -417,6 +424,8 @@ TEST_F(Ctfmeg, RealRecording) {
   const std::string overview = run({"info", recording.string()}).out;
   for (const char* count : {"1201", "1200 Hz", "356"})
     EXPECT_TRUE(contains(overview, count)) << overview;
+  const json split = json::parse(run({"info", "--json", recording.string(), "--split", "3"}).out);
+  EXPECT_EQ(split.at("record").at("numTrialsDone"), 6);
 
   std::string samples = readFile(recording / recording.stem().concat(".meg4")).substr(8);
   for (std::size_t i = 0; i + 4 <= samples.size(); i += 4)

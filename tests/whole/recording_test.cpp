@@ -178,7 +178,7 @@ std::string routeOf(const fs::path& dataset, const Route& route) {
   const Recording recording = Recording::read(dataset, options);
   EXPECT_TRUE(std::is_sorted(fractions.begin(), fractions.end())) << "the bar fills once";
   EXPECT_EQ(fractions.front(), 0.0);
-  EXPECT_GE(fractions.back(), 0.5);
+  EXPECT_EQ(fractions.back(), 1.0);
   std::string text;
   for (const int number : recording.trialNumbers()) {
     const Trial trial = recording.trial(number);
@@ -217,7 +217,10 @@ TEST(Recording, RoutesKeepTimes) {
   EXPECT_TRUE(refused(EveryNth{0}).starts_with("refused"));
   EXPECT_TRUE(refused(Pieces{0}).starts_with("refused"));
   fs::resize_file(run.parent_path() / "run.meg4", 8 + 20);
-  EXPECT_EQ(refused(TrialList{{0, 1}}), "damaged | run.res4 | does not have trial 1 whole");
+  EXPECT_EQ(
+      refused(TrialList{{0, 1}}),
+      "damaged | run.res4 | does not have trial 1 whole: the set ends early: 1 of 2 trials are there whole");
+  EXPECT_TRUE(refused(TrialList{}).starts_with("refused"));
 }
 
 TEST(Recording, ReadsTheRealRecordingByBothRules) {
