@@ -45,7 +45,7 @@ class Occurrences {
 
 int CCtfReader1Samples::readCtfDataTrigger(const CString& path, const CMarkerDatazk* marker) {
   if (marker == nullptr) return failWithoutMarker(path);
-  CMEGDatazk& data = *m_currentData;
+  CMEGDatazk* const data = m_currentData;
   SampleImport reading(path, m_currentData, m_rules);
   const SampleCounts counts = reading.counts();
   if (!reading.open()) return 0;
@@ -53,14 +53,14 @@ int CCtfReader1Samples::readCtfDataTrigger(const CString& path, const CMarkerDat
   const std::int64_t most = std::clamp<std::int64_t>(marker->getTotalTrgMrkPts(), 1, reading.trials());
   const ImportPlan plan{
       .unit = ImportUnit::trial, .trials = static_cast<std::int32_t>(most), .samples = counts.samples};
-  if (!reading.prepare(data, plan, reading.countedTrialBytes(), kTooBig)) {
-    data.openTrial(0);
+  if (!reading.prepare(*data, plan, reading.countedTrialBytes(), kTooBig)) {
+    data->openTrial(0);
     return 0;
   }
   std::int32_t stored = 0;
   reading.forEachTrial([&](std::int32_t trial) {
     if (marker->findTrial(trial))
-      data.importCtfDataT(stored++, counts.channels, counts.samples, reading.samples());
+      data->importCtfDataT(stored++, counts.channels, counts.samples, reading.samples());
     return true;
   });
   return 1;

@@ -10,7 +10,7 @@
 
 int CCtfReader1Samples::readCtfDataResample(const CString& path, int factor) {
   if (factor <= 1) return readCtfDataT(path);
-  CMEGDatazk& data = *m_currentData;
+  CMEGDatazk* const data = m_currentData;
   SampleImport reading(path, m_currentData, m_rules);
   const SampleCounts counts = reading.counts();
   if (!reading.open()) return 0;
@@ -19,7 +19,7 @@ int CCtfReader1Samples::readCtfDataResample(const CString& path, int factor) {
   const std::int64_t length = counts.samples / step;
   const ImportPlan plan{
       .unit = ImportUnit::decimatedBlock, .samples = length, .unitValues = length, .step = step};
-  if (!reading.prepare(data, plan, channelBlockBytes(counts), nullptr)) return 0;
+  if (!reading.prepare(*data, plan, channelBlockBytes(counts), nullptr)) return 0;
   const std::size_t kept = reading.unit().size() / static_cast<std::size_t>(step);
   const std::unique_ptr<std::int32_t[]> block(new (std::nothrow) std::int32_t[kept]);
   if (!block) return reading.failWithoutMemory(nullptr);
@@ -30,18 +30,18 @@ int CCtfReader1Samples::readCtfDataResample(const CString& path, int factor) {
     samplesToHostOrder({block.get(), kept});
     // Hosts rely on these arguments: the channel count in the place of the channel's number, the block's byte
     // size.
-    data.importCtfDataT(trial, counts.channels, length * std::int64_t{sizeof(std::int32_t)}, block.get());
+    data->importCtfDataT(trial, counts.channels, length * std::int64_t{sizeof(std::int32_t)}, block.get());
   });
   reading.closeFiles();
-  setSamplesPerTrial(data, length);
-  CMEGRecordInfozkProzk& info = *data.getMEGRecordInfozk();
+  setSamplesPerTrial(*data, length);
+  CMEGRecordInfozkProzk& info = *data->getMEGRecordInfozk();
   info.sampleRate /= static_cast<double>(step);
   info.sampleRateAcq /= static_cast<double>(step);
   return 1;
 }
 
 int CCtfReader1Samples::readCtfDataSelected(const CString& path, std::int64_t first, std::int64_t last) {
-  CMEGDatazk& data = *m_currentData;
+  CMEGDatazk* const data = m_currentData;
   SampleImport reading(path, m_currentData, m_rules);
   const SampleCounts counts = reading.counts();
   first = std::max<std::int64_t>(first, 0);
@@ -59,15 +59,15 @@ int CCtfReader1Samples::readCtfDataSelected(const CString& path, std::int64_t fi
   reading.showProgress(L"Importing MEG selected data ...", counts.channels);
   const ImportPlan plan{
       .unit = ImportUnit::channelBlock, .samples = count, .unitValues = count, .firstSample = first};
-  if (!reading.prepare(data, plan, channelBlockBytes(counts), nullptr)) return 0;
+  if (!reading.prepare(*data, plan, channelBlockBytes(counts), nullptr)) return 0;
 
   reading.forEachChannelBlock([&](std::int32_t trial, std::int32_t channel) {
     const auto span =
         reading.unit().subspan(static_cast<std::size_t>(first), static_cast<std::size_t>(count));
     samplesToHostOrder(span);
-    data.importCtfDataC(trial, channel, count, span.data());
+    data->importCtfDataC(trial, channel, count, span.data());
   });
   reading.closeFiles();
-  setSamplesPerTrial(data, count);
+  setSamplesPerTrial(*data, count);
   return 1;
 }

@@ -9,7 +9,7 @@ int CCtfReader1Samples::readCtfDataTsplit(const CString& path, int parts) {
   // Differs from the other importers' text in one word: hosts look for either.
   constexpr const wchar_t* kTooBigToSplit = L"Allocate memeory error! Is dataset too big?!";
 
-  CMEGDatazk& data = *m_currentData;
+  CMEGDatazk* const data = m_currentData;
   SampleImport reading(path, m_currentData, m_rules);
   const SampleCounts counts = reading.counts();
   const std::int64_t pieces = std::clamp<std::int64_t>(parts, 1, std::max<std::int64_t>(counts.samples, 1));
@@ -24,15 +24,15 @@ int CCtfReader1Samples::readCtfDataTsplit(const CString& path, int parts) {
                         .trials = static_cast<std::int32_t>(trials),
                         .samples = pieceLength,
                         .parts = static_cast<std::int32_t>(pieces)};
-  if (!reading.prepare(data, plan, trialBytes(counts), kTooBigToSplit)) return 0;
+  if (!reading.prepare(*data, plan, trialBytes(counts), kTooBigToSplit)) return 0;
 
   reading.forEachTrial([&](std::int32_t trial) {
-    data.importCtfDataTsplit(trial, plan.parts, counts.channels, counts.samples, pieceLength,
-                             reading.samples());
+    data->importCtfDataTsplit(trial, plan.parts, counts.channels, counts.samples, pieceLength,
+                              reading.samples());
     return true;
   });
   reading.closeFiles();
-  CMEGRecordInfozkProzk& info = *data.getMEGRecordInfozk();
+  CMEGRecordInfozkProzk& info = *data->getMEGRecordInfozk();
   info.samplesPerTrial = info.samplesPerTrialAcq = static_cast<std::int32_t>(pieceLength);
   info.numTrialsDone = static_cast<std::int32_t>(pieces * counts.trials);
   return 1;

@@ -193,6 +193,8 @@ TEST(Meg4, TreatsFaultySetsByRule) {
 }
 
 TEST(Meg4, RefusesCountsBelowOneWithoutAMessage) {
+  CCtfDatasetReader empty(ReadingRules::host());
+  EXPECT_EQ(empty.readCtfDataT(L"run.meg4"), 0) << "no data object at all";
   for (const auto& [trials, channels, samples] : {std::array{0, 1, 1}, {1, -1, 1}, {1, 1, 0}}) {
     Import reading({}, trials, channels, samples);
     EXPECT_EQ(reading.whole(), 0);
