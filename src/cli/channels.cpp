@@ -24,7 +24,7 @@ void printCsv(const std::vector<Channel>& channels) {
   for (const Channel& c : channels)
     std::cout << csvLine({std::to_string(c.index), csvText(c.name), csvText(c.shortName), nameOf(c.kind),
                           std::to_string(c.sensorType), c.unit, shortest(c.gain),
-                          std::to_string(c.gradientOrder), ""});
+                          std::to_string(c.gradientOrder), c.good ? "true" : "false"});
 }
 
 using Row = std::array<std::string, 6>;

@@ -91,6 +91,17 @@ std::string channelsText(const Recording& recording) {
          tally(recording.channels(), [](const Channel& channel) { return nameOf(channel.kind); });
 }
 
+std::string badText(const Recording& recording) {
+  std::string text;
+  for (const std::string& name : recording.badChannels())
+    text += (text.empty() ? "" : ", ") + name;
+  const std::size_t segments = recording.badSegments().size();
+  if (segments > 0)
+    text +=
+        (text.empty() ? "" : "; ") + std::to_string(segments) + (segments == 1 ? " segment" : " segments");
+  return text;
+}
+
 std::string coefficientsText(const Recording& recording) {
   const auto& records = recording.coefficients();
   if (records.empty()) return {};
@@ -124,6 +135,7 @@ void printOverview(const std::string& path, const Recording& recording, bool noI
   line("Trials", trialsText(shape, record));
   line("Trigger", triggerText(recording));
   line("Channels", channelsText(recording));
+  line("Bad", badText(recording));
   line("Compensation", coefficientsText(recording));
   line("Filters", filtersText(record));
   const std::int64_t samples = shape.trials * record.numChannels * shape.samples;

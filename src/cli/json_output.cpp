@@ -44,13 +44,10 @@ Json coilsJson(const std::vector<Coil>& coils) {
 }
 
 Json channelJson(const Channel& channel) {
-  Json object{{"index", channel.index},
-              {"name", channel.name},
-              {"shortName", channel.shortName},
-              {"sensorType", channel.sensorType},
-              {"kind", nameOf(channel.kind)},
-              {"unit", channel.unit},
-              {"gain", channel.gain}};
+  Json object{{"index", channel.index},         {"name", channel.name},
+              {"shortName", channel.shortName}, {"sensorType", channel.sensorType},
+              {"kind", nameOf(channel.kind)},   {"unit", channel.unit},
+              {"gain", channel.gain},           {"good", channel.good}};
   forEachSensorField(putInto(object, channel, false));
   object["dewarCoils"] = coilsJson(channel.dewarCoils);
   object["headCoils"] = coilsJson(channel.headCoils);
@@ -104,6 +101,10 @@ void JsonOutput::add(const std::string& path, Rules rules, const Recording& reco
   }
   object["channels"] = listJson(recording.channels(), channelJson);
   object["coefficients"] = listJson(recording.coefficients(), coefficientJson);
+  object["badChannels"] = recording.badChannels();
+  object["badSegments"] = listJson(recording.badSegments(), [](const BadSegment& segment) {
+    return Json{{"trial", segment.trial}, {"startMs", segment.startMs}, {"endMs", segment.endMs}};
+  });
   object["warnings"] = listJson(recording.warnings(), warningJson);
   m_entries.push_back(dump(object));
 }

@@ -25,8 +25,8 @@ std::string textOf(const CFileException& error) {
 
 }  // namespace
 
-Finding findingOf(const CFileException& error) {
-  return {.severity = Finding::Severity::error,
+Finding findingOf(const CFileException& error, Finding::Severity severity) {
+  return {.severity = severity,
           .code = codeOf(error),
           .file = error.m_strFileName,
           .text = fromUtf8(textOf(error))};

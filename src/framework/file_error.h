@@ -6,4 +6,5 @@
 
 /// What a person needs to know of a file error: which file, why, in the system's words. Code `file.notFound`,
 /// `file.noPermission`, or `file.error` for every other cause.
-MEGREADER_API Finding findingOf(const CFileException& error);
+MEGREADER_API Finding findingOf(const CFileException& error,
+                                Finding::Severity severity = Finding::Severity::error);

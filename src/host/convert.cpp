@@ -52,6 +52,7 @@ Channel convertChannel(const ChannelInfo& from) {
   channel.kind = kindOf(channel.sensorType);
   channel.unit = from.sensor.gainIsUsable() ? unitOf(channel.kind) : kNoUnit;
   channel.gain = from.sensor.gain();
+  channel.good = from.good;
   if (const CMegSquidzk* squid = from.sensor.squid()) {
     forEachSensorField(copyTo(channel, *squid));
     channel.dewarCoils = convertCoils(squid->dewarCoils, squid->numCoils);
@@ -89,6 +90,20 @@ std::vector<CoefficientRecord> convertCoefficients(const CCoefficientManagerzk& 
     records.push_back(std::move(record));
   }
   return records;
+}
+
+std::vector<std::string> convertBadChannels(const CMEGDatazk& data) {
+  std::vector<std::string> names;
+  for (const CString& name : data.badChannelNames())
+    names.push_back(toUtf8(name));
+  return names;
+}
+
+std::vector<BadSegment> convertBadSegments(const CMEGDatazk& data) {
+  std::vector<BadSegment> segments;
+  for (const ::BadSegment& from : data.badSegments())
+    segments.push_back({from.trial, from.startMs, from.endMs});
+  return segments;
 }
 
 Finding convertFinding(const ::Finding& finding) {

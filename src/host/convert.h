@@ -14,6 +14,8 @@ namespace ctfmeg {
 RecordInfo convertRecord(const CMEGRecordInfozkProzk& info);
 std::vector<Channel> convertChannels(const CMEGData& data);
 std::vector<CoefficientRecord> convertCoefficients(const CCoefficientManagerzk& manager);
+std::vector<std::string> convertBadChannels(const CMEGDatazk& data);
+std::vector<BadSegment> convertBadSegments(const CMEGDatazk& data);
 Finding convertFinding(const ::Finding& finding);
 
 }  // namespace ctfmeg

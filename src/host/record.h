@@ -82,6 +82,7 @@ struct Channel {
   ChannelKind kind = ChannelKind::other;
   std::string unit;              ///< "T", "V", "s", or "1" where there is none
   double gain = 1.0;             ///< the factor in use: physical = raw / gain
+  bool good = true;              ///< false: the dataset marks it as bad
   std::int32_t originalRun = 0;  ///< number of the run that the channel was first recorded in
   std::int32_t coilShape = 0;    ///< code as in the file
   double properGain = 0.0, qGain = 0.0, ioGain = 0.0, ioOffset = 0.0;  ///< as in the file
@@ -102,6 +103,13 @@ struct CoefficientRecord {
   std::string sensor;
   std::uint32_t type = 0;  ///< four characters, most significant first: 0x47314252 is "G1BR"
   std::vector<Coefficient> references;
+};
+
+/// A span of a trial that the dataset marks as bad.
+struct BadSegment {
+  std::int32_t trial = 0;  ///< as in the file
+  double startMs = 0.0;    ///< milliseconds from the trial's start
+  double endMs = 0.0;
 };
 
 /// The type's four characters when all are printable ASCII, else empty.

@@ -22,6 +22,8 @@ struct Recording::State {
   RecordInfo record;
   std::vector<Channel> channels;
   std::vector<CoefficientRecord> coefficients;
+  std::vector<std::string> badChannels;
+  std::vector<BadSegment> badSegments;
   std::vector<int> trialNumbers;
   std::vector<Finding> warnings;
   double acquisitionRate = 0.0;  // Hz, whatever the route leaves in the record
@@ -178,6 +180,8 @@ Recording Recording::read(const std::filesystem::path& path, const ReadOptions& 
     state->record = convertRecord(*data.getMEGRecordInfozk());
     state->channels = convertChannels(data);
     state->coefficients = convertCoefficients(*data.getMEGRecordInfozk()->getSensorCoefficientzk());
+    state->badChannels = convertBadChannels(data);
+    state->badSegments = convertBadSegments(data);
     for (int t = 0; t < data.trialSlots(); ++t)
       if (data.trialSamples(t) != nullptr) state->trialNumbers.push_back(t);
     if (const auto* list = std::get_if<TrialList>(&options.route); list != nullptr && options.samples)
@@ -202,6 +206,8 @@ const std::string& Recording::name() const { return m_state->name; }
 const RecordInfo& Recording::record() const { return m_state->record; }
 const std::vector<Channel>& Recording::channels() const { return m_state->channels; }
 const std::vector<CoefficientRecord>& Recording::coefficients() const { return m_state->coefficients; }
+const std::vector<std::string>& Recording::badChannels() const { return m_state->badChannels; }
+const std::vector<BadSegment>& Recording::badSegments() const { return m_state->badSegments; }
 const std::vector<int>& Recording::trialNumbers() const { return m_state->trialNumbers; }
 const std::vector<Finding>& Recording::warnings() const { return m_state->warnings; }
 

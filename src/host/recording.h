@@ -116,6 +116,10 @@ class Recording {
   const std::vector<Channel>& channels() const;
   const std::vector<CoefficientRecord>& coefficients() const;
 
+  /// Names that the dataset marks as bad, as it has them; `Channel::good` says what they matched.
+  const std::vector<std::string>& badChannels() const;
+  const std::vector<BadSegment>& badSegments() const;
+
   /// Numbers of the trials that hold samples, rising from 0; where each lies in the file is its trial's
   /// `origin()`. Empty when samples were not read.
   const std::vector<int>& trialNumbers() const;

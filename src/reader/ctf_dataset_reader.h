@@ -6,6 +6,7 @@
 #include "framework/cfile.h"
 #include "framework/collections.h"
 #include "util/basic_read_unix2window.h"
+#include "util/line_source.h"
 #include "util/reading_rules.h"
 
 // The reader object: a chain of layers, base first, one for each family of files. Every reader is an
@@ -94,10 +95,26 @@ class CCtfReader2Res4 : public CCtfReader1Samples {
   bool m_olderGeneration = false;  ///< the resource file is of the "MEG41RS" generation
 };
 
-/// Load sequence, the layer that the facade creates. Operations are in reader/.
-class CCtfDatasetReader : public CCtfReader2Res4 {
+/// Bad channels and bad segments. Operations are in sidefiles/. `path` is any path in the dataset's
+/// directory.
+class CCtfReader8Bad : public CCtfReader2Res4 {
  public:
   using CCtfReader2Res4::CCtfReader2Res4;
+
+  /// Each 1 when the file was read as far as a reader goes on (see `LineSource`), 0 when it is missing, can't
+  /// be read or ends before that; what was read until then stays.
+  int readBadChannels(const CString& path);
+  int readBadSegments(const CString& path);
+
+ protected:
+  /// Whether a line that does not scan is passed over; reports a finding either way.
+  bool passOver(const LineSource& lines, const char* code, const wchar_t* text) const;
+};
+
+/// Load sequence, the layer that the facade creates. Operations are in reader/.
+class CCtfDatasetReader : public CCtfReader8Bad {
+ public:
+  using CCtfReader8Bad::CCtfReader8Bad;
 
   /// Reads the resource file and hands the channels to `data`, for one trial. Catches nothing.
   int checkDataset(const CString& path, CMEGDatazk* data);
@@ -130,6 +147,7 @@ class CCtfDatasetReader : public CCtfReader2Res4 {
   Info checkCounts(const CString& path) const;
   Info handOverChannels(const CString& path, int trials);
   Info loadInfo(const CString& path, CMEGDatazk* data, const CMarkerDatazk* marker);
+  void readSideFiles(const CString& path);
   bool appendData(const CString& path, CPtrArray* array);
   int splitTrials(int splitCount) const;
   template <class Import>

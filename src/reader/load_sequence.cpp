@@ -67,8 +67,14 @@ CCtfDatasetReader::Info CCtfDatasetReader::loadInfo(const CString& path, CMEGDat
     if (info != Info::complete) return info;
     if (marker != nullptr) data->getTrigManager()->copyNewTrigType(marker, false);
     releaseSensorLists();
+    readSideFiles(path);
     return info;
   });
+}
+
+void CCtfDatasetReader::readSideFiles(const CString& path) {
+  readBadSegments(path);
+  readBadChannels(path);
 }
 
 int CCtfDatasetReader::checkDataset(const CString& path, CMEGDatazk* data) {
@@ -131,6 +137,7 @@ int CCtfDatasetReader::readTrialSplitToArray(const CString& path, CPtrArray* arr
     if (info == Info::complete) info = handOverChannels(path, splitTrials(splitCount));
     if (info != Info::complete) return info == Info::countsDiffer ? 1 : 0;
     releaseSensorLists();
+    readSideFiles(path);
     return readCtfDataTsplit(path, splitCount) != 0 ? 1 : 0;
   });
 }

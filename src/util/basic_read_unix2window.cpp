@@ -1,11 +1,11 @@
 #include "util/basic_read_unix2window.h"
 
 #include <cstring>
-#include <iterator>
-#include <string_view>
+#include <string>
 
 #include "framework/encoding.h"
 #include "util/byte_order.h"
+#include "util/line_source.h"
 
 namespace {
 
@@ -49,19 +49,10 @@ std::int32_t CBasicReadUnix2Windowzk::endianTransform(std::int32_t& value) const
 double CBasicReadUnix2Windowzk::endianTransform(double& value) const { return reversed(value); }
 
 int CBasicReadUnix2Windowzk::readANSI(CArchive& archive, CString& line) {
-  const auto deliver = [&](int length, int result) {
-    const auto* end = std::find(std::begin(m_lineBuffer), std::begin(m_lineBuffer) + length, '\0');
-    line = fromAnsi({m_lineBuffer, static_cast<std::size_t>(end - m_lineBuffer)});
-    return result;
-  };
+  std::string bytes;
+  const auto end = RawLineReader(archive).next(bytes, kLineBufferSize);
   std::memset(m_lineBuffer, 0, sizeof m_lineBuffer);
-  int length = 0;
-  while (length < kLineBufferSize) {
-    char& byte = m_lineBuffer[length];
-    if (archive.Read(&byte, 1) < 1) return deliver(length, 0);
-    const bool endsLine = byte == '\n' || byte == '\r';
-    if (endsLine && length > 0) return deliver(length, 1);
-    if (!endsLine) ++length;
-  }
-  return deliver(length, 1);
+  bytes.copy(m_lineBuffer, sizeof m_lineBuffer);
+  line = fromAnsi(bytes.substr(0, bytes.find('\0')));
+  return end != RawLineReader::End::endOfData;
 }

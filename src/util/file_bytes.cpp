@@ -5,9 +5,9 @@
 #include "framework/file_error.h"
 #include "framework/user_interface.h"
 
-bool openShared(CFile& file, const CString& path, CFileException& error) {
+bool openShared(CFile& file, const CString& path, CFileException& error, Finding::Severity severity) {
   if (file.Open(path, CFile::modeRead | CFile::shareDenyNone, &error)) return true;
-  reportFinding(findingOf(error));
+  reportFinding(findingOf(error, severity));
   return false;
 }
 

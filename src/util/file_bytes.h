@@ -6,9 +6,11 @@
 #include <vector>
 
 #include "framework/cfile.h"
+#include "framework/finding.h"
 
 /// Opens a file for reading, sharing it with everybody. On failure reports a finding that says why.
-bool openShared(CFile& file, const CString& path, CFileException& error);
+bool openShared(CFile& file, const CString& path, CFileException& error,
+                Finding::Severity severity = Finding::Severity::error);
 
 /// The next `count` bytes; fewer where the file ends, and room is made for no more than it holds. Throws what
 /// the file throws.

@@ -22,6 +22,16 @@ struct ReadingRules {
   /// Byte counts of a trial are 64-bit. Else they wrap at 4 GiB.
   bool wideCounts = false;
 
+  /// Every line of a text file is read, whole. Else loops end once the last block of 4096 bytes is loaded, a
+  /// last line without a line break is lost and a line is cut at 2048 bytes.
+  bool everyLine = false;
+  /// A line that does not scan is passed over. Else it ends the file.
+  bool badLinesSkipped = false;
+  /// Numbers of text files are double precision. Else single, widened.
+  bool doubleNumbers = false;
+
   static constexpr ReadingRules host() { return {}; }
-  static constexpr ReadingRules plain() { return {true, true, true, true, true, true, true}; }
+  static constexpr ReadingRules plain() {
+    return {true, true, true, true, true, true, true, true, true, true};
+  }
 };

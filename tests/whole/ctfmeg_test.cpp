@@ -242,12 +242,14 @@ TEST_F(Ctfmeg, SetThatEndsEarly) {
 TEST_F(Ctfmeg, ChannelsAsCsv) {
   MinimalDataset dataset;
   dataset.res4.put(MinimalDataset::kNames, Bytes().text("=1,\"a\"-2805", 32));
-  const CommandResult result = run({"channels", "--csv", write("a.ds", dataset)});
+  const std::string given = write("a.ds", dataset);
+  writeFile(given + "/BadChannels", "STIM\n");
+  const CommandResult result = run({"channels", "--csv", given});
   EXPECT_EQ(result.exitCode, 0);
   EXPECT_EQ(result.out,
             "index,name,shortName,kind,sensorType,unit,gain,gradientOrder,good\r\n"
-            "0,\"'=1,\"\"a\"\"-2805\",\"'=1,\"\"a\"\"\",gradiometer,101,T,-2.097152e+15,3,\r\n"
-            "1,STIM,STIM,stim,600,1,1,0,\r\n");
+            "0,\"'=1,\"\"a\"\"-2805\",\"'=1,\"\"a\"\"\",gradiometer,101,T,-2.097152e+15,3,true\r\n"
+            "1,STIM,STIM,stim,600,1,1,0,false\r\n");
 }
 
 TEST_F(Ctfmeg, ChannelSelection) {

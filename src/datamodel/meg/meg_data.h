@@ -15,6 +15,7 @@ struct ChannelInfo {
   CString name;       ///< full name, such as "MLC11-2805"
   CString shortName;  ///< the part before its first "-"
   CMEGSensorzk sensor;
+  bool good = true;  ///< false: not to be used
 };
 
 /// The data object's base: record information, channels and the samples of its trials.

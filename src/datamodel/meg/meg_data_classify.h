@@ -1,15 +1,30 @@
 #pragma once
 
-#include "datamodel/markers/marker_manager.h"
-#include "datamodel/meg/meg_data.h"
+#include <cstdint>
+#include <vector>
 
-/// The layer that knows markers.
-class MEGREADER_API CMEGData6Classify : public CMEGData {
+#include "datamodel/markers/marker_manager.h"
+#include "datamodel/meg/meg_data_process.h"
+
+/// A span of a trial that is not to be used.
+struct BadSegment {
+  std::int32_t trial = 0;  ///< number of the trial in the file, as given
+  double startMs = 0.0;    ///< milliseconds from the trial's start
+  double endMs = 0.0;
+};
+
+/// The layer that knows markers and bad segments.
+class MEGREADER_API CMEGData6Classify : public CMEGData2Process {
  public:
   /// The markers (triggers) of the dataset; never null.
   CMarkerManagerzk* getTrigManager() { return &m_triggers; }
   const CMarkerManagerzk* getTrigManager() const { return &m_triggers; }
 
+  /// Times in milliseconds from the trial's start. Returns 1.
+  int addTrialBadSegment(int trial, double startMs, double endMs);
+  const std::vector<BadSegment>& badSegments() const { return m_badSegments; }
+
  private:
   CMarkerManagerzk m_triggers;
+  std::vector<BadSegment> m_badSegments;
 };

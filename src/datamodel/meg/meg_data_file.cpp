@@ -44,7 +44,7 @@ int CMEGData9FileA01CtfMISL::importTrialChannels(int trials, int channels, const
   for (int c = 0; c < channels; ++c) {
     const auto* sensor = static_cast<const CMEGSensorzk*>(sensors->GetAt(c));
     if (sensor == nullptr) return 0;
-    imported.push_back({names->GetAt(c), shortNames->GetAt(c), *sensor});
+    imported.push_back({names->GetAt(c), shortNames->GetAt(c), *sensor, true});
   }
   std::vector<CEEGelectrodezk> importedElectrodes;
   for (int e = 0; e < electrodes->GetSize(); ++e)

@@ -1,0 +1,15 @@
+#include "reader/ctf_dataset_reader.h"
+#include "sidefiles/side_file.h"
+
+// BadChannels: the name of a channel that is not to be used on each line, taken whole.
+
+int CCtfReader8Bad::readBadChannels(const CString& path) {
+  return readSideFile(getFilePathDir(path) + L"BadChannels", kReadError, m_rules, [&](LineSource& lines) {
+    CString name;
+    while (lines.more()) {
+      if (!lines.next(name)) return 0;
+      m_currentData->setChannelGood4Name(name, false, -1, true);
+    }
+    return 1;
+  });
+}

@@ -1,0 +1,33 @@
+#include "sidefiles/bad_segments.h"
+
+#include "reader/ctf_dataset_reader.h"
+#include "sidefiles/side_file.h"
+#include "util/scan.h"
+
+std::optional<BadSegment> parseBadSegment(const CString& line, const ReadingRules& rules) {
+  constexpr float kMsPerSecond = 1000.0F;
+  const ScanPrecision precision = rules.doubleNumbers ? ScanPrecision::full : ScanPrecision::single;
+  std::int32_t trial = 0;
+  double start = 0.0, end = 0.0;
+  if (scan(line, L"%d %f %f", {&trial, &start, &end}, precision) != 3) return std::nullopt;
+  // Single precision is multiplied as such, too.
+  const auto toMs = [precision](double seconds) {
+    return precision == ScanPrecision::full ? seconds * double{kMsPerSecond}
+                                            : double{static_cast<float>(seconds) * kMsPerSecond};
+  };
+  return BadSegment{trial, toMs(start), toMs(end)};
+}
+
+int CCtfReader8Bad::readBadSegments(const CString& path) {
+  return readSideFile(getFilePathDir(path) + L"bad.segments", kReadError, m_rules, [&](LineSource& lines) {
+    CString line;
+    while (lines.more()) {
+      if (!lines.next(line)) return 0;
+      const auto segment = parseBadSegment(line, m_rules);
+      if (segment) m_currentData->addTrialBadSegment(segment->trial, segment->startMs, segment->endMs);
+      if (!segment && !passOver(lines, "segment.line", L"is not a trial with start and end of a span"))
+        return 0;
+    }
+    return 1;
+  });
+}

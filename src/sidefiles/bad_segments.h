@@ -1,0 +1,10 @@
+#pragma once
+
+#include <optional>
+
+#include "datamodel/meg/meg_data_classify.h"
+#include "util/reading_rules.h"
+
+/// A line of bad.segments: a trial's number, then start and end of the span in seconds from the trial's
+/// start; what follows is ignored. Nothing when it is not of that form.
+std::optional<BadSegment> parseBadSegment(const CString& line, const ReadingRules& rules);

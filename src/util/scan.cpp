@@ -1,0 +1,108 @@
+#include "util/scan.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <string>
+
+namespace {
+
+bool isSpace(wchar_t c) { return c == L' ' || (c >= L'\t' && c <= L'\r'); }
+
+/// What is left of a line.
+class Rest {
+ public:
+  explicit Rest(const std::wstring& text) : m_text(text) {}
+
+  void skipSpace() {
+    while (m_next < m_text.size() && isSpace(m_text[m_next]))
+      ++m_next;
+  }
+
+  bool literal(wchar_t c) {
+    if (m_next == m_text.size() || m_text[m_next] != c) return false;
+    ++m_next;
+    return true;
+  }
+
+  bool convert(std::int32_t& value, ScanPrecision /*precision*/) {
+    const std::string text = asciiAhead();
+    if (text.starts_with("+-")) return false;
+    const char* first = text.data() + (text.starts_with('+') ? 1 : 0);
+    const auto [end, error] = std::from_chars(first, text.data() + text.size(), value);
+    if (error == std::errc::invalid_argument) return false;
+    if (error == std::errc::result_out_of_range)
+      value =
+          *first == '-' ? std::numeric_limits<std::int32_t>::min() : std::numeric_limits<std::int32_t>::max();
+    return take(text, end);
+  }
+
+  bool convert(double& value, ScanPrecision precision) {
+    const std::string text = asciiAhead();
+    return precision == ScanPrecision::single ? number<float>(text, value) : number<double>(text, value);
+  }
+
+  bool convert(CString& word, ScanPrecision /*precision*/) {
+    const std::size_t start = m_next;
+    while (m_next < m_text.size() && !isSpace(m_text[m_next]))
+      ++m_next;
+    word = CString(m_text.substr(start, m_next - start));
+    return m_next > start;
+  }
+
+ private:
+  /// The characters up to the next that no number can hold.
+  std::string asciiAhead() const {
+    std::string text;
+    for (std::size_t i = m_next; i < m_text.size() && m_text[i] > L' ' && m_text[i] < 0x7F; ++i)
+      text += static_cast<char>(m_text[i]);
+    return text;
+  }
+
+  template <class Float>
+  bool number(const std::string& text, double& value) {
+    Float parsed{};
+    const bool negative = text.starts_with('-');
+    const char* first = text.data() + (negative || text.starts_with('+') ? 1 : 0);
+    if (*first == '-') return false;
+    const auto [end, error] = std::from_chars(first, text.data() + text.size(), parsed);
+    if (error == std::errc::invalid_argument) return false;
+    // Out of range is far too large, or so small that it is nothing.
+    if (error == std::errc::result_out_of_range)
+      parsed = std::string(first, end).find("e-") == std::string::npos
+                   ? std::numeric_limits<Float>::infinity()
+                   : 0;
+    value = static_cast<double>(negative ? -parsed : parsed);
+    return take(text, end);
+  }
+
+  bool take(const std::string& text, const char* end) {
+    m_next += static_cast<std::size_t>(end - text.data());
+    return true;
+  }
+
+  const std::wstring& m_text;
+  std::size_t m_next = 0;
+};
+
+}  // namespace
+
+int scan(const CString& line, const wchar_t* format, std::initializer_list<ScanTarget> targets,
+         ScanPrecision precision) {
+  Rest rest(line.str());
+  int converted = 0;
+  for (const wchar_t* c = format; *c != 0; ++c) {
+    if (isSpace(*c)) {
+      rest.skipSpace();
+    } else if (*c != L'%') {
+      if (!rest.literal(*c)) return converted;
+    } else {
+      ++c;  // the letter is the target's type again
+      rest.skipSpace();
+      const ScanTarget target = *(targets.begin() + converted);
+      if (!std::visit([&](auto* value) { return rest.convert(*value, precision); }, target)) return converted;
+      ++converted;
+    }
+  }
+  return converted;
+}
