@@ -376,6 +376,7 @@ TEST(Importers, WrappedTrialsHoldOnlyWhatWasRead) {
           << name;
   };
   const CMarkerDatazk marker = markerIn({0});
+  expectWrapped("T", [](Importers& i) { return i.readCtfDataT(i.path); });
   expectWrapped("Trigger", [&](Importers& i) { return i.readCtfDataTrigger(i.path, &marker); });
   expectWrapped("MultiTrial",
                 [](Importers& i) { return i.readCtfDataMultiTrial(i.path, &i.data, &i.destination); });

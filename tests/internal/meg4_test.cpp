@@ -2,7 +2,6 @@
 
 #include "internal/import_probe.h"
 #include "meg4/sample_files.h"
-#include "support/failing_new.h"
 
 namespace {
 
@@ -204,33 +203,11 @@ TEST(Meg4, RefusesCountsBelowOneWithoutAMessage) {
   }
 }
 
-TEST(Meg4, TrialBytesWrapByRule) {
-  const SampleCounts counts{1, 1, (std::int64_t{1} << 30) + 2};
-  EXPECT_EQ(countedBytes(trialBytes(counts), ReadingRules::host()), 8u);
-  EXPECT_EQ(countedBytes(trialBytes(counts), hostBut(&ReadingRules::wideCounts)),
-            (std::uint64_t{1} << 32) + 8);
-
-  // The file is sparse: a trial of 4 GiB and 8 bytes, of which the host rules read 8.
-  Import reading(dataset({D::sampleFile({Bytes().i32(5).i32(6).str()})}), 1, 1, (1 << 30) + 2);
-  std::filesystem::resize_file(reading.directory.path() / "run.ds" / "run.meg4",
-                               (std::uintmax_t{1} << 32) + 16);
-  EXPECT_EQ(reading.whole(), 1);
-  ASSERT_NE(reading.data.trialSamples(0), nullptr);
-  EXPECT_EQ(reading.data.trialSamples(0)[1], 6);
-  EXPECT_EQ(reading.data.trialSamples(0)[2], 0) << "never written";
-  EXPECT_EQ(reading.codes(), "meg4.wrapped");
-}
-
-TEST(Meg4, SaysWhenTheBufferDoesNotFitIntoMemory) {
-  constexpr int kSamples = 50000;  // so many that nothing else allocates as much
-  for (const bool whole : {true, false}) {
-    Import reading(MinimalDataset::split({{0}}, 1, kSamples), 1, 1, kSamples);
-    const FailingNew noBuffer(kSamples * sizeof(std::int32_t));
-    EXPECT_EQ(whole ? reading.whole() : reading.blocks(), 0);
-    EXPECT_EQ(reading.user.transcript()[2], "message: Allocate Memeory error! Is dataset too big?!");
-    EXPECT_EQ(reading.user.transcript().size(), 4u);
-    EXPECT_EQ(reading.user.transcript()[3], "closed");
-  }
+TEST(Meg4, ByteCountsWrapByRule) {
+  const std::uint64_t bytes = trialBytes({1, 1, (std::int64_t{1} << 30) + 2});
+  EXPECT_EQ(bytes, (std::uint64_t{1} << 32) + 8);
+  EXPECT_EQ(countedBytes(bytes, ReadingRules::host()), 8u);
+  EXPECT_EQ(countedBytes(bytes, hostBut(&ReadingRules::wideCounts)), bytes);
 }
 
 TEST(Meg4, PromisesBeyondTheFilesAreNotAllocatedFor) {
