@@ -6,7 +6,7 @@
 
 std::optional<BadSegment> parseBadSegment(const CString& line, const ReadingRules& rules) {
   constexpr float kMsPerSecond = 1000.0F;
-  const ScanPrecision precision = rules.doubleNumbers ? ScanPrecision::full : ScanPrecision::single;
+  const ScanPrecision precision = precisionOf(rules);
   std::int32_t trial = 0;
   double start = 0.0, end = 0.0;
   if (scan(line, L"%d %f %f", {&trial, &start, &end}, precision) != 3) return std::nullopt;

@@ -87,6 +87,10 @@ class Rest {
 
 }  // namespace
 
+ScanPrecision precisionOf(const ReadingRules& rules) {
+  return rules.doubleNumbers ? ScanPrecision::full : ScanPrecision::single;
+}
+
 int scan(const CString& line, const wchar_t* format, std::initializer_list<ScanTarget> targets,
          ScanPrecision precision) {
   Rest rest(line.str());
