@@ -120,7 +120,6 @@ int CCtfReader1Samples::readCtfDataAverage(const CString& path, CMEGDatazk* dest
       sums[i] += samples[i];
     return true;
   });
-  reading.closeFiles();
   // The sums, not the mean: whoever wants that divides by the number of trials.
   destination->setTrialDataF(0, counts.channels, counts.samples, sums.get());
   CMEGRecordInfozkProzk& info = *destination->getMEGRecordInfozk();

@@ -25,14 +25,14 @@ int CCtfReader1Samples::readCtfDataResample(const CString& path, int factor) {
   if (!block) return reading.failWithoutMemory(nullptr);
 
   reading.forEachChannelBlock([&](std::int32_t trial, std::int32_t /*channel*/) {
+    const auto values = reading.unit();
     for (std::size_t j = 0; j < kept; ++j)
-      block[j] = reading.unit()[j * static_cast<std::size_t>(step)];
+      block[j] = values[j * static_cast<std::size_t>(step)];
     samplesToHostOrder({block.get(), kept});
     // Hosts rely on these arguments: the channel count in the place of the channel's number, the block's byte
     // size.
     data->importCtfDataT(trial, counts.channels, length * std::int64_t{sizeof(std::int32_t)}, block.get());
   });
-  reading.closeFiles();
   setSamplesPerTrial(*data, length);
   CMEGRecordInfozkProzk& info = *data->getMEGRecordInfozk();
   info.sampleRate /= static_cast<double>(step);
@@ -67,7 +67,6 @@ int CCtfReader1Samples::readCtfDataSelected(const CString& path, std::int64_t fi
     samplesToHostOrder(span);
     data->importCtfDataC(trial, channel, count, span.data());
   });
-  reading.closeFiles();
   setSamplesPerTrial(*data, count);
   return 1;
 }

@@ -31,7 +31,6 @@ int CCtfReader1Samples::readCtfDataTsplit(const CString& path, int parts) {
                               reading.samples());
     return true;
   });
-  reading.closeFiles();
   CMEGRecordInfozkProzk& info = *data->getMEGRecordInfozk();
   info.samplesPerTrial = info.samplesPerTrialAcq = static_cast<std::int32_t>(pieceLength);
   info.numTrialsDone = static_cast<std::int32_t>(pieces * counts.trials);

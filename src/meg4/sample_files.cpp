@@ -59,6 +59,11 @@ bool openSampleFile(CFile& file, const CString& prefix, int index) {
   return false;
 }
 
+std::uint64_t sampleBytes(const CFile& file) {
+  const std::uint64_t length = file.GetLength();
+  return length > kSampleHeaderSize ? length - kSampleHeaderSize : 0;
+}
+
 bool SampleFiles::allocate(std::uint64_t unitBytes) {
   m_unitBytes = unitBytes;
   m_bufferBytes = std::min(unitBytes, m_largestFile);

@@ -43,6 +43,9 @@ CString sampleFileName(const CString& prefix, int index);
 /// when it can't be opened or does not begin as a sample file does.
 bool openSampleFile(CFile& file, const CString& prefix, int index);
 
+/// Bytes behind the header; 0 for a file that has become shorter than one.
+std::uint64_t sampleBytes(const CFile& file);
+
 /// An opened file set, read unit by unit (a trial or a channel block) into one buffer.
 class SampleFiles {
  public:

@@ -13,8 +13,7 @@
 /// what it calls with which arguments, is its own.
 class SampleImport {
  public:
-  /// `path` is any file of the dataset.
-  /// The counts are those of `source` (null: none, and `open` fails).
+  /// `path` is any file of the dataset; the counts are those of `source` (null: none, and `open` fails).
   SampleImport(const CString& path, const CMEGDatazk* source, const ReadingRules& rules);
 
   /// Opens the file set. False, the user told, when that fails; without a message when a count is below 1.
@@ -75,9 +74,6 @@ class SampleImport {
         }
       }
   }
-
-  /// Closes the files before the importer goes on to what follows the reading.
-  void closeFiles() { m_files.reset(); }
 
  private:
   CString m_prefix;

@@ -23,7 +23,7 @@ class SampleSlots : public SampleFiles {
     while (m_opened < kSlots && available < static_cast<std::uint64_t>(needed)) {
       CFile& file = m_files[m_opened];
       if (!openSampleFile(file, prefix, static_cast<int>(m_opened))) return false;
-      const std::uint64_t bytes = file.GetLength() - kSampleHeaderSize;
+      const std::uint64_t bytes = sampleBytes(file);
       available += bytes;
       if (counting == AvailableBytes::narrow) available = countedBytes(available, rules);
       m_largestFile = std::max(m_largestFile, bytes);

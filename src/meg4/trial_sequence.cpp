@@ -22,7 +22,7 @@ class TrialSequence : public SampleFiles {
                     L"ends within a trial although the set goes on: what follows can't be placed");
       if (!openSampleFile(m_file, m_prefix, index)) return false;
       reportUneven(index - 1);
-      const std::uint64_t bytes = m_file.GetLength() - kSampleHeaderSize;
+      const std::uint64_t bytes = sampleBytes(m_file);
       const auto missing = static_cast<std::uint64_t>(counts.trials - m_trials);
       // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): no count below 1 comes here
       const std::uint64_t wholeTrials = std::min(bytes / trialSize, missing);

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <span>
 
 #include "internal/probe.h"
 #include "sidefiles/bad_segments.h"
@@ -42,6 +43,18 @@ struct LineCase {
   std::string plainRead;
 };
 
+void expectByRule(const char* file, std::span<const LineCase> cases, int (Probe::*read)(const CString&),
+                  std::string (WithFile::*result)() const) {
+  for (const LineCase& c : cases) {
+    WithFile host(file, c.content, ReadingRules::host());
+    EXPECT_EQ((host.*read)(host.path), c.host) << c.what;
+    EXPECT_EQ((host.*result)(), c.hostRead) << c.what;
+    WithFile plain(file, c.content, hostBut(&ReadingRules::everyLine));
+    EXPECT_EQ((plain.*read)(plain.path), c.plain) << c.what;
+    EXPECT_EQ((plain.*result)(), c.plainRead) << c.what;
+  }
+}
+
 TEST(SideFiles, BadChannelsByRule) {
   const std::string filler(4090, 'x');
   const LineCase cases[] = {
@@ -57,14 +70,7 @@ TEST(SideFiles, BadChannelsByRule) {
        std::string(2000, 'a') + "|" + std::string(2000, 'b') + "|" + std::string(94, 'c') + "|", 0,
        std::string(2000, 'a') + "|" + std::string(2000, 'b') + "|" + std::string(94, 'c') + "|last|"},
   };
-  for (const LineCase& c : cases) {
-    WithFile host("BadChannels", c.content, ReadingRules::host());
-    EXPECT_EQ(host.readBadChannels(host.path), c.host) << c.what;
-    EXPECT_EQ(host.bad(), c.hostRead) << c.what;
-    WithFile plain("BadChannels", c.content, hostBut(&ReadingRules::everyLine));
-    EXPECT_EQ(plain.readBadChannels(plain.path), c.plain) << c.what;
-    EXPECT_EQ(plain.bad(), c.plainRead) << c.what;
-  }
+  expectByRule("BadChannels", cases, &Probe::readBadChannels, &WithFile::bad);
 }
 
 TEST(SideFiles, BadChannelsMatchTheFullNameThenTheShortOne) {
@@ -86,14 +92,7 @@ TEST(SideFiles, BadSegmentsByRule) {
       {"clamped", "99999999999 0 1\n", 1, "2147483647:0.000000-1000.000000|", 0,
        "2147483647:0.000000-1000.000000|"},
   };
-  for (const LineCase& c : cases) {
-    WithFile host("bad.segments", c.content, ReadingRules::host());
-    EXPECT_EQ(host.readBadSegments(host.path), c.host) << c.what;
-    EXPECT_EQ(host.segments(), c.hostRead) << c.what;
-    WithFile plain("bad.segments", c.content, hostBut(&ReadingRules::everyLine));
-    EXPECT_EQ(plain.readBadSegments(plain.path), c.plain) << c.what;
-    EXPECT_EQ(plain.segments(), c.plainRead) << c.what;
-  }
+  expectByRule("bad.segments", cases, &Probe::readBadSegments, &WithFile::segments);
   WithFile plain("bad.segments", "\n1 0 1\nnonsense\r\n2 0 1", ReadingRules::plain());
   plain.readBadSegments(plain.path);
   EXPECT_EQ(plain.segments(), "1:0.000000-1000.000000|2:0.000000-1000.000000|");
