@@ -30,8 +30,8 @@ class MEGREADER_API CFile {
   /// opened.
   std::uint64_t Seek(std::int64_t offset, SeekPosition from);
 
-  std::uint64_t GetLength() const;
-  std::uint64_t GetPosition() const;
+  virtual std::uint64_t GetLength() const;
+  virtual std::uint64_t GetPosition() const;
   const CString& GetFilePath() const { return m_path; }  ///< as given to `Open`
   void Close();
 

@@ -1,6 +1,9 @@
 #include "framework/cstring.h"
 
 #include <algorithm>
+#include <charconv>
+#include <limits>
+#include <string>
 
 namespace {
 
@@ -12,6 +15,13 @@ std::size_t clampCount(int count, std::size_t size) {
 
 int toPosition(std::size_t found) { return found == std::wstring::npos ? -1 : static_cast<int>(found); }
 
+std::wstring fixed(double value) {
+  constexpr int kDigits = 6;
+  char text[std::numeric_limits<double>::max_exponent10 + kDigits + 4];  // sign, first digit, point
+  const auto end = std::to_chars(std::begin(text), std::end(text), value, std::chars_format::fixed, kDigits);
+  return {std::begin(text), end.ptr};
+}
+
 }  // namespace
 
 CString CString::Left(int count) const { return CString(m_text.substr(0, clampCount(count, m_text.size()))); }
@@ -22,6 +32,8 @@ CString CString::Right(int count) const {
 
 int CString::Find(wchar_t character) const { return toPosition(m_text.find(character)); }
 
+int CString::Find(const wchar_t* text) const { return toPosition(m_text.find(text)); }
+
 int CString::ReverseFind(wchar_t character) const { return toPosition(m_text.rfind(character)); }
 
 int CString::Replace(wchar_t from, wchar_t to) {
@@ -29,6 +41,20 @@ int CString::Replace(wchar_t from, wchar_t to) {
   std::replace(m_text.begin(), m_text.end(), from, to);
   return static_cast<int>(occurrences);
 }
+
+int CString::Replace(const wchar_t* from, const wchar_t* to) {
+  const std::wstring_view old(from), fresh(to);
+  int count = 0;
+  if (old.empty()) return count;
+  for (std::size_t at = m_text.find(old); at != std::wstring::npos;
+       at = m_text.find(old, at + fresh.size())) {
+    m_text.replace(at, old.size(), fresh);
+    ++count;
+  }
+  return count;
+}
+
+int CString::Remove(wchar_t character) { return static_cast<int>(std::erase(m_text, character)); }
 
 CString& CString::MakeLower() {
   for (wchar_t& c : m_text)
@@ -80,6 +106,10 @@ void CString::formatList(const wchar_t* format, std::initializer_list<FormatArgu
     else if (const auto* count = std::get_if<std::uint64_t>(&argument);
              count != nullptr && conversion == L'u')
       result += std::to_wstring(*count);
+    else if (const auto* real = std::get_if<double>(&argument); real != nullptr && conversion == L'f')
+      result += fixed(*real);
+    else if (const auto* letter = std::get_if<wchar_t>(&argument); letter != nullptr && conversion == L'c')
+      result += *letter;
   }
   m_text = std::move(result);
 }

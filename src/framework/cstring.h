@@ -28,8 +28,15 @@ class MEGREADER_API CString {
   int Find(wchar_t character) const;
   int ReverseFind(wchar_t character) const;
 
+  /// First position of a text, case-sensitive; -1 when it does not occur.
+  int Find(const wchar_t* text) const;
+
   /// Puts `to` in the place of every `from`; returns how many there were.
   int Replace(wchar_t from, wchar_t to);
+  int Replace(const wchar_t* from, const wchar_t* to);
+
+  /// Takes every `character` out; returns how many there were.
+  int Remove(wchar_t character);
 
   /// ASCII letters only: file types and keywords are ASCII, and no locale of the host may change the answer.
   CString& MakeLower();
@@ -40,8 +47,9 @@ class MEGREADER_API CString {
   CString& operator+=(const CString& other);
   CString& operator+=(wchar_t character);
 
-  /// Replaces the text. Knows %s (CString or wide text), %d (signed), %u (unsigned) and %%; an argument that
-  /// is missing or of another kind than its conversion renders nothing.
+  /// Replaces the text. Knows %s (CString or wide text), %d (signed), %u (unsigned), %f (six digits behind
+  /// the point, whatever the locale), %c (a wide character) and %%; an argument that is missing or of another
+  /// kind than its conversion renders nothing.
   template <class... Arguments>
   void Format(const wchar_t* format, const Arguments&... arguments) {
     formatList(format, {FormatArgument(toArgument(arguments))...});
@@ -50,7 +58,7 @@ class MEGREADER_API CString {
   friend bool operator==(const CString& a, const CString& b) { return a.m_text == b.m_text; }
 
  private:
-  using FormatArgument = std::variant<std::int64_t, std::uint64_t, const wchar_t*>;
+  using FormatArgument = std::variant<std::int64_t, std::uint64_t, double, wchar_t, const wchar_t*>;
 
   template <class T>
   static FormatArgument toArgument(const T& value) {
@@ -58,6 +66,8 @@ class MEGREADER_API CString {
       return value.GetString();
     else if constexpr (std::is_convertible_v<T, const wchar_t*>)
       return static_cast<const wchar_t*>(value);
+    else if constexpr (std::is_same_v<T, double> || std::is_same_v<T, wchar_t>)
+      return value;
     else if constexpr (std::is_signed_v<T>)
       return std::int64_t{value};
     else

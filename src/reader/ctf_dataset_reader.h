@@ -55,6 +55,7 @@ class CCtfReader1Samples : public CBasicReadUnix2Windowzk {
 
  protected:
   void releaseSensors();
+  void releaseElectrodes();
   int importOccurrences(const CString& path, const CMEGDatazk* source, CMEGDatazk* destination,
                         const wchar_t* title, int limit);
 
@@ -95,28 +96,103 @@ class CCtfReader2Res4 : public CCtfReader1Samples {
   bool m_olderGeneration = false;  ///< the resource file is of the "MEG41RS" generation
 };
 
-/// Bad channels and bad segments. Operations are in sidefiles/. `path` is any path in the dataset's
-/// directory.
-class CCtfReader8Bad : public CCtfReader2Res4 {
+// Side files: a recording can be used without them. Operations are in sidefiles/. One that is missing gives 0
+// without a message, one that can't be opened or read 0 with a message; what was read until then stays.
+
+/// Head-coil file, `prefix` + "hc".
+class CCtfReader3HeadCoils : public CCtfReader2Res4 {
  public:
   using CCtfReader2Res4::CCtfReader2Res4;
 
-  /// Each 1 when the file was read as far as a reader goes on (see `LineSource`), 0 when it is missing, can't
-  /// be read or ends before that; what was read until then stays.
-  int readBadChannels(const CString& path);
-  int readBadSegments(const CString& path);
+  /// Into the data object's three sets: how many were read; 1, too, when the layout is not recognised.
+  int readHeadCoilsToDataset(const CString& prefix);
+  /// Into the data object's head localisation, in the place of what it holds. 1, also when the layout is not
+  /// recognised.
+  int readHeadCoilsToLocalization(const CString& prefix);
 
  protected:
-  /// Whether a line that does not scan is passed over; reports a finding either way.
-  bool passOver(const LineSource& lines, const char* code, const wchar_t* text) const;
+  int readHeadCoilBlocks(LineSource& lines);
+
+  /// The list that was filled last; the data object's.
+  CHeadLocalization::FiducialList* m_headLocation = nullptr;
+};
+
+/// Markers and classes. `path` is any path in the dataset's directory.
+class CCtfReader4Markers : public CCtfReader3HeadCoils {
+ public:
+  using CCtfReader3HeadCoils::CCtfReader3HeadCoils;
+
+  /// Adds the markers of "MarkerFile.mrk" to the trigger manager, and when it then holds none those of
+  /// "MarkerFile.mrk.bak". Returns 1.
+  int readMarkers(const CString& path);
+  /// The same for one marker file: 1 when it was parsed, whatever it holds.
+  int readMarkerFileAt(const CString& file);
+  /// As `readMarkers`, but 0 when a file that is needed can't be read, and an error while reading shows
+  /// nothing.
+  int loadMarkerFile(const CString& path);
+  void parseMarkerFile(LineSource& lines);
+
+  /// Adds the classes of "ClassFile.cls" to the class manager. 1 when the file was read as far as a reader
+  /// goes on (see `LineSource`), 0 when it ends or can't be understood before that.
+  int readClassFile(const CString& path);
+
+ protected:
+  void readMarkerBlocks(LineSource& lines);
+};
+
+/// Information file.
+class CCtfReader5Infods : public CCtfReader4Markers {
+ public:
+  using CCtfReader4Markers::CCtfReader4Markers;
+
+  /// Reads the file into the record information. 1 when it came to its end mark.
+  int readInfoDsFile(const CString& path);
+
+ protected:
+  /// Values as text, as `InfoDsParser` gathers them. A top-level block empties it, nothing else does: hosts
+  /// get what earlier files left.
+  CString m_infodsText;
+};
+
+/// Electrodes, digitised positions and virtual channels.
+class CCtfReader6Positions : public CCtfReader5Infods {
+ public:
+  using CCtfReader5Infods::CCtfReader5Infods;
+
+  /// Electrodes of an .eeg file into the electrode list, in the place of what it holds. 1 when it was read.
+  int readEegFile(const CString& path);
+  /// Digitised positions of a .pos file. 1 when all of the file was as it should be.
+  int readPosFile(const CString& path);
+  /// "VirtualChannels" in the directory of `path`. Returns 0.
+  int readVirtualChannels(const CString& path);
+
+ protected:
+  bool readDigitisedPoints(LineSource& lines);
+  bool readDigitisedFiducials(LineSource& lines);
+  /// Hosts get virtual channels and digitised fiducials checked, not kept.
+  template <class Store>
+  void keepExtra(Store store) const {
+    if (m_rules.extrasKept) store();
+  }
+};
+
+/// Bad channels and bad segments. `path` is any path in the dataset's directory.
+class CCtfReader7Bad : public CCtfReader6Positions {
+ public:
+  using CCtfReader6Positions::CCtfReader6Positions;
+
+  /// Each 1 when the file was read as far as a reader goes on (see `LineSource`), 0 when it ends or can't be
+  /// understood before that.
+  int readBadChannels(const CString& path);
+  int readBadSegments(const CString& path);
 };
 
 /// Load sequence, the layer that the facade creates. Operations are in reader/.
-class CCtfDatasetReader : public CCtfReader8Bad {
+class CCtfDatasetReader : public CCtfReader7Bad {
  public:
-  using CCtfReader8Bad::CCtfReader8Bad;
+  using CCtfReader7Bad::CCtfReader7Bad;
 
-  /// Reads the resource file and hands the channels to `data`, for one trial. Catches nothing.
+  /// Reads the resource file, electrodes and markers into `data`, for one trial. Catches nothing.
   int checkDataset(const CString& path, CMEGDatazk* data);
 
   /// Reads everything but the samples into `data`: its trials are those of the file, or the occurrences of
@@ -147,7 +223,9 @@ class CCtfDatasetReader : public CCtfReader8Bad {
   Info checkCounts(const CString& path) const;
   Info handOverChannels(const CString& path, int trials);
   Info loadInfo(const CString& path, CMEGDatazk* data, const CMarkerDatazk* marker);
-  void readSideFiles(const CString& path);
+  /// When trials are split, markers are read here; else they have been.
+  enum class SplitRoute { no, yes };
+  void readSideFiles(const CString& path, SplitRoute split);
   bool appendData(const CString& path, CPtrArray* array);
   int splitTrials(int splitCount) const;
   template <class Import>

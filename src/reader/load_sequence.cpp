@@ -28,6 +28,7 @@ CCtfDatasetReader::Info CCtfDatasetReader::readResource(const CString& path, CME
   m_currentData = data;
   data->name = getFileName(path);
   if (!readRes4(getFilePathBasic(path))) return Info::failed;
+  readEegFile(getFilePathBasic(path) + L"eeg");
   return checkCounts(path);
 }
 
@@ -65,22 +66,33 @@ CCtfDatasetReader::Info CCtfDatasetReader::loadInfo(const CString& path, CMEGDat
                                          : data->getMEGRecordInfozk()->numTrials;
     info = handOverChannels(path, trials);
     if (info != Info::complete) return info;
-    if (marker != nullptr) data->getTrigManager()->copyNewTrigType(marker, false);
+    if (marker != nullptr)
+      data->getTrigManager()->copyNewTrigType(marker, false);
+    else
+      readMarkers(getFilePathBasic(path));
     releaseSensorLists();
-    readSideFiles(path);
+    readSideFiles(path, SplitRoute::no);
     return info;
   });
 }
 
-void CCtfDatasetReader::readSideFiles(const CString& path) {
-  readBadSegments(path);
-  readBadChannels(path);
+void CCtfDatasetReader::readSideFiles(const CString& path, SplitRoute split) {
+  const CString base = getFilePathBasic(path);
+  if (!readHeadCoilsToDataset(base)) readHeadCoilsToLocalization(base);
+  readInfoDsFile(base + L"infods");
+  if (split == SplitRoute::yes) readMarkers(base);
+  readClassFile(base);
+  readBadSegments(base);
+  readBadChannels(base);
+  readPosFile(base + L"pos");
+  readVirtualChannels(base);
 }
 
 int CCtfDatasetReader::checkDataset(const CString& path, CMEGDatazk* data) {
   const Info info = readResource(path, data);
   if (info != Info::complete) return info == Info::countsDiffer;
-  return handOverChannels(path, 1) == Info::complete;
+  if (handOverChannels(path, 1) != Info::complete) return 0;
+  return readMarkers(getFilePathBasic(path));
 }
 
 int CCtfDatasetReader::readDatasetInfo(const CString& path, CMEGDatazk* data, const CMarkerDatazk* marker) {
@@ -137,7 +149,7 @@ int CCtfDatasetReader::readTrialSplitToArray(const CString& path, CPtrArray* arr
     if (info == Info::complete) info = handOverChannels(path, splitTrials(splitCount));
     if (info != Info::complete) return info == Info::countsDiffer ? 1 : 0;
     releaseSensorLists();
-    readSideFiles(path);
+    readSideFiles(path, SplitRoute::yes);
     return readCtfDataTsplit(path, splitCount) != 0 ? 1 : 0;
   });
 }

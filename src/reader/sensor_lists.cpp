@@ -15,9 +15,11 @@ CCtfReader1Samples::~CCtfReader1Samples() { releaseSensorLists(); }
 
 void CCtfReader1Samples::releaseSensors() { deleteAll<CMEGSensorzk>(m_sensors); }
 
+void CCtfReader1Samples::releaseElectrodes() { deleteAll<CEEGelectrodezk>(m_electrodes); }
+
 int CCtfReader1Samples::releaseSensorLists() {
   releaseSensors();
-  deleteAll<CEEGelectrodezk>(m_electrodes);
+  releaseElectrodes();
   m_channelNames.SetSize(0);
   m_channelShortNames.SetSize(0);
   return 1;

@@ -3,8 +3,8 @@
 
 // BadChannels: the name of a channel that is not to be used on each line, taken whole.
 
-int CCtfReader8Bad::readBadChannels(const CString& path) {
-  return readSideFile(getFilePathDir(path) + L"BadChannels", kReadError, m_rules, [&](LineSource& lines) {
+int CCtfReader7Bad::readBadChannels(const CString& path) {
+  return readSideLines(getFilePathDir(path) + L"BadChannels", {}, m_rules, [&](LineSource& lines) {
     CString name;
     while (lines.more()) {
       if (!lines.next(name)) return 0;

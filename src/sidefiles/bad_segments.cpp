@@ -18,14 +18,14 @@ std::optional<BadSegment> parseBadSegment(const CString& line, const ReadingRule
   return BadSegment{trial, toMs(start), toMs(end)};
 }
 
-int CCtfReader8Bad::readBadSegments(const CString& path) {
-  return readSideFile(getFilePathDir(path) + L"bad.segments", kReadError, m_rules, [&](LineSource& lines) {
+int CCtfReader7Bad::readBadSegments(const CString& path) {
+  return readSideLines(getFilePathDir(path) + L"bad.segments", {}, m_rules, [&](LineSource& lines) {
     CString line;
     while (lines.more()) {
       if (!lines.next(line)) return 0;
       const auto segment = parseBadSegment(line, m_rules);
       if (segment) m_currentData->addTrialBadSegment(segment->trial, segment->startMs, segment->endMs);
-      if (!segment && !passOver(lines, "segment.line", L"is not a trial with start and end of a span"))
+      if (!segment && !lines.passOver("segment.line", L"is not a trial with start and end of a span"))
         return 0;
     }
     return 1;

@@ -9,26 +9,40 @@
 /// A recording can be used without it.
 inline constexpr Finding::Severity kOptional = Finding::Severity::warning;
 
-/// What every text file beside a recording shares: it may be missing, which gives 0 and says nothing; one
-/// that can't be opened shows "Open file Failed", one that can't be read `readError`, and either gives 0.
-/// Else the result is that of `read(lines)`.
+/// How a file beside a recording is opened, and what is shown when it can't be. Most share these texts; hosts
+/// know them from all of them.
+struct SideFileManner {
+  const wchar_t* openError = L"Open file Failed";  ///< %s is the path, %u the file error's cause
+  const wchar_t* readError = L"Reading trigger error!";
+  unsigned flags = CFile::modeRead | CFile::shareDenyNone;
+};
+
+/// Opens a file beside a recording and gives the result of `read(file)`: 0, without a message, when there is
+/// no such file; 0 with the manner's message when it can't be opened. Throws what reading throws.
 template <class Read>
-int readSideFile(const CString& path, const wchar_t* readError, const ReadingRules& rules, Read read) {
+int openSideFile(const CString& path, const SideFileManner& manner, Read read) {
   if (!fileExists(path)) return 0;
-  return guarded(
-      readError, path, 0,
-      [&] {
-        CFile file;
-        CFileException error;
-        if (!openShared(file, path, error, kOptional)) {
-          AfxMessageBox(L"Open file Failed");
-          return 0;
-        }
-        LineSource lines(file, rules);
-        return read(lines);
-      },
-      kOptional);
+  CFile file;
+  CFileException error;
+  if (openForReading(file, path, manner.flags, error, kOptional)) return read(file);
+  CString message;
+  message.Format(manner.openError, path, static_cast<unsigned>(error.m_cause));
+  AfxMessageBox(message);
+  return 0;
 }
 
-/// What the readers of most of these files show when one can't be read; hosts know it from all of them.
-inline constexpr const wchar_t* kReadError = L"Reading trigger error!";
+/// The same, and a file that can't be read shows the manner's message and gives 0.
+template <class Read>
+int readSideFile(const CString& path, const SideFileManner& manner, Read read) {
+  return guardedAgainstFileErrors(
+      manner.readError, 0, [&] { return openSideFile(path, manner, read); }, kOptional);
+}
+
+/// The same for `read(lines)`.
+template <class Read>
+int readSideLines(const CString& path, const SideFileManner& manner, const ReadingRules& rules, Read read) {
+  return readSideFile(path, manner, [&](CFile& file) {
+    LineSource lines(file, rules);
+    return read(lines);
+  });
+}

@@ -5,10 +5,15 @@
 #include "framework/file_error.h"
 #include "framework/user_interface.h"
 
-bool openShared(CFile& file, const CString& path, CFileException& error, Finding::Severity severity) {
-  if (file.Open(path, CFile::modeRead | CFile::shareDenyNone, &error)) return true;
+bool openForReading(CFile& file, const CString& path, unsigned flags, CFileException& error,
+                    Finding::Severity severity) {
+  if (file.Open(path, flags, &error)) return true;
   reportFinding(findingOf(error, severity));
   return false;
+}
+
+bool openShared(CFile& file, const CString& path, CFileException& error) {
+  return openForReading(file, path, CFile::modeRead | CFile::shareDenyNone, error);
 }
 
 std::vector<std::byte> readUpTo(CFile& file, std::int64_t count) {

@@ -8,9 +8,12 @@
 #include "framework/cfile.h"
 #include "framework/finding.h"
 
-/// Opens a file for reading, sharing it with everybody. On failure reports a finding that says why.
-bool openShared(CFile& file, const CString& path, CFileException& error,
-                Finding::Severity severity = Finding::Severity::error);
+/// Opens a file for reading. On failure reports a finding that says why.
+bool openForReading(CFile& file, const CString& path, unsigned flags, CFileException& error,
+                    Finding::Severity severity = Finding::Severity::error);
+
+/// The same, sharing the file with everybody.
+bool openShared(CFile& file, const CString& path, CFileException& error);
 
 /// The next `count` bytes; fewer where the file ends, and room is made for no more than it holds. Throws what
 /// the file throws.

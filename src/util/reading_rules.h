@@ -25,13 +25,35 @@ struct ReadingRules {
   /// Every line of a text file is read, whole. Else loops end once the last block of 4096 bytes is loaded, a
   /// last line without a line break is lost and a line is cut at 2048 bytes.
   bool everyLine = false;
+  /// A blank line behind a keyword is an empty value. Else blank lines do not count and an empty value
+  /// swallows the next keyword.
+  bool emptyValues = false;
   /// A line that does not scan is passed over. Else it ends the file.
   bool badLinesSkipped = false;
   /// Numbers of text files are double precision. Else single, widened.
   bool doubleNumbers = false;
+  /// A marker's sample is the nearest to its time. Else it is truncated toward zero.
+  bool nearestSample = false;
+  /// A marker keeps its class group. Else it is 100.
+  bool groupKept = false;
+  /// A class keeps the numbers of its trials, and its name as the display name too. Else it counts its
+  /// trials.
+  bool trialsKept = false;
+  /// Colours are the sixteen basic HTML names in any case, or #rrggbb. Else whatever holds "green", "red" or
+  /// "blue".
+  bool colourWords = false;
+  /// Head-coil blocks of three and of five coils, also those with "stadard" for "standard", are all read.
+  /// Else the data object's reader knows blocks of three coils and the right word only.
+  bool blocksWhole = false;
+  /// In the information file the type of a value decides its layout, the exact tag its field, also in nested
+  /// blocks. Else the first tag of the table that the name contains decides both, at the top level only.
+  bool infoByType = false;
+  /// Virtual channels and the fiducials among digitised positions are kept. Else they are only checked.
+  bool extrasKept = false;
 
   static constexpr ReadingRules host() { return {}; }
   static constexpr ReadingRules plain() {
-    return {true, true, true, true, true, true, true, true, true, true};
+    return {true, true, true, true, true, true, true, true, true,
+            true, true, true, true, true, true, true, true, true};
   }
 };

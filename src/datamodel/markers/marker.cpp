@@ -11,3 +11,9 @@ int CMarkerData::findTrial(int trial) const {
   return std::any_of(samples.begin(), samples.end(),
                      [trial](const MarkerSample& sample) { return sample.trial == trial; });
 }
+
+int CMarkerData::addClassifyTrial(int trial, int /*kind*/, std::int64_t /*first*/, std::int64_t /*last*/,
+                                  double /*weight*/, double /*value*/) {
+  samples.push_back({.trial = trial});
+  return 1;
+}

@@ -6,14 +6,14 @@
 #include "framework/cstring.h"
 #include "framework/export.h"
 
-/// One occurrence of a marker.
+/// One occurrence of a marker, or one trial of a class.
 struct MarkerSample {
   std::int32_t trial = 0;   ///< number of the trial in the file, from 0
   double timeMs = 0.0;      ///< milliseconds from the trigger
-  std::int64_t sample = 0;  ///< sample within the trial, from 0
+  std::int64_t sample = 0;  ///< sample within the trial, from 0; outside it when the time is
 };
 
-/// A named event with the trials and times at which it occurs.
+/// A named event with the trials and times at which it occurs, or a named class of trials.
 class MEGREADER_API CMarkerData {
  public:
   /// Number of occurrences.
@@ -25,7 +25,19 @@ class MEGREADER_API CMarkerData {
   /// Not 0 when the marker occurs in `trial`.
   int findTrial(int trial) const;
 
+  /// Adds a trial to a class. Returns 1. The other arguments have no meaning.
+  int addClassifyTrial(int trial, int kind, std::int64_t first, std::int64_t last, double weight,
+                       double value);
+
   CString name;
+  CString displayName;
+  CString comment;
+  std::uint32_t color = 0;  ///< 0x00BBGGRR; black when none is given
+  bool colorKnown = false;  ///< the file gives a colour that the reader knows
+  bool editable = false;
+  std::int32_t classId = 0;
+  std::int32_t classGroupId = 0;
+  std::int64_t numSamples = 0;        ///< as the file counts them; `samples` may hold fewer
   std::vector<MarkerSample> samples;  ///< in the order of the file
 };
 

@@ -14,3 +14,9 @@ int CMEGData2Process::setChannelGood4Name(const CString& channelName, bool good,
   };
   return mark(&ChannelInfo::name) != 0 ? 1 : mark(&ChannelInfo::shortName);
 }
+
+int CMEGData2Process::setEEG_electrodesPositionPohemus(int number, double x, double y, double z, int /*kind*/,
+                                                       bool /*flag*/) {
+  m_digitisedPoints.push_back({number, x, y, z});
+  return 1;
+}

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "datamodel/meg/coefficients.h"
+#include "datamodel/meg/dataset_information.h"
 #include "framework/cstring.h"
 #include "framework/export.h"
 
@@ -55,8 +56,17 @@ class MEGREADER_API CMEGRecordInfo {
   std::vector<std::unique_ptr<FilterInfo>> filters;  ///< in file order
 };
 
+/// A trigger of the run, in short.
+struct TriggerInfo {
+  CString name;
+  std::int64_t occurrences = 0;
+};
+
 class MEGREADER_API CMEGRecordInfozkPro : public CMEGRecordInfo {
  public:
+  std::vector<TriggerInfo> triggers;  ///< of the trigger manager's markers, in its order
+  DatasetInformation information;     ///< of the information file
+
   CCoefficientManagerzk* getSensorCoefficientzk() { return &m_coefficients; }
   const CCoefficientManagerzk* getSensorCoefficientzk() const { return &m_coefficients; }
 

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <vector>
+
+#include "framework/cstring.h"
+
+/// A channel that is a weighted sum of others.
+struct VirtualChannel {
+  struct Reference {
+    CString channel;
+    double weight = 0.0;
+  };
+
+  CString name;
+  CString unit;
+  std::vector<Reference> references;
+};

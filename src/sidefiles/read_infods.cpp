@@ -1,0 +1,20 @@
+#include "reader/ctf_dataset_reader.h"
+#include "sidefiles/info_conversion.h"
+#include "sidefiles/infods.h"
+#include "sidefiles/side_file.h"
+
+int CCtfReader5Infods::readInfoDsFile(const CString& path) {
+  return readSideFile(path, {}, [&](CFile& file) {
+    if (!startsInfoBlock(file)) {
+      reportFinding({.severity = kOptional,
+                     .code = "infods.magic",
+                     .file = path,
+                     .text = L"does not begin with the information file's mark \"WS1_\""});
+      return 0;
+    }
+    DatasetInformation& information = m_currentData->getMEGRecordInfozk()->information;
+    const bool complete = InfoDsParser(file, m_rules, information, m_infodsText).parseInfoEntries();
+    information.text = m_infodsText;
+    return complete ? 1 : 0;
+  });
+}
