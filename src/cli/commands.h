@@ -28,6 +28,8 @@ class CommandError : public std::runtime_error {
 
 int runInfo(const InfoOptions& options);
 int runChannels(const ChannelsOptions& options);
+int runMarkers(const TableOptions& options);
+int runHeadCoils(const TableOptions& options);
 int runExport(const ExportOptions& options);
 int runSimulate(const std::string& directory, const simulate::Options& options, bool quiet);
 

@@ -1,5 +1,7 @@
 #include "cli/json_output.h"
 
+#include <array>
+#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "cli/identity.h"
@@ -11,6 +13,12 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr int kSchema = 1;
+
+std::string colorText(std::uint32_t rgb) {
+  std::array<char, 8> text{};
+  std::snprintf(text.data(), text.size(), "#%06x", static_cast<unsigned>(rgb & 0xFFFFFF));
+  return text.data();
+}
 
 /// A visitor that puts the members of `from` into `object`.
 template <class Struct>
@@ -67,20 +75,88 @@ Json coefficientJson(const CoefficientRecord& record) {
   return object;
 }
 
-Json warningJson(const Finding& finding) {
-  Json object{{"code", finding.code}, {"file", lastName(finding.file)}};
-  if (finding.line) object["line"] = *finding.line;
-  if (finding.offset) object["offset"] = *finding.offset;
-  object["text"] = finding.text;
-  return object;
-}
-
 template <class List, class Convert>
 Json listJson(const List& list, Convert convert) {
   Json array = Json::array();
   for (const auto& item : list)
     array.push_back(convert(item));
   return array;
+}
+
+Json groupJson(const EventGroup& group, bool noIdentity) {
+  Json object{{"name", group.name}};
+  if (!noIdentity) object["comment"] = group.comment;
+  object["color"] = group.color ? Json(colorText(*group.color)) : Json();
+  object["editable"] = group.editable;
+  object["classId"] = group.classId;
+  object["classGroupId"] = group.classGroupId;
+  return object;
+}
+
+Json markerJson(const Marker& marker, bool noIdentity) {
+  Json object = groupJson(marker, noIdentity);
+  object["numSamples"] = marker.numSamples;
+  object["samples"] = listJson(marker.samples, [](const MarkerSample& sample) {
+    return Json{{"trial", sample.trial}, {"timeMs", sample.timeMs}, {"sample", sample.sample}};
+  });
+  return object;
+}
+
+Json classJson(const TrialClass& trialClass, bool noIdentity) {
+  Json object = groupJson(trialClass, noIdentity);
+  object["numTrials"] = trialClass.numTrials;
+  object["trials"] = trialClass.trials ? Json(*trialClass.trials) : Json();
+  return object;
+}
+
+Json fiducialSetJson(const std::optional<FiducialSet>& set) {
+  if (!set) return {};
+  Json object{{"numPoints", set->numPoints}};
+  for (const auto& [name, point] : kFiducialNames)
+    object[name] = (*set).*point ? Json(*((*set).*point)) : Json();
+  return object;
+}
+
+Json fiducialsJson(const Fiducials& fiducials) {
+  Json object;
+  for (const auto& [name, set] : kFiducialSetNames)
+    object[name] = fiducialSetJson(fiducials.*set);
+  object["dewarToHead"] = fiducials.dewarToHead ? Json(*fiducials.dewarToHead) : Json();
+  return object;
+}
+
+Json digitisedJson(const Digitised& digitised) {
+  return {{"points", listJson(digitised.points,
+                              [](const DigitisedPoint& point) {
+                                return Json{{"number", point.number}, {"position", point.positionCm}};
+                              })},
+          {"fiducials", listJson(digitised.fiducials, [](const DigitisedFiducial& fiducial) {
+             return Json{{"label", fiducial.label}, {"position", fiducial.positionCm}};
+           })}};
+}
+
+Json informationJson(const Information& information, bool noIdentity) {
+  Json object = Json::object();
+  for (const InformationEntry& entry : information.entries)
+    if (!noIdentity || !canIdentify(entry))
+      std::visit([&](const auto& value) { object[entry.tag] = value; }, entry.value);
+  return object;
+}
+
+Json virtualChannelJson(const VirtualChannel& channel) {
+  return {{"name", channel.name},
+          {"unit", channel.unit},
+          {"references", listJson(channel.references, [](const VirtualChannel::Reference& reference) {
+             return Json{{"channel", reference.channel}, {"weight", reference.weight}};
+           })}};
+}
+
+Json warningJson(const Finding& finding) {
+  Json object{{"code", finding.code}, {"file", lastName(finding.file)}};
+  if (finding.line) object["line"] = *finding.line;
+  if (finding.offset) object["offset"] = *finding.offset;
+  object["text"] = finding.text;
+  return object;
 }
 
 std::string dump(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace); }
@@ -101,10 +177,22 @@ void JsonOutput::add(const std::string& path, Rules rules, const Recording& reco
   }
   object["channels"] = listJson(recording.channels(), channelJson);
   object["coefficients"] = listJson(recording.coefficients(), coefficientJson);
+  object["markers"] = listJson(recording.markers(),
+                               [this](const Marker& marker) { return markerJson(marker, m_noIdentity); });
+  object["classes"] = listJson(recording.classes(),
+                               [this](const TrialClass& group) { return classJson(group, m_noIdentity); });
+  object["fiducials"] = fiducialsJson(recording.fiducials());
+  object["electrodes"] = listJson(recording.electrodes(), [](const Electrode& electrode) {
+    return Json{{"number", electrode.number}, {"name", electrode.name}, {"position", electrode.positionCm}};
+  });
+  object["digitised"] = digitisedJson(recording.digitised());
+  object["infods"] = informationJson(recording.information(), m_noIdentity);
+  if (!m_noIdentity) object["infodsText"] = recording.information().text;
   object["badChannels"] = recording.badChannels();
   object["badSegments"] = listJson(recording.badSegments(), [](const BadSegment& segment) {
     return Json{{"trial", segment.trial}, {"startMs", segment.startMs}, {"endMs", segment.endMs}};
   });
+  object["virtualChannels"] = listJson(recording.virtualChannels(), virtualChannelJson);
   object["warnings"] = listJson(recording.warnings(), warningJson);
   m_entries.push_back(dump(object));
 }

@@ -18,10 +18,12 @@ Examples:
   ctfmeg info run.ds                        what the recording is
   ctfmeg info --json a.ds b.ds              all that its header says, for scripts
   ctfmeg channels --channels 'MLC*' run.ds  some channels
+  ctfmeg markers --csv run.ds               events, for a spreadsheet
   ctfmeg export run.ds -o run.npy           samples for NumPy: trials x channels x samples
   ctfmeg export run.ds --physical -o - | python3 analyse.py
   ctfmeg export run.ds --samples 0:599 -o start.npy    only part of each trial
   ctfmeg export run.ds --trials 0,2,5-7 -o some.npy    only some trials
+  ctfmeg export run.ds --marker tone -o tone.npy       only trials with an event
   ctfmeg simulate test.ds --trials 10       a dataset to try things on
 )";
 
@@ -64,6 +66,7 @@ void addRoutes(CLI::App* command, std::optional<Route>& route) {
   add("--samples", "FIRST:LAST", "samples FIRST to LAST of each trial, counted from 0", parseSpan);
   add("--split", "N", "each trial as N shorter ones", parsePieces);
   add("--trials", "LIST", "trials by number, counted from 0 (0,2,5-7)", parseTrials);
+  add("--marker", "NAME", "the trials that carry the first marker of that name", parseMarker);
 }
 
 void addChannels(CLI::App* command, std::optional<std::string>& channels) {
@@ -111,6 +114,21 @@ int run(int argc, char** argv) {
   addChannels(channelsCommand, channels.channels);
   addReading(channelsCommand, channels.reading);
   channelsCommand->callback([&] { exitCode = runChannels(channels); });
+
+  const auto addTable = [&](const char* name, const char* help, const char* identity, TableOptions& options,
+                            int (*run)(const TableOptions&)) {
+    auto* command = app.add_subcommand(name, help);
+    addDatasets(command, options.datasets);
+    command->add_flag("--csv", options.csv, "as CSV");
+    command->add_flag("--no-identity", options.reading.noIdentity, identity);
+    addReading(command, options.reading);
+    command->callback([&, run] { exitCode = run(options); });
+  };
+  TableOptions markers, headCoils;
+  addTable("markers", "List markers with the trials and times at which they occur",
+           "leave out what can name a person (paths; marker names stay)", markers, runMarkers);
+  addTable("headcoils", "List head-coil positions: x right, y front, z up, in mm",
+           "leave out what can name a person (paths)", headCoils, runHeadCoils);
 
   ExportOptions exported;
   auto* exportCommand = app.add_subcommand("export", "Write samples as a NumPy array");

@@ -18,6 +18,12 @@ std::string seconds(double value) {
   return text.data();
 }
 
+std::string millimetres(double value) {
+  std::array<char, 340> text{};  // as long as a double can get
+  std::snprintf(text.data(), text.size(), "%.1f", value);
+  return text.data();
+}
+
 std::string bytes(std::int64_t value) {
   constexpr std::array<const char*, 5> units{"bytes", "kB", "MB", "GB", "TB"};
   if (value < 1000) return std::to_string(value) + " bytes";

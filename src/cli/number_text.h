@@ -11,6 +11,9 @@ std::string shortest(double value);
 /// For people: three digits behind the point.
 std::string seconds(double value);
 
+/// For people: one digit behind the point.
+std::string millimetres(double value);
+
 /// For people: "3.4 MB", decimal units.
 std::string bytes(std::int64_t value);
 

@@ -32,6 +32,13 @@ struct ChannelsOptions {
   bool csv = false;
 };
 
+/// Of commands that print a table of each dataset.
+struct TableOptions {
+  ReadingOptions reading;
+  std::vector<std::string> datasets;
+  bool csv = false;
+};
+
 struct ExportOptions {
   ReadingOptions reading;
   std::optional<Route> route;

@@ -65,4 +65,6 @@ std::optional<TrialList> parseTrials(const std::string& text) {
   return TrialList{{numbers.begin(), numbers.end()}};
 }
 
+std::optional<MarkedTrials> parseMarker(const std::string& text) { return MarkedTrials{text}; }
+
 }  // namespace ctfmeg::cli

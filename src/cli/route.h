@@ -19,4 +19,7 @@ std::optional<SampleSpan> parseSpan(const std::string& text);
 /// "0,2,5-7", each once.
 std::optional<TrialList> parseTrials(const std::string& text);
 
+/// Any name.
+std::optional<MarkedTrials> parseMarker(const std::string& text);
+
 }  // namespace ctfmeg::cli

@@ -99,13 +99,6 @@ std::vector<std::string> convertBadChannels(const CMEGDatazk& data) {
   return names;
 }
 
-std::vector<BadSegment> convertBadSegments(const CMEGDatazk& data) {
-  std::vector<BadSegment> segments;
-  for (const ::BadSegment& from : data.badSegments())
-    segments.push_back({from.trial, from.startMs, from.endMs});
-  return segments;
-}
-
 Finding convertFinding(const ::Finding& finding) {
   return {static_cast<Finding::Severity>(finding.severity),
           finding.code,

@@ -4,7 +4,10 @@
 
 #include "datamodel/meg/meg_datazk.h"
 #include "framework/finding.h"
+#include "host/events.h"
 #include "host/finding.h"
+#include "host/head.h"
+#include "host/information.h"
 #include "host/record.h"
 
 namespace ctfmeg {
@@ -16,6 +19,14 @@ std::vector<Channel> convertChannels(const CMEGData& data);
 std::vector<CoefficientRecord> convertCoefficients(const CCoefficientManagerzk& manager);
 std::vector<std::string> convertBadChannels(const CMEGDatazk& data);
 std::vector<BadSegment> convertBadSegments(const CMEGDatazk& data);
+std::vector<Marker> convertMarkers(const CMarkerManagerzk& manager);
+/// Without their trials' numbers when the reading did not keep them.
+std::vector<TrialClass> convertClasses(const CMarkerManagerzk& manager, bool trialsKept);
+Fiducials convertFiducials(const CMEGDatazk& data);
+std::vector<Electrode> convertElectrodes(const CMEGData& data);
+Digitised convertDigitised(const CMEGDatazk& data);
+Information convertInformation(const DatasetInformation& from);
+std::vector<VirtualChannel> convertVirtualChannels(const CMEGDatazk& data);
 Finding convertFinding(const ::Finding& finding);
 
 }  // namespace ctfmeg

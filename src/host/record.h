@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-// What a dataset says about a recording beside its samples, in plain structs. Texts are UTF-8. Members named
+// What a dataset's resource file says about a recording, in plain structs. Texts are UTF-8. Members named
 // as in the CTF world or in the data model keep that name.
 
 namespace ctfmeg {
@@ -103,13 +103,6 @@ struct CoefficientRecord {
   std::string sensor;
   std::uint32_t type = 0;  ///< four characters, most significant first: 0x47314252 is "G1BR"
   std::vector<Coefficient> references;
-};
-
-/// A span of a trial that the dataset marks as bad.
-struct BadSegment {
-  std::int32_t trial = 0;  ///< as in the file
-  double startMs = 0.0;    ///< milliseconds from the trial's start
-  double endMs = 0.0;
 };
 
 /// The type's four characters when all are printable ASCII, else empty.

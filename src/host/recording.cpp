@@ -16,14 +16,29 @@
 namespace ctfmeg {
 inline namespace v1 {
 
+namespace {
+
+struct SideFiles {
+  std::vector<std::string> badChannels;
+  std::vector<BadSegment> badSegments;
+  std::vector<Marker> markers;
+  std::vector<TrialClass> classes;
+  Fiducials fiducials;
+  std::vector<Electrode> electrodes;
+  Digitised digitised;
+  Information information;
+  std::vector<VirtualChannel> virtualChannels;
+};
+
+}  // namespace
+
 struct Recording::State {
   std::unique_ptr<CMEGDatazk> data;
   std::string name;
   RecordInfo record;
   std::vector<Channel> channels;
   std::vector<CoefficientRecord> coefficients;
-  std::vector<std::string> badChannels;
-  std::vector<BadSegment> badSegments;
+  SideFiles side;
   std::vector<int> trialNumbers;
   std::vector<Finding> warnings;
   double acquisitionRate = 0.0;  // Hz, whatever the route leaves in the record
@@ -69,6 +84,18 @@ std::unique_ptr<CMEGDatazk> readHeader(CString path, const ReadOptions& options)
   return makeFacade(options).readCTFMEGDataInfo(path, data.get()) ? std::move(data) : nullptr;
 }
 
+SideFiles sideFilesOf(const CMEGDatazk& data, Rules rules) {
+  return {convertBadChannels(data),
+          convertBadSegments(data),
+          convertMarkers(*data.getTrigManager()),
+          convertClasses(*data.getClassManager(), rules == Rules::plain),
+          convertFiducials(data),
+          convertElectrodes(data),
+          convertDigitised(data),
+          convertInformation(data.getMEGRecordInfozk()->information),
+          convertVirtualChannels(data)};
+}
+
 /// One operation of the facade for each route. The file dialog that some show is answered with the path.
 class RouteReader {
  public:
@@ -87,6 +114,7 @@ class RouteReader {
   int operator()(const Pieces& pieces) {
     return m_facade.readTrialSplit(&m_array, std::min(pieces.count, m_samplesPerTrial), nullptr);
   }
+  int operator()(const MarkedTrials&) { return 0; }  // read as a `TrialList`
   int operator()(const TrialList& list) {
     CMarkerDatazk marker;
     for (const int number : list.numbers)
@@ -112,6 +140,26 @@ class RouteReader {
   std::int32_t m_samplesPerTrial;
   CPtrArray m_array;
 };
+
+/// The trials of the file in which a marker occurs; throws when there are none.
+TrialList trialsOf(const std::string& name, const std::vector<Marker>& markers,
+                   const std::filesystem::path& file, std::int32_t trials) {
+  const auto marker =
+      std::find_if(markers.begin(), markers.end(), [&](const Marker& m) { return m.name == name; });
+  if (marker == markers.end()) {
+    std::string there;
+    for (const Marker& m : markers)
+      there += (there.empty() ? "" : ", ") + m.name;
+    throw Error(ErrorKind::refused, file,
+                "has no marker " + name + ": " + (there.empty() ? "there are none" : "there are " + there));
+  }
+  std::set<int> numbers;
+  for (const MarkerSample& sample : marker->samples)
+    if (sample.trial >= 0 && sample.trial < trials) numbers.insert(sample.trial);
+  if (numbers.empty())
+    throw Error(ErrorKind::refused, file, "has no trial in which marker " + name + " occurs");
+  return {{numbers.begin(), numbers.end()}};
+}
 
 /// Throws for a route that asks for what cannot be.
 void checkRoute(const Route& route, const std::filesystem::path& file, std::int32_t trials) {
@@ -165,12 +213,17 @@ Recording Recording::read(const std::filesystem::path& path, const ReadOptions& 
     state->data = readHeader(reading, options);
     if (!state->data) throw errorFrom(file, user);
     state->acquisitionRate = state->data->getMEGRecordInfozk()->sampleRate;
+    // A route may leave its own markers in the data object.
+    state->side = sideFilesOf(*state->data, options.rules);
+    Route route = options.route;
     if (options.samples) {
       const CMEGRecordInfozkProzk& header = *state->data->getMEGRecordInfozk();
-      checkRoute(options.route, file, header.numTrials);
-      user.setProgressSteps(progressSteps(options.route, header));
+      if (const auto* marked = std::get_if<MarkedTrials>(&options.route))
+        route = trialsOf(marked->marker, state->side.markers, file, header.numTrials);
+      checkRoute(route, file, header.numTrials);
+      user.setProgressSteps(progressSteps(route, header));
       RouteReader reader(reading, options, header.samplesPerTrial);
-      if (!std::visit(reader, options.route)) throw errorFrom(file, user);
+      if (!std::visit(reader, route)) throw errorFrom(file, user);
       state->data = reader.takeData();
       if (state->data->numStoredTrials() == 0) throw errorFrom(file, user);
       user.finishProgress();
@@ -180,11 +233,9 @@ Recording Recording::read(const std::filesystem::path& path, const ReadOptions& 
     state->record = convertRecord(*data.getMEGRecordInfozk());
     state->channels = convertChannels(data);
     state->coefficients = convertCoefficients(*data.getMEGRecordInfozk()->getSensorCoefficientzk());
-    state->badChannels = convertBadChannels(data);
-    state->badSegments = convertBadSegments(data);
     for (int t = 0; t < data.trialSlots(); ++t)
       if (data.trialSamples(t) != nullptr) state->trialNumbers.push_back(t);
-    if (const auto* list = std::get_if<TrialList>(&options.route); list != nullptr && options.samples)
+    if (const auto* list = std::get_if<TrialList>(&route); list != nullptr && options.samples)
       requireTrials(*list, data, file, user);
     state->warnings = user.findings();
     return Recording(std::move(state));
@@ -206,8 +257,17 @@ const std::string& Recording::name() const { return m_state->name; }
 const RecordInfo& Recording::record() const { return m_state->record; }
 const std::vector<Channel>& Recording::channels() const { return m_state->channels; }
 const std::vector<CoefficientRecord>& Recording::coefficients() const { return m_state->coefficients; }
-const std::vector<std::string>& Recording::badChannels() const { return m_state->badChannels; }
-const std::vector<BadSegment>& Recording::badSegments() const { return m_state->badSegments; }
+const std::vector<std::string>& Recording::badChannels() const { return m_state->side.badChannels; }
+const std::vector<BadSegment>& Recording::badSegments() const { return m_state->side.badSegments; }
+const std::vector<Marker>& Recording::markers() const { return m_state->side.markers; }
+const std::vector<TrialClass>& Recording::classes() const { return m_state->side.classes; }
+const Fiducials& Recording::fiducials() const { return m_state->side.fiducials; }
+const std::vector<Electrode>& Recording::electrodes() const { return m_state->side.electrodes; }
+const Digitised& Recording::digitised() const { return m_state->side.digitised; }
+const Information& Recording::information() const { return m_state->side.information; }
+const std::vector<VirtualChannel>& Recording::virtualChannels() const {
+  return m_state->side.virtualChannels;
+}
 const std::vector<int>& Recording::trialNumbers() const { return m_state->trialNumbers; }
 const std::vector<Finding>& Recording::warnings() const { return m_state->warnings; }
 

@@ -9,7 +9,10 @@
 #include <variant>
 #include <vector>
 
+#include "host/events.h"
 #include "host/finding.h"
+#include "host/head.h"
+#include "host/information.h"
 #include "host/record.h"
 
 namespace ctfmeg {
@@ -46,7 +49,12 @@ struct Pieces {
 struct TrialList {
   std::vector<int> numbers;
 };
-using Route = std::variant<Whole, EveryNth, SampleSpan, Pieces, TrialList>;
+/// The trials in which the first marker of that name occurs, as a `TrialList` of them. A name that is not
+/// there, and a marker that occurs in none of the file's trials, is refused.
+struct MarkedTrials {
+  std::string marker;
+};
+using Route = std::variant<Whole, EveryNth, SampleSpan, Pieces, TrialList, MarkedTrials>;
 
 struct Progress {
   std::string title;
@@ -119,6 +127,16 @@ class Recording {
   /// Names that the dataset marks as bad, as it has them; `Channel::good` says what they matched.
   const std::vector<std::string>& badChannels() const;
   const std::vector<BadSegment>& badSegments() const;
+
+  // What the files beside the samples say; of the file, whatever the route.
+
+  const std::vector<Marker>& markers() const;
+  const std::vector<TrialClass>& classes() const;
+  const Fiducials& fiducials() const;
+  const std::vector<Electrode>& electrodes() const;
+  const Digitised& digitised() const;
+  const Information& information() const;
+  const std::vector<VirtualChannel>& virtualChannels() const;  ///< empty under host rules
 
   /// Numbers of the trials that hold samples, rising from 0; where each lies in the file is its trial's
   /// `origin()`. Empty when samples were not read.

@@ -60,7 +60,9 @@ void RecordingInterface::finishProgress() const {
 void RecordingInterface::report(const ::Finding& finding) { add(convertFinding(finding)); }
 
 void RecordingInterface::add(const Finding& finding) {
-  const std::string place = finding.offset ? std::to_string(*finding.offset) : "";
+  const std::string place = finding.offset ? std::to_string(*finding.offset)
+                            : finding.line ? std::to_string(*finding.line)
+                                           : "";
   const bool fresh =
       m_known.insert(finding.code + '\n' + finding.file + '\n' + place + '\n' + finding.text).second;
   if (fresh) m_findings.push_back(finding);

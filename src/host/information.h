@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <variant>
+#include <vector>
+
+// What a dataset says about patient, procedure and itself, and the channels it makes of others. Texts are
+// UTF-8.
+
+namespace ctfmeg {
+inline namespace v1 {
+
+/// A tag of the information file, such as "_PATIENT_ID", with its value.
+struct InformationEntry {
+  std::string tag;
+  std::variant<std::string, double, std::int64_t> value;
+};
+
+struct Information {
+  std::vector<InformationEntry> entries;  ///< tags that were set, in file order
+  std::string text;                       ///< values that have no tag of their own, as text
+
+  /// The last value of a tag; null when it was not set.
+  const InformationEntry* find(const std::string& tag) const;
+};
+
+/// Whether the value of that tag can name a person.
+bool canIdentify(const InformationEntry& entry);
+
+/// A channel that is a weighted sum of others.
+struct VirtualChannel {
+  struct Reference {
+    std::string channel;
+    double weight = 0.0;
+  };
+
+  std::string name;
+  std::string unit;
+  std::vector<Reference> references;
+};
+
+}  // namespace v1
+}  // namespace ctfmeg
