@@ -9,6 +9,9 @@
 
 #include "simulate/channel.h"
 #include "simulate/channel_list.h"
+#include "simulate/event_files.h"
+#include "simulate/head_files.h"
+#include "simulate/infods_writer.h"
 #include "simulate/meg4_writer.h"
 #include "simulate/res4_writer.h"
 #include "simulate/trial_synthesis.h"
@@ -87,6 +90,9 @@ void writeDataset(const fs::path& directory, const Options& options, const Progr
   TemporaryDirectory temporary(withSuffix(target, randomSuffix()));
   const fs::path stem = temporary.path() / target.stem();
   writeRes4(withSuffix(stem, ".res4"), options, channels);
+  writeInfods(withSuffix(stem, ".infods"), options);
+  writeHeadFiles(stem, channels);
+  writeEventFiles(temporary.path(), options, channels);
   writeTrials(stem, options, channels, progress);
 
   requireNew(target);  // a rename may replace an empty directory made meanwhile

@@ -33,4 +33,10 @@ Vector3 headPositionFromDewar(const Vector3& positionCm) {
   return headDirectionFromDewar(positionCm - kHelmetCentreInDewarCm) + kHelmetCentreInHeadCm;
 }
 
+Vector3 dewarPositionFromHead(const Vector3& positionCm) {
+  const Vector3 head = positionCm - kHelmetCentreInHeadCm;
+  return dewarPositionFromHelmet(
+      {kCosineOfLean * head.x - kSineOfLean * head.z, head.y, kSineOfLean * head.x + kCosineOfLean * head.z});
+}
+
 }  // namespace ctfmeg::simulate

@@ -14,5 +14,6 @@ Vector3 dewarPositionFromHelmet(const Vector3& positionCm);
 // The head lies in the helmet leaning back a little; this one rigid transform relates the frames of both.
 Vector3 headDirectionFromDewar(const Vector3& direction);
 Vector3 headPositionFromDewar(const Vector3& positionCm);
+Vector3 dewarPositionFromHead(const Vector3& positionCm);
 
 }  // namespace ctfmeg::simulate
