@@ -66,6 +66,7 @@ void CCtfReader4Markers::readMarkerBlocks(LineSource& lines) {
   const TrialTiming timing{info.sampleRate, info.preTrigSamples};
   CMarkerManagerzk& manager = *m_currentData->getTrigManager();
   std::int32_t count = 0;  // blocks are read to the end of the file, not counted down
+  bool surplusTold = false;
   CString line;
   while (lines.next(line)) {
     if (line.Find(L"PATH OF DATASET:") >= 0 && !lines.nextValue(line)) return;
@@ -79,8 +80,10 @@ void CCtfReader4Markers::readMarkerBlocks(LineSource& lines) {
       auto marker = parseOneMarker(lines, timing, m_rules);
       if (!marker) return;
       manager.addMarker(std::move(marker));
-    } else if (parseMarkerSample(line, 1.0, timing, m_rules)) {
+      surplusTold = false;
+    } else if (!surplusTold && parseMarkerSample(line, 1.0, timing, m_rules)) {
       lines.passOver("marker.count", L"is one sample more than the marker says it has");
+      surplusTold = true;
     }
   }
   if (count != manager.getTotalMarkzk())

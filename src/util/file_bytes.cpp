@@ -19,7 +19,9 @@ bool openShared(CFile& file, const CString& path, CFileException& error) {
 std::vector<std::byte> readUpTo(CFile& file, std::int64_t count) {
   const std::uint64_t length = file.GetLength();
   const std::uint64_t position = file.GetPosition();
-  const std::uint64_t remaining = length > position ? length - position : 0;
+  // A little is tried whatever the length says: some files of the system have content but no length.
+  constexpr std::uint64_t kAlways = 4096;
+  const std::uint64_t remaining = std::max(length > position ? length - position : 0, kAlways);
   const auto wanted = static_cast<std::uint64_t>(std::max<std::int64_t>(count, 0));
   std::vector<std::byte> bytes(static_cast<std::size_t>(std::min(wanted, remaining)));
   bytes.resize(file.Read(bytes.data(), bytes.size()));

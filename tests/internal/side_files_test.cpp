@@ -1,113 +1,35 @@
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cmath>
-#include <span>
 
-#include "internal/probe.h"
-#include "sidefiles/bad_segments.h"
-#include "util/line_source.h"
+#include "internal/side_probe.h"
+#include "util/memory_file.h"
 #include "util/scan.h"
+
+// What all side files share: lines, numbers, messages and their place in the load sequence.
 
 namespace {
 
-/// A reader of a dataset that has one more file.
-struct WithFile : Probe {
-  WithFile(const char* name, const std::string& content, const ReadingRules& rules) : Probe(rules) {
-    path = writeDataset({});
-    writeFile(directory.path() / "run.ds" / name, content);
-    readRes4(getFilePathBasic(path));
-    CPtrArray electrodes;
-    data.importTrialChannels(1, 2, &m_sensors, &electrodes, &m_channelNames, &m_channelShortNames, nullptr);
-  }
-  std::string bad() const {
-    std::string names;
-    for (const CString& name : data.badChannelNames())
-      names += toUtf8(name) + "|";
-    return names;
-  }
-  std::string segments() const {
-    std::string text;
-    for (const BadSegment& s : data.badSegments())
-      text += std::to_string(s.trial) + ":" + std::to_string(s.startMs) + "-" + std::to_string(s.endMs) + "|";
-    return text;
-  }
-  CString path;
-};
-
-struct LineCase {
-  const char* what;
-  std::string content;
-  int host;
-  std::string hostRead;
-  int plain;
-  std::string plainRead;
-};
-
-void expectByRule(const char* file, std::span<const LineCase> cases, int (Probe::*read)(const CString&),
-                  std::string (WithFile::*result)() const) {
-  for (const LineCase& c : cases) {
-    WithFile host(file, c.content, ReadingRules::host());
-    EXPECT_EQ((host.*read)(host.path), c.host) << c.what;
-    EXPECT_EQ((host.*result)(), c.hostRead) << c.what;
-    WithFile plain(file, c.content, hostBut(&ReadingRules::everyLine));
-    EXPECT_EQ((plain.*read)(plain.path), c.plain) << c.what;
-    EXPECT_EQ((plain.*result)(), c.plainRead) << c.what;
-  }
-}
-
-TEST(SideFiles, BadChannelsByRule) {
-  const std::string filler(4090, 'x');
-  const LineCase cases[] = {
-      {"CR LF", "MLC11\r\nSTIM\r\nNONE\r\n", 1, "MLC11|", 0, "MLC11|STIM|NONE|"},
-      {"CR and LF, blank lines", "\n\nMLC11\r\r\nSTIM\n", 1, "MLC11|", 0, "MLC11|STIM|"},
-      {"no line end", "MLC11", 0, "", 0, "MLC11|"},
-      {"empty", "", 1, "", 0, ""},
-      {"not trimmed", " MLC11 \n", 1, " MLC11 |", 0, " MLC11 |"},
-      {"Latin-1", "M\xFC\n", 1, "M\xC3\xBC|", 0, "M\xC3\xBC|"},
-      {"one block, not more", filler + "\nabcd\n", 1, std::string(2048, 'x') + "|", 0, filler + "|abcd|"},
-      {"a byte into the second block",
-       std::string(2000, 'a') + "\n" + std::string(2000, 'b') + "\n" + std::string(94, 'c') + "\nlast\n", 1,
-       std::string(2000, 'a') + "|" + std::string(2000, 'b') + "|" + std::string(94, 'c') + "|", 0,
-       std::string(2000, 'a') + "|" + std::string(2000, 'b') + "|" + std::string(94, 'c') + "|last|"},
-  };
-  expectByRule("BadChannels", cases, &Probe::readBadChannels, &WithFile::bad);
-}
-
-TEST(SideFiles, BadChannelsMatchTheFullNameThenTheShortOne) {
-  WithFile reader("BadChannels", "STIM\nMLC11-2805\n", ReadingRules::plain());
-  reader.readBadChannels(reader.path);
-  EXPECT_FALSE(reader.data.channels()[0].good);
-  EXPECT_FALSE(reader.data.channels()[1].good);
-  EXPECT_EQ(reader.data.setChannelGood4Name(L"MLC11", true, -1, true), 1);
-  EXPECT_TRUE(reader.data.channels()[0].good);
-  EXPECT_EQ(reader.data.setChannelGood4Name(L"MLC1", false, -1, true), 0);
-}
-
-TEST(SideFiles, BadSegmentsByRule) {
-  const LineCase cases[] = {
-      {"three fields", "3 0.5 1.25\n", 1, "3:500.000000-1250.000000|", 0, "3:500.000000-1250.000000|"},
-      {"more fields, signs, tabs", "+3\t-.5e1  1 2 3\n", 1, "3:-5000.000000-1000.000000|", 0,
-       "3:-5000.000000-1000.000000|"},
-      {"two fields", "3 0.5\n1 0 1\n", 0, "", 0, ""},
-      {"clamped", "99999999999 0 1\n", 1, "2147483647:0.000000-1000.000000|", 0,
-       "2147483647:0.000000-1000.000000|"},
-  };
-  expectByRule("bad.segments", cases, &Probe::readBadSegments, &WithFile::segments);
-  WithFile plain("bad.segments", "\n1 0 1\nnonsense\r\n2 0 1", ReadingRules::plain());
-  plain.readBadSegments(plain.path);
-  EXPECT_EQ(plain.segments(), "1:0.000000-1000.000000|2:0.000000-1000.000000|");
-  ASSERT_EQ(plain.codes(), "segment.line");
-  EXPECT_EQ(plain.user.findings()[0].line, 3);
-}
-
-TEST(SideFiles, SegmentTimesAreSinglePrecisionByRule) {
-  const CString line(L"1 0.1 16777.217");
-  const auto host = parseBadSegment(line, ReadingRules::host());
-  const auto plain = parseBadSegment(line, hostBut(&ReadingRules::doubleNumbers));
-  ASSERT_TRUE(host && plain);
-  EXPECT_EQ(host->startMs, double{0.1F * 1000.0F});
-  EXPECT_EQ(host->endMs, double{16777.217F * 1000.0F});
-  EXPECT_EQ(plain->endMs, 16777.217 * 1000.0);
+TEST(SideFiles, LinesAndValues) {
+  MemoryFile file("a\r\n\r\n\nb\rc\n\n\r\nd");
+  ReadingRules rules = ReadingRules::plain();
+  LineSource lines(file, rules);
+  CString line;
+  std::string all;
+  const auto add = [&](bool there) { all += there ? toUtf8(line) + "|" : "end"; };
+  add(lines.next(line));
+  add(lines.nextValue(line));
+  add(lines.next(line));
+  lines.putBack();
+  add(lines.nextValue(line));
+  add(lines.nextValue(line));
+  add(lines.nextValue(line));
+  add(lines.next(line));
+  add(lines.next(line));
+  lines.putBack();
+  add(lines.next(line));
+  EXPECT_EQ(all, "a||b|b|c||d|endend");
 }
 
 TEST(SideFiles, ScanTakesWhatTheFormatSays) {
@@ -136,21 +58,127 @@ TEST(SideFiles, ScanTakesWhatTheFormatSays) {
   EXPECT_EQ(f, 1.0);
 }
 
+#ifdef TEST_LOCALES
+TEST(SideFiles, ALocaleOfTheHostChangesNoNumber) {
+  setenv("LOCPATH", TEST_LOCALES, 1);
+  ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
+  char comma[8];
+  std::snprintf(comma, sizeof comma, "%.1f", 0.5);
+  const std::string infods = Bytes().raw("WS1_").i32(1).raw("x").i32(4).f64(0.5).str();
+  WithFile reader("run.infods", infods, ReadingRules::plain());
+  writeFile(reader.directory.path() / "run.ds" / "bad.segments", "1 0.5 1,5\n");
+  reader.readInfoDsFile(reader.base() + L"infods");
+  reader.readBadSegments(reader.base());
+  std::setlocale(LC_ALL, "C");
+  ASSERT_STREQ(comma, "0,5") << "the locale has no comma";
+  EXPECT_EQ(toUtf8(reader.info().information.text), "0.500000 \n");
+  EXPECT_EQ(reader.data.badSegments().at(0).startMs, 500.0);
+  EXPECT_EQ(reader.data.badSegments().at(0).endMs, 1000.0);
+}
+#endif
+
+using Operation = int (*)(Probe&, const CString&);
+
+/// Every side file: its name, its reader, what is shown when it can't be opened and when it can't be read.
+struct Reader {
+  const char* file;
+  Operation read;
+  std::string openError, readError;
+};
+
+const Reader kReaders[] = {
+    {"run.hc", [](Probe& p, const CString& base) { return p.readHeadCoilsToDataset(base); },
+     "Open file Failed", "Read head position error!"},
+    {"run.hc", [](Probe& p, const CString& base) { return p.readHeadCoilsToLocalization(base); },
+     "Open file Failed", "Read head position error!"},
+    {"MarkerFile.mrk", [](Probe& p, const CString& base) { return p.readMarkers(base) - 1; },
+     "Can't open file %, error = 5\n", ""},
+    {"MarkerFile.mrk.bak", [](Probe& p, const CString& base) { return p.readMarkers(base) - 1; },
+     "Can't open file %, error = 5\n", ""},
+    {"MarkerFile.mrk", [](Probe& p, const CString& base) { return p.loadMarkerFile(base); },
+     "Can't open file %, error = 5\n", ""},
+    {"ClassFile.cls", [](Probe& p, const CString& base) { return p.readClassFile(base); }, "Open file Failed",
+     "Reading trigger error!"},
+    {"run.infods", [](Probe& p, const CString& base) { return p.readInfoDsFile(base + L"infods"); },
+     "Open file Failed", "Reading trigger error!"},
+    {"run.eeg", [](Probe& p, const CString& base) { return p.readEegFile(base + L"eeg"); },
+     "Open file Failed", "Reading EEG file error!"},
+    {"run.pos", [](Probe& p, const CString& base) { return p.readPosFile(base + L"pos"); },
+     "Open file Failed", "Reading trigger error!"},
+    {"VirtualChannels", [](Probe& p, const CString& base) { return p.readVirtualChannels(base); },
+     "Open file Failed", "Reading virtual channel error!"},
+    {"BadChannels", [](Probe& p, const CString& base) { return p.readBadChannels(base); }, "Open file Failed",
+     "Reading trigger error!"},
+    {"bad.segments", [](Probe& p, const CString& base) { return p.readBadSegments(base); },
+     "Open file Failed", "Reading trigger error!"},
+};
+
 TEST(SideFiles, MissingIsSilentAndUnreadableIsTold) {
+  const bool canFail = std::filesystem::exists("/proc/self/mem");  // opens, but can't be read at its start
+  for (const Reader& r : kReaders) {
+    SCOPED_TRACE(r.file);
+    Probe reader(hostBut(&ReadingRules::everyLine));
+    const CString base = Probe::getFilePathBasic(reader.writeDataset({}));
+    EXPECT_EQ(r.read(reader, base), 0);
+    EXPECT_EQ(reader.user.transcript(), Lines{}) << "missing";
+    const auto file = reader.directory.path() / "run.ds" / r.file;
+    std::filesystem::create_directory(file);
+    EXPECT_EQ(r.read(reader, base), 0);
+    std::string message = "message: " + r.openError;
+    if (const auto place = message.find('%'); place != std::string::npos)
+      message.replace(place, 1, toUtf8(toWindowsPath(file.string())));
+    EXPECT_EQ(reader.user.transcript(), Lines{message}) << "a directory";
+    if (!canFail) continue;
+    std::filesystem::remove(file);
+    std::filesystem::create_symlink("/proc/self/mem", file);
+    Probe failing(hostBut(&ReadingRules::everyLine));
+    r.read(failing, base);
+    EXPECT_EQ(failing.user.transcript(), r.readError.empty() ? Lines{} : Lines{"message: " + r.readError})
+        << "can't be read";
+    EXPECT_FALSE(failing.user.findings().empty());
+    for (const Finding& finding : failing.user.findings())
+      EXPECT_EQ(finding.severity, Finding::Severity::warning);
+  }
+}
+
+TEST(SideFiles, AreReadInTheirOrder) {
+  // Each is a directory, so that its reader shows itself, in the order of the calls.
   Probe reader;
   const CString path = reader.writeDataset({});
-  EXPECT_EQ(reader.readBadChannels(path), 0);
-  EXPECT_EQ(reader.user.transcript(), Lines{});
-  std::filesystem::create_directory(reader.directory.path() / "run.ds" / "BadChannels");
-  EXPECT_EQ(reader.readBadChannels(path), 0);
-  EXPECT_EQ(reader.user.transcript(), Lines{"message: Open file Failed"});
-  if (!std::filesystem::exists("/proc/self/mem")) return;
-  std::filesystem::create_symlink("/proc/self/mem", reader.directory.path() / "run.ds" / "bad.segments");
-  Probe plain(hostBut(&ReadingRules::everyLine));
-  EXPECT_EQ(plain.readDatasetInfo(path, &plain.data, nullptr), 1) << "a recording can be used without them";
-  EXPECT_EQ(plain.user.transcript(), (Lines{"message: Reading trigger error!", "message: Open file Failed"}));
-  for (const Finding& finding : plain.user.findings())
-    EXPECT_EQ(finding.severity, Finding::Severity::warning);
+  const auto folder = reader.directory.path() / "run.ds";
+  for (const Reader& r : kReaders)
+    std::filesystem::create_directory(folder / r.file);
+  const auto opened = [&] {
+    std::string files;
+    for (const Finding& finding : reader.user.findings()) {
+      const std::string file = toUtf8(finding.file);
+      files += file.substr(file.find_last_of('\\') + 1) + " ";
+    }
+    return files;
+  };
+  const std::string rest = "ClassFile.cls bad.segments BadChannels run.pos VirtualChannels ";
+  EXPECT_EQ(reader.readDatasetInfo(path, &reader.data, nullptr), 1) << "a recording can be used without them";
+  EXPECT_EQ(opened(), "run.eeg MarkerFile.mrk MarkerFile.mrk.bak run.hc run.hc run.infods " + rest);
+
+  const std::size_t before = opened().size();
+  CMEGDatazk split;
+  CPtrArray array;
+  EXPECT_EQ(reader.readTrialSplitToArray(path, &array, 2, nullptr), 1);
+  EXPECT_EQ(opened().substr(before),
+            "run.eeg run.hc run.hc run.infods MarkerFile.mrk MarkerFile.mrk.bak " + rest);
+  delete static_cast<CMEGDatazk*>(array.GetAt(0));
+
+  const std::size_t info = opened().size();
+  CMarkerDatazk marker;
+  marker.samples.resize(12);
+  CMEGDatazk marked, checked;
+  EXPECT_EQ(reader.readDatasetInfo(path, &marked, &marker), 1);
+  EXPECT_EQ(opened().substr(info), "run.eeg run.hc run.hc run.infods " + rest)
+      << "the host's marker, not the file's";
+  EXPECT_EQ(marked.getTrigManager()->getTotalTrgMrkPts(), 12);
+  const std::size_t check = opened().size();
+  EXPECT_EQ(reader.checkDataset(path, &checked), 1);
+  EXPECT_EQ(opened().substr(check), "run.eeg MarkerFile.mrk MarkerFile.mrk.bak ");
 }
 
 }  // namespace

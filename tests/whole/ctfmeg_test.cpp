@@ -207,6 +207,92 @@ TEST_F(Ctfmeg, InfoAsJson) {
   EXPECT_EQ(json::parse(run({"info", "--json", "--rules=host", dataset}).out).at("rules"), "host");
 }
 
+/// A dataset with one of every file beside it.
+void addSideFiles(const std::string& dataset) {
+  const auto add = [&](const char* name, const std::string& content) { writeFile(dataset + name, content); };
+  std::string coils;
+  for (const char* coil : {"nasion", "left ear", "right ear"})
+    for (const char* place :
+         {"measured * coil position relative to dewar\n", "x = 1\n", "y = 0.5\n", "z = -27\n"}) {
+      const std::string line(place);
+      const std::size_t star = line.find('*');
+      coils += star == std::string::npos ? line : line.substr(0, star) + coil + line.substr(star + 1);
+    }
+  const auto block = [](const std::string& name, const std::string& kind, const std::string& list) {
+    return "CLASSGROUPID:\n3\nNAME:\n" + name +
+           "\nCOMMENT:\nby Doe\nCOLOR:\nlime\nEDITABLE:\nYes\nCLASSID:\n1\nNUMBER OF " + kind +
+           ":\n1\nLIST OF " + kind + ":\nTRIAL NUMBER, TIME FROM SYNC POINT (in seconds)\n" + list + "\n";
+  };
+  add("/run.hc", coils);
+  add("/MarkerFile.mrk", "NUMBER OF MARKERS:\n1\n" + block("=tone", "SAMPLES", "+1 0.0025"));
+  add("/ClassFile.cls", "NUMBER OF CLASSES:\n1\n" + block("BAD", "TRIALS", "+17"));
+  add("/run.eeg", "1 Cz 0 0 9.5\nwhat\n");
+  add("/run.pos", "1\n1 0 0 9.25\nnasion 10 0 0\nleft 0 7 0\nright 0 -7 0\n");
+  add("/bad.segments", "3 0.5 1.25\n");
+  add("/VirtualChannels", "VirtualChannel\n{\nName: A\nUnit: T\nRef: MLC11,0.5\n}\n");
+  const auto sized = [](const std::string& text) {
+    return Bytes().i32(static_cast<std::int64_t>(text.size())).raw(text).str();
+  };
+  const auto text = [&](const char* tag, const std::string& value) {
+    return sized(tag) + Bytes().i32(10).str() + sized(value);
+  };
+  add("/run.infods", "WS1_" + text("_PATIENT_ID", "Doe") + text("note", "Doe") + sized("_PATIENT_SEX") +
+                         Bytes().i32(5).i32(2).str() + sized("_DATASET_VERSION") +
+                         Bytes().i32(5).i32(9).str() + sized("EndOfParameters"));
+}
+
+TEST_F(Ctfmeg, SideFilesAsJson) {
+  const std::string dataset = write("a.ds");
+  addSideFiles(dataset);
+  const CommandResult result = run({"info", "--json", dataset});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_TRUE(contains(result.err, dataset + "/run.eeg: warning: ")) << result.err;
+  const json info = json::parse(result.out);
+  const json expected = json::parse(R"({
+      "markers": [{"name": "=tone", "comment": "by Doe", "color": "#00ff00", "editable": true, "classId": 1,
+                   "classGroupId": 3, "numSamples": 1, "samples": [{"trial": 1, "timeMs": 2.5, "sample": 3}]}],
+      "classes": [{"name": "BAD", "comment": "by Doe", "color": "#00ff00", "editable": true, "classId": 1,
+                   "classGroupId": 3, "numTrials": 1, "trials": [17]}],
+      "fiducials": {"dewarStandard": null, "headMeasured": null, "dewarToHead": null, "dewarMeasured": {
+        "numPoints": 3, "nasion": [-5, 10, -270], "leftEar": [-5, 10, -270], "rightEar": [-5, 10, -270],
+        "inion": null, "cz": null}},
+      "electrodes": [{"number": 1, "name": "Cz", "position": [0, 0, 9.5]}],
+      "digitised": {"points": [{"number": 1, "position": [0, 0, 9.25]}], "fiducials": [
+        {"label": "nasion", "position": [10, 0, 0]}, {"label": "left", "position": [0, 7, 0]},
+        {"label": "right", "position": [0, -7, 0]}]},
+      "infods": {"_PATIENT_ID": "Doe", "note": "Doe", "_PATIENT_SEX": 2, "_DATASET_VERSION": 9},
+      "infodsText": "\nDoe", "badChannels": [], "badSegments": [{"trial": 3, "startMs": 500, "endMs": 1250}],
+      "virtualChannels": [{"name": "A", "unit": "T", "references": [{"channel": "MLC11", "weight": 0.5}]}],
+      "warnings": [{"code": "eeg.line", "file": "run.eeg", "line": 2,
+                    "text": "is not the number, name and position of an electrode"}]})");
+  for (const auto& [key, value] : expected.items())
+    EXPECT_EQ(info.at(key), value) << key;
+
+  const json host = json::parse(run({"info", "--json", "--rules=host", dataset}).out);
+  EXPECT_EQ(host.at("markers")[0].at("classGroupId"), 100);
+  EXPECT_EQ(host.at("virtualChannels"), json::array());
+  const json anonymous = json::parse(run({"info", "--json", "--no-identity", dataset}).out);
+  EXPECT_EQ(anonymous.at("infods"), (json{{"_DATASET_VERSION", 9}}));
+}
+
+TEST_F(Ctfmeg, TablesAndTrialsOfMarkers) {
+  const std::string given = write("a.ds"), other = write("b.ds");
+  addSideFiles(given);
+  EXPECT_EQ(run({"markers", "--csv", given, other}).out, "marker,trial,timeMs,sample\r\n'=tone,1,2.5,3\r\n");
+  EXPECT_EQ(run({"headcoils", "--csv", given, other}).out,
+            "set,point,x,y,z\r\ndewarMeasured,nasion,-5,10,-270\r\ndewarMeasured,leftEar,-5,10,-270\r\n"
+            "dewarMeasured,rightEar,-5,10,-270\r\n");
+  EXPECT_TRUE(contains(run({"markers", given, other}).out, other + ":\nno markers\n"));
+  EXPECT_TRUE(contains(run({"headcoils", given}).out, "dewarMeasured  leftEar   -5.0    10.0    -270.0"));
+
+  const std::vector<std::string> byMarker{"export", given, "--marker", "=tone", "-o", "-"};
+  EXPECT_EQ(run(byMarker).out, run({"export", given, "--trials", "1", "-o", "-"}).out);
+  expectFailed(run({"export", given, "--marker", "TONE", "-o", "-"}), given + "/run.res4", "there are =tone");
+  const json info = json::parse(run({"info", "--json", given, "--marker", "=tone"}).out);
+  EXPECT_EQ(info.at("trialNumbers"), json::parse("[1]"));
+  EXPECT_EQ(info.at("markers")[0].at("name"), "=tone") << "the file's markers, on every route";
+}
+
 TEST_F(Ctfmeg, NoIdentity) {
   MinimalDataset dataset;
   for (const std::size_t offset : {8, 264, 520, 778, 1033, 1360, 1392, 1648, 1680, 1712, 1744, 1776})
@@ -215,8 +301,12 @@ TEST_F(Ctfmeg, NoIdentity) {
   fs::create_directory(path("Doe"));
   const std::string a = write("Doe/a.ds", dataset);
   const std::string b = write("Doe/b.ds", dataset);
-  for (const auto& arguments : std::vector<std::vector<std::string>>{
-           {"info", a, b}, {"info", "--json", a, path("Doe/c.ds")}, {"channels", a, b}}) {
+  addSideFiles(a);
+  for (const auto& arguments : std::vector<std::vector<std::string>>{{"info", a, b},
+                                                                     {"info", "--json", a, path("Doe/c.ds")},
+                                                                     {"channels", a, b},
+                                                                     {"markers", a, b},
+                                                                     {"headcoils", a, b}}) {
     auto without = arguments;
     without.emplace_back("--no-identity");
     EXPECT_TRUE(contains(run(arguments).out, "Doe")) << arguments[0];

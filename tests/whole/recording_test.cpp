@@ -214,6 +214,7 @@ TEST(Recording, RoutesKeepTimes) {
   EXPECT_EQ(refused(SampleSpan{3, 2}),
             "refused | run.res4 | has no samples in that span: a trial has samples 0 to 4");
   EXPECT_EQ(refused(TrialList{{0, 2}}), "refused | run.res4 | has no trial 2: there are trials 0 to 1");
+  EXPECT_EQ(refused(MarkedTrials{"tone"}), "refused | run.res4 | has no marker tone: there are none");
   EXPECT_TRUE(refused(EveryNth{0}).starts_with("refused"));
   EXPECT_TRUE(refused(Pieces{0}).starts_with("refused"));
   fs::resize_file(run.parent_path() / "run.meg4", 8 + 20);
@@ -252,11 +253,44 @@ TEST(Recording, ReadsTheRealRecordingByBothRules) {
   }
   EXPECT_EQ(gradiometers, 273);
 
+  const Fiducials& fiducials = plain.fiducials();
+  ASSERT_TRUE(fiducials.dewarStandard && fiducials.dewarMeasured && fiducials.headMeasured);
+  ASSERT_TRUE(fiducials.dewarToHead);
+  const auto& nasion = *fiducials.dewarMeasured->nasionMm;  // CTF axes (y, -x, z)
+  EXPECT_NEAR(nasion[1], 67.2107, 1e-9);
+  EXPECT_NEAR(-nasion[0], 65.033, 1e-9);
+  EXPECT_NEAR(nasion[2], -277.205, 1e-9);
+  for (const auto& [name, point] : kFiducialNames) {
+    const auto& dewar = (*fiducials.dewarMeasured).*point;
+    const auto& head = (*fiducials.headMeasured).*point;
+    ASSERT_EQ(dewar.has_value(), head.has_value()) << name;
+    for (std::size_t row = 0; dewar && row < 3; ++row) {
+      const auto& r = (*fiducials.dewarToHead)[row];
+      EXPECT_NEAR(r[0] * (*dewar)[0] + r[1] * (*dewar)[1] + r[2] * (*dewar)[2] + r[3], (*head)[row], 0.1)
+          << name;
+    }
+  }
+  ASSERT_EQ(plain.classes().size(), 1u);
+  EXPECT_EQ(plain.classes()[0].name, "BAD");
+  EXPECT_EQ(plain.classes()[0].comment, "");
+  EXPECT_EQ(plain.classes()[0].color, 0xFF0000u);
+  EXPECT_EQ(plain.classes()[0].trials, std::vector<std::int32_t>{});
+  EXPECT_TRUE(plain.markers().empty());
+  EXPECT_TRUE(plain.badChannels().empty());
+  const auto told = [&plain](const char* tag) { return plain.information().find(tag)->value; };
+  EXPECT_EQ(std::get<std::string>(told("_PATIENT_ID")), "Anonymized4977_1448272137_0");
+  EXPECT_EQ(std::get<std::int64_t>(told("_PATIENT_SEX")), 2);
+  EXPECT_EQ(std::get<std::string>(told("_DATASET_SYSTEMTYPE")), "cmeg");
+  EXPECT_EQ(std::get<double>(told("_DATASET_UPPERBANDWIDTH")), 300.0);
+  EXPECT_EQ(std::get<std::int64_t>(told("_DATASET_MAXHEADMOTIONTRIAL")), 1);
+
   ReadOptions hostRules;
   hostRules.rules = Rules::host;
   const Recording host = Recording::read(REAL_RECORDING, hostRules);
   EXPECT_TRUE(host.coefficients()[0].references[0].reference.starts_with("BG1-4304@k"));
   EXPECT_NEAR(baseline(host.channels()[32]), 500.0, 10.0);
+  EXPECT_TRUE(host.classes().empty());
+  EXPECT_TRUE(host.fiducials().headMeasured);
   EXPECT_EQ(host.record().sensorFileName, "\x01") << "rubbish behind the zero bytes of an empty field";
   EXPECT_TRUE(std::ranges::equal(host.trial(1).raw(), plain.trial(1).raw()));
 }

@@ -77,6 +77,35 @@ TEST(Simulate, ReadsBackAsARecording) {
   EXPECT_FALSE(recording.coefficients().empty());
 }
 
+TEST(Simulate, SaysWhereTheHeadIsAndWhatHappened) {
+  TemporaryDirectory directory;
+  const Recording recording = Recording::read(simulated(directory.path(), "a.ds", smallOptions()));
+  const auto& toHead = recording.fiducials().dewarToHead;
+  ASSERT_TRUE(toHead);
+  // The head coils carry the sensors of the dewar to where the resource file has them on the head.
+  for (const Channel& channel : recording.channels()) {
+    if (channel.kind != ChannelKind::gradiometer) continue;
+    for (std::size_t coil = 0; coil < 2; ++coil)
+      for (std::size_t row = 0; row < 3; ++row) {
+        const auto& dewar = channel.dewarCoils[coil].positionCm;
+        const auto& r = (*toHead)[row];
+        EXPECT_NEAR(r[0] * dewar[0] + r[1] * dewar[1] + r[2] * dewar[2] + r[3] / 10,
+                    channel.headCoils[coil].positionCm[row], 1e-3)
+            << channel.name;
+      }
+  }
+  ASSERT_EQ(recording.markers().size(), 2u);
+  EXPECT_EQ(recording.markers()[0].samples.size(), 5u);
+  EXPECT_EQ(recording.markers()[0].samples[4].sample, 60) << "at the trigger";
+  EXPECT_EQ(recording.classes().at(0).trials, std::vector<std::int32_t>{4});
+  EXPECT_EQ(recording.badSegments().at(0).endMs, 200.0);
+  EXPECT_EQ(std::ranges::count(recording.channels(), false, &Channel::good), 1);
+  EXPECT_EQ(recording.electrodes().size(), recording.digitised().points.size());
+  EXPECT_EQ(recording.digitised().fiducials.size(), 3u);
+  EXPECT_EQ(std::get<std::string>(recording.information().find("_DATASET_SYSTEMTYPE")->value), "cmeg");
+  EXPECT_EQ(recording.virtualChannels().at(0).references.size(), 2u);
+}
+
 TEST(Simulate, TheSameSeedGivesTheSameBytes) {
   TemporaryDirectory directory;
   auto options = smallOptions();
