@@ -12,6 +12,7 @@
 namespace {
 
 constexpr MarkerBlockKind kClassBlock{
+    .total = L"NUMBER OF CLASSES",
     .keywords = {L"NAME:", L"COMMENT:", L"COLOR:", L"EDITABLE:", L"CLASSID:", L"NUMBER OF TRIALS:",
                  L"LIST OF TRIALS:", L"TRIAL NUMBER", L"CLASSGROUPID:"},
     .plusSignsRemoved = false,
@@ -61,26 +62,18 @@ std::unique_ptr<CMarkerDatazk> parseOneClass(LineSource& lines, const ReadingRul
 
 int CCtfReader4Markers::readClassFile(const CString& path) {
   return readSideLines(getFilePathDir(path) + L"ClassFile.cls", {}, m_rules, [this](LineSource& lines) {
+    CMarkerManagerzk& manager = *m_currentData->getClassManager();
     CString line;
     std::int32_t count = 0;  // blocks are read to the end, not counted down
     while (lines.more()) {
-      if (!lines.next(line)) {
-        if (count != m_currentData->getClassManager()->getTotalMarkzk())
-          lines.note("class.count", L"holds another number of classes than it says");
-        return 0;
-      }
-      if (line.Find(L"PATH OF DATASET:") >= 0 && !lines.nextValue(line)) return 0;
-      if (line.Find(L"NUMBER OF CLASSES") >= 0) {
-        if (!lines.nextValue(line)) return 0;
-        if (scan(line, L"%d", {&count}, ScanPrecision::full) != 1 &&
-            !lines.passOver("class.number", L"is not a number"))
-          return 0;
-      }
-      if (line.Find(L"CLASSGROUPID:") >= 0) {
-        auto trialClass = parseOneClass(lines, m_rules);
-        if (!trialClass) return 0;
-        m_currentData->getClassManager()->addMarker(std::move(trialClass));
-      }
+      const Found found = readBetweenBlocks(lines, kClassBlock, line, count);
+      if (found == Found::endOfFile && count != manager.getTotalMarkzk())
+        lines.note("class.count", L"holds another number of classes than it says");
+      if (found != Found::here) return 0;
+      if (line.Find(kClassBlock.keywords[kNextBlock]) < 0) continue;
+      auto trialClass = parseOneClass(lines, m_rules);
+      if (!trialClass) return 0;
+      manager.addMarker(std::move(trialClass));
     }
     return 1;
   });

@@ -23,6 +23,14 @@ bool readNumber(const LineSource& lines, const MarkerBlockKind& kind, CString te
 
 }  // namespace
 
+Found readBetweenBlocks(LineSource& lines, const MarkerBlockKind& kind, CString& line, std::int32_t& total) {
+  if (!lines.next(line)) return Found::endOfFile;
+  if (line.Find(L"PATH OF DATASET:") >= 0 && !lines.nextValue(line)) return Found::endOfFile;
+  if (line.Find(kind.total) < 0) return Found::here;
+  if (!lines.nextValue(line)) return Found::endOfFile;
+  return readNumber(lines, kind, line, false, total) ? Found::here : Found::missing;
+}
+
 Found seekKeyword(LineSource& lines, const MarkerBlockKind& kind, BlockKeyword keyword) {
   CString line;
   while (lines.next(line)) {

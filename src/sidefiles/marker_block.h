@@ -12,6 +12,7 @@
 
 /// How the blocks of a file differ.
 struct MarkerBlockKind {
+  const wchar_t* total;                    ///< keyword of the number of blocks
   std::array<const wchar_t*, 9> keywords;  ///< in their order; the last is what the next block begins with
   bool plusSignsRemoved;                   ///< from class group and class number, before they are scanned
   const char* keywordCode;
@@ -33,6 +34,10 @@ enum BlockKeyword : std::size_t {
 };
 
 enum class Found { here, missing, endOfFile };
+
+/// Reads the next line between blocks, past the dataset's path and the number of blocks; that number is only
+/// told. `missing` when it is none and the file is to be given up.
+Found readBetweenBlocks(LineSource& lines, const MarkerBlockKind& kind, CString& line, std::int32_t& total);
 
 /// Reads up to the line that holds a keyword of the block.
 Found seekKeyword(LineSource& lines, const MarkerBlockKind& kind, BlockKeyword keyword);

@@ -5,18 +5,9 @@
 #include <new>
 
 #include "framework/user_interface.h"
-#include "sidefiles/marker_block.h"
 #include "util/scan.h"
 
 namespace {
-
-constexpr MarkerBlockKind kMarkerBlock{
-    .keywords = {L"NAME:", L"COMMENT:", L"COLOR:", L"EDITABLE:", L"CLASSID:", L"NUMBER OF SAMPLES:",
-                 L"LIST OF SAMPLES:", L"TRIAL NUMBER", L"CLASSGROUPID"},
-    .plusSignsRemoved = true,
-    .keywordCode = "marker.keyword",
-    .numberCode = "marker.number",
-    .shortCode = "marker.short"};
 
 // Hosts expect every marker in this class group, whatever the file says.
 constexpr std::int32_t kHostGroup = 100;

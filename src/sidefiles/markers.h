@@ -5,7 +5,16 @@
 
 #include "datamodel/markers/marker.h"
 #include "datamodel/meg/record_info.h"
-#include "util/line_source.h"
+#include "sidefiles/marker_block.h"
+
+inline constexpr MarkerBlockKind kMarkerBlock{
+    .total = L"NUMBER OF MARKERS",
+    .keywords = {L"NAME:", L"COMMENT:", L"COLOR:", L"EDITABLE:", L"CLASSID:", L"NUMBER OF SAMPLES:",
+                 L"LIST OF SAMPLES:", L"TRIAL NUMBER", L"CLASSGROUPID"},
+    .plusSignsRemoved = true,
+    .keywordCode = "marker.keyword",
+    .numberCode = "marker.number",
+    .shortCode = "marker.short"};
 
 /// Where times of a marker file lie among a trial's samples.
 struct TrialTiming {

@@ -2,7 +2,6 @@
 #include "reader/ctf_dataset_reader.h"
 #include "sidefiles/markers.h"
 #include "sidefiles/side_file.h"
-#include "util/scan.h"
 
 // MarkerFile.mrk: the dataset's path, the number of markers, then a block for each. MarkerFile.mrk.bak is of
 // the same form, and is read when the first file yields no marker.
@@ -68,15 +67,8 @@ void CCtfReader4Markers::readMarkerBlocks(LineSource& lines) {
   std::int32_t count = 0;  // blocks are read to the end of the file, not counted down
   bool surplusTold = false;
   CString line;
-  while (lines.next(line)) {
-    if (line.Find(L"PATH OF DATASET:") >= 0 && !lines.nextValue(line)) return;
-    if (line.Find(L"NUMBER OF MARKERS") >= 0) {
-      if (!lines.nextValue(line)) return;
-      if (scan(line, L"%d", {&count}, ScanPrecision::full) != 1 &&
-          !lines.passOver("marker.number", L"is not a number"))
-        return;
-    }
-    if (line.Find(L"CLASSGROUPID") >= 0) {
+  while (readBetweenBlocks(lines, kMarkerBlock, line, count) == Found::here) {
+    if (line.Find(kMarkerBlock.keywords[kNextBlock]) >= 0) {
       auto marker = parseOneMarker(lines, timing, m_rules);
       if (!marker) return;
       manager.addMarker(std::move(marker));
