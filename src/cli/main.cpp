@@ -66,6 +66,9 @@ void addRoutes(CLI::App* command, std::optional<Route>& route) {
   add("--samples", "FIRST:LAST", "samples FIRST to LAST of each trial, counted from 0", parseSpan);
   add("--split", "N", "each trial as N shorter ones", parsePieces);
   add("--trials", "LIST", "trials by number, counted from 0 (0,2,5-7)", parseTrials);
+  routes->add_flag_callback(
+      "--ask-resample", [&route] { route = AskToResample{}; },
+      "all of them, or every N-th: asked for more than 400 MB");
   add("--marker", "NAME", "the trials that carry the first marker of that name", parseMarker);
 }
 
@@ -76,8 +79,7 @@ void addChannels(CLI::App* command, std::optional<std::string>& channels) {
 
 /// The command line for CLI11, which wants it in reverse. It takes a path in brackets for a list of several,
 /// so such a path is given as one that begins with its folder.
-std::vector<std::string> argumentsOf(int argc, char** argv) {
-  std::vector<std::string> arguments(argv + 1, argv + argc);
+std::vector<std::string> argumentsOf(std::vector<std::string> arguments) {
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const bool bracketed = arguments[i].starts_with('[') && arguments[i].ends_with(']');
     if (bracketed && (i == 0 || arguments[i - 1] != "--channels")) arguments[i] = "./" + arguments[i];
@@ -86,7 +88,7 @@ std::vector<std::string> argumentsOf(int argc, char** argv) {
   return arguments;
 }
 
-int run(int argc, char** argv) {
+int run(const std::vector<std::string>& arguments) {
   CLI::App app("Reads MEG recordings made on CTF systems.", "ctfmeg");
   app.failure_message([](const CLI::App*, const CLI::Error& error) {
     return std::string("ctfmeg: ") + error.what() + "\nctfmeg: run it with --help to see what there is\n";
@@ -171,13 +173,14 @@ int run(int argc, char** argv) {
   simulateCommand->callback([&] { exitCode = runSimulate(directory, simulated, quiet); });
 
   const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
-  const auto isNamed = [argv](const CLI::App* command) { return command->get_name() == argv[1]; };
-  if (argc > 1 && argv[1][0] != '-' && std::none_of(commands.begin(), commands.end(), isNamed)) {
-    say("", "there is no command " + std::string(argv[1]) + "; run it with --help to see what there is");
+  const std::string first = arguments.empty() ? "-" : arguments.front();
+  const auto isNamed = [&first](const CLI::App* command) { return command->get_name() == first; };
+  if (!first.starts_with('-') && std::none_of(commands.begin(), commands.end(), isNamed)) {
+    say("", "there is no command " + first + "; run it with --help to see what there is");
     return kWrongUsage;
   }
   try {
-    app.parse(argumentsOf(argc, argv));
+    app.parse(argumentsOf(arguments));
   } catch (const CLI::ParseError& error) {
     if (app.exit(error, std::cout, std::cerr) != 0) return kWrongUsage;
     finishOutput();
@@ -190,7 +193,7 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
   prepareProcess();
   try {
-    return run(argc, argv);
+    return run(programArguments(argc, argv));
   } catch (const Interrupted&) {
     return kInterrupted;
   } catch (const CommandError& error) {

@@ -1,5 +1,10 @@
 #pragma once
 
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <vector>
+
 namespace ctfmeg::cli {
 
 /// Thrown where work stops because of Ctrl-C, so that what was begun is taken away.
@@ -11,6 +16,13 @@ struct Interrupted {};
 void prepareProcess();
 
 bool interrupted();
+
+/// The arguments of the command line, the program's name aside, in UTF-8.
+std::vector<std::string> programArguments(int argc, char** argv);
+
+/// Opens a file for binary writing, a new one or in the place of what it held; null, and errno says why, when
+/// that fails.
+std::FILE* openForWriting(const std::filesystem::path& file, bool mustBeNew);
 
 inline void stopIfInterrupted() {
   if (interrupted()) throw Interrupted{};

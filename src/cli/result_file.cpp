@@ -22,7 +22,7 @@ ResultFile::ResultFile(const std::string& name) : m_name(name == "-" ? "standard
   const fs::file_status status = fs::status(m_final, unknown);
   if (fs::is_directory(status)) fail("can't be written", EISDIR);
   if (fs::exists(status) && !fs::is_regular_file(status))
-    m_owned.reset(std::fopen(name.c_str(), "wb"));
+    m_owned.reset(openForWriting(name, false));
   else
     openBeside();
   if (!m_owned) fail("can't be written", errno);
@@ -36,7 +36,7 @@ void ResultFile::openBeside() {
   m_temporary += ".";
   m_temporary += unique;
   m_temporary += ".part";
-  m_owned.reset(std::fopen(m_temporary.string().c_str(), "wbx"));
+  m_owned.reset(openForWriting(m_temporary, true));
   if (!m_owned) m_temporary.clear();
 }
 

@@ -28,6 +28,8 @@ class MEGREADER_API CFileException : public CException {
     invalidFile = 6,
     badSeek = 9,
     hardIO = 10,
+    sharingViolation = 11,
+    lockViolation = 12,
   };
 
   explicit CFileException(int cause = none, int osError = -1, CString fileName = {})

@@ -2,7 +2,9 @@
 
 /// Marks what the shared library offers to hosts; everything else stays inside it.
 #if defined(_WIN32)
-#if defined(MEGREADER_BUILD)
+#if defined(MEGREADER_LINKED_EITHER_WAY)
+#define MEGREADER_API
+#elif defined(MEGREADER_BUILD)
 #define MEGREADER_API __declspec(dllexport)
 #else
 #define MEGREADER_API __declspec(dllimport)

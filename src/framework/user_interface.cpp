@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+#include "framework/default_interface.h"
+
 namespace {
 
 std::atomic<UserInterface*> processInterface{nullptr};
@@ -11,10 +13,17 @@ thread_local UserInterface* threadInterface = nullptr;
 
 ProgressWindow::~ProgressWindow() = default;
 UserInterface::~UserInterface() = default;
+DialogWindow::~DialogWindow() = default;
+DialogOwner::~DialogOwner() = default;
+bool UserInterface::modalDialog(const DialogTemplate& /*dialogTemplate*/, DialogOwner& /*owner*/) {
+  return false;
+}
 void UserInterface::report(const Finding& /*finding*/) {}
 
 UserInterface* currentUserInterface() {
-  return threadInterface != nullptr ? threadInterface : processInterface.load();
+  if (threadInterface != nullptr) return threadInterface;
+  UserInterface* ofProcess = processInterface.load();
+  return ofProcess != nullptr ? ofProcess : defaultUserInterface();
 }
 
 void installUserInterface(UserInterface* ui) { processInterface = ui; }

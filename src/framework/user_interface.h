@@ -26,6 +26,36 @@ class MEGREADER_API ProgressWindow {
   virtual void setPosition(int position) = 0;
 };
 
+/// A modal dialog of a caption, a label, an edit field and OK; closing it cancels.
+struct DialogTemplate {
+  int resource;  ///< of the Windows dialog resource that lays it out
+  const wchar_t* caption;
+  const wchar_t* label;
+  int edit;  ///< number of the edit field
+};
+
+/// A modal dialog while it is shown: the texts of its controls, by their numbers.
+class MEGREADER_API DialogWindow {
+ public:
+  DialogWindow() = default;
+  DialogWindow(const DialogWindow&) = delete;
+  DialogWindow& operator=(const DialogWindow&) = delete;
+  virtual ~DialogWindow();
+
+  virtual CString controlText(int control) const = 0;
+  virtual void setControlText(int control, const CString& text) = 0;
+};
+
+/// What a modal dialog is about. May show message boxes while it is called.
+class MEGREADER_API DialogOwner {
+ public:
+  virtual ~DialogOwner();
+  /// The dialog is about to be seen.
+  virtual void shown(DialogWindow& window) = 0;
+  /// OK was pressed; true closes the dialog.
+  virtual bool confirmed(DialogWindow& window) = 0;
+};
+
 /// The one way to the user. A host, a terminal or a test supplies it.
 class MEGREADER_API UserInterface {
  public:
@@ -41,6 +71,10 @@ class MEGREADER_API UserInterface {
   /// "what is shown|patterns|", ended by another "|"; `filterIndex` (from 1) is the pair chosen at first.
   virtual std::optional<CString> chooseFile(const CString& filter, int filterIndex) = 0;
 
+  /// Shows a modal dialog; true when OK closed it, false when it was cancelled, as by every interface that
+  /// shows none.
+  virtual bool modalDialog(const DialogTemplate& dialogTemplate, DialogOwner& owner);
+
   /// Null when this interface shows no progress.
   virtual std::unique_ptr<ProgressWindow> openProgress(const CString& title) = 0;
 
@@ -49,7 +83,7 @@ class MEGREADER_API UserInterface {
 };
 
 /// The interface that this thread's calls reach: the one installed for the thread, else for the process, else
-/// null.
+/// real windows on Windows and null elsewhere.
 MEGREADER_API UserInterface* currentUserInterface();
 
 /// Installs `ui` for the whole process (null: none). Not owned; it must outlive its use.

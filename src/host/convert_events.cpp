@@ -38,6 +38,7 @@ TrialClass convertClass(const CMarkerDatazk& from, bool trialsKept) {
 
 std::vector<Marker> convertMarkers(const CMarkerManagerzk& manager) {
   std::vector<Marker> markers;
+  markers.reserve(static_cast<std::size_t>(manager.getTotalMarkzk()));
   for (int i = 0; i < manager.getTotalMarkzk(); ++i)
     markers.push_back(convertMarker(*manager.getMarker(i, false)));
   return markers;
@@ -45,6 +46,7 @@ std::vector<Marker> convertMarkers(const CMarkerManagerzk& manager) {
 
 std::vector<TrialClass> convertClasses(const CMarkerManagerzk& manager, bool trialsKept) {
   std::vector<TrialClass> classes;
+  classes.reserve(static_cast<std::size_t>(manager.getTotalMarkzk()));
   for (int i = 0; i < manager.getTotalMarkzk(); ++i)
     classes.push_back(convertClass(*manager.getMarker(i, false), trialsKept));
   return classes;

@@ -63,11 +63,11 @@ ErrorKind kindOfCode(const std::string& code) {
 /// The error that a failed read ends in: its first finding of that weight says what and where.
 Error errorFrom(const std::filesystem::path& file, const RecordingInterface& user) {
   const auto& findings = user.findings();
-  if (user.refused()) return {ErrorKind::refused, file, "does not look like a CTF file; not read", findings};
   for (const Finding& finding : findings)
     if (finding.severity == Finding::Severity::error)
       return {kindOfCode(finding.code), finding.file.empty() ? file : std::filesystem::path(finding.file),
               finding.text, findings};
+  if (user.refused()) return {ErrorKind::refused, file, "does not look like a CTF file; not read", findings};
   const std::string text = findings.empty() ? "can't be read" : findings.back().text;
   return {ErrorKind::damaged, file, text, findings};
 }
@@ -115,6 +115,7 @@ class RouteReader {
     return m_facade.readTrialSplit(&m_array, std::min(pieces.count, m_samplesPerTrial), nullptr);
   }
   int operator()(const MarkedTrials&) { return 0; }  // read as a `TrialList`
+  int operator()(const AskToResample&) { return m_facade.readWithResamplePrompt(m_path, &m_array, nullptr); }
   int operator()(const TrialList& list) {
     CMarkerDatazk marker;
     for (const int number : list.numbers)
@@ -192,11 +193,10 @@ void requireTrials(const TrialList& list, const CMEGDatazk& data, const std::fil
   }
 }
 
-/// How often an importer will tell where it is.
-double progressSteps(const Route& route, const CMEGRecordInfozkProzk& info) {
+/// Whether an importer reads, and tells where it is, channel by channel; else trial by trial.
+bool readsChannelByChannel(const Route& route) {
   const auto* every = std::get_if<EveryNth>(&route);
-  const bool byChannel = (every != nullptr && every->n > 1) || std::holds_alternative<SampleSpan>(route);
-  return static_cast<double>(info.numTrials) * (byChannel ? info.numChannels : 1);
+  return (every != nullptr && every->n > 1) || std::holds_alternative<SampleSpan>(route);
 }
 
 }  // namespace
@@ -221,7 +221,9 @@ Recording Recording::read(const std::filesystem::path& path, const ReadOptions& 
       if (const auto* marked = std::get_if<MarkedTrials>(&options.route))
         route = trialsOf(marked->marker, state->side.markers, file, header.numTrials);
       checkRoute(route, file, header.numTrials);
-      user.setProgressSteps(progressSteps(route, header));
+      const double trials = header.numTrials;
+      user.setProgressSteps(readsChannelByChannel(route) ? trials * header.numChannels : trials,
+                            trials * header.numChannels);
       RouteReader reader(reading, options, header.samplesPerTrial);
       if (!std::visit(reader, route)) throw errorFrom(file, user);
       state->data = reader.takeData();

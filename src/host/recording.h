@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <variant>
@@ -54,7 +55,10 @@ struct TrialList {
 struct MarkedTrials {
   std::string marker;
 };
-using Route = std::variant<Whole, EveryNth, SampleSpan, Pieces, TrialList, MarkedTrials>;
+/// All samples, or every n-th when the user wants a recording of more than 400,000,000 bytes so: asked by
+/// `ReadOptions::answer` and, for n (1 to 30, 2 when given up), by `ReadOptions::enter`.
+struct AskToResample {};
+using Route = std::variant<Whole, EveryNth, SampleSpan, Pieces, TrialList, MarkedTrials, AskToResample>;
 
 struct Progress {
   std::string title;
@@ -67,6 +71,11 @@ struct ReadOptions {
   Route route = Whole{};
   /// Asked a question, gives true for Yes. Without it every answer is No.
   std::function<bool(const std::string& question)> answer{};
+  /// Asked for a text: gives what is entered, or nothing to give up. Called again with `complaint` when that
+  /// was refused. Without it everything is given up.
+  std::function<std::optional<std::string>(const std::string& caption, const std::string& value,
+                                           const std::string& complaint)>
+      enter{};
   /// Called while samples are read, on the same thread; false stops the reading.
   std::function<bool(const Progress&)> progress{};
 };

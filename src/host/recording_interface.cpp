@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "framework/encoding.h"
+#include "framework/text_dialog.h"
 #include "host/convert.h"
 
 namespace ctfmeg {
@@ -35,16 +36,36 @@ MessageAnswer RecordingInterface::messageBox(const CString& text, MessageStyle s
   while (!shown.empty() && shown.back() == '\n')
     shown.pop_back();
   if (style == MessageStyle::yesNo) {
-    m_agreed = m_agreed || (m_options.answer && m_options.answer(shown));
-    if (m_agreed) return MessageAnswer::yes;
+    if (m_agreed.contains(shown) || (m_options.answer && m_options.answer(shown))) {
+      m_agreed.insert(shown);
+      return MessageAnswer::yes;
+    }
     m_refused = true;
+    add({Finding::Severity::remark, "message", "", shown + " Answered No."});
+    return MessageAnswer::no;
   }
-  add({Finding::Severity::warning, "message", "", shown});
-  return style == MessageStyle::yesNo ? MessageAnswer::no : MessageAnswer::ok;
+  if (m_inDialog)
+    m_complaint = shown;
+  else
+    add({Finding::Severity::warning, "message", "", shown});
+  return MessageAnswer::ok;
 }
 
 std::optional<CString> RecordingInterface::chooseFile(const CString& /*filter*/, int /*filterIndex*/) {
   return m_file;
+}
+
+bool RecordingInterface::modalDialog(const DialogTemplate& dialogTemplate, DialogOwner& owner) {
+  m_steps = m_stepsAfterDialog;
+  m_inDialog = true;
+  const bool accepted = runTextDialog(owner, [&](const CString& value) -> std::optional<CString> {
+    if (!m_options.enter) return std::nullopt;
+    const auto entered = m_options.enter(toUtf8(dialogTemplate.caption), toUtf8(value), m_complaint);
+    m_complaint.clear();
+    return entered ? std::optional(fromUtf8(*entered)) : std::nullopt;
+  });
+  m_inDialog = false;
+  return accepted;
 }
 
 std::unique_ptr<ProgressWindow> RecordingInterface::openProgress(const CString& title) {

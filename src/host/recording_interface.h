@@ -22,14 +22,19 @@ class RecordingInterface : public UserInterface {
   /// The path that a file dialog is answered with.
   void setFile(const CString& path) { m_file = path; }
 
-  /// How often an importer will set its position, whatever range and positions it uses.
-  void setProgressSteps(double steps) { m_steps = steps; }
+  /// How often an importer will set its position, whatever range and positions it uses; `afterDialog` when a
+  /// dialog was shown before.
+  void setProgressSteps(double steps, double afterDialog) {
+    m_steps = steps;
+    m_stepsAfterDialog = afterDialog;
+  }
 
   /// Tells the caller that all is read, whatever a set that ends early has left out.
   void finishProgress() const;
 
   MessageAnswer messageBox(const CString& text, MessageStyle style) override;
   std::optional<CString> chooseFile(const CString& filter, int filterIndex) override;
+  bool modalDialog(const DialogTemplate& dialogTemplate, DialogOwner& owner) override;
   std::unique_ptr<ProgressWindow> openProgress(const CString& title) override;
   void report(const ::Finding& finding) override;
 
@@ -42,11 +47,13 @@ class RecordingInterface : public UserInterface {
 
   const ReadOptions& m_options;
   CString m_file;
-  double m_steps = 1.0;
+  double m_steps = 1.0, m_stepsAfterDialog = 1.0;
+  std::string m_complaint;  // shown while a dialog was open
+  bool m_inDialog = false;
   std::string m_progressTitle;
   std::set<std::string> m_known;  // a header that is read twice has its findings once
   std::vector<Finding> m_findings;
-  bool m_agreed = false;  // a question was answered Yes: it is not asked again
+  std::set<std::string> m_agreed;  // questions answered Yes: they are not asked again
   bool m_refused = false;
 };
 

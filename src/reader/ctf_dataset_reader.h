@@ -209,6 +209,12 @@ class CCtfDatasetReader : public CCtfReader7Bad {
   int readSelectSampleToArray(const CString& path, CPtrArray* array, int first, int last);
   /// Below 2 pieces as `readDatasetToArray` without a marker; only then is `document` kept.
   int readTrialSplitToArray(const CString& path, CPtrArray* array, int splitCount, CDocument* document);
+  /// Whole or resampled, as the user wants a large recording.
+  int readPromptedToArray(const CString& path, CPtrArray* array, CDocument* document);
+
+  /// Imports the samples of the current data object, whose information has been read: asks about a large
+  /// recording whether to resample it and by which factor (reader/resample_prompt/).
+  int readWithResamplePrompt(const CString& path);
 
  protected:
   /// Outcome of reading what lies beside the samples.

@@ -154,6 +154,11 @@ int CCtfDatasetReader::readTrialSplitToArray(const CString& path, CPtrArray* arr
   });
 }
 
+int CCtfDatasetReader::readPromptedToArray(const CString& path, CPtrArray* array, CDocument* document) {
+  if (array != nullptr) m_document = document;
+  return readReducedToArray(path, array, [&] { return readWithResamplePrompt(path); });
+}
+
 int CCtfDatasetReader::splitTrials(int splitCount) const {
   const std::int64_t trials = std::int64_t{m_currentData->getMEGRecordInfozk()->numTrials} * splitCount;
   return static_cast<int>(std::min<std::int64_t>(trials, std::numeric_limits<int>::max()));

@@ -60,14 +60,13 @@ int CMEGReaderFace::readCTFMEGDataInfo(CString& path, CMEGDatazk* data) {
   return current != nullptr && current->readDatasetInfo(toWindowsPath(path), data, nullptr);
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): hosts know the signature
-int CMEGReaderFacezk::readCTFMEGData2HdPa(CString path, CPtrArray* array, CDocument* document,
-                                          CMarkerDatazk* marker) {
+template <class Read>
+int CMEGReaderFacezk::readIntoArray(const CString& path, CPtrArray* array, Read read) {
   if (!checkCtfFileFormat(path)) return 0;
   CCtfDatasetReader* current = reader();
   if (current == nullptr) return 0;
   const int before = array != nullptr ? array->GetSize() : 0;
-  if (current->readDatasetToArray(toWindowsPath(path), array, document, marker)) {
+  if (read(*current, toWindowsPath(path))) {
     openFirstTrials(array);
     return 1;
   }
@@ -78,6 +77,21 @@ int CMEGReaderFacezk::readCTFMEGData2HdPa(CString path, CPtrArray* array, CDocum
   }
   releaseReader();
   return 0;
+}
+
+// NOLINTNEXTLINE(performance-unnecessary-value-param): hosts know the signature
+int CMEGReaderFacezk::readCTFMEGData2HdPa(CString path, CPtrArray* array, CDocument* document,
+                                          CMarkerDatazk* marker) {
+  return readIntoArray(path, array, [&](CCtfDatasetReader& current, const CString& file) {
+    return current.readDatasetToArray(file, array, document, marker);
+  });
+}
+
+// NOLINTNEXTLINE(performance-unnecessary-value-param): as above
+int CMEGReaderFacezk::readWithResamplePrompt(CString path, CPtrArray* array, CDocument* document) {
+  return readIntoArray(path, array, [&](CCtfDatasetReader& current, const CString& file) {
+    return current.readPromptedToArray(file, array, document);
+  });
 }
 
 int CMEGReaderFacezk::openReadCTFMEGData2HdPa(CPtrArray* array, CDocument* document, CMarkerDatazk* marker) {

@@ -73,6 +73,10 @@ class MEGREADER_API CMEGReaderFacezk : public CMEGReaderFace {
   int readCTFMEGData2HdPa(CString path, CPtrArray* array, CDocument* document, CMarkerDatazk* marker);
   int openReadCTFMEGData2HdPa(CPtrArray* array, CDocument* document, CMarkerDatazk* marker);
 
+  /// As `readCTFMEGData2HdPa` for all trials, but the user is asked about more than 400,000,000 bytes of
+  /// samples whether to resample them, and by which factor. File errors are shown and give 0.
+  int readWithResamplePrompt(CString path, CPtrArray* array, CDocument* document);
+
   // On a result of 0 these leave what was appended in the array, partly filled.
 
   /// Keeps every `factor`-th sample; 1 or less keeps all. `document` is not used.
@@ -85,6 +89,8 @@ class MEGREADER_API CMEGReaderFacezk : public CMEGReaderFace {
   int readTrialSplit(CPtrArray* array, int splitCount, CDocument* document);
 
  private:
+  template <class Read>
+  int readIntoArray(const CString& path, CPtrArray* array, Read read);
   template <class Read>
   int readChosenFile(CPtrArray* array, Read read);
 };

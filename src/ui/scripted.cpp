@@ -1,6 +1,7 @@
 #include "ui/scripted.h"
 
 #include "framework/encoding.h"
+#include "framework/text_dialog.h"
 
 namespace {
 
@@ -44,6 +45,22 @@ std::optional<CString> ScriptedInterface::chooseFile(const CString& filter, int 
   m_files.pop_front();
   m_transcript.push_back(line + "chosen");
   return chosen;
+}
+
+bool ScriptedInterface::modalDialog(const DialogTemplate& dialogTemplate, DialogOwner& owner) {
+  std::string line = "dialog: " + toUtf8(dialogTemplate.caption) + ": ";
+  return runTextDialog(owner, [&](const CString& value) -> std::optional<CString> {
+    if (!line.empty()) m_transcript.push_back(line + toUtf8(value));
+    line.clear();
+    if (m_entries.empty()) {
+      m_transcript.emplace_back("escape");
+      return std::nullopt;
+    }
+    const CString typed = m_entries.front();
+    m_entries.pop_front();
+    m_transcript.push_back("typed: " + toUtf8(typed));
+    return typed;
+  });
 }
 
 std::unique_ptr<ProgressWindow> ScriptedInterface::openProgress(const CString& title) {

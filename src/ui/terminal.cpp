@@ -6,6 +6,7 @@
 #include <string>
 
 #include "framework/encoding.h"
+#include "framework/text_dialog.h"
 #include "ui/terminal_device.h"
 
 namespace {
@@ -50,6 +51,14 @@ bool askOnTerminal(const std::string& question) {
   return !reply.empty() && (reply[0] == 'y' || reply[0] == 'Y');
 }
 
+std::optional<std::string> enterOnTerminal(const std::string& caption, const std::string& value) {
+  if (!inputIsTerminal() || !errorsAreTerminal()) return std::nullopt;
+  std::cerr << caption << " [" << value << "]: " << std::flush;
+  std::string entered;
+  if (!std::getline(std::cin, entered)) return std::nullopt;
+  return entered.empty() ? value : entered;
+}
+
 std::unique_ptr<ProgressWindow> openTerminalBar(const std::string& title) {
   if (!errorsAreTerminal()) return nullptr;
   return std::make_unique<TerminalBar>(title);
@@ -68,6 +77,14 @@ std::optional<CString> TerminalInterface::chooseFile(const CString& /*filter*/, 
   std::string path;
   if (!std::getline(std::cin, path) || path.empty()) return std::nullopt;
   return fromUtf8(path);
+}
+
+bool TerminalInterface::modalDialog(const DialogTemplate& dialogTemplate, DialogOwner& owner) {
+  if (inputIsTerminal() && errorsAreTerminal()) std::cerr << toUtf8(dialogTemplate.caption) << '\n';
+  return runTextDialog(owner, [&](const CString& value) -> std::optional<CString> {
+    const auto entered = enterOnTerminal(toUtf8(dialogTemplate.label), toUtf8(value));
+    return entered ? std::optional(fromUtf8(*entered)) : std::nullopt;
+  });
 }
 
 std::unique_ptr<ProgressWindow> TerminalInterface::openProgress(const CString& title) {

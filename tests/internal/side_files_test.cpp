@@ -58,10 +58,14 @@ TEST(SideFiles, ScanTakesWhatTheFormatSays) {
   EXPECT_EQ(f, 1.0);
 }
 
-#ifdef TEST_LOCALES
+#if defined(TEST_LOCALES) || defined(_WIN32)
 TEST(SideFiles, ALocaleOfTheHostChangesNoNumber) {
+#ifdef _WIN32
+  ASSERT_NE(std::setlocale(LC_ALL, "German_Germany.1252"), nullptr);
+#else
   setenv("LOCPATH", TEST_LOCALES, 1);
   ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
+#endif
   char comma[8];
   std::snprintf(comma, sizeof comma, "%.1f", 0.5);
   const std::string infods = Bytes().raw("WS1_").i32(1).raw("x").i32(4).f64(0.5).str();

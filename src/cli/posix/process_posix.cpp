@@ -36,6 +36,12 @@ void prepareProcess() {
   noteSignal(SIGHUP);
 }
 
+std::vector<std::string> programArguments(int argc, char** argv) { return {argv + 1, argv + argc}; }
+
+std::FILE* openForWriting(const std::filesystem::path& file, bool mustBeNew) {
+  return std::fopen(file.c_str(), mustBeNew ? "wbx" : "wb");
+}
+
 bool interrupted() { return noted != 0; }
 
 }  // namespace ctfmeg::cli

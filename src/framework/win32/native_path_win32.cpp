@@ -1,0 +1,8 @@
+#include "framework/encoding.h"
+#include "framework/native_path.h"
+
+// Hosts give paths in the form that they are; slashes are no separators to them.
+
+CString toWindowsPath(CString path) { return path; }
+CString toWindowsPath(const std::string& path) { return fromUtf8(path); }
+std::string toNativePath(CString path) { return toUtf8(path); }

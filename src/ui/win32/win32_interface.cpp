@@ -1,0 +1,100 @@
+#include "ui/win32/win32_interface.h"
+
+#include <windows.h>
+// After windows.h, which it needs.
+#include <commdlg.h>
+
+#include <vector>
+
+#include "ui/win32/module_handle.h"
+#include "ui/win32/win32_progress.h"
+
+namespace {
+
+/// The host's name: message boxes have no other title.
+std::wstring programName() {
+  std::vector<wchar_t> path(32768);
+  const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+  std::wstring name(path.data(), length);
+  name.erase(0, name.find_last_of(L'\\') + 1);
+  return name.substr(0, name.find_last_of(L'.'));
+}
+
+class Win32Dialog : public DialogWindow {
+ public:
+  Win32Dialog(const DialogTemplate& dialogTemplate, DialogOwner& owner)
+      : m_template(dialogTemplate), m_owner(owner) {}
+
+  bool run() {
+    return DialogBoxParamW(moduleHandle(), MAKEINTRESOURCEW(m_template.resource), GetActiveWindow(),
+                           procedure, reinterpret_cast<LPARAM>(this)) == IDOK;
+  }
+
+  CString controlText(int control) const override {
+    const HWND window = GetDlgItem(m_window, control);
+    std::vector<wchar_t> text(static_cast<std::size_t>(GetWindowTextLengthW(window)) + 1);
+    GetWindowTextW(window, text.data(), static_cast<int>(text.size()));
+    return {text.data()};
+  }
+
+  void setControlText(int control, const CString& text) override {
+    SetDlgItemTextW(m_window, control, text.GetString());
+  }
+
+ private:
+  static INT_PTR CALLBACK procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_INITDIALOG) {
+      SetWindowLongPtrW(window, DWLP_USER, lParam);
+      auto* dialog = reinterpret_cast<Win32Dialog*>(lParam);
+      dialog->m_window = window;
+      dialog->m_owner.shown(*dialog);
+      return TRUE;
+    }
+    auto* dialog = reinterpret_cast<Win32Dialog*>(GetWindowLongPtrW(window, DWLP_USER));
+    if (message != WM_COMMAND || dialog == nullptr) return FALSE;
+    if (LOWORD(wParam) == IDCANCEL) EndDialog(window, IDCANCEL);
+    if (LOWORD(wParam) == IDOK && dialog->m_owner.confirmed(*dialog)) EndDialog(window, IDOK);
+    return LOWORD(wParam) == IDCANCEL || LOWORD(wParam) == IDOK;
+  }
+
+  const DialogTemplate& m_template;
+  DialogOwner& m_owner;
+  HWND m_window = nullptr;
+};
+
+}  // namespace
+
+MessageAnswer Win32Interface::messageBox(const CString& text, MessageStyle style) {
+  // Of the styles only the buttons: hosts know these boxes without an icon.
+  const HWND owner = GetActiveWindow();
+  const UINT modal = owner == nullptr ? MB_TASKMODAL : 0;
+  const int answer =
+      MessageBoxW(owner, text.GetString(), programName().c_str(), static_cast<UINT>(style) | modal);
+  return static_cast<MessageAnswer>(answer);
+}
+
+std::optional<CString> Win32Interface::chooseFile(const CString& filter, int filterIndex) {
+  constexpr std::size_t kLongestPath = 32768;
+  std::wstring pairs = filter.str();
+  for (wchar_t& c : pairs)
+    if (c == L'|') c = L'\0';
+  std::vector<wchar_t> path(kLongestPath);
+  OPENFILENAMEW dialog{};
+  dialog.lStructSize = sizeof dialog;
+  dialog.hwndOwner = GetActiveWindow();
+  dialog.lpstrFilter = pairs.c_str();
+  dialog.nFilterIndex = static_cast<DWORD>(filterIndex);
+  dialog.lpstrFile = path.data();
+  dialog.nMaxFile = static_cast<DWORD>(path.size());
+  dialog.Flags = OFN_FILEMUSTEXIST | OFN_EXPLORER | OFN_ENABLESIZING;
+  if (!GetOpenFileNameW(&dialog)) return std::nullopt;
+  return CString(path.data());
+}
+
+bool Win32Interface::modalDialog(const DialogTemplate& dialogTemplate, DialogOwner& owner) {
+  return Win32Dialog(dialogTemplate, owner).run();
+}
+
+std::unique_ptr<ProgressWindow> Win32Interface::openProgress(const CString& title) {
+  return std::make_unique<Win32Progress>(title);
+}

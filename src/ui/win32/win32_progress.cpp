@@ -1,0 +1,66 @@
+#include "ui/win32/win32_progress.h"
+
+// After windows.h, which it needs.
+#include <commctrl.h>
+
+#include "ui/win32/module_handle.h"
+
+namespace {
+
+constexpr int kWidth = 360, kHeight = 90, kMargin = 16, kBarHeight = 22;
+constexpr const wchar_t* kClass = L"MEGReaderProgress";
+
+LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == WM_CLOSE) return 0;  // an import has no way to be cancelled
+  return DefWindowProcW(window, message, wParam, lParam);
+}
+
+void registerClass() {
+  WNDCLASSEXW windowClass{};
+  windowClass.cbSize = sizeof windowClass;
+  windowClass.lpfnWndProc = procedure;
+  windowClass.hInstance = moduleHandle();
+  windowClass.hCursor = LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_WAIT));
+  windowClass.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_BTNFACE + 1);
+  windowClass.lpszClassName = kClass;
+  RegisterClassExW(&windowClass);  // fails, without harm, from the second time on
+}
+
+}  // namespace
+
+Win32Progress::Win32Progress(const CString& title) {
+  const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_PROGRESS_CLASS};
+  InitCommonControlsEx(&controls);
+  registerClass();
+  const int x = (GetSystemMetrics(SM_CXSCREEN) - kWidth) / 2;
+  const int y = (GetSystemMetrics(SM_CYSCREEN) - kHeight) / 2;
+  m_window = CreateWindowExW(WS_EX_DLGMODALFRAME, kClass, title.GetString(), WS_POPUP | WS_CAPTION, x, y,
+                             kWidth, kHeight, GetActiveWindow(), nullptr, moduleHandle(), nullptr);
+  RECT inside{};
+  GetClientRect(m_window, &inside);
+  m_bar = CreateWindowExW(0, PROGRESS_CLASSW, nullptr, WS_CHILD | WS_VISIBLE, kMargin, kMargin,
+                          inside.right - 2 * kMargin, kBarHeight, m_window, nullptr, moduleHandle(), nullptr);
+  ShowWindow(m_window, SW_SHOWNOACTIVATE);
+  paint();
+}
+
+Win32Progress::~Win32Progress() { DestroyWindow(m_window); }
+
+void Win32Progress::setRange(int low, int high) {
+  SendMessageW(m_bar, PBM_SETRANGE32, static_cast<WPARAM>(low), high);
+  paint();
+}
+
+void Win32Progress::setPosition(int position) {
+  SendMessageW(m_bar, PBM_SETPOS, static_cast<WPARAM>(position), 0);
+  paint();
+}
+
+void Win32Progress::paint() {
+  MSG message;
+  while (PeekMessageW(&message, m_window, 0, 0, PM_REMOVE)) {
+    TranslateMessage(&message);
+    DispatchMessageW(&message);
+  }
+  UpdateWindow(m_window);
+}
