@@ -6,6 +6,7 @@
 #include "cli/process.h"
 #include "cli/result_file.h"
 #include "cli/session.h"
+#include "host/path_text.h"
 #include "ui/terminal_device.h"
 
 namespace ctfmeg::cli {
@@ -48,10 +49,10 @@ void writeTrials(ResultFile& file, const Recording& recording, const std::vector
 void refuseOwnFile(const std::string& dataset, const std::string& output) {
   namespace fs = std::filesystem;
   std::error_code unknown;
-  const fs::path target = fs::weakly_canonical(output, unknown);
+  const fs::path target = fs::weakly_canonical(pathFromText(output), unknown);
   if (unknown || !fs::exists(target, unknown) || target.extension() == ".npy") return;
-  const fs::path folder = fs::weakly_canonical(resolveDataset(dataset), unknown).parent_path();
-  const std::string name = target.filename().string();
+  const fs::path folder = fs::weakly_canonical(resolveDataset(pathFromText(dataset)), unknown).parent_path();
+  const std::string name = textOf(target.filename());
   const bool ofCtf = folder.extension() == ".ds" || name.ends_with("meg4") || name.ends_with(".res4");
   if (target.parent_path() == folder && ofCtf)
     throw CommandError(output, "belongs to the recording: not written over");

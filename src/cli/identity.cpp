@@ -1,14 +1,29 @@
 #include "cli/identity.h"
 
+#include <algorithm>
 #include <filesystem>
 
+#include "host/path_text.h"
 namespace ctfmeg::cli {
 
 std::string lastName(const std::string& path) {
-  const std::filesystem::path given(path);
-  return (given.has_filename() ? given : given.parent_path()).filename().string();
+  const std::filesystem::path given = pathFromText(path);
+  return textOf((given.has_filename() ? given : given.parent_path()).filename());
 }
 
 std::string shownPath(const std::string& path, bool noIdentity) { return noIdentity ? lastName(path) : path; }
+
+bool mayBeShown(const Finding& finding, bool noIdentity) { return !noIdentity || finding.code != "message"; }
+
+std::vector<std::string> shownBadChannels(const Recording& recording, bool noIdentity) {
+  std::vector<std::string> names = recording.badChannels();
+  if (!noIdentity) return names;
+  const auto isChannel = [&recording](const std::string& name) {
+    return std::any_of(recording.channels().begin(), recording.channels().end(),
+                       [&](const Channel& c) { return c.name == name || c.shortName == name; });
+  };
+  std::erase_if(names, [&](const std::string& name) { return !isChannel(name); });
+  return names;
+}
 
 }  // namespace ctfmeg::cli

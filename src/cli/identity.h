@@ -1,6 +1,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
+
+#include "host/recording.h"
 
 namespace ctfmeg::cli {
 
@@ -9,5 +12,14 @@ std::string lastName(const std::string& path);
 
 /// `path`, or its last name when nothing may name a person.
 std::string shownPath(const std::string& path, bool noIdentity);
+
+/// Whether a finding may be shown when nothing may name a person. Messages meant for a person may hold paths;
+/// other findings hold none, and say as much.
+bool mayBeShown(const Finding& finding, bool noIdentity);
+
+/// The names that are marked bad; of a channel only when nothing may name a person, since the file may hold
+/// anything. (Names of channels, markers, classes, electrodes and fiducials are taken for what they are and
+/// stay.)
+std::vector<std::string> shownBadChannels(const Recording& recording, bool noIdentity);
 
 }  // namespace ctfmeg::cli

@@ -23,19 +23,15 @@ void line(const char* label, const std::string& value) {
   std::cout << "  " << padded << visible(value) << '\n';
 }
 
-std::string joined(const std::string& first, const std::string& second) {
-  return first + (first.empty() || second.empty() ? "" : " ") + second;
-}
-
 void printOverview(const std::string& path, const Recording& recording, bool noIdentity) {
   const RecordInfo& record = recording.record();
   std::cout << visible(recording.name()) << '\n';
   line("Path", shownPath(path, noIdentity));
   if (!noIdentity) {
-    line("Recorded", joined(record.dataDate, record.dataTime));
+    line("Recorded", joined(record.dataDate, " ", record.dataTime));
     line("Subject", record.subjectId);
     line("Operator", record.operatorName);
-    line("Run", joined(record.runName, record.runTitle));
+    line("Run", joined(record.runName, " ", record.runTitle));
     line("Data", record.dataDescription);
     line("Description", record.runDescription);
     line("Patient", patientText(recording.information()));
@@ -45,7 +41,7 @@ void printOverview(const std::string& path, const Recording& recording, bool noI
   line("Trials", trialsText(shape, record));
   line("Trigger", triggerText(recording));
   line("Channels", channelsText(recording));
-  line("Bad", badText(recording));
+  line("Bad", badText(shownBadChannels(recording, noIdentity), recording.badSegments()));
   line("Markers", markersText(recording.markers()));
   line("Classes", classesText(recording.classes()));
   line("Head", headText(recording.fiducials()));

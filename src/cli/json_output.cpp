@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/identity.h"
+#include "host/path_text.h"
 #include "host/record_fields.h"
 
 namespace ctfmeg::cli {
@@ -152,7 +153,9 @@ Json virtualChannelJson(const VirtualChannel& channel) {
 }
 
 Json warningJson(const Finding& finding) {
-  Json object{{"code", finding.code}, {"file", lastName(finding.file)}};
+  Json object{{"severity", finding.severity == Finding::Severity::remark ? "remark" : "warning"},
+              {"code", finding.code},
+              {"file", lastName(finding.file)}};
   if (finding.line) object["line"] = *finding.line;
   if (finding.offset) object["offset"] = *finding.offset;
   object["text"] = finding.text;
@@ -188,17 +191,19 @@ void JsonOutput::add(const std::string& path, Rules rules, const Recording& reco
   object["digitised"] = digitisedJson(recording.digitised());
   object["infods"] = informationJson(recording.information(), m_noIdentity);
   if (!m_noIdentity) object["infodsText"] = recording.information().text;
-  object["badChannels"] = recording.badChannels();
+  object["badChannels"] = shownBadChannels(recording, m_noIdentity);
   object["badSegments"] = listJson(recording.badSegments(), [](const BadSegment& segment) {
     return Json{{"trial", segment.trial}, {"startMs", segment.startMs}, {"endMs", segment.endMs}};
   });
   object["virtualChannels"] = listJson(recording.virtualChannels(), virtualChannelJson);
-  object["warnings"] = listJson(recording.warnings(), warningJson);
+  object["warnings"] = Json::array();
+  for (const Finding& finding : recording.warnings())
+    if (mayBeShown(finding, m_noIdentity)) object["warnings"].push_back(warningJson(finding));
   m_entries.push_back(dump(object));
 }
 
 void JsonOutput::add(const std::string& path, const Error& error) {
-  const std::string file = error.path().string();
+  const std::string file = textOf(error.path());
   const std::string text = file == path ? error.text() : lastName(file) + ": " + error.text();
   m_entries.push_back(dump(Json{{"schema", kSchema},
                                 {"path", shownPath(path, m_noIdentity)},

@@ -23,7 +23,7 @@ void printMarkers(const std::vector<Marker>& markers) {
   for (const Marker& marker : markers) {
     if (marker.samples.empty()) rows.push_back({visible(marker.name), "-", "-", "-"});
     for (const MarkerSample& sample : marker.samples)
-      rows.push_back({visible(marker.name), std::to_string(sample.trial), shortest(sample.timeMs),
+      rows.push_back({visible(marker.name), std::to_string(sample.trial), rounded(sample.timeMs),
                       std::to_string(sample.sample)});
   }
   printTable(rows);

@@ -12,6 +12,12 @@ std::string shortest(double value) {
   return {text.data(), end};
 }
 
+std::string rounded(double value) {
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "%.10g", value);
+  return text.data();
+}
+
 std::string seconds(double value) {
   std::array<char, 64> text{};
   std::snprintf(text.data(), text.size(), "%.3f s", value);

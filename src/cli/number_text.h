@@ -8,6 +8,9 @@ namespace ctfmeg::cli {
 /// The shortest text that reads back as the same number: "1200", "2.86e+09".
 std::string shortest(double value);
 
+/// For people: ten digits, as short as they can be.
+std::string rounded(double value);
+
 /// For people: three digits behind the point.
 std::string seconds(double value);
 

@@ -11,6 +11,9 @@ namespace ctfmeg::cli {
 
 // What `info` shows of a recording, a line each. Empty where there is nothing to be said.
 
+/// Both texts, with `between` where there are both.
+std::string joined(const std::string& first, const char* between, const std::string& second);
+
 /// Trials and samples of each: as stored when a route has read some, else as the header has them.
 struct Shape {
   std::int64_t trials, samples;
@@ -30,7 +33,7 @@ std::string headText(const Fiducials& fiducials);
 std::string electrodesText(const Recording& recording);
 std::string markersText(const std::vector<Marker>& markers);
 std::string classesText(const std::vector<TrialClass>& classes);
-std::string badText(const Recording& recording);
+std::string badText(const std::vector<std::string>& channels, const std::vector<BadSegment>& segments);
 std::string virtualChannelsText(const std::vector<VirtualChannel>& channels);
 std::string warningsText(const std::vector<Finding>& warnings);
 

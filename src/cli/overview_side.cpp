@@ -12,11 +12,6 @@ std::string counted(std::size_t count, const std::string& what) {
   return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
-/// Both, with `between` where there are both.
-std::string joined(const std::string& first, const char* between, const std::string& second) {
-  return first + (first.empty() || second.empty() ? "" : between) + second;
-}
-
 /// The names in a list, up to as many as can be taken in.
 template <class List, class NameOf>
 std::string names(const List& list, NameOf nameOfItem) {
@@ -41,6 +36,10 @@ std::string dateText(const std::string& dateTime) {
 }
 
 }  // namespace
+
+std::string joined(const std::string& first, const char* between, const std::string& second) {
+  return first + (first.empty() || second.empty() ? "" : between) + second;
+}
 
 std::string patientText(const Information& information) {
   std::string text =
@@ -86,9 +85,9 @@ std::string classesText(const std::vector<TrialClass>& classes) {
   });
 }
 
-std::string badText(const Recording& recording) {
-  return joined(names(recording.badChannels(), [](const std::string& name) { return name; }), "; ",
-                counted(recording.badSegments().size(), "segment"));
+std::string badText(const std::vector<std::string>& channels, const std::vector<BadSegment>& segments) {
+  return joined(names(channels, [](const std::string& name) { return name; }), "; ",
+                counted(segments.size(), "segment"));
 }
 
 std::string virtualChannelsText(const std::vector<VirtualChannel>& channels) {

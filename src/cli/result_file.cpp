@@ -6,6 +6,7 @@
 
 #include "cli/commands.h"
 #include "cli/process.h"
+#include "host/path_text.h"
 
 namespace ctfmeg::cli {
 
@@ -17,12 +18,13 @@ ResultFile::ResultFile(const std::string& name) : m_name(name == "-" ? "standard
     return;
   }
   std::error_code unknown;
-  m_final = fs::weakly_canonical(name, unknown);  // a link stays a link: what it points to is replaced
-  if (unknown) m_final = name;
+  const fs::path given = pathFromText(name);
+  m_final = fs::weakly_canonical(given, unknown);  // a link stays a link: what it points to is replaced
+  if (unknown) m_final = given;
   const fs::file_status status = fs::status(m_final, unknown);
   if (fs::is_directory(status)) fail("can't be written", EISDIR);
   if (fs::exists(status) && !fs::is_regular_file(status))
-    m_owned.reset(openForWriting(name, false));
+    m_owned.reset(openForWriting(given, false));
   else
     openBeside();
   if (!m_owned) fail("can't be written", errno);

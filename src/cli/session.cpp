@@ -8,6 +8,7 @@
 #include "cli/process.h"
 #include "cli/say.h"
 #include "cli/visible_text.h"
+#include "host/path_text.h"
 #include "ui/terminal.h"
 
 namespace ctfmeg::cli {
@@ -43,7 +44,7 @@ Recording Session::read(const std::string& dataset, const std::optional<Route>& 
     return !interrupted();
   };
   try {
-    Recording recording = Recording::read(dataset, options);
+    Recording recording = Recording::read(pathFromText(dataset), options);
     bar.reset();
     sayWarnings(dataset, recording);
     return recording;
@@ -58,7 +59,7 @@ void Session::attempt(const std::function<void()>& work, const std::function<voi
     work();
   } catch (const Error& error) {
     m_failed = true;
-    say(shownPath(error.path().string(), m_options.noIdentity), error.text());
+    say(shownPath(textOf(error.path()), m_options.noIdentity), error.text());
     if (onError) onError(error);
   } catch (const CommandError& error) {
     m_failed = true;
@@ -68,18 +69,20 @@ void Session::attempt(const std::function<void()>& work, const std::function<voi
 
 void Session::sayWarnings(const std::string& dataset, const Recording& recording) {
   constexpr int kLinesOfAKind = 5;  // a header may be wrong about thousands of channels
-  std::map<std::string, int> said;
+  std::map<std::string, int> said;  // by what stands before the text, and the code
+  const auto tell = [&](const std::string& file, const std::string& text) {
+    say(shownPath(file.empty() ? dataset : file, m_options.noIdentity), text);
+  };
   for (const Finding& finding : recording.warnings()) {
     const bool remark = finding.severity == Finding::Severity::remark;
     if (!remark) m_warned = true;
-    if ((remark && m_options.quiet) || said[finding.code]++ >= kLinesOfAKind) continue;
-    say(shownPath(finding.file.empty() ? dataset : finding.file, m_options.noIdentity),
-        (remark ? "" : "warning: ") + finding.text);
+    if ((remark && m_options.quiet) || !mayBeShown(finding, m_options.noIdentity)) continue;
+    const std::string kind = remark ? "" : "warning: ";
+    const int count = ++said[kind + finding.code];
+    const std::string place = finding.line ? "line " + std::to_string(*finding.line) + " " : "";
+    if (count <= kLinesOfAKind) tell(finding.file, kind + place + finding.text);
+    if (count == kLinesOfAKind + 1) tell(finding.file, kind + "and more of this kind (" + finding.code + ")");
   }
-  for (const auto& [code, count] : said)
-    if (count > kLinesOfAKind)
-      say(shownPath(dataset, m_options.noIdentity),
-          "warning: and " + std::to_string(count - kLinesOfAKind) + " more of this kind (" + code + ")");
 }
 
 int Session::exitCode() const { return m_failed || (m_warned && m_options.strict) ? kFailed : kDone; }

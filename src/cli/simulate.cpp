@@ -5,6 +5,7 @@
 #include "cli/process.h"
 #include "cli/say.h"
 #include "cli/visible_text.h"
+#include "host/path_text.h"
 #include "simulate/dataset.h"
 #include "ui/terminal.h"
 
@@ -14,7 +15,7 @@ int runSimulate(const std::string& directory, const simulate::Options& options, 
   const auto bar = quiet ? nullptr : openTerminalBar("Writing " + visible(directory));
   if (bar) bar->setRange(0, options.trials);
   try {
-    simulate::writeDataset(directory, options, [&](int done, int) {
+    simulate::writeDataset(pathFromText(directory), options, [&](int done, int) {
       if (bar) bar->setPosition(done);
       return !interrupted();
     });

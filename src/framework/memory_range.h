@@ -17,6 +17,10 @@ class MEGREADER_API MemoryRange {
   bool reserve(std::size_t bytes);
   void release();
 
+  /// Makes a part of the range ready to be written and read: to be called before either. Throws
+  /// std::bad_alloc.
+  void use(std::size_t offset, std::size_t bytes);
+
   /// Aligned for every type; null when nothing is held.
   void* data() const { return m_data; }
   std::size_t size() const { return m_size; }

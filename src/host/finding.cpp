@@ -1,4 +1,5 @@
 #include "host/finding.h"
+#include "host/path_text.h"
 
 namespace ctfmeg {
 inline namespace v1 {
@@ -25,7 +26,7 @@ const char* nameOf(ErrorKind kind) {
 
 Error::Error(ErrorKind kind, std::filesystem::path path, const std::string& text,
              std::vector<Finding> findings)
-    : std::runtime_error(path.string() + ": " + text),
+    : std::runtime_error(textOf(path) + ": " + text),
       m_kind(kind),
       m_path(std::move(path)),
       m_text(text),

@@ -12,8 +12,22 @@ const InformationEntry* Information::find(const std::string& tag) const {
 }
 
 bool canIdentify(const InformationEntry& entry) {
-  // Texts are free: sites write names, dates and paths into any of them.
-  return !entry.tag.starts_with("_DATASET_") || std::holds_alternative<std::string>(entry.value);
+  // Texts are free: sites write names, dates and paths into any of them, and tags that are not the system's
+  // own may be anything.
+  static constexpr const char* kOfTheMachine[] = {"_DATASET_VERSION",
+                                                  "_DATASET_NOMINALHCPOSITIONS",
+                                                  "_DATASET_LOWERBANDWIDTH",
+                                                  "_DATASET_UPPERBANDWIDTH",
+                                                  "_DATASET_ISINDB",
+                                                  "_DATASET_HZ_MODE",
+                                                  "_DATASET_MOTIONTOLERANCE",
+                                                  "_DATASET_MAXHEADMOTION",
+                                                  "_DATASET_MAXHEADMOTIONTRIAL",
+                                                  "_DATASET_FITERRORTOLERANCE",
+                                                  "_DATASET_CROSSTALKENABLED"};
+  const bool ofTheMachine =
+      std::find(std::begin(kOfTheMachine), std::end(kOfTheMachine), entry.tag) != std::end(kOfTheMachine);
+  return !ofTheMachine || std::holds_alternative<std::string>(entry.value);
 }
 
 }  // namespace v1

@@ -19,7 +19,7 @@ struct InformationEntry {
 
 struct Information {
   std::vector<InformationEntry> entries;  ///< tags that were set, in file order
-  std::string text;                       ///< values that have no tag of their own, as text
+  std::string text;  ///< values as text, without tags: those of the last block, and unknown ones behind it
 
   /// The last value of a tag; null when it was not set.
   const InformationEntry* find(const std::string& tag) const;

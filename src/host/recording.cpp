@@ -10,6 +10,7 @@
 #include "framework/file_error.h"
 #include "framework/native_path.h"
 #include "host/convert.h"
+#include "host/path_text.h"
 #include "host/recording_interface.h"
 #include "reader/meg_reader_face.h"
 
@@ -65,16 +66,20 @@ Error errorFrom(const std::filesystem::path& file, const RecordingInterface& use
   const auto& findings = user.findings();
   for (const Finding& finding : findings)
     if (finding.severity == Finding::Severity::error)
-      return {kindOfCode(finding.code), finding.file.empty() ? file : std::filesystem::path(finding.file),
+      return {kindOfCode(finding.code), finding.file.empty() ? file : pathFromText(finding.file),
               finding.text, findings};
   if (user.refused()) return {ErrorKind::refused, file, "does not look like a CTF file; not read", findings};
   const std::string text = findings.empty() ? "can't be read" : findings.back().text;
   return {ErrorKind::damaged, file, text, findings};
 }
 
+ReadingRules rulesOf(Rules rules) {
+  return rules == Rules::plain ? ReadingRules::plain() : ReadingRules::host();
+}
+
 CMEGReaderFacezk makeFacade(const ReadOptions& options) {
   CMEGReaderFacezk facade;
-  facade.setReadingRules(options.rules == Rules::plain ? ReadingRules::plain() : ReadingRules::host());
+  facade.setReadingRules(rulesOf(options.rules));
   return facade;
 }
 
@@ -88,7 +93,7 @@ SideFiles sideFilesOf(const CMEGDatazk& data, Rules rules) {
   return {convertBadChannels(data),
           convertBadSegments(data),
           convertMarkers(*data.getTrigManager()),
-          convertClasses(*data.getClassManager(), rules == Rules::plain),
+          convertClasses(*data.getClassManager(), rulesOf(rules).trialsKept),
           convertFiducials(data),
           convertElectrodes(data),
           convertDigitised(data),
@@ -144,7 +149,7 @@ class RouteReader {
 
 /// The trials of the file in which a marker occurs; throws when there are none.
 TrialList trialsOf(const std::string& name, const std::vector<Marker>& markers,
-                   const std::filesystem::path& file, std::int32_t trials) {
+                   const std::filesystem::path& file, std::int32_t trials, RecordingInterface& user) {
   const auto marker =
       std::find_if(markers.begin(), markers.end(), [&](const Marker& m) { return m.name == name; });
   if (marker == markers.end()) {
@@ -156,7 +161,11 @@ TrialList trialsOf(const std::string& name, const std::vector<Marker>& markers,
   }
   std::set<int> numbers;
   for (const MarkerSample& sample : marker->samples)
-    if (sample.trial >= 0 && sample.trial < trials) numbers.insert(sample.trial);
+    if (sample.trial >= 0 && sample.trial < trials)
+      numbers.insert(sample.trial);
+    else
+      user.add({Finding::Severity::warning, "marker.trial", textOf(file),
+                "has no trial " + std::to_string(sample.trial) + ", in which marker " + name + " occurs"});
   if (numbers.empty())
     throw Error(ErrorKind::refused, file, "has no trial in which marker " + name + " occurs");
   return {{numbers.begin(), numbers.end()}};
@@ -207,7 +216,7 @@ Recording Recording::read(const std::filesystem::path& path, const ReadOptions& 
   const ThreadUserInterface installed(&user);
   try {
     file = resolveDataset(path);
-    const CString reading = toWindowsPath(file.string());
+    const CString reading = toWindowsPath(textOf(file));
     user.setFile(reading);
     auto state = std::make_shared<State>();
     state->data = readHeader(reading, options);
@@ -219,7 +228,7 @@ Recording Recording::read(const std::filesystem::path& path, const ReadOptions& 
     if (options.samples) {
       const CMEGRecordInfozkProzk& header = *state->data->getMEGRecordInfozk();
       if (const auto* marked = std::get_if<MarkedTrials>(&options.route))
-        route = trialsOf(marked->marker, state->side.markers, file, header.numTrials);
+        route = trialsOf(marked->marker, state->side.markers, file, header.numTrials, user);
       checkRoute(route, file, header.numTrials);
       const double trials = header.numTrials;
       user.setProgressSteps(readsChannelByChannel(route) ? trials * header.numChannels : trials,

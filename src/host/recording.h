@@ -133,7 +133,8 @@ class Recording {
   const std::vector<Channel>& channels() const;
   const std::vector<CoefficientRecord>& coefficients() const;
 
-  /// Names that the dataset marks as bad, as it has them; `Channel::good` says what they matched.
+  /// Names that the dataset marks as bad, as it has them: whole lines of a text file, which may be anything.
+  /// `Channel::good` says what they matched.
   const std::vector<std::string>& badChannels() const;
   const std::vector<BadSegment>& badSegments() const;
 

@@ -84,9 +84,14 @@ void RecordingInterface::add(const Finding& finding) {
   const std::string place = finding.offset ? std::to_string(*finding.offset)
                             : finding.line ? std::to_string(*finding.line)
                                            : "";
-  const bool fresh =
-      m_known.insert(finding.code + '\n' + finding.file + '\n' + place + '\n' + finding.text).second;
-  if (fresh) m_findings.push_back(finding);
+  constexpr int kMostOfAKind = 100;  // a file of rubbish has one for each of its lines
+  const std::string kind = finding.code + '\n' + finding.file;
+  if (m_ofAKind[kind] > kMostOfAKind) return;
+  if (!m_known.insert(kind + '\n' + place + '\n' + finding.text).second) return;
+  if (++m_ofAKind[kind] <= kMostOfAKind)
+    m_findings.push_back(finding);
+  else
+    m_findings.push_back({finding.severity, finding.code, finding.file, "and more of this kind"});
 }
 
 bool RecordingInterface::knowsWhy() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -42,9 +43,10 @@ class RecordingInterface : public UserInterface {
   bool knowsWhy() const;                      ///< an error was reported
   bool refused() const { return m_refused; }  ///< a question was answered No
 
- private:
+  /// Keeps a finding; of many of a kind in a file only the first, and that there are more.
   void add(const Finding& finding);
 
+ private:
   const ReadOptions& m_options;
   CString m_file;
   double m_steps = 1.0, m_stepsAfterDialog = 1.0;
@@ -52,6 +54,7 @@ class RecordingInterface : public UserInterface {
   bool m_inDialog = false;
   std::string m_progressTitle;
   std::set<std::string> m_known;  // a header that is read twice has its findings once
+  std::map<std::string, int> m_ofAKind;
   std::vector<Finding> m_findings;
   std::set<std::string> m_agreed;  // questions answered Yes: they are not asked again
   bool m_refused = false;

@@ -3,6 +3,7 @@
 #include <system_error>
 #include <vector>
 
+#include "host/path_text.h"
 #include "host/recording.h"
 
 namespace ctfmeg {
@@ -48,12 +49,12 @@ fs::path resourceFileOf(const fs::path& directory) {
   if (found.size() == 1) return found.front();
   if (found.empty())
     throw Error(ErrorKind::notADataset, directory,
-                "holds no CTF resource file: looked for " + own.string() + " and for any other *.res4");
+                "holds no CTF resource file: looked for " + textOf(own) + " and for any other *.res4");
   std::string names;
   for (const auto& file : found)
-    names += (names.empty() ? "" : ", ") + file.filename().string();
+    names += (names.empty() ? "" : ", ") + textOf(file.filename());
   throw Error(ErrorKind::notADataset, directory,
-              "holds several CTF resource files and none is " + own.string() + ": name one of " + names);
+              "holds several CTF resource files and none is " + textOf(own) + ": name one of " + names);
 }
 
 }  // namespace

@@ -167,6 +167,7 @@ class CCtfReader6Positions : public CCtfReader5Infods {
   int readVirtualChannels(const CString& path);
 
  protected:
+  void keep(const DigitisedPoint& point);
   bool readDigitisedPoints(LineSource& lines);
   bool readDigitisedFiducials(LineSource& lines);
   /// Hosts get virtual channels and digitised fiducials checked, not kept.

@@ -8,7 +8,8 @@ int CCtfReader7Bad::readBadChannels(const CString& path) {
     CString name;
     while (lines.more()) {
       if (!lines.next(name)) return 0;
-      m_currentData->setChannelGood4Name(name, false, -1, true);
+      if (!m_currentData->setChannelGood4Name(name, false, -1, true))
+        lines.passOver("bad.channel", L"is no channel of the recording");
     }
     return 1;
   });

@@ -1,6 +1,7 @@
 #include "sidefiles/classes.h"
 
 #include <new>
+#include <optional>
 
 #include "reader/ctf_dataset_reader.h"
 #include "sidefiles/marker_block.h"
@@ -20,6 +21,13 @@ constexpr MarkerBlockKind kClassBlock{
     .numberCode = "class.number",
     .shortCode = "class.short"};
 
+std::optional<std::int32_t> parseTrial(CString line) {
+  line.Remove(L'+');
+  std::int32_t trial = 0;
+  if (scan(line, L"%d", {&trial}, ScanPrecision::full) != 1) return std::nullopt;
+  return trial;
+}
+
 bool readList(LineSource& lines, std::int64_t count, bool trialsKept, CMarkerDatazk& trialClass) {
   CString line;
   const Found found = seekKeyword(lines, kClassBlock, kList);
@@ -34,12 +42,9 @@ bool readList(LineSource& lines, std::int64_t count, bool trialsKept, CMarkerDat
     return true;
   for (std::int64_t i = 0; i < count; ++i) {
     if (!lines.next(line)) return endInsideBlock(lines, kClassBlock);
-    CString number = line;
-    number.Remove(L'+');
-    std::int32_t trial = 0;
-    if (scan(number, L"%d", {&trial}, ScanPrecision::full) == 1) {
+    if (const auto trial = parseTrial(line)) {
       // Hosts get an entry for each trial that does not say which.
-      trialClass.addClassifyTrial(trialsKept ? trial : 0, 0, 0, 0, 1.0, 0.0);
+      trialClass.addClassifyTrial(trialsKept ? *trial : 0, 0, 0, 0, 1.0, 0.0);
       continue;
     }
     if (!lines.passOver("class.trial", L"is not a trial's number, of which the class has more")) return false;
@@ -64,16 +69,24 @@ int CCtfReader4Markers::readClassFile(const CString& path) {
   return readSideLines(getFilePathDir(path) + L"ClassFile.cls", {}, m_rules, [this](LineSource& lines) {
     CMarkerManagerzk& manager = *m_currentData->getClassManager();
     CString line;
-    std::int32_t count = 0;  // blocks are read to the end, not counted down
+    bool surplusTold = true;  // there is no class yet
+    std::int32_t count = 0;   // blocks are read to the end, not counted down
     while (lines.more()) {
       const Found found = readBetweenBlocks(lines, kClassBlock, line, count);
       if (found == Found::endOfFile && count != manager.getTotalMarkzk())
         lines.note("class.count", L"holds another number of classes than it says");
       if (found != Found::here) return 0;
-      if (line.Find(kClassBlock.keywords[kNextBlock]) < 0) continue;
+      if (line.Find(kClassBlock.keywords[kNextBlock]) < 0) {
+        if (!surplusTold && parseTrial(line)) {
+          lines.passOver("class.count", L"goes beyond the number of trials that the class says it has");
+          surplusTold = true;
+        }
+        continue;
+      }
       auto trialClass = parseOneClass(lines, m_rules);
       if (!trialClass) return 0;
       manager.addMarker(std::move(trialClass));
+      surplusTold = false;
     }
     return 1;
   });

@@ -119,12 +119,14 @@ int readHeadCoilSets(LineSource& lines, CMEGData1Localization01Meg& data, const 
     for (const auto coil :
          {CFiducial::nasion, CFiducial::leftEar, CFiducial::rightEar, CFiducial::inion, CFiducial::cz}) {
       if (set == nullptr || !names(line, coil)) continue;
-      FiducialPoint& point = set->points[coil];
-      const bool again = point.valid != 0;
-      if (!readCoilPoint(lines, point, rules))
+      FiducialPoint point;
+      if (!readCoilPoint(lines, point, rules)) {
         lines.putBack();  // it may name the next coil
-      else if (!again)
-        ++set->numPoints;
+        continue;
+      }
+      if (!set->points[coil].valid) ++set->numPoints;
+      set->points[coil] = point;
+      set->positionKind = line.Find(L"standard") >= 0 ? CFiducial::standard : CFiducial::measured;
     }
   }
   int sets = 0;

@@ -4,9 +4,8 @@ namespace {
 
 using D = DatasetInformation;
 
-// A tag that contains an earlier one never gets its own value by host rules: "_DATASET_SYSTEMTYPE" is taken
-// for
-// "_DATASET_SYSTEM". Hosts rely on the order.
+// Hosts rely on the order: a tag that contains an earlier one never gets its own value by host rules, as
+// "_DATASET_SYSTEMTYPE", which is taken for "_DATASET_SYSTEM".
 constexpr InfoField kFields[] = {
     {L"_PATIENT_INFO", InfoBlock{&D::patientInfo}},
     {L"_PATIENT_UID", &D::patientUid},

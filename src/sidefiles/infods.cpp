@@ -39,6 +39,11 @@ bool InfoDsParser::fail(const wchar_t* text) const {
   return false;
 }
 
+void InfoDsParser::beginAnew() {
+  m_text = {};
+  m_beganAnew = true;
+}
+
 CString InfoDsParser::decode(std::span<const std::byte> bytes) const {
   std::string text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   text.resize(std::min(text.size(), text.find('\0')));
@@ -94,7 +99,7 @@ bool InfoDsParser::readInfoTag(const CString& name, InfoType type, int depth) {
 }
 
 bool InfoDsParser::readMember(InfoBlock block, const wchar_t* tag, int depth) {
-  m_text = {};
+  beginAnew();
   if (!readInfoBlock(depth + 1)) return false;
   m_information.*block.text = m_text;
   m_information.entries.push_back({tag, m_text});
@@ -131,7 +136,7 @@ bool InfoDsParser::readMember(Number DatasetInformation::*member, const wchar_t*
 bool InfoDsParser::readTyped(const CString& name, InfoType type, int depth) {
   const InfoField* field = exactField(name);
   const bool ofMember = depth == 0 && field != nullptr;
-  if (ofMember && type == InfoType::block) m_text = {};
+  if (ofMember && type == InfoType::block) beginAnew();
   const int start = m_text.GetLength();
   auto value = readInfoValue(type, depth);
   if (!value) return false;
@@ -206,19 +211,19 @@ std::optional<InfoDsParser::Value> InfoDsParser::readInfoValue(InfoType type, in
       return text.Left(1);
     }
     case InfoType::text32: {
-      const CString text = decode(readUpTo(m_file, kTextWidth));  // hosts get what is left of it, too
+      CString text = decode(readUpTo(m_file, kTextWidth));  // hosts get what is left of it, too
       m_text += L"\n" + text;
-      return text;
+      return text.Trim();
     }
     case InfoType::textList:
     case InfoType::text32List:
     case InfoType::int32List:
       return readList(type);
-    case InfoType::number14:
-    case InfoType::number17:
+    case InfoType::signed32:
+    case InfoType::alsoSigned32:
       return integer(L"\n%d", readNumber<std::int32_t>());
-    case InfoType::number15:
-    case InfoType::number16: {
+    case InfoType::unsigned32:
+    case InfoType::alsoUnsigned32: {
       const auto number = readNumber<std::uint32_t>();
       if (!number || m_byType) return integer(L"\n%d", number);
       return integer(L"\n%d", std::optional(static_cast<std::int32_t>(*number)));

@@ -27,23 +27,25 @@ enum class InfoType : std::int32_t {
   textList = 11,    ///< a 32-bit count before them; likewise below
   text32List = 12,  ///< 32 bytes each
   int32List = 13,
-  number14 = 14,  ///< 32 bits, signed; 17, too
-  number15 = 15,  ///< 32 bits, unsigned; 16, too
-  number16 = 16,
-  number17 = 17,
+  signed32 = 14,
+  unsigned32 = 15,
+  alsoUnsigned32 = 16,
+  alsoSigned32 = 17,
 };
 
 /// Reads an information file. What is read before a failure stays.
 class InfoDsParser {
  public:
-  /// Reads `file`, which stands behind "WS1_", into `information`; `text` gathers, as text, the values that
-  /// have no member there and those of blocks. All must outlive this.
-  InfoDsParser(CFile& file, const ReadingRules& rules, DatasetInformation& information, CString& text)
-      : m_file(file), m_byType(rules.infoByType), m_information(information), m_text(text) {}
+  /// Reads `file`, which stands behind "WS1_", into `information`. Both must outlive this.
+  InfoDsParser(CFile& file, const ReadingRules& rules, DatasetInformation& information)
+      : m_file(file), m_byType(rules.infoByType), m_information(information), m_text(information.text) {}
 
   /// Reads up to "EndOfParameters". False, with a finding, when the file ends before, or at something that is
   /// none of the above.
   bool parseInfoEntries() { return readEntries(0); }
+
+  /// Whether a top-level block emptied the text that was gathered before it.
+  bool beganAnew() const { return m_beganAnew; }
 
  private:
   using Value = decltype(InformationEntry::value);
@@ -66,10 +68,12 @@ class InfoDsParser {
   template <class Number>
   bool readMember(Number DatasetInformation::*member, const wchar_t* tag, int depth);
   Value rendered(const wchar_t* format, std::int64_t number);
+  void beginAnew();
   bool fail(const wchar_t* text) const;
 
   CFile& m_file;
   bool m_byType;
   DatasetInformation& m_information;
-  CString& m_text;
+  CString& m_text;  // grows by every value as it is rendered, but for those that go to a member
+  bool m_beganAnew = false;
 };

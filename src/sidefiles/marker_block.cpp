@@ -32,15 +32,21 @@ Found readBetweenBlocks(LineSource& lines, const MarkerBlockKind& kind, CString&
 }
 
 Found seekKeyword(LineSource& lines, const MarkerBlockKind& kind, BlockKeyword keyword) {
+  // Without these a block says less than it should.
+  const bool essential = keyword == kName || keyword == kCount;
+  bool told = false;
   CString line;
   while (lines.next(line)) {
     const auto holds = [&line](const wchar_t* word) { return line.Find(word) >= 0; };
     const auto* wanted = kind.keywords.begin() + keyword;
     if (holds(*wanted)) return Found::here;
-    if (!lines.passOver(kind.keywordCode, L"stands where another keyword is expected",
-                        Finding::Severity::remark))
+    const bool later = std::any_of(wanted + 1, kind.keywords.end(), holds);
+    const bool lost = later && essential;
+    if ((!told || lost) && !lines.passOver(kind.keywordCode, L"stands where another keyword is expected",
+                                           lost ? Finding::Severity::warning : Finding::Severity::remark))
       return Found::missing;
-    if (std::any_of(wanted + 1, kind.keywords.end(), holds)) {
+    told = true;
+    if (later) {
       lines.putBack();
       return Found::missing;
     }

@@ -12,6 +12,8 @@ namespace {
 // Hosts expect every marker in this class group, whatever the file says.
 constexpr std::int32_t kHostGroup = 100;
 
+constexpr double kMsPerSecond = 1000.0;
+
 bool keep(CMarkerDatazk& marker, const MarkerSample& sample, const LineSource& lines) {
   try {
     marker.samples.push_back(sample);
@@ -26,7 +28,7 @@ bool keep(CMarkerDatazk& marker, const MarkerSample& sample, const LineSource& l
 /// Milliseconds for each unit of the times below a column header; nothing when it is none.
 std::optional<double> msPerUnitOf(const CString& header) {
   if (header.Find(L"TRIAL NUMBER") < 0 || header.Find(L"TIME FROM SYNC POINT") < 0) return std::nullopt;
-  return header.Find(L"in seconds") >= 0 ? 1000.0 : 1.0;
+  return header.Find(L"in seconds") >= 0 ? kMsPerSecond : 1.0;
 }
 
 bool readList(LineSource& lines, std::int64_t count, const TrialTiming& timing, const ReadingRules& rules,
@@ -38,10 +40,11 @@ bool readList(LineSource& lines, std::int64_t count, const TrialTiming& timing, 
   if (!msPerUnit) {
     if (!lines.passOver("marker.header", L"does not head a list of trial numbers and times")) return false;
     if (isNextBlock(lines, kMarkerBlock, line)) return true;
+    if (parseMarkerSample(line, kMsPerSecond, timing, rules)) lines.putBack();
   }
   for (std::int64_t i = 0; i < count; ++i) {
     if (!lines.next(line)) return endInsideBlock(lines, kMarkerBlock);
-    const auto sample = parseMarkerSample(line, msPerUnit.value_or(1.0), timing, rules);
+    const auto sample = parseMarkerSample(line, msPerUnit.value_or(kMsPerSecond), timing, rules);
     if (sample && !keep(marker, *sample, lines)) return true;
     if (sample) continue;
     if (!lines.passOver("marker.sample", L"is not a trial's number and a time, of which the marker has more"))
@@ -67,7 +70,7 @@ std::optional<MarkerSample> parseMarkerSample(const CString& line, double msPerU
   double time = 0.0;
   if (scan(line, L"%d  %f", {&sample.trial, &time}, precisionOf(rules)) != 2) return std::nullopt;
   sample.timeMs = time * msPerUnit;
-  // Whatever the unit, hosts take the time for seconds here.
+  // Whatever the unit, the time is taken for seconds here.
   sample.sample = timing.sampleAt(time, rules);
   return sample;
 }

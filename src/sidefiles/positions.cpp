@@ -57,8 +57,12 @@ bool CCtfReader6Positions::readDigitisedPoints(LineSource& lines) {
   CString line;
   std::int32_t count = 0;
   if (!lines.next(line)) return lines.passOver("pos.short", L"is empty");
-  if (scan(line, L"%d", {&count}, ScanPrecision::full) != 1) {
-    if (!lines.passOver("pos.count", L"is not the number of points")) return false;
+  bool counted = scan(line, L"%d", {&count}, ScanPrecision::full) == 1;
+  if (!counted && !lines.passOver("pos.count", L"is not the number of points")) return false;
+  // Hosts get a point that stands here taken for the number.
+  if (counted && parseDigitisedPoint(line, m_rules))
+    counted = !lines.passOver("pos.count", L"is a point where the number of points should stand");
+  if (!counted) {
     count = std::numeric_limits<std::int32_t>::max();
     lines.putBack();
   }
@@ -67,7 +71,7 @@ bool CCtfReader6Positions::readDigitisedPoints(LineSource& lines) {
       return lines.passOver("pos.short", L"is the last line, before all points are told");
     const auto point = parseDigitisedPoint(line, m_rules);
     if (point) {
-      m_currentData->setEEG_electrodesPositionPohemus(point->number, point->x, point->y, point->z, 0, true);
+      keep(*point);
       continue;
     }
     if (!lines.passOver("pos.point",
@@ -81,6 +85,10 @@ bool CCtfReader6Positions::readDigitisedPoints(LineSource& lines) {
   return true;
 }
 
+void CCtfReader6Positions::keep(const DigitisedPoint& point) {
+  m_currentData->setEEG_electrodesPositionPohemus(point.number, point.x, point.y, point.z, 0, true);
+}
+
 bool CCtfReader6Positions::readDigitisedFiducials(LineSource& lines) {
   constexpr int kFiducials = 3;
   for (int i = 0; i < kFiducials;) {
@@ -88,6 +96,11 @@ bool CCtfReader6Positions::readDigitisedFiducials(LineSource& lines) {
     if (!lines.next(line)) {
       lines.note("pos.fiducials", L"does not end with the labels and positions of three fiducials");
       return false;
+    }
+    const auto point = parseDigitisedPoint(line, m_rules);
+    if (point && lines.passOver("pos.count", L"is a point beyond the number of points in the first line")) {
+      keep(*point);
+      continue;
     }
     const auto fiducial = parseDigitisedFiducial(line, m_rules);
     if (fiducial) {
@@ -97,5 +110,13 @@ bool CCtfReader6Positions::readDigitisedFiducials(LineSource& lines) {
       return false;
     }
   }
+  keepExtra([&] {
+    for (CString line; lines.next(line);) {
+      if (const auto fiducial = parseDigitisedFiducial(line, m_rules))
+        m_currentData->digitisedFiducials.push_back(*fiducial);
+      else
+        lines.passOver("pos.fiducial", L"is not the label and the position of a fiducial");
+    }
+  });
   return true;
 }

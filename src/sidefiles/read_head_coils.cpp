@@ -11,7 +11,8 @@ constexpr int kMostSets = 3;
 HeadCoilLayout layoutOf(CFile& file, const ReadingRules& rules) {
   LineSource lines(file, rules);
   const HeadCoilLayout layout = probeHeadCoilLayout(lines, rules);
-  if (layout < fiveCoils) lines.note("coil.layout", L"does not begin with two sets of head coils; not read");
+  if (layout < fiveCoils)
+    lines.note("coil.layout", L"does not begin with sets of three or of five head coils; not read");
   file.Seek(0, CFile::begin);
   return layout;
 }

@@ -13,8 +13,11 @@ int CCtfReader5Infods::readInfoDsFile(const CString& path) {
       return 0;
     }
     DatasetInformation& information = m_currentData->getMEGRecordInfozk()->information;
-    const bool complete = InfoDsParser(file, m_rules, information, m_infodsText).parseInfoEntries();
-    information.text = m_infodsText;
+    information.text = {};
+    InfoDsParser parser(file, m_rules, information);
+    const bool complete = parser.parseInfoEntries();
+    if (parser.beganAnew()) m_infodsText = {};
+    m_infodsText += information.text;
     return complete ? 1 : 0;
   });
 }

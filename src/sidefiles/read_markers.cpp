@@ -74,7 +74,7 @@ void CCtfReader4Markers::readMarkerBlocks(LineSource& lines) {
       manager.addMarker(std::move(marker));
       surplusTold = false;
     } else if (!surplusTold && parseMarkerSample(line, 1.0, timing, m_rules)) {
-      lines.passOver("marker.count", L"is one sample more than the marker says it has");
+      lines.passOver("marker.count", L"goes beyond the number of samples that the marker says it has");
       surplusTold = true;
     }
   }

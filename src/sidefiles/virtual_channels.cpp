@@ -26,6 +26,7 @@ std::optional<VirtualChannel::Reference> parseReference(CString text, const Read
   if (start == std::wstring::npos) return std::nullopt;
   VirtualChannel::Reference reference{CString(all.substr(start, all.find_first_of(kEnds, start) - start))};
   text.Replace((reference.channel + L",").GetString(), L"");
+  reference.channel.Trim();
   if (scan(text, L"%f", {&reference.weight}, precisionOf(rules)) != 1) return std::nullopt;
   return reference;
 }
@@ -50,6 +51,8 @@ std::vector<VirtualChannel> parseVirtualChannels(LineSource& lines, const Readin
       channels.emplace_back();
     }
   }
+  // A line may hold the word without beginning a definition.
+  std::erase_if(channels, [](const VirtualChannel& c) { return c.name.IsEmpty() && c.references.empty(); });
   return channels;
 }
 

@@ -4,10 +4,21 @@
 #include <charconv>
 #include <limits>
 #include <string>
+#include <string_view>
+#include <type_traits>
 
 namespace {
 
 bool isSpace(wchar_t c) { return c == L' ' || (c >= L'\t' && c <= L'\r'); }
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+/// Of a number that fits no floating-point type: it is too small, not too large.
+bool isTiny(std::string_view number) {
+  const std::size_t exponent = number.find_first_of("eE");
+  if (exponent != std::string_view::npos) return number[exponent + 1] == '-';
+  return number[number.find_first_not_of('0')] == '.';
+}
 
 /// What is left of a line.
 class Rest {
@@ -64,14 +75,15 @@ class Rest {
     Float parsed{};
     const bool negative = text.starts_with('-');
     const char* first = text.data() + (negative || text.starts_with('+') ? 1 : 0);
-    if (*first == '-') return false;
+    if (!isDigit(*first) && !(*first == '.' && isDigit(first[1]))) return false;  // no words such as "inf"
     const auto [end, error] = std::from_chars(first, text.data() + text.size(), parsed);
     if (error == std::errc::invalid_argument) return false;
-    // Out of range is far too large, or so small that it is nothing.
-    if (error == std::errc::result_out_of_range)
-      parsed = std::string(first, end).find("e-") == std::string::npos
-                   ? std::numeric_limits<Float>::infinity()
-                   : 0;
+    if (error == std::errc::result_out_of_range) {
+      const bool tooSmall = isTiny({first, end});
+      // There is no such number; hosts get single precision's infinity.
+      if (!tooSmall && std::is_same_v<Float, double>) return false;
+      parsed = tooSmall ? Float{0} : std::numeric_limits<Float>::infinity();
+    }
     value = static_cast<double>(negative ? -parsed : parsed);
     return take(text, end);
   }

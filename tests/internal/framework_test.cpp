@@ -123,12 +123,16 @@ TEST(CFile, OpensNamesOfAnyBytes) {
   names.emplace_back("raw \xFF\xC3\xED\xB2\x80.res4");
 #endif
   for (const std::string& name : names) {
-    const std::string path = (directory.path() / name).string();
+#ifdef _WIN32
+    const auto path = directory.path() / std::filesystem::path(fromUtf8(name).str());
+#else
+    const auto path = directory.path() / name;
+#endif
     writeFile(path, name);
     CFile file;
-    ASSERT_TRUE(file.Open(toWindowsPath(path), CFile::modeRead)) << name;
+    ASSERT_TRUE(file.Open(toWindowsPath(path.string()), CFile::modeRead)) << name;
     EXPECT_EQ(file.GetLength(), name.size());
-    EXPECT_EQ(toNativePath(file.GetFilePath()), path);
+    EXPECT_EQ(toNativePath(file.GetFilePath()), path.string());
   }
 }
 
@@ -200,8 +204,11 @@ TEST(Arrays, RefuseIndicesOutside) {
 }
 
 TEST(UserInterface, TheThreadsOwnComesFirst) {
+#ifndef _WIN32  // there are real windows else
+  EXPECT_EQ(currentUserInterface(), nullptr);
   EXPECT_EQ(AfxMessageBox(L"?", MessageStyle::yesNo), MessageAnswer::no);
   EXPECT_EQ(AfxMessageBox(L"!"), MessageAnswer::ok);
+#endif
   ScriptedInterface process({MessageAnswer::yes}), outer, inner;
   installUserInterface(&process);
   EXPECT_EQ(AfxMessageBox(L"to the process", MessageStyle::yesNo), MessageAnswer::yes);
@@ -219,7 +226,6 @@ TEST(UserInterface, TheThreadsOwnComesFirst) {
   EXPECT_EQ(outer.transcript(), std::vector<std::string>{"message: to the outer"});
   EXPECT_EQ(inner.transcript(), std::vector<std::string>{"message: to the inner"});
   EXPECT_EQ(process.findings().size(), 1U);
-  EXPECT_EQ(currentUserInterface(), nullptr);
 }
 
 }  // namespace

@@ -51,29 +51,34 @@ const std::string kThree = "0 3: -20,10,30 -50,40,60 -80,70,90 - -";
 const std::string kFive = "0 5: -20,10,30 -50,40,60 -80,70,90 -110,100,120 -140,130,150";
 const std::string kNone = "0 0: - - - - -";
 const std::string kMeasured = "1" + kThree.substr(1);
+const std::string kMeasuredFive = "1" + kFive.substr(1);
 
 TEST(HeadCoils, IntoTheDataObjectByRule) {
   const std::string three = kThree + " | " + kThree + " | " + kThree;
+  const std::string read = kThree + " | " + kMeasured + " | " + kMeasured;
   const std::string none = kNone + " | " + kNone + " | " + kNone;
   std::string noBlanks = file(false);
   noBlanks.replace(noBlanks.find("x = 1"), 5, "x=1");
   const SideCase cases[] = {
-      {"three coils", file(false), "3 | " + three, "3 | " + three},
+      {"three coils", file(false), "3 | " + three, "3 | " + read},
       {"no last line end", file(false).substr(0, file(false).size() - 1),
-       "2 | " + kThree + " | " + kThree + " | 0 2: -20,10,30 -50,40,60 - - -", "3 | " + three},
+       "2 | " + kThree + " | " + kThree + " | 0 2: -20,10,30 -50,40,60 - - -", "3 | " + read},
       // Inion and Cz are taken for sets of their own, which empty the count; then there have been three.
       {"five coils", file(true), "3 | 0 0: -20,10,30 -50,40,60 -80,70,90 - - | " + kNone + " | " + kNone,
-       "3 | " + kFive + " | " + kFive + " | " + kFive},
-      {"misspelt", file(false, "stadard"), "2 | " + kNone + " | " + kThree + " | " + kThree, "3 | " + three},
+       "3 | " + kFive + " | " + kMeasuredFive + " | " + kMeasuredFive},
+      {"misspelt", file(false, "stadard"), "2 | " + kNone + " | " + kThree + " | " + kThree, "3 | " + read},
       {"one set", block("measured", "head", false), "1 | " + none,
-       "1 | " + kNone + " | " + kNone + " | " + kThree},
+       "1 | " + kNone + " | " + kNone + " | " + kMeasured},
       {"no blanks", noBlanks, "1 | " + none,
-       "3 | 0 2: - -50,40,60 -80,70,90 - - | " + kThree + " | " + kThree},
+       "3 | 0 2: - -50,40,60 -80,70,90 - - | " + kMeasured + " | " + kMeasured},
+      {"a coil once more, broken",
+       file(false) + "measured nasion coil position relative to head\nx = 99\ny = ?\n", "3 | " + three,
+       "3 | " + read},
       {"empty", "", "1 | " + none, "0 | " + none},
   };
   expectByRule("run.hc", cases, dataset);
   EXPECT_EQ(readFlipped(&ReadingRules::blocksWhole, "run.hc", file(true), dataset),
-            "3 | " + kFive + " | " + kFive + " | " + kFive);
+            "3 | " + kFive + " | " + kMeasuredFive + " | " + kMeasuredFive);
   WithFile reader("run.hc", file(false), ReadingRules::host());
   dataset(reader);
   EXPECT_EQ(reader.data.fiducialSource, 1);
@@ -83,13 +88,12 @@ TEST(HeadCoils, IntoTheDataObjectByRule) {
 TEST(HeadCoils, IntoTheLocalizationOfTheHead) {
   std::string noCz = block("standard", "dewar", true);
   noCz.replace(noCz.find("Cz"), 2, "??");
-  const std::string measuredFive = "1" + kFive.substr(1);
   const SideCase cases[] = {
       {"three coils", file(false), "1 | " + kThree + " | " + kMeasured + " | " + kMeasured,
        "1 | " + kThree + " | " + kMeasured + " | " + kMeasured},
       {"five coils, misspelt", file(true, "stadard"),
-       "1 | " + kFive + " | " + measuredFive + " | " + measuredFive,
-       "1 | " + kFive + " | " + measuredFive + " | " + measuredFive},
+       "1 | " + kFive + " | " + kMeasuredFive + " | " + kMeasuredFive,
+       "1 | " + kFive + " | " + kMeasuredFive + " | " + kMeasuredFive},
       {"no Cz", noCz, "1 | 0 5: -20,10,30 -50,40,60 -80,70,90 -110,100,120 -",
        "1 | 0 5: -20,10,30 -50,40,60 -80,70,90 -110,100,120 -"},
       {"bad", "nasion coil position\nx = what\n", "1", "1"},

@@ -107,10 +107,11 @@ TEST(Infods, SaysWhereItCanNotGoOn) {
   EXPECT_EQ(odd.info().information.datasetIsInDb, 0);
 }
 
-TEST(Infods, TextOfUnknownTagsOutlivesTheFile) {
+TEST(Infods, TextOfUnknownTagsOutlivesTheFileInTheReader) {
   WithFile reader("run.infods", block(text("note", "a")), ReadingRules::host());
   information(reader);
-  EXPECT_EQ(information(reader), "1 [/a/a]");
+  EXPECT_EQ(information(reader), "1 [/a]") << "of this file only";
+  EXPECT_EQ(toUtf8(reader.m_infodsText), "\na\na");
 }
 
 TEST(Infods, EveryTagHasAMemberOfItsOwn) {

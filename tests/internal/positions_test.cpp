@@ -69,6 +69,10 @@ TEST(Positions, DigitisedByRule) {
       {"a bad point", "2\n1 1 1 1\nwhat\n" + fiducials, "0 1:1,1,1", "1 1:1,1,1" + kept},
       {"fewer points than it says", "9\n1 1 1 1\n" + fiducials, "0 1:1,1,1", "1 1:1,1,1" + kept},
       {"count that is none", "many\n1 1 1 1\n" + fiducials, "0", "1 1:1,1,1" + kept},
+      {"more points than it says", "1\n1 1 1 1\n2 2 2 2\n" + fiducials, "1 1:1,1,1",
+       "1 1:1,1,1 2:2,2,2" + kept},
+      {"a point in the place of the count", "1 1 1 1\n" + fiducials, "0", "1 1:1,1,1" + kept},
+      {"a fourth fiducial", "0\n" + fiducials + "more 0 0 1\n", "1", "1" + kept + " more:0,0,1"},
       {"no fiducials", "1\n1 1 1 1\n", "0 1:1,1,1", "0 1:1,1,1"},
       {"empty", "", "0", "0"},
   };
@@ -83,7 +87,8 @@ TEST(Positions, VirtualChannelsByRule) {
   const SideCase cases[] = {
       {"two", text, "0", "0 A b[fT] 0.5*MLC11 B[]"},
       {"none", "//VIRTUAL CHANNEL CONFIGURATION\n{\n}\n", "0", "0"},
-      {"only separators", "VirtualChannel\nRef: ,,)\n", "0", "0 []"},
+      {"only separators, and a comment with the word", "// VirtualChannels\nVirtualChannel\nRef: ,,)\n", "0",
+       "0"},
   };
   expectByRule("VirtualChannels", cases, virtualChannels);
   EXPECT_EQ(readFlipped(&ReadingRules::extrasKept, "VirtualChannels",

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/path_text.h"
 #include "support/command.h"
 #include "support/minimal_dataset.h"
 #include "support/temporary_directory.h"
@@ -27,10 +28,20 @@
 namespace {
 
 namespace fs = std::filesystem;
+using ctfmeg::pathFromText;
+using ctfmeg::textOf;
 using nlohmann::json;
 
 bool contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
+}
+
+/// Tests name paths with slashes, on every system.
+std::string slashed(std::string text) {
+#ifdef _WIN32
+  std::replace(text.begin(), text.end(), '\\', '/');
+#endif
+  return text;
 }
 
 /// A NumPy file taken apart.
@@ -66,11 +77,11 @@ class Ctfmeg : public testing::Test {
     return runCommand(CTFMEG_COMMAND, arguments);
   }
 
-  std::string path(const std::string& name) const { return (m_directory.path() / name).string(); }
+  std::string path(const std::string& name) const { return textOf(m_directory.path() / pathFromText(name)); }
 
   /// Writes a dataset whose directory gets that name; its files are called run.
   std::string write(const std::string& name, const MinimalDataset& dataset = {}) const {
-    fs::rename(dataset.write(m_directory.path()).parent_path(), path(name));
+    fs::rename(dataset.write(m_directory.path()).parent_path(), pathFromText(path(name)));
     return path(name);
   }
 
@@ -84,7 +95,8 @@ class Ctfmeg : public testing::Test {
   static void expectFailed(const CommandResult& result, const std::string& about,
                            const std::string& said = "") {
     EXPECT_EQ(result.exitCode, 1) << result.err;
-    EXPECT_TRUE(result.err.starts_with("ctfmeg: " + about + ": ") && contains(result.err, said))
+    EXPECT_TRUE(slashed(result.err).starts_with(slashed("ctfmeg: " + about + ": ")) &&
+                contains(result.err, said))
         << result.err;
     EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << result.err;
   }
@@ -246,7 +258,7 @@ TEST_F(Ctfmeg, SideFilesAsJson) {
   addSideFiles(dataset);
   const CommandResult result = run({"info", "--json", dataset});
   EXPECT_EQ(result.exitCode, 0);
-  EXPECT_TRUE(contains(result.err, dataset + "/run.eeg: warning: ")) << result.err;
+  EXPECT_TRUE(contains(slashed(result.err), slashed(dataset + "/run.eeg: warning: "))) << result.err;
   const json info = json::parse(result.out);
   const json expected = json::parse(R"({
       "markers": [{"name": "=tone", "comment": "by Doe", "color": "#00ff00", "editable": true, "classId": 1,
@@ -263,7 +275,7 @@ TEST_F(Ctfmeg, SideFilesAsJson) {
       "infods": {"_PATIENT_ID": "Doe", "note": "Doe", "_PATIENT_SEX": 2, "_DATASET_VERSION": 9},
       "infodsText": "\nDoe", "badChannels": [], "badSegments": [{"trial": 3, "startMs": 500, "endMs": 1250}],
       "virtualChannels": [{"name": "A", "unit": "T", "references": [{"channel": "MLC11", "weight": 0.5}]}],
-      "warnings": [{"code": "eeg.line", "file": "run.eeg", "line": 2,
+      "warnings": [{"severity": "warning", "code": "eeg.line", "file": "run.eeg", "line": 2,
                     "text": "is not the number, name and position of an electrode"}]})");
   for (const auto& [key, value] : expected.items())
     EXPECT_EQ(info.at(key), value) << key;
@@ -271,7 +283,17 @@ TEST_F(Ctfmeg, SideFilesAsJson) {
   const json host = json::parse(run({"info", "--json", "--rules=host", dataset}).out);
   EXPECT_EQ(host.at("markers")[0].at("classGroupId"), 100);
   EXPECT_EQ(host.at("virtualChannels"), json::array());
-  const json anonymous = json::parse(run({"info", "--json", "--no-identity", dataset}).out);
+  // What can hold anything, and a message with a path in it, may name a person.
+  writeFile(dataset + "/BadChannels", "MLC11\n# Ann Doe is noisy\n");
+  fs::remove(dataset + "/MarkerFile.mrk");
+  fs::create_directory(dataset + "/MarkerFile.mrk");
+  EXPECT_EQ(json::parse(run({"info", "--json", dataset}).out).at("badChannels").size(), 2U);
+  const CommandResult hidden = run({"info", "--json", "--no-identity", dataset});
+  EXPECT_FALSE(contains(hidden.err, path(""))) << hidden.err;
+  EXPECT_FALSE(contains(hidden.out, "error = 5")) << "the message";
+  EXPECT_TRUE(contains(hidden.out, "file.error")) << "what the message is about";
+  const json anonymous = json::parse(hidden.out);
+  EXPECT_EQ(anonymous.at("badChannels"), json::array({"MLC11"}));
   EXPECT_EQ(anonymous.at("infods"), (json{{"_DATASET_VERSION", 9}}));
 }
 
@@ -289,6 +311,13 @@ TEST_F(Ctfmeg, TablesAndTrialsOfMarkers) {
   EXPECT_EQ(run(byMarker).out, run({"export", given, "--trials", "1", "-o", "-"}).out);
   expectFailed(run({"export", given, "--marker", "TONE", "-o", "-"}), given + "/run.res4", "there are =tone");
   const json info = json::parse(run({"info", "--json", given, "--marker", "=tone"}).out);
+  std::string rubbish;
+  for (int i = 0; i < 1000; ++i)
+    rubbish += "x\n";
+  writeFile(other + "/bad.segments", rubbish);
+  const CommandResult bounded = run({"info", "--json", other});
+  EXPECT_EQ(json::parse(bounded.out).at("warnings").size(), 101U);
+  EXPECT_EQ(std::count(bounded.err.begin(), bounded.err.end(), '\n'), 6);
   EXPECT_EQ(info.at("trialNumbers"), json::parse("[1]"));
   EXPECT_EQ(info.at("markers")[0].at("name"), "=tone") << "the file's markers, on every route";
 }
@@ -322,7 +351,7 @@ TEST_F(Ctfmeg, SetThatEndsEarly) {
   const std::string given = write("a.ds", dataset);
   const CommandResult result = run({"export", "--quiet", given, "-o", "-"});
   EXPECT_EQ(result.exitCode, 0);
-  EXPECT_TRUE(contains(result.err, given + "/run.meg4: ")) << "a warning stays";
+  EXPECT_TRUE(contains(slashed(result.err), slashed(given + "/run.meg4: "))) << "a warning stays";
   EXPECT_TRUE(Array(result.out).is("<i4", "1, 2, 3"));
   expectFailed(run({"export", "--strict", given, "-o", "-"}), given + "/run.meg4", "1 of 2");
   EXPECT_EQ(run({"export", "--rules=host", given, "-o", path("host.npy")}).exitCode, 1);

@@ -117,7 +117,8 @@ TEST(Recording, SaysWhatAndWhere) {
   noSamples.sampleFiles = {};
   fs::remove(run / "run.meg4");
   noSamples.write(directory.path());
-  EXPECT_EQ(errorOf(run), "notFound | run.meg4 | can't be read: No such file or directory");
+  const std::string notFound = std::system_category().message(ENOENT);
+  EXPECT_EQ(errorOf(run), "notFound | run.meg4 | can't be read: " + notFound);
   writeFile(run / "run.txt", "");
   EXPECT_EQ(errorOf(run / "run.txt"), "refused | run.txt | does not look like a CTF file; not read");
 #ifndef _WIN32

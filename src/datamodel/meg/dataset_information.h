@@ -59,5 +59,6 @@ struct DatasetInformation {
   CString datasetMaxHeadMotionCoil;
 
   std::vector<InformationEntry> entries;  ///< every value that was set, in file order
-  CString text;  ///< the values that no member holds, and those of blocks, as text: see the file's reader
+  /// Values as text, without tags: those of the last top-level block, and unknown ones behind it.
+  CString text;
 };

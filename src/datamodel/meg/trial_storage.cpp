@@ -21,13 +21,21 @@ bool TrialStorage::reserve(const ImportPlan& plan) {
   return true;
 }
 
+template <class T>
+T* TrialStorage::writable(std::int32_t trial) {
+  T* first = values<T>(trial);
+  const std::size_t bytes = static_cast<std::size_t>(trialValues()) * sizeof(T);
+  if (!stored(trial)) m_memory.use(static_cast<std::size_t>(trial) * bytes, bytes);
+  return first;
+}
+
 bool TrialStorage::store(std::int32_t trial, std::int32_t channel, const std::int32_t* values,
                          std::int64_t count, std::int32_t fileTrial) {
   if (summed() || !inRange(trial) || channel < 0 || channel >= m_plan.channels || count < 0) return false;
   const std::int64_t first = channel * m_plan.samples;
   const std::int64_t taken = std::min(count, trialValues() - first);
   if (taken > 0)
-    std::memcpy(this->values<std::int32_t>(trial) + first, values,
+    std::memcpy(writable<std::int32_t>(trial) + first, values,
                 static_cast<std::size_t>(taken) * sizeof *values);
   markStored(trial, fileTrial);
   return true;
@@ -37,7 +45,7 @@ bool TrialStorage::storeSums(std::int32_t trial, const double* values, std::int6
   if (!summed() || !inRange(trial) || count < 0) return false;
   const std::int64_t taken = std::min(count, trialValues());
   if (taken > 0)
-    std::memcpy(this->values<double>(trial), values, static_cast<std::size_t>(taken) * sizeof *values);
+    std::memcpy(writable<double>(trial), values, static_cast<std::size_t>(taken) * sizeof *values);
   markStored(trial, trial);
   return true;
 }

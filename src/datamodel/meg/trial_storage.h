@@ -42,6 +42,8 @@ class TrialStorage {
     return inRange(trial) && m_stored[static_cast<std::size_t>(trial)];
   }
   std::int64_t trialValues() const { return m_plan.channels * m_plan.samples; }
+  template <class T>
+  T* writable(std::int32_t trial);
   void markStored(std::int32_t trial, std::int32_t fileTrial);
 
   template <class T>

@@ -17,6 +17,8 @@ bool MemoryRange::reserve(std::size_t bytes) {
   return true;
 }
 
+void MemoryRange::use(std::size_t /*offset*/, std::size_t /*bytes*/) {}  // every page is ready
+
 void MemoryRange::release() {
   if (m_data != nullptr) munmap(m_data, m_size);
   m_data = nullptr;

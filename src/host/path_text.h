@@ -1,0 +1,14 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace ctfmeg {
+inline namespace v1 {
+
+/// A path from UTF-8 text and the other way round, on every system; on POSIX systems the bytes as they are.
+std::filesystem::path pathFromText(const std::string& text);
+std::string textOf(const std::filesystem::path& path);
+
+}  // namespace v1
+}  // namespace ctfmeg
