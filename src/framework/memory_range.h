@@ -2,11 +2,9 @@
 
 #include <cstddef>
 
-#include "framework/export.h"
-
 /// A contiguous range of zeroed memory straight from the system: reserving it costs nothing, each page is
 /// taken when it is first written. Movable; released by the destructor.
-class MEGREADER_API MemoryRange {
+class MemoryRange {
  public:
   MemoryRange() = default;
   MemoryRange(MemoryRange&& other) noexcept;

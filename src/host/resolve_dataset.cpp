@@ -44,8 +44,9 @@ fs::path stemOf(const fs::path& directory) {
 fs::path resourceFileOf(const fs::path& directory) {
   fs::path own = stemOf(directory);
   own += ".res4";
+  std::error_code unknown;
+  if (fs::exists(directory / own, unknown)) return directory / own;
   const auto found = resourceFilesIn(directory);
-  if (std::find(found.begin(), found.end(), directory / own) != found.end()) return directory / own;
   if (found.size() == 1) return found.front();
   if (found.empty())
     throw Error(ErrorKind::notADataset, directory,
@@ -59,7 +60,8 @@ fs::path resourceFileOf(const fs::path& directory) {
 
 }  // namespace
 
-fs::path resolveDataset(const fs::path& path) {
+fs::path resolveDataset(const fs::path& given) {
+  const fs::path path = reachable(given);
   std::error_code failed;
   const fs::file_status status = fs::status(path, failed);
   if (!fs::exists(status))

@@ -19,7 +19,10 @@ std::wstring quoted(const std::wstring& argument) {
   return text.append(backslashes, L'\\') + L"\"";
 }
 
-std::wstring wide(const std::string& text) { return std::filesystem::path(text).wstring(); }
+std::wstring wide(const std::string& text) {
+  const auto utf8 = std::u8string(text.begin(), text.end());
+  return utf8.empty() ? L"" : std::filesystem::path(utf8).wstring();
+}
 
 HANDLE openFor(const std::filesystem::path& file, DWORD access, DWORD disposition) {
   SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};

@@ -236,6 +236,67 @@ TEST(Facade, RoutesTurnFileErrorsIntoAMessage) {
   EXPECT_EQ(user.transcript().back(), "message: CTF File open error!");
 }
 
+struct LargeCase {
+  int trials, samples;
+  std::deque<MessageAnswer> answers;
+  std::deque<CString> entries;
+  Lines shown;
+  std::int64_t stored;  ///< samples of each trial
+};
+
+TEST(Facade, AsksAboutLargeRecordingsWhetherToResample) {
+  constexpr auto yes = MessageAnswer::yes;
+  const auto question = [](const char* megabytes, const char* answer) {
+    return std::string("question: This data is ") + megabytes + " MB, would you like to re-sample it? -> " +
+           answer;
+  };
+  const std::string dialog = "dialog: Sampling Rate: 2";
+  const std::string range = "message: Enter an integer between 1 and 30.",
+                    integer = "message: Enter an integer.";
+  const LargeCase cases[] = {
+      {100, 1000000, {yes}, {L"5"}, {}, 1000000},  // 400,000,000 bytes
+      {17, 5882353, {}, {}, {question("400", "no")}, 5882353},
+      {17, 5882353, {yes}, {}, {question("400", "yes"), dialog, "escape"}, 2941176},
+      {17,
+       5882353,
+       {yes},
+       {L"0", L"31", L"3a", L"", L" +5 "},
+       {question("400", "yes"), dialog, "typed: 0", range, range, "typed: 31", range, range, "typed: 3a",
+        integer, integer, "typed: ", integer, integer, "typed:  +5 "},
+       1176470},
+      {691, 723589, {yes}, {L"30"}, {question("1999", "yes"), dialog, "typed: 30"}, 24119},
+  };
+  for (const LargeCase& c : cases) {
+    D dataset;
+    dataset.resize(1, 1, 3);
+    dataset.res4.put(1288, Bytes().i32(c.samples));
+    dataset.res4.put(1312, Bytes().i16(c.trials));
+    Host host;
+    ScriptedInterface user(c.answers, {}, c.entries);
+    const ThreadUserInterface installed(&user);
+    const CString path = host.write(dataset);
+    std::filesystem::resize_file(
+        host.directory.path() / "run.ds" / "run.meg4",
+        8 + 4ULL * static_cast<unsigned>(c.trials) * static_cast<unsigned>(c.samples));
+    ASSERT_EQ(host.facade.readWithResamplePrompt(path, &host.array, nullptr), 1);
+    Lines shown;
+    for (const std::string& line : user.transcript()) {
+      if (line.starts_with("progress")) break;
+      shown.push_back(line);
+    }
+    EXPECT_EQ(shown, c.shown);
+    EXPECT_EQ(host.at(0)->storedSamples(), c.stored);
+    EXPECT_EQ(host.at(0)->numStoredTrials(), c.trials);
+  }
+}
+
+TEST(Facade, AFailedPromptTakesItsObjectOutOfTheArray) {
+  Host host;
+  const CString path = host.write(withSampleFiles({"no"}));
+  EXPECT_EQ(host.facade.readWithResamplePrompt(path, &host.array, nullptr), 0);
+  EXPECT_EQ(host.array.GetSize(), 0);
+}
+
 TEST(Facade, NobodyAtATerminalAnswersNo) {
   if (inputIsTerminal() && errorsAreTerminal()) GTEST_SKIP() << "somebody is at the terminal";
   TerminalInterface terminal;

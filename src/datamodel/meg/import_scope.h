@@ -3,12 +3,11 @@
 #include <cstdint>
 
 #include "datamodel/meg/import_plan.h"
-#include "framework/export.h"
 
 class CMEGData9FileA00Basic;
 
 /// Opens a data object for one import while it lives. Opening drops the samples of an earlier import.
-class MEGREADER_API ImportScope {
+class ImportScope {
  public:
   ImportScope(CMEGData9FileA00Basic& data, const ImportPlan& plan);
   ImportScope(const ImportScope&) = delete;

@@ -5,4 +5,5 @@
 
 CString toWindowsPath(CString path) { return path; }
 CString toWindowsPath(const std::string& path) { return fromUtf8(path); }
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the same for every system
 std::string toNativePath(CString path) { return toUtf8(path); }

@@ -1,0 +1,223 @@
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "framework/native_path.h"
+#include "host/path_text.h"
+#include "host/recording.h"
+#include "reader/meg_reader_face.h"
+#include "support/minimal_dataset.h"
+#include "support/temporary_directory.h"
+
+// The library as Windows sees it.
+
+namespace {
+
+namespace fs = std::filesystem;
+
+HMODULE library() { return GetModuleHandleW(L"MEGReader.dll"); }
+
+/// Reads the words of a dialog template one after another.
+class TemplateReader {
+ public:
+  explicit TemplateReader(const void* bytes) : m_next(static_cast<const std::uint16_t*>(bytes)) {}
+
+  int word() { return static_cast<std::int16_t>(*m_next++); }
+  unsigned dword() {
+    const unsigned low = *m_next++;
+    return low | static_cast<unsigned>(*m_next++) << 16;
+  }
+  std::wstring text() {
+    std::wstring all;
+    while (const std::uint16_t c = *m_next++)
+      all += static_cast<wchar_t>(c);
+    return all;
+  }
+  void alignItem() {
+    if (reinterpret_cast<std::uintptr_t>(m_next) % 4 != 0) ++m_next;
+  }
+
+ private:
+  const std::uint16_t* m_next;
+};
+
+TEST(Library, HoldsTheSamplingRateDialog) {
+  const HRSRC found = FindResourceExW(library(), MAKEINTRESOURCEW(5), MAKEINTRESOURCEW(17000), 1033);
+  ASSERT_NE(found, nullptr);
+  TemplateReader dialog(LockResource(LoadResource(library(), found)));
+  EXPECT_EQ(dialog.dword(), 0x80C800C0U) << "a classic template, its style";
+  EXPECT_EQ(dialog.dword(), 0U);
+  const int head[] = {dialog.word(), dialog.word(), dialog.word(), dialog.word(), dialog.word()};
+  EXPECT_TRUE(std::ranges::equal(head, std::array{3, 0, 0, 138, 74})) << "controls, place, size";
+  EXPECT_EQ(dialog.word(), 0) << "no menu";
+  EXPECT_EQ(dialog.word(), 0) << "no class of its own";
+  EXPECT_EQ(dialog.text(), L"Sampling Rate");
+  EXPECT_EQ(dialog.word(), 8);
+  EXPECT_EQ(dialog.text(), L"MS Sans Serif");
+  struct Item {
+    unsigned style;
+    int x, y, width, height, id, windowClass;
+    std::wstring text;
+  };
+  for (const Item& item :
+       {Item{0x50010001, 43, 53, 50, 14, 1, 0x80, L"OK"}, Item{0x50810081, 7, 32, 124, 14, 17000, 0x81, L""},
+        Item{0x50020001, 13, 13, 110, 16, -1, 0x82, L"Sampling Rate"}}) {
+    dialog.alignItem();
+    EXPECT_EQ(dialog.dword(), item.style);
+    EXPECT_EQ(dialog.dword(), 0U);
+    const int place[] = {dialog.word(), dialog.word(), dialog.word(), dialog.word(), dialog.word()};
+    EXPECT_TRUE(std::ranges::equal(place, std::array{item.x, item.y, item.width, item.height, item.id}));
+    EXPECT_EQ(dialog.word(), -1);
+    EXPECT_EQ(dialog.word(), item.windowClass);
+    EXPECT_EQ(dialog.text(), item.text);
+    EXPECT_EQ(dialog.word(), 0);
+  }
+}
+
+/// The names that the library exports.
+std::vector<std::string> exportedNames() {
+  const auto* base = reinterpret_cast<const char*>(library());
+  const auto at = [base](DWORD offset) { return base + offset; };
+  const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
+  const auto* image = reinterpret_cast<const IMAGE_NT_HEADERS*>(at(static_cast<DWORD>(dos->e_lfanew)));
+  const DWORD place = image->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT].VirtualAddress;
+  const auto* exports = reinterpret_cast<const IMAGE_EXPORT_DIRECTORY*>(at(place));
+  const auto* names = reinterpret_cast<const DWORD*>(at(exports->AddressOfNames));
+  std::vector<std::string> all;
+  for (DWORD i = 0; i < exports->NumberOfNames; ++i)
+    all.emplace_back(at(names[i]));
+  return all;
+}
+
+TEST(Library, ExportsWhatHostsNeedAndNothingInternal) {
+  // The classes of the reader, of the data model and of the framework; then the framework's functions.
+  const char* known[] = {"14CMEGReaderFace",
+                         "16CMEGReaderFacezk",
+                         "21CBasicReadUnix2Window",
+                         "23CBasicReadUnix2Windowzk",
+                         "8CMEGData",
+                         "25CMEGData1Localization01Meg",
+                         "26CMEGData1Localization01Meg",
+                         "16CMEGData2Process",
+                         "17CMEGData6Classify",
+                         "21CMEGData9FileA00Basic",
+                         "23CMEGData9FileA01CtfMISL",
+                         "10CMEGDatazk",
+                         "14CMEGRecordInfo",
+                         "19CMEGRecordInfozkPro",
+                         "22CMEGRecordInfozkProzk",
+                         "18CCoefficientDatazk",
+                         "19CCoefficientManager",
+                         "21CCoefficientManagerzk",
+                         "11CMarkerData",
+                         "13CMarkerDatazk",
+                         "14CMarkerManager",
+                         "16CMarkerManagerzk",
+                         "10CMEGSensor",
+                         "12CMEGSensorzk",
+                         "11CMegSquidzk",
+                         "8CMagCoil",
+                         "15CEEGelectrodezk",
+                         "9CFiducial",
+                         "11CFiducialzk",
+                         "17CHeadLocalization",
+                         "19CHeadLocalizationzk",
+                         "18CCoordinateProcess",
+                         "20CCoordinateProcesszk",
+                         "7CString",
+                         "5CFile",
+                         "8CArchive",
+                         "10CException",
+                         "14CFileException",
+                         "16CMemoryException",
+                         "20CInvalidArgException",
+                         "9CDocument",
+                         "4CWnd",
+                         "7CDialog",
+                         "13CDataExchange",
+                         "11CFileDialog",
+                         "11CProgresszk",
+                         "13UserInterface",
+                         "14ProgressWindow",
+                         "12DialogWindow",
+                         "11DialogOwner",
+                         "19ThreadUserInterface",
+                         "DDX_Text",
+                         "DDV_MinMaxInt",
+                         "AfxMessageBox",
+                         "AfxThrow",
+                         "reportFinding",
+                         "findingOf",
+                         "currentUserInterface",
+                         "installUserInterface",
+                         "runTextDialog",
+                         "toWindowsPath",
+                         "toNativePath",
+                         "toUtf8",
+                         "fromUtf8",
+                         "fromAnsi",
+                         "fromWindows1252",
+                         "headFrameOf"};
+  const auto names = exportedNames();
+  EXPECT_GT(names.size(), 100U);
+  for (const std::string& name : names)
+    EXPECT_TRUE(std::any_of(std::begin(known), std::end(known), [&](const char* part) {
+      return name.find(part) != std::string::npos;
+    })) << name;
+  const auto exported = [&names](const char* part) {
+    return std::any_of(names.begin(), names.end(),
+                       [&](const std::string& name) { return name.find(part) != std::string::npos; });
+  };
+  for (const char* promised :
+       {"16CMEGReaderFacezk14readTrialSplitE", "14CMEGReaderFace18readCTFMEGDataInfoE",
+        "23CBasicReadUnix2Windowzk8readANSIE", "21CBasicReadUnix2Window11getFileNameE"})
+    EXPECT_TRUE(exported(promised)) << promised;
+  for (const char* internal : {"CCtf", "LineSource", "ImportScope", "TrialStorage", "MemoryRange",
+                               "CDlgSampleRateSet", "nlohmann", "St6vector"})
+    EXPECT_FALSE(exported(internal)) << internal;
+}
+
+/// What reading a dataset gives: its number of trials, or the kind of the error.
+std::string outcome(const fs::path& path) {
+  try {
+    return std::to_string(ctfmeg::Recording::read(path).trialNumbers().size());
+  } catch (const ctfmeg::Error& error) {
+    EXPECT_FALSE(error.text().empty());
+    return nameOf(error.kind());
+  }
+}
+
+TEST(Library, ReadsPathsOfEveryForm) {
+  const TemporaryDirectory directory;
+  const fs::path run = MinimalDataset().write(directory.path()).parent_path();
+  EXPECT_TRUE(run.has_root_name()) << "a drive letter";
+  EXPECT_EQ(outcome(run), "2");
+  EXPECT_EQ(outcome(run.generic_string() + "/run.res4"), "2") << "slashes";
+  EXPECT_EQ(outcome(LR"(\\?\)" + run.wstring()), "2") << "with the system's own prefix";
+  EXPECT_EQ(outcome(LR"(\\nowhere.invalid\share\run.ds)"), "notFound");
+  EXPECT_NE(outcome("NUL.res4"), "2") << "a device";
+
+  const fs::path named =
+      directory.path() / L"\u03a9 \u65e5\u672c \U0001F9E0.ds";  // no ANSI code page has all
+  fs::rename(run, named);
+  EXPECT_EQ(outcome(named), "2");
+  EXPECT_EQ(ctfmeg::textOf(named.filename()), "\u03a9 \u65e5\u672c \U0001F9E0.ds");
+
+  fs::path deep = LR"(\\?\)" + directory.path().wstring();
+  for (int i = 0; i < 6; ++i) {
+    deep /= std::wstring(60, L'd');
+    fs::create_directory(deep);
+  }
+  fs::rename(named, deep / "run.ds");
+  const std::wstring longer = (deep / "run.ds").wstring().substr(4);
+  EXPECT_GT(longer.size(), 300U);
+  EXPECT_EQ(outcome(longer), "2");
+  CMEGReaderFacezk facade;
+  CMEGDatazk data;
+  CString path((longer + LR"(\run.res4)"));
+  EXPECT_EQ(facade.readCTFMEGDataInfo(path, &data), 1);
+}
+
+}  // namespace
