@@ -37,6 +37,8 @@ class MEGREADER_API CFile {
 
  private:
   [[noreturn]] void fail(int cause, int osError) const;
+  /// Says in `error` (may be null) why a file can't be opened. False.
+  static bool refuse(CFileException* error, const CString& path, int cause, int osError);
 
   static constexpr std::intptr_t kClosed = -1;
   std::intptr_t m_handle = kClosed;

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <limits>
 #include <new>
 
 #include "framework/user_interface.h"
@@ -10,8 +9,6 @@
 // then it is known how much a file holds: no header can ask for more.
 
 namespace {
-
-constexpr int kNoLimit = std::numeric_limits<int>::max();
 
 int failWithoutMarker(const CString& path) {
   reportFinding(

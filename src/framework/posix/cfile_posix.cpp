@@ -32,20 +32,8 @@ int descriptor(std::intptr_t handle) { return static_cast<int>(handle); }
 
 }  // namespace
 
-CFile::~CFile() { Close(); }
-
-void CFile::fail(int cause, int osError) const { AfxThrowFileException(cause, osError, m_path); }
-
 bool CFile::Open(const CString& path, unsigned /*flags*/, CFileException* error) {
   Close();
-  const auto refuse = [error, &path](int cause, int osError) {
-    if (error != nullptr) {
-      error->m_cause = cause;
-      error->m_lOsError = osError;
-      error->m_strFileName = path;
-    }
-    return false;
-  };
   // Without O_NONBLOCK, opening a FIFO would wait for a writer for ever.
   const int opened = ::open(toNativePath(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (opened < 0) {
@@ -53,14 +41,14 @@ bool CFile::Open(const CString& path, unsigned /*flags*/, CFileException* error)
     // A link to nowhere is there: not the same as no file.
     struct stat link {};
     const bool dangling = reason == ENOENT && lstat(toNativePath(path).c_str(), &link) == 0;
-    return refuse(dangling ? CFileException::badPath : causeOf(reason), reason);
+    return refuse(error, path, dangling ? CFileException::badPath : causeOf(reason), reason);
   }
   struct stat status {};
   if (fstat(opened, &status) != 0 || !S_ISREG(status.st_mode)) {
     ::close(opened);
     // A directory as on Windows; a pipe or device has no error number of its own.
-    return S_ISDIR(status.st_mode) ? refuse(CFileException::accessDenied, EISDIR)
-                                   : refuse(CFileException::genericException, -1);
+    return S_ISDIR(status.st_mode) ? refuse(error, path, CFileException::accessDenied, EISDIR)
+                                   : refuse(error, path, CFileException::genericException, -1);
   }
   m_handle = opened;
   m_path = path;

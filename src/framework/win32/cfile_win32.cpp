@@ -34,30 +34,18 @@ HANDLE handleOf(std::intptr_t handle) { return reinterpret_cast<HANDLE>(handle);
 
 }  // namespace
 
-CFile::~CFile() { Close(); }
-
-void CFile::fail(int cause, int osError) const { AfxThrowFileException(cause, osError, m_path); }
-
 bool CFile::Open(const CString& path, unsigned flags, CFileException* error) {
   Close();
-  const auto refuse = [error, &path](int cause, int osError) {
-    if (error != nullptr) {
-      error->m_cause = cause;
-      error->m_lOsError = osError;
-      error->m_strFileName = path;
-    }
-    return false;
-  };
   const DWORD share = (flags & shareDenyNone) != 0 ? FILE_SHARE_READ | FILE_SHARE_WRITE : 0;
   const HANDLE opened = CreateFileW(longPath(path).c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
   if (opened == INVALID_HANDLE_VALUE) {
     const DWORD reason = GetLastError();
-    return refuse(causeOf(reason), static_cast<int>(reason));
+    return refuse(error, path, causeOf(reason), static_cast<int>(reason));
   }
   if (GetFileType(opened) != FILE_TYPE_DISK) {  // a device or pipe may never answer
     CloseHandle(opened);
-    return refuse(CFileException::genericException, -1);
+    return refuse(error, path, CFileException::genericException, -1);
   }
   m_handle = reinterpret_cast<std::intptr_t>(opened);
   m_path = path;
