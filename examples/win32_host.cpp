@@ -4,9 +4,11 @@
 #include <windows.h>
 
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
+#include "framework/user_interface.h"
 #include "reader/meg_reader_face.h"
 
 namespace {
@@ -20,11 +22,30 @@ struct Host {
   std::vector<std::unique_ptr<CMEGDatazk>> datasets;
   HWND list = nullptr;
 
+  /// Errors must not travel through a window procedure.
   void open() {
-    const int read = facade.openReadCTFMEGData2HdPa(&array, nullptr, nullptr);
+    try {
+      read();
+    } catch (CException* error) {  // sample files that can't be read, or end before the run does
+      error->Delete();
+      AfxMessageBox(L"The samples of this dataset can't be read.");
+    } catch (const std::bad_alloc&) {
+      AfxMessageBox(L"There is not enough memory for this dataset.");
+    }
+    collect();
+  }
+
+  void read() {
+    const int before = array.GetSize();
+    const int done = facade.openReadCTFMEGData2HdPa(&array, nullptr, nullptr);
+    collect();
+    if (done && array.GetSize() > before) show(*datasets.back());
+  }
+
+  /// What the facade appended is ours.
+  void collect() {
     for (int i = static_cast<int>(datasets.size()); i < array.GetSize(); ++i)
       datasets.emplace_back(static_cast<CMEGDatazk*>(array.GetAt(i)));
-    if (read) show(*datasets.back());
   }
 
   void show(const CMEGDatazk& data) {

@@ -45,16 +45,24 @@ void writeTrials(ResultFile& file, const Recording& recording, const std::vector
   }
 }
 
+/// Names that some systems take for the same are the same.
+std::string lowered(std::string name) {
+  for (char& c : name)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
+  return name;
+}
+
 /// A slip in a command line must not cost a recording one of its files.
 void refuseOwnFile(const std::string& dataset, const std::string& output) {
   namespace fs = std::filesystem;
   std::error_code unknown;
   const fs::path target = fs::weakly_canonical(pathFromText(output), unknown);
-  if (unknown || !fs::exists(target, unknown) || target.extension() == ".npy") return;
+  if (unknown || !fs::exists(target, unknown) || lowered(textOf(target.extension())) == ".npy") return;
   const fs::path folder = fs::weakly_canonical(resolveDataset(pathFromText(dataset)), unknown).parent_path();
-  const std::string name = textOf(target.filename());
-  const bool ofCtf = folder.extension() == ".ds" || name.ends_with("meg4") || name.ends_with(".res4");
-  if (target.parent_path() == folder && ofCtf)
+  const std::string name = lowered(textOf(target.filename()));
+  const bool ofCtf =
+      lowered(textOf(folder.extension())) == ".ds" || name.ends_with("meg4") || name.ends_with(".res4");
+  if (fs::equivalent(target.parent_path(), folder, unknown) && ofCtf)
     throw CommandError(output, "belongs to the recording: not written over");
 }
 

@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "host/path_text.h"
+
 namespace ctfmeg::cli {
 
 std::string lastName(const std::string& path) {

@@ -90,6 +90,7 @@ std::vector<std::string> argumentsOf(std::vector<std::string> arguments) {
 
 int run(const std::vector<std::string>& arguments) {
   CLI::App app("Reads MEG recordings made on CTF systems.", "ctfmeg");
+  app.allow_windows_style_options(false);  // "/" begins a path there, too
   app.failure_message([](const CLI::App*, const CLI::Error& error) {
     return std::string("ctfmeg: ") + error.what() + "\nctfmeg: run it with --help to see what there is\n";
   });

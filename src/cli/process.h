@@ -11,8 +11,8 @@ namespace ctfmeg::cli {
 struct Interrupted {};
 
 /// To be called first. From then on Ctrl-C (and a request to end) is noted, and calls that wait return.
-/// Standard streams that are closed are given something to hold, so that no file that is opened takes their
-/// place and gets their text.
+/// On POSIX systems standard streams that are closed are given something to hold, so that no file that is
+/// opened takes their place and gets their text.
 void prepareProcess();
 
 bool interrupted();

@@ -18,7 +18,7 @@ ResultFile::ResultFile(const std::string& name) : m_name(name == "-" ? "standard
     return;
   }
   std::error_code unknown;
-  const fs::path given = pathFromText(name);
+  const fs::path given = reachable(pathFromText(name));
   m_final = fs::weakly_canonical(given, unknown);  // a link stays a link: what it points to is replaced
   if (unknown) m_final = given;
   const fs::file_status status = fs::status(m_final, unknown);
@@ -48,8 +48,12 @@ ResultFile::~ResultFile() {
   if (!m_temporary.empty()) fs::remove(m_temporary, ignored);
 }
 
-void ResultFile::fail(const char* what, int osError) const {
-  throw CommandError(m_name, std::string(what) + ": " + std::generic_category().message(osError));
+void ResultFile::fail(const char* what, const std::error_code& reason) const {
+  throw CommandError(m_name, what + (reason ? ": " + reason.message() : ""));
+}
+
+void ResultFile::fail(const char* what, int errorNumber) const {
+  fail(what, std::error_code(errorNumber, std::generic_category()));
 }
 
 void ResultFile::write(std::span<const std::byte> bytes) {
@@ -65,7 +69,7 @@ void ResultFile::commit() {
   if (m_temporary.empty()) return;
   std::error_code failed;
   fs::rename(m_temporary, m_final, failed);
-  if (failed) fail("can't be put in place", failed.value());
+  if (failed) fail("can't be put in place", failed);
   m_temporary.clear();
 }
 

@@ -6,6 +6,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <system_error>
 
 namespace ctfmeg::cli {
 
@@ -29,7 +30,8 @@ class ResultFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
   };
 
-  [[noreturn]] void fail(const char* what, int osError) const;
+  [[noreturn]] void fail(const char* what, const std::error_code& reason) const;
+  [[noreturn]] void fail(const char* what, int errorNumber) const;
   void openBeside();
 
   std::string m_name;

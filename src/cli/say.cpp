@@ -18,7 +18,9 @@ void finishOutput() {
   errno = 0;
   std::cout.flush();
   if (!std::cout || std::fflush(stdout) != 0)
-    throw CommandError("standard output", "can't be written: " + std::generic_category().message(errno));
+    throw CommandError(
+        "standard output",
+        "can't be written" + (errno == 0 ? "" : ": " + std::generic_category().message(errno)));
 }
 
 }  // namespace ctfmeg::cli

@@ -27,11 +27,12 @@ Recording Session::read(const std::string& dataset, const std::optional<Route>& 
   options.samples = route.has_value();
   options.route = route.value_or(Whole{});
   options.answer = [&](const std::string& question) { return answer(dataset, question); };
-  options.enter = [&](const std::string& caption, const std::string& value,
-                      const std::string& complaint) -> std::optional<std::string> {
+  options.enter = [&](const TextQuestion& question) -> std::optional<std::string> {
     if (m_options.yes || m_options.no) return std::nullopt;
-    if (!complaint.empty()) say("", complaint);
-    return enterOnTerminal(visible(caption), visible(value));
+    for (const std::string& complaint : question.complaints)
+      say("", complaint);
+    if (question.complaints.empty()) tellOnTerminal(visible(question.caption));
+    return enterOnTerminal(visible(question.label), visible(question.value));
   };
   options.progress = [&](const Progress& progress) {
     constexpr int kSteps = 1000;

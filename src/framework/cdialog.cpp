@@ -29,6 +29,10 @@ CWnd::~CWnd() = default;
 CDialog::CDialog(const DialogTemplate& dialogTemplate, CWnd* /*parent*/) : m_template(dialogTemplate) {}
 
 int CDialog::DoModal() {
+  struct Closing {
+    DialogWindow*& window;
+    ~Closing() { window = nullptr; }
+  } const closing{m_window};
   UserInterface* ui = currentUserInterface();
   return ui != nullptr && ui->modalDialog(m_template, *this) ? kOk : kCancel;
 }

@@ -17,8 +17,9 @@ bool runTextDialog(DialogOwner& owner,
                    const std::function<std::optional<CString>(const CString& value)>& enter) {
   EditField field;
   owner.shown(field);
+  const CString first = field.controlText(0);
   for (;;) {
-    const auto entered = enter(field.controlText(0));
+    const auto entered = enter(first);
     if (!entered) return false;
     field.setControlText(0, *entered);
     if (owner.confirmed(field)) return true;

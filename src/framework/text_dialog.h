@@ -6,8 +6,8 @@
 #include "framework/export.h"
 #include "framework/user_interface.h"
 
-/// A modal dialog for interfaces without windows: `enter(value)` is called with what the edit field shows,
-/// and gives what the user makes of it and confirms, or nothing when the user gives up. It is called again as
-/// long as that is refused. True when it was accepted.
+/// A modal dialog for interfaces without windows: `enter(value)` is called with what the edit field shows at
+/// first, and gives what the user makes of it and confirms, or nothing when the user gives up. It is called
+/// again as long as that is refused. True when it was accepted.
 MEGREADER_API bool runTextDialog(DialogOwner& owner,
                                  const std::function<std::optional<CString>(const CString& value)>& enter);

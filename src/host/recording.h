@@ -60,6 +60,13 @@ struct MarkedTrials {
 struct AskToResample {};
 using Route = std::variant<Whole, EveryNth, SampleSpan, Pieces, TrialList, MarkedTrials, AskToResample>;
 
+/// What a small dialog asks for.
+struct TextQuestion {
+  std::string caption, label;
+  std::string value;                    ///< what it would take as it is
+  std::vector<std::string> complaints;  ///< messages about what was entered before
+};
+
 struct Progress {
   std::string title;
   double fraction = 0.0;  ///< 0 to 1, rising
@@ -71,11 +78,9 @@ struct ReadOptions {
   Route route = Whole{};
   /// Asked a question, gives true for Yes. Without it every answer is No.
   std::function<bool(const std::string& question)> answer{};
-  /// Asked for a text: gives what is entered, or nothing to give up. Called again with `complaint` when that
-  /// was refused. Without it everything is given up.
-  std::function<std::optional<std::string>(const std::string& caption, const std::string& value,
-                                           const std::string& complaint)>
-      enter{};
+  /// Asked for a text: gives what is entered, or nothing to give up. Called again, with what was said against
+  /// it, when that was refused. Without it everything is given up.
+  std::function<std::optional<std::string>(const TextQuestion& question)> enter{};
   /// Called while samples are read, on the same thread; false stops the reading.
   std::function<bool(const Progress&)> progress{};
 };

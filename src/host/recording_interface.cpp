@@ -1,6 +1,7 @@
 #include "host/recording_interface.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "framework/encoding.h"
 #include "framework/text_dialog.h"
@@ -45,7 +46,7 @@ MessageAnswer RecordingInterface::messageBox(const CString& text, MessageStyle s
     return MessageAnswer::no;
   }
   if (m_inDialog)
-    m_complaint = shown;
+    m_complaints.push_back(shown);
   else
     add({Finding::Severity::warning, "message", "", shown});
   return MessageAnswer::ok;
@@ -60,8 +61,9 @@ bool RecordingInterface::modalDialog(const DialogTemplate& dialogTemplate, Dialo
   m_inDialog = true;
   const bool accepted = runTextDialog(owner, [&](const CString& value) -> std::optional<CString> {
     if (!m_options.enter) return std::nullopt;
-    const auto entered = m_options.enter(toUtf8(dialogTemplate.caption), toUtf8(value), m_complaint);
-    m_complaint.clear();
+    const TextQuestion question{toUtf8(dialogTemplate.caption), toUtf8(dialogTemplate.label), toUtf8(value),
+                                std::exchange(m_complaints, {})};
+    const auto entered = m_options.enter(question);
     return entered ? std::optional(fromUtf8(*entered)) : std::nullopt;
   });
   m_inDialog = false;

@@ -50,7 +50,7 @@ class RecordingInterface : public UserInterface {
   const ReadOptions& m_options;
   CString m_file;
   double m_steps = 1.0, m_stepsAfterDialog = 1.0;
-  std::string m_complaint;  // shown while a dialog was open
+  std::vector<std::string> m_complaints;  // shown while a dialog is open
   bool m_inDialog = false;
   std::string m_progressTitle;
   std::set<std::string> m_known;  // a header that is read twice has its findings once

@@ -59,6 +59,10 @@ std::optional<std::string> enterOnTerminal(const std::string& caption, const std
   return entered.empty() ? value : entered;
 }
 
+void tellOnTerminal(const std::string& text) {
+  if (inputIsTerminal() && errorsAreTerminal()) std::cerr << text << '\n';
+}
+
 std::unique_ptr<ProgressWindow> openTerminalBar(const std::string& title) {
   if (!errorsAreTerminal()) return nullptr;
   return std::make_unique<TerminalBar>(title);
@@ -80,7 +84,7 @@ std::optional<CString> TerminalInterface::chooseFile(const CString& /*filter*/, 
 }
 
 bool TerminalInterface::modalDialog(const DialogTemplate& dialogTemplate, DialogOwner& owner) {
-  if (inputIsTerminal() && errorsAreTerminal()) std::cerr << toUtf8(dialogTemplate.caption) << '\n';
+  tellOnTerminal(toUtf8(dialogTemplate.caption));
   return runTextDialog(owner, [&](const CString& value) -> std::optional<CString> {
     const auto entered = enterOnTerminal(toUtf8(dialogTemplate.label), toUtf8(value));
     return entered ? std::optional(fromUtf8(*entered)) : std::nullopt;

@@ -14,6 +14,9 @@ bool askOnTerminal(const std::string& question);
 /// the end of the input, or where nobody can be asked.
 std::optional<std::string> enterOnTerminal(const std::string& caption, const std::string& value);
 
+/// A line for a person there; nothing where nobody can be asked.
+void tellOnTerminal(const std::string& text);
+
 /// A bar on standard error; null where that is no terminal.
 std::unique_ptr<ProgressWindow> openTerminalBar(const std::string& title);
 

@@ -5,9 +5,11 @@
 #include <cstring>
 
 #include "framework/native_path.h"
+#include "framework/win32/long_path.h"
 #include "host/path_text.h"
 #include "host/recording.h"
 #include "reader/meg_reader_face.h"
+#include "support/command.h"
 #include "support/minimal_dataset.h"
 #include "support/temporary_directory.h"
 
@@ -218,6 +220,32 @@ TEST(Library, ReadsPathsOfEveryForm) {
   CMEGDatazk data;
   CString path((longer + LR"(\run.res4)"));
   EXPECT_EQ(facade.readCTFMEGDataInfo(path, &data), 1);
+}
+
+TEST(Library, GivesLongPathsTheSystemsPrefix) {
+  const std::wstring tail(300, L'x');
+  const std::pair<std::wstring, std::wstring> cases[] = {
+      {LR"(C:\short\run.res4)", LR"(C:\short\run.res4)"},
+      {LR"(C:\a\..\b\)" + tail, LR"(\\?\C:\b\)" + tail},
+      {LR"(\\server\share\)" + tail, LR"(\\?\UNC\server\share\)" + tail},
+      {LR"(\\?\C:\)" + tail, LR"(\\?\C:\)" + tail},
+      {LR"(\\.\)" + tail, LR"(\\.\)" + tail},
+  };
+  for (const auto& [given, expected] : cases)
+    EXPECT_EQ(longPath(CString(given)), expected);
+}
+
+TEST(Library, TheCommandRunsWhereverItIsCopiedTo) {
+  const TemporaryDirectory directory;
+  const auto run = MinimalDataset().write(directory.path()).parent_path();
+  const fs::path alone = directory.path() / "alone.exe";
+  fs::copy_file(CTFMEG_COMMAND, alone);
+  EXPECT_TRUE(runCommand(alone.string(), {"info", run.string()}).out.starts_with("run\n"));
+  // Names that differ in case only are the same.
+  const CommandResult own =
+      runCommand(alone.string(), {"export", run.string(), "-o", run.string() + "\\RUN.MEG4"});
+  EXPECT_EQ(own.exitCode, 1);
+  EXPECT_NE(own.err.find("belongs to the recording"), std::string::npos) << own.err;
 }
 
 }  // namespace

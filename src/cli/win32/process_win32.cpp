@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 #include "framework/encoding.h"
@@ -18,8 +19,13 @@ namespace {
 
 std::atomic<bool> noted{false};
 
-BOOL WINAPI note(DWORD /*event*/) {
+UINT codePageBefore = 0;
+
+BOOL WINAPI note(DWORD event) {
+  constexpr DWORD kUntilTheSystemEndsIt = 10000;
   noted = true;
+  // These end the process when this returns: what was begun has to be taken away before.
+  if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) Sleep(kUntilTheSystemEndsIt);
   return TRUE;
 }
 
@@ -34,7 +40,9 @@ void understandEscapes(DWORD stream) {
 
 void prepareProcess() {
   SetConsoleCtrlHandler(note, TRUE);
+  codePageBefore = GetConsoleOutputCP();
   SetConsoleOutputCP(CP_UTF8);
+  std::atexit([] { SetConsoleOutputCP(codePageBefore); });
   understandEscapes(STD_ERROR_HANDLE);
   // Results are the same bytes on every system: no line feed becomes two characters.
   _setmode(_fileno(stdout), _O_BINARY);

@@ -3,7 +3,8 @@
 #include <string>
 
 #include "framework/cstring.h"
+#include "framework/export.h"
 
 /// A path as system calls take it, whatever its length: a long one becomes absolute and gets the prefix that
-/// lifts the limit of 260 characters.
-std::wstring longPath(const CString& path);
+/// lifts the limit of 260 characters. A path that begins with a prefix of the system's stays as it is.
+MEGREADER_API std::wstring longPath(const CString& path);

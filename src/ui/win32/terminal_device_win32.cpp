@@ -1,9 +1,17 @@
-#include <io.h>
-
-#include <cstdio>
+#include <windows.h>
 
 #include "ui/terminal_device.h"
 
-bool inputIsTerminal() { return _isatty(_fileno(stdin)) != 0; }
-bool outputIsTerminal() { return _isatty(_fileno(stdout)) != 0; }
-bool errorsAreTerminal() { return _isatty(_fileno(stderr)) != 0; }
+namespace {
+
+/// Other devices, such as NUL, look like terminals to the runtime library.
+bool isConsole(DWORD stream) {
+  DWORD mode = 0;
+  return GetConsoleMode(GetStdHandle(stream), &mode) != 0;
+}
+
+}  // namespace
+
+bool inputIsTerminal() { return isConsole(STD_INPUT_HANDLE); }
+bool outputIsTerminal() { return isConsole(STD_OUTPUT_HANDLE); }
+bool errorsAreTerminal() { return isConsole(STD_ERROR_HANDLE); }

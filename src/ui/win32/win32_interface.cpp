@@ -20,14 +20,21 @@ std::wstring programName() {
   return name.substr(0, name.find_last_of(L'.'));
 }
 
+/// Something that the user was to see could not be shown, which counts as cancelled.
+void reportUnshown(const wchar_t* text) {
+  reportFinding({.severity = Finding::Severity::warning, .code = "dialog.unshown", .file = {}, .text = text});
+}
+
 class Win32Dialog : public DialogWindow {
  public:
   Win32Dialog(const DialogTemplate& dialogTemplate, DialogOwner& owner)
       : m_template(dialogTemplate), m_owner(owner) {}
 
   bool run() {
-    return DialogBoxParamW(moduleHandle(), MAKEINTRESOURCEW(m_template.resource), GetActiveWindow(),
-                           procedure, reinterpret_cast<LPARAM>(this)) == IDOK;
+    const INT_PTR result = DialogBoxParamW(moduleHandle(), MAKEINTRESOURCEW(m_template.resource),
+                                           GetActiveWindow(), procedure, reinterpret_cast<LPARAM>(this));
+    if (result == -1) reportUnshown(L"the dialog can't be shown");
+    return result == IDOK;
   }
 
   CString controlText(int control) const override {
@@ -53,8 +60,19 @@ class Win32Dialog : public DialogWindow {
     auto* dialog = reinterpret_cast<Win32Dialog*>(GetWindowLongPtrW(window, DWLP_USER));
     if (message != WM_COMMAND || dialog == nullptr) return FALSE;
     if (LOWORD(wParam) == IDCANCEL) EndDialog(window, IDCANCEL);
-    if (LOWORD(wParam) == IDOK && dialog->m_owner.confirmed(*dialog)) EndDialog(window, IDOK);
+    if (LOWORD(wParam) == IDOK) dialog->confirm();
     return LOWORD(wParam) == IDCANCEL || LOWORD(wParam) == IDOK;
+  }
+
+  /// A refused text is selected, to be typed over.
+  void confirm() {
+    if (m_owner.confirmed(*this)) {
+      EndDialog(m_window, IDOK);
+      return;
+    }
+    const HWND edit = GetDlgItem(m_window, m_template.edit);
+    SendMessageW(m_window, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(edit), TRUE);
+    SendMessageW(edit, EM_SETSEL, 0, -1);
   }
 
   const DialogTemplate& m_template;
@@ -75,7 +93,7 @@ MessageAnswer Win32Interface::messageBox(const CString& text, MessageStyle style
 
 std::optional<CString> Win32Interface::chooseFile(const CString& filter, int filterIndex) {
   constexpr std::size_t kLongestPath = 32768;
-  std::wstring pairs = filter.str();
+  std::wstring pairs = filter.str() + L'|';  // the list ends by two, whatever the filter ends by
   for (wchar_t& c : pairs)
     if (c == L'|') c = L'\0';
   std::vector<wchar_t> path(kLongestPath);
@@ -87,8 +105,9 @@ std::optional<CString> Win32Interface::chooseFile(const CString& filter, int fil
   dialog.lpstrFile = path.data();
   dialog.nMaxFile = static_cast<DWORD>(path.size());
   dialog.Flags = OFN_FILEMUSTEXIST | OFN_EXPLORER | OFN_ENABLESIZING;
-  if (!GetOpenFileNameW(&dialog)) return std::nullopt;
-  return CString(path.data());
+  if (GetOpenFileNameW(&dialog)) return CString(path.data());
+  if (CommDlgExtendedError() != 0) reportUnshown(L"the file dialog can't be shown");
+  return std::nullopt;
 }
 
 bool Win32Interface::modalDialog(const DialogTemplate& dialogTemplate, DialogOwner& owner) {

@@ -44,7 +44,10 @@ Win32Progress::Win32Progress(const CString& title) {
   paint();
 }
 
-Win32Progress::~Win32Progress() { DestroyWindow(m_window); }
+Win32Progress::~Win32Progress() {
+  if (m_window != nullptr) DestroyWindow(m_window);
+  if (m_quit) PostQuitMessage(m_exitCode);  // it is the host's
+}
 
 void Win32Progress::setRange(int low, int high) {
   SendMessageW(m_bar, PBM_SETRANGE32, static_cast<WPARAM>(low), high);
@@ -57,8 +60,14 @@ void Win32Progress::setPosition(int position) {
 }
 
 void Win32Progress::paint() {
+  if (m_window == nullptr) return;  // else every message of the thread would be handled
   MSG message;
   while (PeekMessageW(&message, m_window, 0, 0, PM_REMOVE)) {
+    if (message.message == WM_QUIT) {
+      m_quit = true;
+      m_exitCode = static_cast<int>(message.wParam);
+      continue;
+    }
     TranslateMessage(&message);
     DispatchMessageW(&message);
   }

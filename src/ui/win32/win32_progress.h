@@ -19,4 +19,6 @@ class Win32Progress : public ProgressWindow {
 
   HWND m_window = nullptr;
   HWND m_bar = nullptr;
+  bool m_quit = false;  // the host was told to end
+  int m_exitCode = 0;
 };
