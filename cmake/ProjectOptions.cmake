@@ -17,6 +17,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
 endif()
 target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 
+if(MEGREADER_FUZZ)
+  target_compile_options(project_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 if(MEGREADER_SANITIZE)
   set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_compile_options(project_options INTERFACE ${sanitizers})
