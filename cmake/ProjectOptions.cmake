@@ -22,7 +22,7 @@ if(MEGREADER_FUZZ)
 endif()
 
 if(MEGREADER_SANITIZE)
-  set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  set(sanitizers -fsanitize=${MEGREADER_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_compile_options(project_options INTERFACE ${sanitizers})
   target_link_options(project_options INTERFACE ${sanitizers})
 endif()

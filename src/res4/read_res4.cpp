@@ -1,5 +1,9 @@
 #include <algorithm>
 #include <array>
+#include <cstring>
+#include <iterator>
+#include <optional>
+#include <vector>
 
 #include "framework/user_interface.h"
 #include "reader/ctf_dataset_reader.h"
@@ -8,6 +12,28 @@
 #include "res4/res4_layout.h"
 #include "util/file_bytes.h"
 #include "util/guarded.h"
+
+namespace {
+
+/// The bytes of the run description, of zero bytes in a row only the first: either rule makes the same text
+/// of that, and a damaged length may take in gigabytes of them.
+std::optional<std::vector<std::byte>> readRunDescription(CFile& file, std::int64_t length) {
+  const auto bothZero = [](std::byte a, std::byte b) { return a == std::byte{0} && a == b; };
+  std::vector<std::byte> text, piece(65536);
+  while (length > 0) {
+    const auto wanted = static_cast<std::size_t>(std::min(length, std::ssize(piece)));
+    if (file.Read(piece.data(), wanted) != wanted) return std::nullopt;
+    length -= static_cast<std::int64_t>(wanted);
+    const bool uniform = std::memcmp(piece.data(), piece.data() + 1, wanted - 1) == 0;
+    const auto end = uniform && piece.front() == std::byte{0}
+                         ? piece.begin() + 1
+                         : piece.begin() + static_cast<std::ptrdiff_t>(wanted);
+    std::unique_copy(piece.begin(), end, std::back_inserter(text), bothZero);
+  }
+  return text;
+}
+
+}  // namespace
 
 int CCtfReader2Res4::readRes4(const CString& prefix) {
   CFile file;
@@ -54,7 +80,7 @@ int CCtfReader2Res4::readGeneralHeader(CFile& file) {
     return 0;
   }
   if (m_runDescLength == 0) return 1;
-  const auto description = readExactly(file, m_runDescLength);
+  const auto description = readRunDescription(file, m_runDescLength);
   if (!description) return failShort(file, L"its run description");
   info.runDescription = fixedTextToString(*description, m_rules);
   return 1;

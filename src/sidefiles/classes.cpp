@@ -1,6 +1,5 @@
 #include "sidefiles/classes.h"
 
-#include <new>
 #include <optional>
 
 #include "reader/ctf_dataset_reader.h"
@@ -56,7 +55,7 @@ bool readList(LineSource& lines, std::int64_t count, bool trialsKept, CMarkerDat
 }  // namespace
 
 std::unique_ptr<CMarkerDatazk> parseOneClass(LineSource& lines, const ReadingRules& rules) {
-  std::unique_ptr<CMarkerDatazk> trialClass(new (std::nothrow) CMarkerDatazk);
+  auto trialClass = newFor<CMarkerDatazk>(lines);
   if (!trialClass) return nullptr;
   MarkerBlockHeading heading{*trialClass};
   if (!readMarkerBlockHeading(lines, kClassBlock, rules, heading)) return nullptr;

@@ -1,7 +1,5 @@
 #include "sidefiles/head_coils.h"
 
-#include <new>
-
 #include "datamodel/sensors/coordinate_process.h"
 #include "util/scan.h"
 
@@ -73,7 +71,7 @@ HeadCoilLayout probeHeadCoilLayout(LineSource& lines, const ReadingRules& rules)
 }
 
 std::unique_ptr<CFiducialzk> readHeadCoilBlock(LineSource& lines, int layout, const ReadingRules& rules) {
-  std::unique_ptr<CFiducialzk> set(new (std::nothrow) CFiducialzk);
+  auto set = newFor<CFiducialzk>(lines);
   CString line;
   if (!set || !lines.next(line)) return nullptr;
   // The misspelling is in real files.

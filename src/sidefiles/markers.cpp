@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <limits>
-#include <new>
 
 #include "framework/user_interface.h"
 #include "util/scan.h"
@@ -77,7 +76,7 @@ std::optional<MarkerSample> parseMarkerSample(const CString& line, double msPerU
 
 std::unique_ptr<CMarkerDatazk> parseOneMarker(LineSource& lines, const TrialTiming& timing,
                                               const ReadingRules& rules) {
-  std::unique_ptr<CMarkerDatazk> marker(new (std::nothrow) CMarkerDatazk);
+  auto marker = newFor<CMarkerDatazk>(lines);
   if (!marker) return nullptr;
   MarkerBlockHeading heading{*marker};
   if (!readMarkerBlockHeading(lines, kMarkerBlock, rules, heading)) return nullptr;

@@ -2,7 +2,6 @@
 
 #include <limits>
 #include <memory>
-#include <new>
 
 #include "reader/ctf_dataset_reader.h"
 #include "sidefiles/side_file.h"
@@ -38,7 +37,7 @@ int CCtfReader6Positions::readEegFile(const CString& path) {
         lines.passOver("eeg.line", L"is not the number, name and position of an electrode");
         continue;
       }
-      std::unique_ptr<CEEGelectrodezk> electrode(new (std::nothrow) CEEGelectrodezk(*parsed));
+      auto electrode = newFor<CEEGelectrodezk>(lines, *parsed);
       if (!electrode) continue;
       m_electrodes.SetAtGrow(m_electrodes.GetSize(), electrode.get());
       electrode.release();  // NOLINT(bugprone-unused-return-value): the list owns it now

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <new>
 #include <string>
 
 #include "framework/carchive.h"
@@ -72,3 +74,11 @@ class LineSource {
   bool m_delivered = false;
   bool m_again = false;
 };
+
+/// A new T for what these lines say; null, and a finding, when there is no memory for it.
+template <class T, class... Arguments>
+std::unique_ptr<T> newFor(const LineSource& lines, const Arguments&... arguments) {
+  std::unique_ptr<T> made(new (std::nothrow) T(arguments...));
+  if (!made) lines.note("memory", L"needs more memory than there is");
+  return made;
+}

@@ -4,7 +4,7 @@
 
 #include "internal/import_probe.h"
 #include "meg4/sample_files.h"
-#include "support/failing_new.h"
+#include "support/allocations.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include "internal/probe.h"
 #include "reader/meg_reader_face.h"
 #include "reader/resample_prompt/resample_prompt.h"
-#include "support/failing_new.h"
+#include "support/allocations.h"
 #include "support/unreadable_file.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "internal/side_probe.h"
-#include "support/failing_new.h"
+#include "support/allocations.h"
 
 namespace {
 

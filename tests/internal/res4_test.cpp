@@ -6,7 +6,7 @@
 
 #include "internal/probe.h"
 #include "res4/decode.h"
-#include "support/failing_new.h"
+#include "support/allocations.h"
 #include "util/fixed_text.h"
 
 namespace {

@@ -17,12 +17,6 @@
 
 #ifndef _WIN32
 #include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <chrono>
-#include <csignal>
-#include <thread>
 #endif
 
 namespace {
@@ -614,32 +608,5 @@ TEST_F(Ctfmeg, RealRecording) {
     EXPECT_DOUBLE_EQ(physical.values<double>().back(), c.last) << c.channel;
   }
 }
-
-#ifndef _WIN32
-TEST_F(Ctfmeg, CtrlCLeavesNoPartialFile) {
-  MinimalDataset dataset;
-  dataset.resize(1, 2, 100000);
-  dataset.res4.put(1312, Bytes().i16(400));
-  const std::string given = write("a.ds", dataset), file = path("out.npy");
-  fs::resize_file(given + "/run.meg4", 8 + 400 * 2 * 100000 * 4LL);  // a hole: takes no room
-  int status = 0;
-  for (int attempt = 0; attempt < 5 && status == 0; ++attempt) {  // it may be done before the signal comes
-    fs::remove(file);
-    const pid_t child = fork();
-    if (child == 0) {
-      std::signal(SIGINT, SIG_DFL);
-      execl(CTFMEG_COMMAND, "ctfmeg", "export", given.c_str(), "-o", file.c_str(), nullptr);
-      _exit(127);
-    }
-    for (int wait = 0; wait < 10000 && filesThere().empty(); ++wait)
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    kill(child, SIGINT);
-    waitpid(child, &status, 0);
-  }
-  ASSERT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(WEXITSTATUS(status), 130);
-  EXPECT_EQ(filesThere(), std::vector<std::string>{});
-}
-#endif
 
 }  // namespace

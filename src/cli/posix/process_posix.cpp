@@ -34,6 +34,7 @@ void prepareProcess() {
   noteSignal(SIGINT);
   noteSignal(SIGTERM);
   noteSignal(SIGHUP);
+  std::signal(SIGXFSZ, SIG_IGN);  // a limit on the size of files is an error of the write that meets it
 }
 
 std::vector<std::string> programArguments(int argc, char** argv) { return {argv + 1, argv + argc}; }

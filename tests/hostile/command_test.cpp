@@ -1,0 +1,111 @@
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <nlohmann/json.hpp>
+#include <thread>
+
+#include "support/command.h"
+#include "support/minimal_dataset.h"
+#include "support/temporary_directory.h"
+
+// The command when it can't end its work, and when a dataset wants to take over who reads its output.
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A command that takes a while to write `result` into a directory of its own.
+class Writing : public testing::TestWithParam<const char*> {
+ protected:
+  Writing() {
+    MinimalDataset dataset;
+    dataset.resize(1, 2, 100000);
+    dataset.res4.put(1312, Bytes().i16(400));
+    const fs::path given = dataset.write(m_source.path()).parent_path();
+    fs::resize_file(given / "run.meg4", 8 + 400 * 2 * 100000 * 4LL);  // a hole: takes no room
+    const std::string result = (m_directory.path() / "result.ds").string();
+    if (GetParam() == std::string("export"))
+      arguments = {CTFMEG_COMMAND, "export", given.string(), "-o", result};
+    else
+      arguments = {CTFMEG_COMMAND, "simulate", result,       "--trials", "400",
+                   "--samples",    "20000",    "--channels", "10"};
+  }
+
+  std::vector<fs::path> there() const { return {fs::directory_iterator(m_directory.path()), {}}; }
+
+  std::vector<std::string> arguments;
+
+ private:
+  TemporaryDirectory m_source, m_directory;
+};
+
+TEST_P(Writing, StopsWithoutALeftoverWhenItIsInterrupted) {
+  std::vector<char*> argv;
+  for (std::string& argument : arguments)
+    argv.push_back(argument.data());
+  argv.push_back(nullptr);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    int status = 0;
+    for (int attempt = 0; attempt < 5 && status == 0; ++attempt) {  // it may be done before the signal comes
+      for (const fs::path& result : there())
+        fs::remove_all(result);
+      const pid_t child = fork();
+      if (child == 0) {
+        std::signal(signal, SIG_DFL);
+        execv(argv[0], argv.data());
+        _exit(127);
+      }
+      for (int wait = 0; wait < 10000 && there().empty(); ++wait)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      kill(child, signal);
+      waitpid(child, &status, 0);
+    }
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 130);
+    EXPECT_EQ(there(), std::vector<fs::path>{});
+  }
+}
+
+TEST_P(Writing, StopsWithoutALeftoverWhenThereIsNoMoreRoom) {
+  // A limit on files stands in for a full disk, which takes rights that tests don't have.
+  std::string script = "ulimit -f 100; exec \"$0\" \"$@\"";
+  arguments.insert(arguments.begin(), {"-c", script});
+  const CommandResult result = runCommand("sh", arguments);
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_TRUE(result.err.starts_with("ctfmeg: " + arguments.back()) ||
+              result.err.find("result.ds: ") != std::string::npos)
+      << result.err;
+  EXPECT_NE(result.err.find("can't be written: File too large\n"), std::string::npos) << result.err;
+  EXPECT_EQ(there(), std::vector<fs::path>{});
+}
+
+INSTANTIATE_TEST_SUITE_P(Command, Writing, testing::Values("export", "simulate"),
+                         [](const auto& command) { return std::string(command.param); });
+
+TEST(Output, ADatasetCannotTakeOverTheTerminalOrTheSpreadsheet) {
+  const TemporaryDirectory directory;
+  MinimalDataset dataset;
+  const std::string title = "\x1b]0;title\x07", formula = "=cmd()\n\x1b[2J,\"";
+  dataset.res4.put(1712, Bytes().raw(title));
+  dataset.res4.put(MinimalDataset::kNames, Bytes().text(formula, 32));
+  const fs::path file = dataset.write(directory.path());
+  writeFile(file.parent_path() / "BadChannels", formula + "\n" + title + "\n");
+  const auto run = [&](std::vector<std::string> arguments) {
+    arguments.push_back(file.string());
+    const CommandResult result = runCommand(CTFMEG_COMMAND, arguments);
+    EXPECT_EQ(result.exitCode, 0);
+    for (const char c : result.out + result.err)
+      EXPECT_TRUE(static_cast<unsigned char>(c) >= 0x20 || c == '\n' || c == '\r') << arguments[0];
+    return result.out;
+  };
+  EXPECT_NE(run({"info"}).find("\\x1b]0;title\\x07"), std::string::npos);
+  run({"channels"});
+  const std::string table = run({"channels", "--csv"});
+  EXPECT_NE(table.find("\r\n0,\"'=cmd()\\x0a\\x1b[2J,\"\"\","), std::string::npos) << table;
+  EXPECT_EQ(nlohmann::json::parse(run({"info", "--json"})).at("channels")[0].at("name"), formula);
+}
+
+}  // namespace

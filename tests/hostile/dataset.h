@@ -1,0 +1,57 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "framework/user_interface.h"
+#include "support/minimal_dataset.h"
+#include "support/temporary_directory.h"
+#include "util/reading_rules.h"
+
+/// A dataset that has every file the reader knows, to be harmed.
+class VictimDataset {
+ public:
+  VictimDataset();
+
+  std::filesystem::path file(const std::string& name) const { return m_directory.path() / "run.ds" / name; }
+  const std::vector<std::string>& names() const { return m_names; }
+  /// As it was first written.
+  const std::string& content(const std::string& name) const;
+  void restore(const std::string& name) const;
+
+  std::size_t bytes() const;  ///< of all files together
+
+ private:
+  TemporaryDirectory m_directory;
+  std::vector<std::string> m_names;
+  std::vector<std::string> m_contents;
+};
+
+/// How a load ends for a host.
+enum class Outcome : std::uint8_t { failed, complete, fileError, memoryError };
+
+/// What a host sees of a load.
+struct Load {
+  Outcome outcome = Outcome::failed;
+  int told = 0;      ///< messages and findings
+  std::string data;  ///< how much of everything the data object holds
+
+  /// Whether it lost something that `whole` has, and nobody was told more than for `whole`.
+  bool lostInSilence(const Load& whole) const {
+    return data != whole.data && told <= whole.told && outcome != Outcome::fileError &&
+           outcome != Outcome::memoryError;
+  }
+};
+
+/// Reads header, side files and samples through the facade, as hosts do.
+Load load(const std::filesystem::path& file, const ReadingRules& rules);
+inline Load load(const VictimDataset& dataset, const ReadingRules& rules) {
+  return load(dataset.file("run.res4"), rules);
+}
+
+/// The two ways to read, by name.
+struct NamedRules {
+  const char* name;
+  ReadingRules rules;
+};
+const NamedRules kBothRules[] = {{"host", ReadingRules::host()}, {"plain", ReadingRules::plain()}};

@@ -1,0 +1,149 @@
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <functional>
+
+#include "hostile/dataset.h"
+#include "support/allocations.h"
+#include "support/failing_calls.h"
+
+// What a system can do to a load: calls that fail, memory that runs out, files that change or are no files.
+
+namespace {
+
+/// Loads with each call on files harmed in turn, by both rules; expects that nothing of it happens in
+/// silence.
+void harmEachCall(
+    const char* what, const VictimDataset& dataset, const std::function<int(int descriptor)>& harm,
+    const std::function<void()>& repair = [] {}) {
+  for (const auto& [name, rules] : kBothRules) {
+    Load whole;
+    int calls = 0;
+    {
+      const FailingCalls counted([](int, int) { return 0; });
+      whole = load(dataset, rules);
+      calls = counted.count();
+    }
+    ASSERT_GT(calls, 50) << "the calls are not seen";
+    int complete = 0;
+    for (int n = 1; n <= calls; ++n) {
+      bool done = false;
+      const FailingCalls failing([&](int number, int descriptor) {
+        if (number != n) return 0;
+        done = true;
+        return harm(descriptor);
+      });
+      const Load result = load(dataset, rules);
+      EXPECT_TRUE(done);
+      EXPECT_FALSE(result.lostInSilence(whole)) << what << " at call " << n << ", " << name;
+      complete += result.outcome == Outcome::complete;
+      repair();
+    }
+    std::printf("%s, %s rules: %d calls, %d loads complete with a warning\n", what, name, calls, complete);
+    EXPECT_GT(complete, 0) << "a recording can be used without its side files";
+    EXPECT_LT(complete, calls);
+  }
+}
+
+TEST(Faults, EveryCallOnAFileThatFailsIsTold) {
+  const VictimDataset dataset;
+  for (const int error : {EIO, EACCES, EMFILE})
+    harmEachCall(std::strerror(error), dataset, [&](int) { return error; });
+}
+
+TEST(Faults, MemoryThatRunsOutAnywhereEndsALoadInOrder) {
+  const VictimDataset dataset;
+  for (const auto& [name, rules] : kBothRules) {
+    const std::filesystem::path file = dataset.file("run.res4");
+    const Load whole = load(file, rules);
+    std::array<int, 4> outcomes{};
+    for (std::int64_t n = 1;; ++n) {
+      bool lost = false;
+      const std::size_t before = bytesAllocated();
+      {
+        const FailingNew failing = FailingNew::nth(n);
+        const Load result = load(file, rules);
+        if (!failing.happened()) break;
+        ++outcomes.at(static_cast<std::size_t>(result.outcome));
+        lost = result.lostInSilence(whole);
+      }
+      const std::size_t left = bytesAllocated() - before;
+      EXPECT_EQ(left, 0U) << "behind allocation " << n << ", " << name;
+      EXPECT_FALSE(lost) << "at allocation " << n << ", " << name;
+    }
+    std::printf("memory, %s rules: 0: %d, 1: %d, file error: %d, memory error: %d\n", name, outcomes[0],
+                outcomes[1], outcomes[2], outcomes[3]);
+    EXPECT_GT(outcomes[0], 100);
+    EXPECT_EQ(load(dataset, rules).data, whole.data) << "and once there is memory all is well";
+  }
+}
+
+TEST(Faults, AFileThatShrinksUnderTheReader) {
+  const VictimDataset dataset;
+  for (const auto& [name, rules] : kBothRules) {
+    for (const double kept : {0.0, 0.5}) {
+      std::array<int, 4> outcomes{};
+      for (int n = 1, calls = n; n <= calls; ++n) {
+        std::filesystem::path shrunk;
+        const FailingCalls shrinking([&](int number, int descriptor) {
+          if (number == n && descriptor >= 0) {
+            shrunk = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor));
+            const auto size = static_cast<double>(std::filesystem::file_size(shrunk));
+            std::filesystem::resize_file(shrunk, static_cast<std::uintmax_t>(size * kept));
+          }
+          return 0;
+        });
+        ++outcomes.at(static_cast<std::size_t>(load(dataset, rules).outcome));
+        calls = std::max(n, shrinking.count());
+        if (!shrunk.empty()) dataset.restore(shrunk.filename().string());
+      }
+      std::printf("shrinking to %.1f, %s rules: 0: %d, 1: %d, file error: %d\n", kept, name, outcomes[0],
+                  outcomes[1], outcomes[2]);
+      EXPECT_GT(outcomes[0] + outcomes[2], 0);
+      EXPECT_GT(outcomes[1], 0);
+      EXPECT_EQ(outcomes[3], 0);
+    }
+  }
+}
+
+void makeSocket(const std::filesystem::path& path) {
+  const int made = socket(AF_UNIX, SOCK_STREAM, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.string().copy(address.sun_path, sizeof address.sun_path - 1);
+  ASSERT_EQ(bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  close(made);
+}
+
+TEST(Faults, OnlyRegularFilesAreOpened) {
+  const std::pair<const char*, std::function<void(const std::filesystem::path&)>> kinds[] = {
+      {"directory", [](const auto& path) { std::filesystem::create_directory(path); }},
+      {"FIFO", [](const auto& path) { ASSERT_EQ(mkfifo(path.c_str(), 0600), 0); }},
+      {"dangling link", [](const auto& path) { std::filesystem::create_symlink("nowhere", path); }},
+      {"link to itself", [](const auto& path) { std::filesystem::create_symlink(path, path); }},
+      {"socket", makeSocket},
+      {"device without end", [](const auto& path) { std::filesystem::create_symlink("/dev/zero", path); }},
+  };
+  const VictimDataset dataset;
+  for (const auto& [kind, make] : kinds) {
+    for (const std::string& file : dataset.names()) {
+      std::filesystem::remove(dataset.file(file));
+      make(dataset.file(file));
+      const bool spare = file == "MarkerFile.mrk.bak";  // read when there is no MarkerFile.mrk
+      const bool needed = file == "run.res4" || file.ends_with("meg4");
+      for (const auto& [name, rules] : kBothRules) {
+        const Load result = load(dataset, rules);
+        EXPECT_EQ(result.outcome == Outcome::complete, !needed) << kind << " " << file << ", " << name;
+        EXPECT_EQ(result.told > 0, !spare) << kind << " " << file << ", " << name;
+      }
+      std::filesystem::remove(dataset.file(file));
+      dataset.restore(file);
+    }
+  }
+}
+
+}  // namespace

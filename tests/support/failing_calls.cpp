@@ -1,0 +1,60 @@
+#include "support/failing_calls.h"
+
+#include <sys/stat.h>
+#include <sys/types.h>
+
+#include <cerrno>
+#include <utility>
+
+namespace {
+
+FailingCalls::Before beforeCall;
+int calls = 0;
+
+/// Whether the call is to fail; sets errno then.
+bool fails(int descriptor) {
+  if (!beforeCall) return false;
+  const int error = beforeCall(++calls, descriptor);
+  if (error != 0) errno = error;
+  return error != 0;
+}
+
+}  // namespace
+
+FailingCalls::FailingCalls(Before before) {
+  beforeCall = std::move(before);
+  calls = 0;
+}
+FailingCalls::~FailingCalls() { beforeCall = nullptr; }
+int FailingCalls::count() const { return calls; }
+
+// The linker's names for what a call reaches now, and for what it reached before.
+// NOLINTBEGIN(bugprone-reserved-identifier, cert-dcl37-c, cert-dcl51-cpp)
+extern "C" {
+int __real_open(const char* path, int flags, ...);
+int __real_fstat(int descriptor, struct stat* status);
+int __real_lstat(const char* path, struct stat* status);
+ssize_t __real_read(int descriptor, void* buffer, size_t bytes);
+off_t __real_lseek(int descriptor, off_t offset, int whence);
+
+int __wrap_open(const char* path, int flags, ...);
+int __wrap_fstat(int descriptor, struct stat* status);
+int __wrap_lstat(const char* path, struct stat* status);
+ssize_t __wrap_read(int descriptor, void* buffer, size_t bytes);
+off_t __wrap_lseek(int descriptor, off_t offset, int whence);
+
+int __wrap_open(const char* path, int flags, ...) { return fails(-1) ? -1 : __real_open(path, flags); }
+int __wrap_fstat(int descriptor, struct stat* status) {
+  return fails(descriptor) ? -1 : __real_fstat(descriptor, status);
+}
+int __wrap_lstat(const char* path, struct stat* status) {
+  return fails(-1) ? -1 : __real_lstat(path, status);
+}
+ssize_t __wrap_read(int descriptor, void* buffer, size_t bytes) {
+  return fails(descriptor) ? -1 : __real_read(descriptor, buffer, bytes);
+}
+off_t __wrap_lseek(int descriptor, off_t offset, int whence) {
+  return fails(descriptor) ? -1 : __real_lseek(descriptor, offset, whence);
+}
+}
+// NOLINTEND(bugprone-reserved-identifier, cert-dcl37-c, cert-dcl51-cpp)
