@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <thread>
 
 #include "hostile/dataset.h"
@@ -31,10 +32,15 @@ TEST(Independence, AThousandLoadsLeaveNothingBehind) {
       for (const auto& [name, rules] : kBothRules)
         ASSERT_EQ(load(dataset, rules).outcome, Outcome::complete) << name;
   };
+  const auto openFiles = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+  };
   loads(2);
+  const auto filesBefore = openFiles();
   const std::size_t before = bytesAllocated();
   loads(500);
   EXPECT_EQ(bytesAllocated(), before);
+  EXPECT_EQ(openFiles(), filesBefore);
 }
 
 }  // namespace
