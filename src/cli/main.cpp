@@ -44,6 +44,20 @@ void addReading(CLI::App* command, ReadingOptions& options) {
   command->add_flag("--strict", options.strict, "a warning makes the exit code 1");
 }
 
+void addMemory(CLI::App* command, ReadingOptions& options) {
+  command
+      ->add_option("--memory", options.memory,
+                   "how much of the samples to keep in memory, such as 4G (default: half of what there is)")
+      ->transform(CLI::AsSizeValue(false).description(""))
+      ->check(CLI::PositiveNumber.description(""))
+      ->type_name("SIZE");
+  command
+      ->add_option("--spill", options.spillFolder,
+                   "folder for the rest, in a file that nobody else can open (default: /var/tmp; on Windows "
+                   "the folder for temporary files)")
+      ->type_name("DIR");
+}
+
 CLI::Option* addDatasets(CLI::App* command, std::vector<std::string>& datasets) {
   return command->add_option("DATASET", datasets, "a .ds directory or a file of a dataset")
       ->required()
@@ -105,6 +119,7 @@ int run(const std::vector<std::string>& arguments) {
   infoCommand->add_flag("--json", info.json, "everything, as JSON");
   infoCommand->add_flag("--no-identity", info.reading.noIdentity, "leave out what can name a person");
   addRoutes(infoCommand, info.route);
+  addMemory(infoCommand, info.reading);
   addReading(infoCommand, info.reading);
   infoCommand->callback([&] { exitCode = runInfo(info); });
 
@@ -146,6 +161,7 @@ int run(const std::vector<std::string>& arguments) {
                           "in tesla, volt and seconds (float64), not raw (int32)");
   addChannels(exportCommand, exported.channels);
   addRoutes(exportCommand, exported.route);
+  addMemory(exportCommand, exported.reading);
   addReading(exportCommand, exported.reading);
   exportCommand->callback([&] { exitCode = runExport(exported); });
 

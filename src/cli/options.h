@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,7 +16,9 @@ struct ReadingOptions {
   bool no = false;
   bool quiet = false;
   bool strict = false;
-  bool noIdentity = false;  ///< nothing that can name a person is shown
+  bool noIdentity = false;   ///< nothing that can name a person is shown
+  std::uint64_t memory = 0;  ///< bytes of samples to keep in memory; 0: as the reader chooses
+  std::string spillFolder;   ///< for samples beyond that; empty: as the reader chooses
 };
 
 struct InfoOptions {

@@ -26,6 +26,8 @@ Recording Session::read(const std::string& dataset, const std::optional<Route>& 
   options.rules = m_options.rules;
   options.samples = route.has_value();
   options.route = route.value_or(Whole{});
+  options.memory = m_options.memory;
+  options.spillFolder = pathFromText(m_options.spillFolder);
   options.answer = [&](const std::string& question) { return answer(dataset, question); };
   options.enter = [&](const TextQuestion& question) -> std::optional<std::string> {
     if (m_options.yes || m_options.no) return std::nullopt;

@@ -56,7 +56,7 @@ ErrorKind kindOfCode(const std::string& code) {
   if (code == "file.notFound") return ErrorKind::notFound;
   if (code == "file.noPermission") return ErrorKind::noPermission;
   if (code == "res4.magic") return ErrorKind::notADataset;
-  if (code == "memory") return ErrorKind::outOfMemory;
+  if (code == "memory" || code == "memory.spill") return ErrorKind::outOfMemory;
   if (code == "route.refused") return ErrorKind::refused;
   return ErrorKind::damaged;
 }
@@ -80,6 +80,7 @@ ReadingRules rulesOf(Rules rules) {
 CMEGReaderFacezk makeFacade(const ReadOptions& options) {
   CMEGReaderFacezk facade;
   facade.setReadingRules(rulesOf(options.rules));
+  facade.setSampleMemory({options.memory, toWindowsPath(textOf(options.spillFolder))});
   return facade;
 }
 

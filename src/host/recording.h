@@ -76,6 +76,11 @@ struct ReadOptions {
   Rules rules = Rules::plain;
   bool samples = true;  ///< false: everything but the samples, which are then not touched
   Route route = Whole{};
+  /// Bytes of samples that are kept in memory; more live in a temporary file without a name in `spillFolder`
+  /// (empty: the system's for large temporary files), which is slower. 0: half of the memory that the
+  /// machine, or the process's control group, grants.
+  std::uint64_t memory = 0;
+  std::filesystem::path spillFolder{};
   /// Asked a question, gives true for Yes. Without it every answer is No.
   std::function<bool(const std::string& question)> answer{};
   /// Asked for a text: gives what is entered, or nothing to give up. Called again, with what was said against

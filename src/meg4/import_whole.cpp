@@ -3,12 +3,12 @@
 
 int CCtfReader1Samples::readCtfDataT(const CString& path) {
   CMEGDatazk* const data = m_currentData;
-  SampleImport reading(path, m_currentData, m_rules);
+  SampleImport reading(path, m_currentData, m_rules, m_sampleMemory);
   const SampleCounts counts = reading.counts();
   if (!reading.open()) return 0;
   reading.showProgress(L"Importing CTF MEG data T...", counts.trials);
-  if (!reading.prepare(*data, {.unit = ImportUnit::trial, .samples = counts.samples},
-                       reading.countedTrialBytes(), kTooBig)) {
+  if (!reading.prepareInPlace(*data, {.unit = ImportUnit::trial, .samples = counts.samples},
+                              reading.countedTrialBytes(), kTooBig)) {
     data->openTrial(0);
     return 0;
   }
@@ -21,7 +21,7 @@ int CCtfReader1Samples::readCtfDataT(const CString& path) {
 
 int CCtfReader1Samples::readCtfDataC(const CString& path) {
   CMEGDatazk* const data = m_currentData;
-  SampleImport reading(path, m_currentData, m_rules);
+  SampleImport reading(path, m_currentData, m_rules, m_sampleMemory);
   const SampleCounts counts = reading.counts();
   if (!reading.open()) return 0;
   reading.showProgress(L"Importing CTF MEG data ...", counts.channels);

@@ -7,6 +7,7 @@
 #include "datamodel/meg/meg_datazk.h"
 #include "framework/user_interface.h"
 #include "meg4/meg4_findings.h"
+#include "util/byte_order.h"
 #include "util/file_bytes.h"
 
 namespace {
@@ -73,6 +74,18 @@ bool SampleFiles::allocate(std::uint64_t unitBytes) {
 
 bool SampleFiles::readUnit() {
   return read(m_buffer.get(), static_cast<std::size_t>(m_bufferBytes)) == m_unitBytes;
+}
+
+bool SampleFiles::readUnitInto(std::span<std::int32_t> values) {
+  // In pieces that are still in the processor's own memory when their bytes are swapped.
+  constexpr std::size_t kPieceValues = std::size_t{1} << 17;
+  while (!values.empty()) {
+    const auto piece = values.first(std::min(values.size(), kPieceValues));
+    if (read(piece.data(), piece.size_bytes()) != piece.size_bytes()) return false;
+    samplesToHostOrder(piece);
+    values = values.subspan(piece.size());
+  }
+  return true;
 }
 
 std::unique_ptr<SampleFiles> openSampleFiles(const CString& prefix, const SampleCounts& counts,

@@ -54,12 +54,19 @@ class SampleFiles {
   /// Trials that an importer walks through.
   std::int32_t trials() const { return m_trials; }
 
+  /// Bytes of samples that can be read.
+  std::uint64_t heldBytes() const { return m_heldBytes; }
+
   /// Makes the buffer. A unit larger than every file gets room for the largest only: reading it ends short.
   /// False without memory.
   bool allocate(std::uint64_t unitBytes);
 
-  /// Reads the next unit. False when the current file held less. Throws CFileException when it can't be read.
+  /// Reads the next unit into the buffer. False when the current file held less. Throws CFileException when
+  /// it can't be read.
   bool readUnit();
+
+  /// The same into `values`, in host order.
+  bool readUnitInto(std::span<std::int32_t> values);
 
   /// The buffer: after a unit was read whole, its values as they lie in the file.
   std::span<std::int32_t> unit() const {
@@ -74,6 +81,7 @@ class SampleFiles {
 
   std::int32_t m_trials = 0;
   std::uint64_t m_largestFile = 0;  ///< bytes of samples in the largest file
+  std::uint64_t m_heldBytes = 0;    ///< bytes of samples in all files
 
  private:
   std::unique_ptr<std::int32_t[]> m_buffer;

@@ -5,10 +5,12 @@
 #include "util/basic_read_unix2window.h"
 #include "util/byte_order.h"
 
-SampleImport::SampleImport(const CString& path, const CMEGDatazk* source, const ReadingRules& rules)
+SampleImport::SampleImport(const CString& path, const CMEGDatazk* source, const ReadingRules& rules,
+                           const SampleMemory& memory)
     : m_prefix(CBasicReadUnix2Window::getFilePathBasic(path)),
       m_counts(sampleCounts(source)),
-      m_rules(rules) {}
+      m_rules(rules),
+      m_memory(memory) {}
 
 bool SampleImport::open(AvailableBytes available) {
   m_files = openSampleFiles(m_prefix, m_counts, m_rules, available);
@@ -22,14 +24,32 @@ void SampleImport::showProgress(const wchar_t* title, std::int32_t range) {
 
 bool SampleImport::prepare(CMEGDatazk& data, ImportPlan plan, std::uint64_t unitBytes,
                            const wchar_t* message) {
-  const bool allocated = m_files->allocate(unitBytes);
+  if (!m_files->allocate(unitBytes)) return failWithoutMemory(message) != 0;
+  if (plan.unitValues == 0) plan.unitValues = static_cast<std::int64_t>(unit().size());
+  return openScope(data, plan, message);
+}
+
+bool SampleImport::prepareInPlace(CMEGDatazk& data, ImportPlan plan, std::uint64_t unitBytes,
+                                  const wchar_t* message) {
+  if (unitBytes != trialBytes(m_counts)) return prepare(data, plan, unitBytes, message);
+  m_inPlace = true;
+  plan.unitValues = static_cast<std::int64_t>(unitBytes / sizeof(std::int32_t));
+  return openScope(data, plan, message);
+}
+
+bool SampleImport::openScope(CMEGDatazk& data, ImportPlan plan, const wchar_t* message) {
   plan.channels = m_counts.channels;
   if (plan.trials == 0) plan.trials = m_files->trials();
-  if (plan.unitValues == 0) plan.unitValues = static_cast<std::int64_t>(unit().size());
+  plan.heldBytes = m_files->heldBytes();
+  plan.memory = m_memory;
   m_scope.emplace(data, plan);
-  if (allocated && m_scope->ready()) return true;
-  failWithoutMemory(message);
-  return false;
+  return m_scope->ready() || failWithoutMemory(message) != 0;
+}
+
+bool SampleImport::readTrial(std::int32_t trial) {
+  if (!m_inPlace) return m_files->readUnit();
+  m_place = m_scope->room(trial);
+  return m_files->readUnitInto(m_place);
 }
 
 int SampleImport::failWithoutMemory(const wchar_t* message) {
@@ -52,6 +72,7 @@ std::uint64_t SampleImport::countedTrialBytes() const {
 }
 
 const std::int32_t* SampleImport::samples() const {
+  if (m_inPlace) return m_place.data();
   samplesToHostOrder(unit());
   return unit().data();
 }

@@ -14,7 +14,8 @@
 class SampleImport {
  public:
   /// `path` is any file of the dataset; the counts are those of `source` (null: none, and `open` fails).
-  SampleImport(const CString& path, const CMEGDatazk* source, const ReadingRules& rules);
+  SampleImport(const CString& path, const CMEGDatazk* source, const ReadingRules& rules,
+               const SampleMemory& memory);
 
   /// Opens the file set. False, the user told, when that fails; without a message when a count is below 1.
   bool open(AvailableBytes available = AvailableBytes::wide);
@@ -25,6 +26,10 @@ class SampleImport {
   /// the trials of the set and the values of a unit. False, the files closed, without memory: `message` (may
   /// be null) is shown.
   bool prepare(CMEGDatazk& data, ImportPlan plan, std::uint64_t unitBytes, const wchar_t* message);
+
+  /// The same for whole trials that are all imported: no buffer is made where each can be read into its place
+  /// in `data`.
+  bool prepareInPlace(CMEGDatazk& data, ImportPlan plan, std::uint64_t unitBytes, const wchar_t* message);
 
   /// Says that there is no memory, with `message` (may be null) on the screen, closes the files and gives 0.
   int failWithoutMemory(const wchar_t* message);
@@ -38,7 +43,7 @@ class SampleImport {
   /// The unit last read whole, as it lies in the file; before, the room for it.
   std::span<std::int32_t> unit() const { return m_files->unit(); }
 
-  /// The same in host order.
+  /// The unit last read whole, in host order.
   const std::int32_t* samples() const;
 
   /// Reads trial after trial and calls `store(trial)`, which returns false to end the reading. After a short
@@ -47,7 +52,7 @@ class SampleImport {
   void forEachTrial(Store store) {
     for (std::int32_t trial = 0; trial < trials();) {
       m_progress.setPosition(trial);
-      if (m_files->readUnit()) {
+      if (readTrial(trial)) {
         m_scope->setFileTrial(trial);
         if (!store(trial++)) return;
       } else if (!m_files->nextFile()) {
@@ -76,12 +81,18 @@ class SampleImport {
   }
 
  private:
+  bool openScope(CMEGDatazk& data, ImportPlan plan, const wchar_t* message);
+  bool readTrial(std::int32_t trial);
+
   CString m_prefix;
   SampleCounts m_counts;
   ReadingRules m_rules;
+  SampleMemory m_memory;
   std::unique_ptr<SampleFiles> m_files;
   CProgresszk m_progress;
   std::optional<ImportScope> m_scope;
+  bool m_inPlace = false;
+  std::span<std::int32_t> m_place;  // of the trial read last, where trials are read into their places
 };
 
 /// Writes a new trial length into the record information.

@@ -27,6 +27,7 @@ class SampleSlots : public SampleFiles {
       available += bytes;
       if (counting == AvailableBytes::narrow) available = countedBytes(available, rules);
       m_largestFile = std::max(m_largestFile, bytes);
+      m_heldBytes += bytes;
       ++m_opened;
     }
     return true;

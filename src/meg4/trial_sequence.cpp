@@ -29,6 +29,7 @@ class TrialSequence : public SampleFiles {
       m_trials += static_cast<std::int32_t>(wholeTrials);
       m_fileBytes.push_back(wholeTrials * trialSize);
       m_largestFile = std::max(m_largestFile, m_fileBytes.back());
+      m_heldBytes += m_fileBytes.back();
       strayBytes = bytes - m_fileBytes.back();
     }
     if (strayBytes > 0) reportTrailing(strayBytes);

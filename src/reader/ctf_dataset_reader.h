@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "datamodel/meg/meg_datazk.h"
+#include "datamodel/meg/sample_memory.h"
 #include "framework/cfile.h"
 #include "framework/collections.h"
 #include "util/basic_read_unix2window.h"
@@ -23,6 +24,7 @@ class CCtfReader1Samples : public CBasicReadUnix2Windowzk {
   ~CCtfReader1Samples();
 
   void setReadingRules(const ReadingRules& rules) { m_rules = rules; }
+  void setSampleMemory(const SampleMemory& memory) { m_sampleMemory = memory; }
 
   // Importers. A read that runs past the last opened file throws CFileException.
 
@@ -60,6 +62,7 @@ class CCtfReader1Samples : public CBasicReadUnix2Windowzk {
                         const wchar_t* title, int limit);
 
   ReadingRules m_rules;
+  SampleMemory m_sampleMemory;
   std::int32_t m_runDescLength = 0;  ///< bytes of the run description
   // Bytes in the resource file; kept beside the description's length, although reading goes on where it
   // stands.

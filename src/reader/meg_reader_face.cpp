@@ -30,9 +30,17 @@ void CMEGReaderFace::setReadingRules(const ReadingRules& rules) {
   if (m_reader) m_reader->setReadingRules(rules);
 }
 
+void CMEGReaderFace::setSampleMemory(const SampleMemory& memory) {
+  m_sampleMemory = memory;
+  if (m_reader) m_reader->setSampleMemory(memory);
+}
+
 CCtfDatasetReader* CMEGReaderFace::reader() {
-  if (!m_reader) m_reader.reset(new (std::nothrow) CCtfDatasetReader(m_rules));
-  if (!m_reader)
+  if (m_reader) return m_reader.get();
+  m_reader.reset(new (std::nothrow) CCtfDatasetReader(m_rules));
+  if (m_reader)
+    m_reader->setSampleMemory(m_sampleMemory);
+  else
     reportFinding({.code = "memory", .file = {}, .text = L"there is not enough memory for a reader"});
   return m_reader.get();
 }

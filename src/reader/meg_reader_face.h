@@ -32,6 +32,9 @@ class MEGREADER_API CMEGReaderFace {
   /// How files are read from now on; the host rules unless this is called.
   void setReadingRules(const ReadingRules& rules);
 
+  /// How much memory samples may take from now on, and where they go beyond that.
+  void setSampleMemory(const SampleMemory& memory);
+
   /// 1 when the path ends in "meg4", "res4", ".eeg" or "fods" in any case, or the user wants to go on all the
   /// same.
   int checkCtfFileFormat(CString path);
@@ -53,6 +56,7 @@ class MEGREADER_API CMEGReaderFace {
  private:
   std::shared_ptr<CCtfDatasetReader> m_reader;
   ReadingRules m_rules;
+  SampleMemory m_sampleMemory;
 };
 
 /// The door for hosts that hold an array of data objects. Each operation reads a dataset, samples included,

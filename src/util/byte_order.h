@@ -30,8 +30,8 @@ T loadBigEndian(std::span<const std::byte> bytes, std::size_t offset) {
   return value;
 }
 
-/// Big-endian 32-bit samples to host order, in place.
-inline void samplesToHostOrder(std::span<std::int32_t> samples) {
-  for (std::int32_t& sample : samples)
-    sample = std::bit_cast<std::int32_t>(__builtin_bswap32(std::bit_cast<std::uint32_t>(sample)));
-}
+/// Big-endian 32-bit samples to host order, in place, with the widest instructions that this machine has.
+void samplesToHostOrder(std::span<std::int32_t> samples);
+
+/// The same with the instructions that every machine has.
+void samplesToHostOrderPlainly(std::span<std::int32_t> samples);

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <ctime>
 #include <functional>
+#include <ostream>
 
 #include "hostile/dataset.h"
 #include "support/allocations.h"
@@ -112,6 +113,8 @@ TEST(Sweep, EveryFileCutAtEveryLength) {
 struct Part {
   const char* name;
   std::size_t begin, end;
+
+  friend void PrintTo(const Part& part, std::ostream* out) { *out << part.name; }
 };
 
 class SweepOfBytes : public testing::TestWithParam<Part> {};

@@ -10,6 +10,7 @@
 #include "framework/native_path.h"
 #include "support/temporary_directory.h"
 #include "util/basic_read_unix2window.h"
+#include "util/byte_order.h"
 
 namespace {
 
@@ -118,6 +119,22 @@ TEST(ReadAnsi, Lines) {
   };
   for (const Case& c : cases)
     EXPECT_EQ(linesOf(c.content), c.lines) << testing::PrintToString(c.content.substr(0, 40));
+}
+
+TEST(ByteOrder, SamplesAreSwappedAlikeByEveryInstructionSet) {
+  std::vector<std::int32_t> samples(100);
+  for (std::size_t i = 0; i < samples.size(); ++i)
+    samples[i] = static_cast<std::int32_t>(0x01020304U * (i + 1));
+  for (std::size_t begin = 0; begin < 9; ++begin)
+    for (std::size_t count = 0; begin + count <= samples.size(); ++count) {
+      auto wide = samples, plain = samples;
+      samplesToHostOrder(std::span(wide).subspan(begin, count));
+      samplesToHostOrderPlainly(std::span(plain).subspan(begin, count));
+      ASSERT_EQ(wide, plain) << begin << " " << count;
+    }
+  std::array<std::int32_t, 2> two{0x01020304, -2};
+  samplesToHostOrder(two);
+  EXPECT_EQ(two, (std::array<std::int32_t, 2>{0x04030201, static_cast<std::int32_t>(0xFEFFFFFF)}));
 }
 
 }  // namespace

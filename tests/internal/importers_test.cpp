@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <functional>
 
 #include "internal/import_probe.h"
@@ -331,15 +333,16 @@ TEST(Importers, AllocationFailuresEndSilentlyOrWithTheirText) {
   const D dataset = D::split({{0, 1, 2, 3, 4, 5}}, 2, kSamples);
   const std::string tooBig = "message: Allocate Memeory error! Is dataset too big?!";
   for (const Every& importer : everyImporter()) {
+    const std::string name = importer.name;
+    if (name == "T") continue;  // reads every trial into its place
     Importers reading(dataset, ReadingRules::host(), kSamples);
     reading.markDestination({1, 4});
     const FailingNew noBuffer(kSamples * sizeof(std::int32_t));
     EXPECT_EQ(importer.run(reading), 0) << importer.name;
-    const std::string name = importer.name;
     std::string shown;
     for (const std::string& line : reading.user.transcript())
       if (line.starts_with("message")) shown = line;
-    const bool tells = name == "T" || name == "C" || name == "Trigger";
+    const bool tells = name == "C" || name == "Trigger";
     EXPECT_EQ(shown, tells              ? tooBig
                      : name == "Tsplit" ? "message: Allocate memeory error! Is dataset too big?!"
                                         : "")
@@ -351,6 +354,12 @@ TEST(Importers, AllocationFailuresEndSilentlyOrWithTheirText) {
   const FailingNew noSums(2 * kSamples * sizeof(double));
   EXPECT_EQ(reading.readCtfDataAverage(reading.path, &reading.destination), 0)
       << "the buffer fits, the sums do not";
+
+  // More than any address space has room for; the files are opened, and eight are enough.
+  Importers huge(D::split({{0}, {0}, {0}, {0}, {0}, {0}, {0}, {0}}, 2, 3), ReadingRules::host(), INT32_MAX);
+  huge.info().numTrials = INT16_MAX;
+  EXPECT_EQ(huge.readCtfDataT(huge.path), 0);
+  EXPECT_TRUE(std::ranges::count(huge.user.transcript(), tooBig) == 1);
 }
 
 TEST(Importers, WrappedTrialsHoldOnlyWhatWasRead) {

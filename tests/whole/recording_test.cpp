@@ -168,8 +168,7 @@ TEST(Recording, AsksAndStopsAsTheCallerWants) {
 }
 
 /// Trial numbers in the file, first samples, samples and the time of the last one, of every trial read.
-std::string routeOf(const fs::path& dataset, const Route& route) {
-  ReadOptions options;
+std::string routeOf(const fs::path& dataset, const Route& route, ReadOptions options = {}) {
   options.route = route;
   std::vector<double> fractions;
   options.progress = [&](const Progress& progress) {
@@ -223,6 +222,41 @@ TEST(Recording, RoutesKeepTimes) {
       refused(TrialList{{0, 1}}),
       "damaged | run.res4 | does not have trial 1 whole: the set ends early: 1 of 2 trials are there whole");
   EXPECT_TRUE(refused(TrialList{}).starts_with("refused"));
+}
+
+TEST(Recording, KeepsSamplesBeyondALimitInAFileWithoutAName) {
+  TemporaryDirectory directory;
+  D dataset;
+  dataset.resize(2, 1, 5);
+  const fs::path run = dataset.write(directory.path()), folder = directory.path() / "spill";
+  fs::create_directory(folder);
+  ReadOptions options;
+  options.memory = 1;
+  options.spillFolder = folder;
+  for (const Rules rules : {Rules::host, Rules::plain}) {
+    options.rules = rules;
+    for (const Route& route :
+         std::initializer_list<Route>{Whole{}, EveryNth{2}, SampleSpan{-1, 2}, Pieces{2}, TrialList{{1}}})
+      EXPECT_EQ(routeOf(run, route, options), routeOf(run, route));
+    const Recording spilled = Recording::read(run, options);
+    ASSERT_EQ(spilled.warnings().size(), 1U);
+    EXPECT_EQ(spilled.warnings()[0].code, "samples.spilled");
+    EXPECT_EQ(spilled.warnings()[0].severity, Finding::Severity::remark);
+    EXPECT_EQ(fs::path(spilled.warnings()[0].file), folder);
+#ifndef _WIN32  // where the name goes with the file
+    EXPECT_TRUE(fs::is_empty(folder));
+#endif
+  }
+  EXPECT_TRUE(fs::is_empty(folder));
+  options.memory = 40;
+  EXPECT_TRUE(Recording::read(run, options).warnings().empty()) << "just as much as may be held";
+  options.memory = 39;
+  options.spillFolder = directory.path() / "none";
+  const std::string error = errorOf(run, options);
+  EXPECT_TRUE(
+      error.starts_with("outOfMemory | none | can't take the 40 bytes of samples that are more than memory "
+                        "is to hold: "))
+      << error;
 }
 
 TEST(Recording, AsksForAFactorUntilItIsOne) {

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "datamodel/meg/sample_memory.h"
+
 /// What one import call brings.
 enum class ImportUnit {
   trial,           ///< a whole trial
@@ -21,6 +23,8 @@ struct ImportPlan {
   std::int32_t parts = 1;        ///< stored trials that a file trial becomes
   std::int64_t firstSample = 0;  ///< sample of the file trial that is stored first
   std::int64_t step = 1;         ///< samples of the file from one stored sample to the next
+  std::uint64_t heldBytes = 0;   ///< that the files hold: no import can bring more
+  SampleMemory memory{};
 };
 
 /// Where a stored trial came from.

@@ -7,4 +7,6 @@ ImportScope::ImportScope(CMEGData9FileA00Basic& data, const ImportPlan& plan)
 
 ImportScope::~ImportScope() { m_data.m_import.reset(); }
 
+std::span<std::int32_t> ImportScope::room(std::int32_t trial) { return m_data.m_trials.room(trial); }
+
 void ImportScope::setFileTrial(std::int32_t trial) { m_data.m_fileTrial = trial; }

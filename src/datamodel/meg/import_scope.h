@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "datamodel/meg/import_plan.h"
 
@@ -16,6 +17,10 @@ class ImportScope {
 
   /// False when there was no memory to reserve; import calls then store nothing.
   bool ready() const { return m_ready; }
+
+  /// The place of a trial that will be imported whole, channels x samples values: who reads it there saves a
+  /// copy. What is written there shows only once the trial is imported. Empty for a trial out of range.
+  std::span<std::int32_t> room(std::int32_t trial);
 
   /// Trial of the file that the following calls are about: importers may store it under another number.
   void setFileTrial(std::int32_t trial);

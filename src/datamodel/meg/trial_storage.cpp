@@ -5,6 +5,9 @@
 #include <limits>
 
 #include "datamodel/meg/sample_count.h"
+#include "framework/encoding.h"
+#include "framework/granted_memory.h"
+#include "framework/user_interface.h"
 
 bool TrialStorage::reserve(const ImportPlan& plan) {
   *this = TrialStorage();
@@ -14,10 +17,32 @@ bool TrialStorage::reserve(const ImportPlan& plan) {
   if (bytes == 0) return true;
   if (bytes == kCountOverflow || static_cast<std::uint64_t>(bytes) > std::numeric_limits<std::size_t>::max())
     return false;
-  if (!m_memory.reserve(static_cast<std::size_t>(bytes))) return false;
+  const std::uint64_t widest = valueSize / sizeof(std::int32_t);
+  const auto expected = std::min<std::uint64_t>(static_cast<std::uint64_t>(bytes), plan.heldBytes * widest);
+  const std::uint64_t limit = plan.memory.limit != 0 ? plan.memory.limit : grantedMemory() / 2;
+  const bool reserved = expected <= limit ? m_memory.reserve(static_cast<std::size_t>(bytes))
+                                          : spill(plan.memory, static_cast<std::size_t>(bytes), expected);
+  if (!reserved) return false;
   m_stored.assign(static_cast<std::size_t>(plan.trials), false);
   m_fileTrials.assign(static_cast<std::size_t>(plan.trials), 0);
   m_plan = plan;
+  return true;
+}
+
+bool TrialStorage::spill(const SampleMemory& memory, std::size_t bytes, std::uint64_t expected) {
+  const CString folder = memory.spillDirectory.IsEmpty() ? largeTemporaryFolder() : memory.spillDirectory;
+  const std::error_code failed = m_memory.reserveInFile(folder, bytes, static_cast<std::size_t>(expected));
+  CString text;
+  if (failed) {
+    text.Format(L"can't take the %u bytes of samples that are more than memory is to hold: %s", expected,
+                fromUtf8(failed.message()));
+    reportFinding({.code = "memory.spill", .file = folder, .text = text});
+    return false;
+  }
+  text.Format(L"holds the %u bytes of samples, which are more than memory is to hold: reading is slower",
+              expected);
+  reportFinding(
+      {.severity = Finding::Severity::remark, .code = "samples.spilled", .file = folder, .text = text});
   return true;
 }
 
@@ -29,14 +54,20 @@ T* TrialStorage::writable(std::int32_t trial) {
   return first;
 }
 
+std::span<std::int32_t> TrialStorage::room(std::int32_t trial) {
+  if (summed() || !inRange(trial)) return {};
+  return {writable<std::int32_t>(trial), static_cast<std::size_t>(trialValues())};
+}
+
 bool TrialStorage::store(std::int32_t trial, std::int32_t channel, const std::int32_t* values,
                          std::int64_t count, std::int32_t fileTrial) {
   if (summed() || !inRange(trial) || channel < 0 || channel >= m_plan.channels || count < 0) return false;
   const std::int64_t first = channel * m_plan.samples;
   const std::int64_t taken = std::min(count, trialValues() - first);
-  if (taken > 0)
-    std::memcpy(writable<std::int32_t>(trial) + first, values,
-                static_cast<std::size_t>(taken) * sizeof *values);
+  if (taken > 0) {
+    std::int32_t* place = writable<std::int32_t>(trial) + first;
+    if (place != values) std::memcpy(place, values, static_cast<std::size_t>(taken) * sizeof *values);
+  }
   markStored(trial, fileTrial);
   return true;
 }

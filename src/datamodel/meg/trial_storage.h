@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "datamodel/meg/import_plan.h"
@@ -11,9 +12,13 @@
 /// 0.
 class TrialStorage {
  public:
-  /// Makes room for what the import stores, dropping what was held. False, holding nothing, when the system
-  /// refuses.
+  /// Makes room for what the import stores, dropping what was held: in memory, or in a file, which is
+  /// reported, when that is too much. False, holding nothing, when the system refuses.
   bool reserve(const ImportPlan& plan);
+
+  /// The place of a whole trial, to be written before `store` is called with it; empty for a trial out of
+  /// range and where sums are planned.
+  std::span<std::int32_t> room(std::int32_t trial);
 
   /// Copies `count` values to channel `channel` of `trial`, and on into the following channels of that trial.
   /// Takes what fits; a trial or channel out of range, or sums planned, stores nothing and gives false.
@@ -36,6 +41,7 @@ class TrialStorage {
   std::int32_t numStored() const;
 
  private:
+  bool spill(const SampleMemory& memory, std::size_t bytes, std::uint64_t expected);
   bool summed() const { return m_plan.unit == ImportUnit::summedTrial; }
   bool inRange(std::int32_t trial) const { return trial >= 0 && trial < numTrials(); }
   bool stored(std::int32_t trial) const {

@@ -1,6 +1,35 @@
+#include <fcntl.h>
 #include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <new>
+#include <string>
 
 #include "framework/memory_range.h"
+#include "framework/native_path.h"
+
+namespace {
+
+std::error_code errorOf(int number) { return {number, std::generic_category()}; }
+
+/// A new file without a name, for its owner only; negative, and errno says why, when there is none.
+int openNameless(const std::string& directory) {
+  int file = -1;
+#ifdef O_TMPFILE
+  file = open(directory.c_str(), O_TMPFILE | O_EXCL | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  if (file >= 0 || (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL)) return file;
+#endif
+  // Some file systems can only take the name away again, while nothing is in the file yet.
+  std::string name = directory + "/.megreader-XXXXXX";
+  file = mkostemp(name.data(), O_CLOEXEC);
+  if (file >= 0) unlink(name.c_str());
+  return file;
+}
+
+}  // namespace
 
 bool MemoryRange::reserve(std::size_t bytes) {
   release();
@@ -17,10 +46,47 @@ bool MemoryRange::reserve(std::size_t bytes) {
   return true;
 }
 
-void MemoryRange::use(std::size_t /*offset*/, std::size_t /*bytes*/) {}  // every page is ready
+std::error_code MemoryRange::reserveInFile(const CString& directory, std::size_t bytes,
+                                           std::size_t expected) {
+  release();
+  const int file = openNameless(toNativePath(directory.IsEmpty() ? largeTemporaryFolder() : directory));
+  if (file < 0) return errorOf(errno);
+  m_file = file;
+  if (ftruncate(file, static_cast<off_t>(bytes)) != 0) {
+    const int reason = errno;
+    release();
+    return errorOf(reason);
+  }
+  // A page that the disk has no room for would end the process when it is written.
+  if (const int reason = posix_fallocate(file, 0, static_cast<off_t>(expected)); reason != 0) {
+    release();
+    return errorOf(reason);
+  }
+  void* mapped = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+  if (mapped == MAP_FAILED) {
+    const int reason = errno;
+    release();
+    return errorOf(reason);
+  }
+  m_data = mapped;
+  m_size = bytes;
+  m_onDisk = expected;
+  return {};
+}
+
+void MemoryRange::use(std::size_t offset, std::size_t bytes) {
+  if (m_file < 0 || offset + bytes <= m_onDisk) return;  // every page is ready
+  if (posix_fallocate(static_cast<int>(m_file), static_cast<off_t>(offset), static_cast<off_t>(bytes)) != 0)
+    throw std::bad_alloc();
+}
 
 void MemoryRange::release() {
   if (m_data != nullptr) munmap(m_data, m_size);
+  if (m_file >= 0) close(static_cast<int>(m_file));
   m_data = nullptr;
   m_size = 0;
+  m_file = -1;
+  m_onDisk = 0;
 }
+
+CString largeTemporaryFolder() { return L"\\var\\tmp"; }

@@ -1,0 +1,76 @@
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+
+#include "floor.h"
+#include "framework/native_path.h"
+#include "host/recording.h"
+#include "reader/meg_reader_face.h"
+
+// What reading a dataset costs, and what it costs at least. The dataset is named by the variable
+// BENCH_DATASET; scripts/bench runs this beside other programs and prints ratios.
+
+namespace {
+
+std::filesystem::path dataset() {
+  const char* path = std::getenv("BENCH_DATASET");
+  if (path == nullptr) throw std::runtime_error("BENCH_DATASET names no dataset");
+  return path;
+}
+
+std::filesystem::path resourceFile() { return dataset() / (dataset().stem().string() + ".res4"); }
+
+void Floor(benchmark::State& state) {
+  for (auto _ : state)
+    benchmark::DoNotOptimize(readFloor(dataset()));
+}
+
+/// The exported facade, as hosts call it.
+void Facade(benchmark::State& state) {
+  for (auto _ : state) {
+    CMEGReaderFacezk facade;
+    CPtrArray array;
+    if (facade.readCTFMEGData2HdPa(toWindowsPath(resourceFile().string()), &array, nullptr, nullptr) != 1)
+      state.SkipWithError("can't be read");
+    for (int i = 0; i < array.GetSize(); ++i)
+      delete static_cast<CMEGDatazk*>(array.GetAt(i));
+  }
+}
+
+void RecordingWhole(benchmark::State& state) {
+  for (auto _ : state)
+    benchmark::DoNotOptimize(ctfmeg::Recording::read(dataset(), {.samples = true}));
+}
+
+/// Every sample in tesla or volt, a channel at a time.
+void RecordingPhysical(benchmark::State& state) {
+  std::vector<double> values;
+  for (auto _ : state) {
+    const auto recording = ctfmeg::Recording::read(dataset(), {.samples = true});
+    for (const int number : recording.trialNumbers()) {
+      const ctfmeg::Trial trial = recording.trial(number);
+      values.resize(static_cast<std::size_t>(trial.samples()));
+      for (int channel = 0; channel < trial.channels(); ++channel) {
+        trial.physical(channel, values);
+        benchmark::DoNotOptimize(values.data());
+      }
+    }
+  }
+}
+
+void RecordingHeader(benchmark::State& state) {
+  for (auto _ : state)
+    benchmark::DoNotOptimize(ctfmeg::Recording::read(dataset(), {.samples = false}));
+}
+
+BENCHMARK(Floor)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+BENCHMARK(Facade)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+BENCHMARK(RecordingWhole)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+BENCHMARK(RecordingPhysical)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+BENCHMARK(RecordingHeader)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(10);
+
+}  // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,55 @@
+#include "floor.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <stdexcept>
+
+namespace {
+
+constexpr std::size_t kHeader = 8;
+
+}  // namespace
+
+FloorSamples::FloorSamples(std::size_t bytes)
+    : m_data(mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)),
+      m_bytes(bytes) {
+  if (m_data == MAP_FAILED) throw std::runtime_error("no memory");
+  madvise(m_data, m_bytes, MADV_HUGEPAGE);
+}
+
+FloorSamples::~FloorSamples() { munmap(m_data, m_bytes); }
+
+std::vector<std::filesystem::path> sampleFilesOf(const std::filesystem::path& dataset) {
+  const std::filesystem::path stem = dataset / dataset.stem();
+  std::vector<std::filesystem::path> files{stem.string() + ".meg4"};
+  for (int i = 1;; ++i) {
+    const std::filesystem::path next = stem.string() + "." + std::to_string(i) + "_meg4";
+    if (!std::filesystem::exists(next)) return files;
+    files.push_back(next);
+  }
+}
+
+std::size_t readFloor(const std::filesystem::path& dataset) {
+  const auto files = sampleFilesOf(dataset);
+  std::size_t bytes = 0;
+  for (const auto& file : files)
+    bytes += std::filesystem::file_size(file) - kHeader;
+  const FloorSamples samples(bytes);
+  auto* next = reinterpret_cast<std::uint32_t*>(samples.values());
+  for (const auto& file : files) {
+    const int descriptor = open(file.c_str(), O_RDONLY);
+    lseek(descriptor, kHeader, SEEK_SET);
+    // Pieces that stay in the cache until they are swapped.
+    constexpr std::size_t kPiece = 1 << 20;
+    for (ssize_t got = 0; (got = read(descriptor, next, kPiece)) > 0;) {
+      const auto count = static_cast<std::size_t>(got) / sizeof *next;
+      for (std::size_t i = 0; i < count; ++i)
+        next[i] = __builtin_bswap32(next[i]);
+      next += count;
+    }
+    close(descriptor);
+  }
+  return samples.count();
+}

@@ -1,0 +1,203 @@
+"""Times reading beside what it costs at least and beside other ways to do it, and prints tables of ratios.
+
+Run by scripts/bench: table.py PROGRAMS DATA, the folder of built programs and one for the recordings, which are
+simulated when they are not there.
+"""
+
+import json
+import os
+import random
+import shutil
+import subprocess
+import sys
+import threading
+import time
+from pathlib import Path
+
+PROGRAMS, DATA = Path(sys.argv[1]), Path(sys.argv[2])
+REPETITIONS = int(os.environ.get("BENCH_REPETITIONS", "7"))
+CTFMEG = str(PROGRAMS / "ctfmeg")
+NUMPY = Path(__file__).parent / "read_numpy.py"
+
+
+def recording(name, channels, trials, samples, split=0):
+    """A simulated recording, kept from one run to the next."""
+    path = DATA / f"{name}.ds"
+    if not path.exists():
+        command = [CTFMEG, "simulate", path, "--channels", channels, "--trials", trials, "--samples", samples]
+        if split:
+            command += ["--split-after", split]
+        subprocess.run([str(word) for word in command + ["--quiet"]], check=True)
+    return path
+
+
+def sample_files(path):
+    return sorted(path.glob("*meg4"))
+
+
+def sample_bytes(path):
+    return sum(file.stat().st_size - 8 for file in sample_files(path))
+
+
+def in_process(name, path):
+    """Seconds of one benchmark of the program, measured by itself."""
+    out = subprocess.run(
+        [PROGRAMS / "megreader_bench", f"--benchmark_filter=^{name}/", "--benchmark_format=json"],
+        env={**os.environ, "BENCH_DATASET": str(path)}, check=True, capture_output=True).stdout
+    return json.loads(out)["benchmarks"][0]["real_time"] / 1000
+
+
+def numpy_seconds(kind, path):
+    out = subprocess.run([sys.executable, NUMPY, kind, *sample_files(path)], check=True, capture_output=True).stdout
+    return float(out)
+
+
+def command_seconds(command):
+    start = time.perf_counter()
+    subprocess.run(command, check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, shell=isinstance(command, str))
+    return time.perf_counter() - start
+
+
+def drop_from_cache(path):
+    for file in sample_files(path):
+        descriptor = os.open(file, os.O_RDONLY)
+        os.fsync(descriptor)
+        os.posix_fadvise(descriptor, 0, 0, os.POSIX_FADV_DONTNEED)
+        os.close(descriptor)
+
+
+def best(contenders, repetitions=REPETITIONS, before=lambda: None):
+    """The shortest time of each, all of them run once in every round, in a new order each time."""
+    seconds = {name: [] for name in contenders}
+    for _ in range(repetitions):
+        for name in random.sample(list(contenders), len(contenders)):
+            before()
+            seconds[name].append(contenders[name]())
+    return {name: min(values) for name, values in seconds.items()}
+
+
+def row(cells, widths):
+    print("| " + " | ".join(str(cell).ljust(width) for cell, width in zip(cells, widths)) + " |", flush=True)
+
+
+def table(head, rows):
+    widths = [max(len(str(line[i])) for line in [head, *rows]) for i in range(len(head))]
+    row(head, widths)
+    row(["-" * width for width in widths], widths)
+    for line in rows:
+        row(line, widths)
+    print(flush=True)
+
+
+def ratios(title, times, reference):
+    rows = [(name, f"{1000 * seconds:.1f}", f"{seconds / times[reference]:.2f}") for name, seconds in times.items()]
+    table((title, "ms", f"times {reference}"), rows)
+
+
+def peak(command, env=None):
+    """Peak resident memory of a command in bytes: all of it, and the part that no file backs."""
+    process = subprocess.Popen(command, env=env, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    anonymous = [0]
+
+    def watch():
+        while process.returncode is None:
+            try:
+                for line in Path(f"/proc/{process.pid}/status").read_text().splitlines():
+                    if line.startswith("RssAnon"):
+                        anonymous[0] = max(anonymous[0], int(line.split()[1]) * 1024)
+            except OSError:
+                return
+            time.sleep(0.002)
+
+    watcher = threading.Thread(target=watch)
+    watcher.start()
+    _, status, usage = os.wait4(process.pid, 0)
+    process.returncode = os.waitstatus_to_exitcode(status)
+    watcher.join()
+    assert process.returncode == 0, command
+    return usage.ru_maxrss * 1024, anonymous[0]
+
+
+def whole_reads():
+    for name, path in (("trials of 14.4 MB", recording("large", 300, 84, 12000)),
+                       ("trials of 1.05 MB", recording("small", 300, 1152, 875))):
+        contenders = {
+            "floor": lambda: in_process("Floor", path),
+            "facade": lambda: in_process("Facade", path),
+            "Recording": lambda: in_process("RecordingWhole", path),
+            "NumPy, int32": lambda: numpy_seconds("int32", path),
+            "cat": lambda: command_seconds(["cat", *sample_files(path)]),
+        }
+        ratios(f"{name}, {sample_bytes(path) / 1e9:.2f} GB", best(contenders), "floor")
+    path = recording("large", 300, 84, 12000)
+    ratios("physical values", best({
+        "Recording, tesla": lambda: in_process("RecordingPhysical", path),
+        "NumPy, float64": lambda: numpy_seconds("float64", path)}), "Recording, tesla")
+    ratios("not in the cache", best({
+        "floor": lambda: in_process("Floor", path),
+        "facade": lambda: in_process("Facade", path)}, 3, lambda: drop_from_cache(path)), "floor")
+
+
+def small_costs():
+    for name, path in (("10,000 trials of 100 samples", recording("short", 30, 10000, 100)),
+                       ("1,000 channels", recording("wide", 1000, 10, 3000)),
+                       ("eight files", recording("eight", 300, 16, 3000, 2))):
+        ratios(f"{name}, {sample_bytes(path) / 1e6:.0f} MB",
+               best({"floor": lambda: in_process("Floor", path), "facade": lambda: in_process("Facade", path)}), "floor")
+    short, large = recording("one", 300, 1, 1200), recording("large", 300, 84, 12000)
+    ratios("starting the command", best({
+        "--version": lambda: command_seconds([CTFMEG, "--version"]),
+        "info, 1.4 MB of samples": lambda: command_seconds([CTFMEG, "info", short]),
+        "info, 1.2 GB of samples": lambda: command_seconds([CTFMEG, "info", large]),
+    }, 4 * REPETITIONS), "--version")
+
+
+def exports():
+    path, out, copy = recording("large", 300, 84, 12000), DATA / "out.npy", DATA / "copy"
+    meg4 = sample_files(path)[0]
+
+    def fresh(work):
+        for file in (out, copy):
+            file.unlink(missing_ok=True)
+        os.sync()
+        return work()
+
+    times = best({
+        "read": lambda: in_process("RecordingWhole", path),
+        "cp": lambda: fresh(lambda: command_seconds(["cp", meg4, copy])),
+        "export": lambda: fresh(lambda: command_seconds([CTFMEG, "export", "--quiet", path, "-o", out])),
+        "export to a pipe": lambda: command_seconds(f"'{CTFMEG}' export --quiet '{path}' -o - | cat"),
+        "cat to a pipe": lambda: command_seconds(f"cat '{meg4}' | cat"),
+    })
+    fresh(lambda: None)
+    times = {"read and cp": times["read"] + times["cp"], **times}
+    ratios("export, 1.21 GB", times, "read and cp")
+
+
+def growth():
+    rows = []
+    for gigabytes in (0.25, 0.5, 1, 2, 4):
+        trials = round(gigabytes * 1e9 / 14.4e6)
+        path = recording(f"growth-{gigabytes}", 300, trials, 12000, 100)
+        size = sample_bytes(path)
+        seconds = best({"facade": lambda: in_process("Facade", path)}, 3)["facade"]
+        environment = {**os.environ, "BENCH_DATASET": str(path)}
+        resident, _ = peak([PROGRAMS / "megreader_bench", "--benchmark_filter=^Facade/"], environment)
+        rows.append((f"{size / 1e9:.2f}", f"{seconds:.2f}", f"{seconds / size * 1e9:.3f}", f"{(resident - size) / 1e6:.1f}"))
+        if gigabytes > 1:
+            shutil.rmtree(path)
+    table(("GB", "s", "s per GB", "peak memory beyond the samples, MB"), rows)
+
+
+def spilling():
+    path, limit = recording("large", 300, 84, 12000), 256 << 20
+    command = [CTFMEG, "info", "--json", "--resample", "1", "--quiet", str(path)]
+    spilled = [*command, "--memory", str(limit), "--spill", str(DATA)]
+    times = best({"in memory": lambda: command_seconds(command), "spilled": lambda: command_seconds(spilled)})
+    ratios("beyond a limit of 268 MB", times, "in memory")
+    print(f"memory that no file backs while spilling: {peak(spilled)[1] / 1e6:.0f} MB\n")
+
+
+for part in (whole_reads, small_costs, exports, growth, spilling):
+    if len(sys.argv) < 4 or part.__name__ in sys.argv[3:]:
+        part()
