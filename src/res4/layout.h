@@ -1,9 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <vector>
 
 #include "framework/cstring.h"
 #include "util/byte_order.h"
@@ -53,21 +55,22 @@ class LayoutDecoder {
 
   template <std::size_t N>
   void f64s(std::size_t offset, std::array<double, N> Record::*member) {
-    leadingF64s(offset, m_record.*member, N);
+    eachF64(offset, m_record.*member);
   }
 
-  /// As many leading texts as `m_record.*count` says, which a field before this one has set.
-  template <std::size_t N>
-  void texts(std::size_t offset, std::size_t width, std::array<CString, N> Record::*member,
+  /// Of `slots` texts as many leading ones as `m_record.*count` says, which a field before this one has set.
+  void texts(std::size_t offset, std::size_t width, std::size_t slots, std::vector<CString> Record::*member,
              std::int32_t Record::*count) {
-    for (std::size_t i = 0; i < N && static_cast<std::int64_t>(i) < m_record.*count; ++i)
-      if (holds(offset + i * width, width))
-        (m_record.*member)[i] =
-            fixedTextToString(m_bytes.subspan(offset + i * width - m_origin, width), m_rules);
+    (m_record.*member).resize(used(slots, m_record.*count));
+    for (CString& text : m_record.*member) {
+      if (holds(offset, width)) text = fixedTextToString(m_bytes.subspan(offset - m_origin, width), m_rules);
+      offset += width;
+    }
   }
-  template <std::size_t N>
-  void f64s(std::size_t offset, std::array<double, N> Record::*member, std::int32_t Record::*count) {
-    leadingF64s(offset, m_record.*member, m_record.*count);
+  void f64s(std::size_t offset, std::size_t slots, std::vector<double> Record::*member,
+            std::int32_t Record::*count) {
+    (m_record.*member).resize(used(slots, m_record.*count));
+    eachF64(offset, m_record.*member);
   }
 
   /// Nested records of `width` bytes, each with the layout `Layout`.
@@ -82,11 +85,14 @@ class LayoutDecoder {
   }
 
  private:
-  template <std::size_t N>
-  void leadingF64s(std::size_t offset, std::array<double, N>& values, std::int64_t count) {
-    for (std::size_t i = 0; i < N && static_cast<std::int64_t>(i) < count; ++i) {
-      const std::size_t at = offset + i * sizeof(double);
-      if (holds(at, sizeof(double))) values[i] = loadBigEndian<double>(m_bytes, at - m_origin);
+  static std::size_t used(std::size_t slots, std::int32_t count) {
+    return std::min(slots, static_cast<std::size_t>(std::max(count, 0)));
+  }
+
+  void eachF64(std::size_t offset, std::span<double> values) {
+    for (double& value : values) {
+      if (holds(offset, sizeof(double))) value = loadBigEndian<double>(m_bytes, offset - m_origin);
+      offset += sizeof(double);
     }
   }
 
@@ -142,13 +148,17 @@ class LayoutProof {
   constexpr void f64(std::size_t offset, Members...) {
     field(offset, 8);
   }
-  template <class Record, std::size_t N, class... Count>
-  constexpr void f64s(std::size_t offset, std::array<double, N> Record::*, Count...) {
+  template <class Record, std::size_t N>
+  constexpr void f64s(std::size_t offset, std::array<double, N> Record::*) {
     field(offset, 8 * N);
   }
-  template <class Record, std::size_t N, class Count>
-  constexpr void texts(std::size_t offset, std::size_t width, std::array<CString, N> Record::*, Count) {
-    field(offset, width * N);
+  template <class Member, class Count>
+  constexpr void f64s(std::size_t offset, std::size_t slots, Member, Count) {
+    field(offset, 8 * slots);
+  }
+  template <class Member, class Count>
+  constexpr void texts(std::size_t offset, std::size_t width, std::size_t slots, Member, Count) {
+    field(offset, width * slots);
   }
   template <auto Layout, class Record, class Element, std::size_t N>
   constexpr void records(std::size_t offset, std::size_t width, std::array<Element, N> Record::*) {

@@ -102,8 +102,8 @@ inline constexpr auto coefficientLayout = [](auto& v) {
   v.u32(32, &R::coefficientType);
   v.skip(36, 4);
   v.i16(40, &R::numReferences);
-  v.texts(42, 31, &R::referenceNames, &R::numReferences);
-  v.f64s(1592, &R::values, &R::numReferences);
+  v.texts(42, 31, R::kReferenceSlots, &R::referenceNames, &R::numReferences);
+  v.f64s(1592, R::kReferenceSlots, &R::values, &R::numReferences);
 };
 
 consteval std::size_t layoutEnd(auto layout, std::size_t origin = 0) {

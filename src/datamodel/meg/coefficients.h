@@ -1,9 +1,10 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "framework/cstring.h"
 #include "framework/export.h"
@@ -11,13 +12,14 @@
 /// One compensation coefficient record: the weights with which reference channels are combined with a sensor.
 class MEGREADER_API CCoefficientDatazk {
  public:
-  static constexpr int kReferenceSlots = 50;
+  static constexpr std::size_t kReferenceSlots = 50;  ///< in a record of the file
 
   CString sensorName;
   std::uint32_t coefficientType = 0;  ///< four characters, most significant first: 0x47314252 is "G1BR"
   std::int32_t numReferences = 0;     ///< at most 50; as read, so a damaged file may leave it negative
-  std::array<CString, kReferenceSlots> referenceNames;
-  std::array<double, kReferenceSlots> values{};
+  // As many as there are references.
+  std::vector<CString> referenceNames;
+  std::vector<double> values;
 };
 
 /// The coefficient records of a dataset, in file order.
