@@ -5,7 +5,10 @@
 namespace ctfmeg::cli {
 
 std::string csvText(const std::string& text) {
-  const bool formula = !text.empty() && std::string("=+-@\t\r").find(text[0]) != std::string::npos;
+  // Some spreadsheets pass over white space, a no-break space included, before they look.
+  std::size_t first = text.find_first_not_of(" \t\r\n\v\f\xC2\xA0");
+  if (first == std::string::npos) first = 0;
+  const bool formula = !text.empty() && std::string("=+-@\t\r").find(text[first]) != std::string::npos;
   return (formula ? "'" : "") + visible(text);
 }
 

@@ -17,7 +17,7 @@ int forEachDataset(const Options& options, Table table) {
   Session session(options.reading);
   for (const std::string& dataset : options.datasets) {
     stopIfInterrupted();
-    session.attempt([&] {
+    session.attempt(dataset, [&] {
       const Recording recording = session.read(dataset, std::nullopt);
       if (!options.csv && options.datasets.size() > 1)
         std::cout << visible(shownPath(dataset, options.reading.noIdentity)) << ":\n";

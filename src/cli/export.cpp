@@ -73,7 +73,7 @@ int runExport(const ExportOptions& options) {
     throw CommandError("standard output",
                        "is a terminal: name a file with -o, or send the output to a program");
   Session session(options.reading);
-  session.attempt([&] {
+  session.attempt(options.dataset, [&] {
     refuseOwnFile(options.dataset, options.output);
     ResultFile file(options.output);
     const Recording recording = session.read(options.dataset, options.route.value_or(Whole{}));

@@ -58,11 +58,12 @@ void printOverview(const std::string& path, const Recording& recording, bool noI
 
 int runInfo(const InfoOptions& options) {
   Session session(options.reading);
-  JsonOutput json(options.reading.noIdentity);
+  JsonOutput json(std::cout, options.datasets.size(), options.reading.noIdentity);
   bool first = true;
   for (const std::string& dataset : options.datasets) {
     stopIfInterrupted();
     session.attempt(
+        dataset,
         [&] {
           const Recording recording = session.read(dataset, options.route);
           if (options.json) return json.add(dataset, options.reading.rules, recording);
@@ -70,9 +71,11 @@ int runInfo(const InfoOptions& options) {
           first = false;
           printOverview(dataset, recording, options.reading.noIdentity);
         },
-        [&](const Error& error) { json.add(dataset, error); });
+        [&](const Error& error) {
+          if (options.json) json.add(dataset, error);
+        });
   }
-  if (options.json) std::cout << json.text();
+  if (options.json) json.end();
   finishOutput();
   return session.exitCode();
 }

@@ -3,8 +3,12 @@
 #include <array>
 #include <cstdio>
 #include <nlohmann/json.hpp>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
 
 #include "cli/identity.h"
+#include "cli/visible_text.h"
 #include "host/path_text.h"
 #include "host/record_fields.h"
 
@@ -126,22 +130,20 @@ Json fiducialsJson(const Fiducials& fiducials) {
   return object;
 }
 
-Json digitisedJson(const Digitised& digitised) {
-  return {{"points", listJson(digitised.points,
-                              [](const DigitisedPoint& point) {
-                                return Json{{"number", point.number}, {"position", point.positionCm}};
-                              })},
-          {"fiducials", listJson(digitised.fiducials, [](const DigitisedFiducial& fiducial) {
-             return Json{{"label", fiducial.label}, {"position", fiducial.positionCm}};
-           })}};
+Json pointJson(const DigitisedPoint& point) {
+  return {{"number", point.number}, {"position", point.positionCm}};
 }
 
-Json informationJson(const Information& information, bool noIdentity) {
-  Json object = Json::object();
-  for (const InformationEntry& entry : information.entries)
-    if (!noIdentity || !canIdentify(entry))
-      std::visit([&](const auto& value) { object[entry.tag] = value; }, entry.value);
-  return object;
+Json labelJson(const DigitisedFiducial& fiducial) {
+  return {{"label", fiducial.label}, {"position", fiducial.positionCm}};
+}
+
+Json electrodeJson(const Electrode& electrode) {
+  return {{"number", electrode.number}, {"name", electrode.name}, {"position", electrode.positionCm}};
+}
+
+Json segmentJson(const BadSegment& segment) {
+  return {{"trial", segment.trial}, {"startMs", segment.startMs}, {"endMs", segment.endMs}};
 }
 
 Json virtualChannelJson(const VirtualChannel& channel) {
@@ -162,60 +164,123 @@ Json warningJson(const Finding& finding) {
   return object;
 }
 
-std::string dump(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace); }
+std::string dump(const Json& json) {
+  return harmlessJson(json.dump(-1, ' ', false, Json::error_handler_t::replace));
+}
+
+/// Writes an object or a list piece by piece: a recording may have a great many of everything.
+class PieceByPiece {
+ public:
+  PieceByPiece(std::ostream& out, char open, char close, int depth)
+      : m_out(out), m_close(close), m_indent(static_cast<std::size_t>(depth) * 2, ' ') {
+    m_out << open;
+  }
+  PieceByPiece(const PieceByPiece&) = delete;
+  PieceByPiece& operator=(const PieceByPiece&) = delete;
+
+  /// Begins the next element of a list.
+  std::ostream& next() {
+    m_out << (m_empty ? "\n" : ",\n") << m_indent << "  ";
+    m_empty = false;
+    return m_out;
+  }
+  /// Begins the next member of an object.
+  std::ostream& next(const std::string& key) { return next() << dump(key) << ": "; }
+
+  void end() { m_out << (m_empty ? "" : "\n" + m_indent) << m_close; }
+
+ private:
+  std::ostream& m_out;
+  char m_close;
+  std::string m_indent;
+  bool m_empty = true;
+};
+
+template <class List, class Convert>
+void writeList(std::ostream& out, const List& list, int depth, Convert convert) {
+  PieceByPiece elements(out, '[', ']', depth);
+  for (const auto& item : list)
+    elements.next() << dump(convert(item));
+  elements.end();
+}
+
+/// A tag that was set several times has its last value, where it was set first.
+void writeInformation(std::ostream& out, const Information& information, bool noIdentity) {
+  std::unordered_map<std::string_view, const InformationEntry*> last;
+  for (const InformationEntry& entry : information.entries)
+    last[entry.tag] = &entry;
+  PieceByPiece members(out, '{', '}', 1);
+  for (const InformationEntry& entry : information.entries) {
+    const auto found = last.extract(entry.tag);
+    if (found.empty() || (noIdentity && canIdentify(*found.mapped()))) continue;
+    std::visit([&](const auto& value) { members.next(entry.tag) << dump(value); }, found.mapped()->value);
+  }
+  members.end();
+}
 
 }  // namespace
 
+void JsonOutput::beginEntry() {
+  if (m_entries != 1) m_out << (m_written == 0 ? "[\n" : ",\n");
+  ++m_written;
+}
+
+void JsonOutput::end() { m_out << (m_entries == 1 ? "\n" : "\n]\n"); }
+
 void JsonOutput::add(const std::string& path, Rules rules, const Recording& recording) {
-  Json object{{"schema", kSchema},
-              {"path", shownPath(path, m_noIdentity)},
-              {"dataset", recording.name()},
-              {"rules", rules == Rules::plain ? "plain" : "host"}};
-  object["record"] = recordJson(recording.record(), m_noIdentity);
+  beginEntry();
+  PieceByPiece object(m_out, '{', '}', 0);
+  const auto list = [&](const char* key, const auto& items, auto convert) {
+    object.next(key);
+    writeList(m_out, items, 1, convert);
+  };
+  object.next("schema") << kSchema;
+  object.next("path") << dump(shownPath(path, m_noIdentity));
+  object.next("dataset") << dump(recording.name());
+  object.next("rules") << (rules == Rules::plain ? R"("plain")" : R"("host")");
+  object.next("record") << dump(recordJson(recording.record(), m_noIdentity));
   if (!recording.trialNumbers().empty()) {
-    object["storedTrials"] = recording.trialNumbers().size();
-    object["trialNumbers"] = listJson(recording.trialNumbers(), [&recording](int number) {
-      return recording.trial(number).origin().fileTrial;
-    });
+    object.next("storedTrials") << recording.trialNumbers().size();
+    std::vector<std::int64_t> fileTrials;
+    for (const int number : recording.trialNumbers())
+      fileTrials.push_back(recording.trial(number).origin().fileTrial);
+    object.next("trialNumbers") << dump(fileTrials);
   }
-  object["channels"] = listJson(recording.channels(), channelJson);
-  object["coefficients"] = listJson(recording.coefficients(), coefficientJson);
-  object["markers"] = listJson(recording.markers(),
-                               [this](const Marker& marker) { return markerJson(marker, m_noIdentity); });
-  object["classes"] = listJson(recording.classes(),
-                               [this](const TrialClass& group) { return classJson(group, m_noIdentity); });
-  object["fiducials"] = fiducialsJson(recording.fiducials());
-  object["electrodes"] = listJson(recording.electrodes(), [](const Electrode& electrode) {
-    return Json{{"number", electrode.number}, {"name", electrode.name}, {"position", electrode.positionCm}};
-  });
-  object["digitised"] = digitisedJson(recording.digitised());
-  object["infods"] = informationJson(recording.information(), m_noIdentity);
-  if (!m_noIdentity) object["infodsText"] = recording.information().text;
-  object["badChannels"] = shownBadChannels(recording, m_noIdentity);
-  object["badSegments"] = listJson(recording.badSegments(), [](const BadSegment& segment) {
-    return Json{{"trial", segment.trial}, {"startMs", segment.startMs}, {"endMs", segment.endMs}};
-  });
-  object["virtualChannels"] = listJson(recording.virtualChannels(), virtualChannelJson);
-  object["warnings"] = Json::array();
+  list("channels", recording.channels(), channelJson);
+  list("coefficients", recording.coefficients(), coefficientJson);
+  list("markers", recording.markers(),
+       [&](const Marker& marker) { return markerJson(marker, m_noIdentity); });
+  list("classes", recording.classes(),
+       [&](const TrialClass& group) { return classJson(group, m_noIdentity); });
+  object.next("fiducials") << dump(fiducialsJson(recording.fiducials()));
+  list("electrodes", recording.electrodes(), electrodeJson);
+  object.next("digitised");
+  PieceByPiece digitised(m_out, '{', '}', 1);
+  digitised.next("points");
+  writeList(m_out, recording.digitised().points, 2, pointJson);
+  digitised.next("fiducials");
+  writeList(m_out, recording.digitised().fiducials, 2, labelJson);
+  digitised.end();
+  object.next("infods");
+  writeInformation(m_out, recording.information(), m_noIdentity);
+  if (!m_noIdentity) object.next("infodsText") << dump(recording.information().text);
+  object.next("badChannels") << dump(shownBadChannels(recording, m_noIdentity));
+  list("badSegments", recording.badSegments(), segmentJson);
+  list("virtualChannels", recording.virtualChannels(), virtualChannelJson);
+  std::vector<Finding> shown;
   for (const Finding& finding : recording.warnings())
-    if (mayBeShown(finding, m_noIdentity)) object["warnings"].push_back(warningJson(finding));
-  m_entries.push_back(dump(object));
+    if (mayBeShown(finding, m_noIdentity)) shown.push_back(finding);
+  list("warnings", shown, warningJson);
+  object.end();
 }
 
 void JsonOutput::add(const std::string& path, const Error& error) {
+  beginEntry();
   const std::string file = textOf(error.path());
   const std::string text = file == path ? error.text() : lastName(file) + ": " + error.text();
-  m_entries.push_back(dump(Json{{"schema", kSchema},
-                                {"path", shownPath(path, m_noIdentity)},
-                                {"error", {{"kind", nameOf(error.kind())}, {"text", text}}}}));
-}
-
-std::string JsonOutput::text() const {
-  if (m_entries.size() == 1) return m_entries.front() + "\n";
-  std::string all = "[\n";
-  for (std::size_t i = 0; i < m_entries.size(); ++i)
-    all += (i == 0 ? "" : ",\n") + m_entries[i];
-  return all + "\n]\n";
+  m_out << dump(Json{{"schema", kSchema},
+                     {"path", shownPath(path, m_noIdentity)},
+                     {"error", {{"kind", nameOf(error.kind())}, {"text", text}}}});
 }
 
 }  // namespace ctfmeg::cli

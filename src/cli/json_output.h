@@ -1,26 +1,31 @@
 #pragma once
 
+#include <cstddef>
+#include <ostream>
 #include <string>
-#include <vector>
 
 #include "host/recording.h"
 
 namespace ctfmeg::cli {
 
-/// The entries of `info --json`, in the order in which they are added.
+/// Writes the entries of `info --json` as they are added: one object for one entry, else an array; UTF-8, a
+/// member or an element of a list on each line.
 class JsonOutput {
  public:
-  explicit JsonOutput(bool noIdentity) : m_noIdentity(noIdentity) {}
+  JsonOutput(std::ostream& out, std::size_t entries, bool noIdentity)
+      : m_out(out), m_entries(entries), m_noIdentity(noIdentity) {}
 
   void add(const std::string& path, Rules rules, const Recording& recording);
   void add(const std::string& path, const Error& error);
-
-  /// One object for one entry, else an array; UTF-8, indented, ended by a line feed.
-  std::string text() const;
+  void end();
 
  private:
+  void beginEntry();
+
+  std::ostream& m_out;
+  std::size_t m_entries;
+  std::size_t m_written = 0;
   bool m_noIdentity;
-  std::vector<std::string> m_entries;
 };
 
 }  // namespace ctfmeg::cli

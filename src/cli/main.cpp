@@ -7,6 +7,7 @@
 #include "cli/process.h"
 #include "cli/route.h"
 #include "cli/say.h"
+#include "cli/visible_text.h"
 
 namespace {
 
@@ -106,7 +107,7 @@ int run(const std::vector<std::string>& arguments) {
   CLI::App app("Reads MEG recordings made on CTF systems.", "ctfmeg");
   app.allow_windows_style_options(false);  // "/" begins a path there, too
   app.failure_message([](const CLI::App*, const CLI::Error& error) {
-    return std::string("ctfmeg: ") + error.what() + "\nctfmeg: run it with --help to see what there is\n";
+    return "ctfmeg: " + visible(error.what()) + "\nctfmeg: run it with --help to see what there is\n";
   });
   app.footer(kExamples);
   app.set_version_flag("--version", "ctfmeg " CTFMEG_VERSION);

@@ -8,10 +8,12 @@ namespace ctfmeg::cli {
 namespace {
 
 void printCsv(const std::vector<Marker>& markers) {
-  for (const Marker& marker : markers)
+  for (const Marker& marker : markers) {
+    const std::string name = csvText(marker.name);
     for (const MarkerSample& sample : marker.samples)
-      std::cout << csvLine({csvText(marker.name), std::to_string(sample.trial), shortest(sample.timeMs),
-                            std::to_string(sample.sample)});
+      std::cout << csvLine(
+          {name, std::to_string(sample.trial), shortest(sample.timeMs), std::to_string(sample.sample)});
+  }
 }
 
 void printMarkers(const std::vector<Marker>& markers) {
@@ -20,11 +22,13 @@ void printMarkers(const std::vector<Marker>& markers) {
     return;
   }
   std::vector<std::vector<std::string>> rows{{"marker", "trial", "time (ms)", "sample"}};
+  constexpr std::size_t kMostColumns = 60;
   for (const Marker& marker : markers) {
-    if (marker.samples.empty()) rows.push_back({visible(marker.name), "-", "-", "-"});
+    const std::string name = clipped(visible(marker.name), kMostColumns);
+    if (marker.samples.empty()) rows.push_back({name, "-", "-", "-"});
     for (const MarkerSample& sample : marker.samples)
-      rows.push_back({visible(marker.name), std::to_string(sample.trial), rounded(sample.timeMs),
-                      std::to_string(sample.sample)});
+      rows.push_back(
+          {name, std::to_string(sample.trial), rounded(sample.timeMs), std::to_string(sample.sample)});
   }
   printTable(rows);
 }

@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "cli/commands.h"
+#include "cli/process.h"
 #include "cli/visible_text.h"
 
 namespace ctfmeg::cli {
@@ -17,10 +18,12 @@ void say(const std::string& path, const std::string& text) {
 void finishOutput() {
   errno = 0;
   std::cout.flush();
-  if (!std::cout || std::fflush(stdout) != 0)
+  if (!std::cout || std::fflush(stdout) != 0) {
+    stopIfInterrupted();  // nobody reads it
     throw CommandError(
         "standard output",
         "can't be written" + (errno == 0 ? "" : ": " + std::generic_category().message(errno)));
+  }
 }
 
 }  // namespace ctfmeg::cli

@@ -57,7 +57,8 @@ Recording Session::read(const std::string& dataset, const std::optional<Route>& 
   }
 }
 
-void Session::attempt(const std::function<void()>& work, const std::function<void(const Error&)>& onError) {
+void Session::attempt(const std::string& dataset, const std::function<void()>& work,
+                      const std::function<void(const Error&)>& onError) {
   try {
     work();
   } catch (const Error& error) {
@@ -67,6 +68,9 @@ void Session::attempt(const std::function<void()>& work, const std::function<voi
   } catch (const CommandError& error) {
     m_failed = true;
     say(shownPath(error.path(), m_options.noIdentity), error.what());
+  } catch (const std::bad_alloc&) {
+    m_failed = true;
+    say(shownPath(dataset, m_options.noIdentity), "needs more memory than there is");
   }
 }
 

@@ -18,9 +18,10 @@ class Session {
   /// read and Interrupted after Ctrl-C.
   Recording read(const std::string& dataset, const std::optional<Route>& route);
 
-  /// Runs `work` on one dataset. What it throws of Error (handed to `onError` too) and CommandError is said
-  /// and remembered, and the command goes on with the next dataset.
-  void attempt(const std::function<void()>& work, const std::function<void(const Error&)>& onError = {});
+  /// Runs `work` on one dataset. What it throws of Error (handed to `onError` too) and CommandError, and that
+  /// memory runs out, is said and remembered, and the command goes on with the next dataset.
+  void attempt(const std::string& dataset, const std::function<void()>& work,
+               const std::function<void(const Error&)>& onError = {});
 
   /// 1 when a dataset could not be read, or when there was a warning and the options are strict.
   int exitCode() const;

@@ -46,12 +46,18 @@ int CString::Replace(const wchar_t* from, const wchar_t* to) {
   const std::wstring_view old(from), fresh(to);
   int count = 0;
   if (old.empty()) return count;
-  for (std::size_t at = m_text.find(old); at != std::wstring::npos;
-       at = m_text.find(old, at + fresh.size())) {
-    m_text.replace(at, old.size(), fresh);
+  std::wstring replaced;
+  std::size_t kept = 0;
+  for (std::size_t at = 0; (at = m_text.find(old, kept)) != std::wstring::npos; kept = at + old.size()) {
+    replaced.append(m_text, kept, at - kept).append(fresh);
     ++count;
   }
+  if (count > 0) m_text = replaced.append(m_text, kept);
   return count;
+}
+
+void CString::Truncate(int length) {
+  if (length >= 0 && length < GetLength()) m_text.resize(static_cast<std::size_t>(length));
 }
 
 int CString::Remove(wchar_t character) { return static_cast<int>(std::erase(m_text, character)); }

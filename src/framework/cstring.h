@@ -21,6 +21,7 @@ class MEGREADER_API CString {
   const std::wstring& str() const { return m_text; }
 
   /// The first or last `count` characters: all of them when there are fewer, none when `count` is negative.
+  void Truncate(int length);
   CString Left(int count) const;
   CString Right(int count) const;
 

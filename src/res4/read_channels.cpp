@@ -1,6 +1,7 @@
 #include "framework/user_interface.h"
 #include "reader/ctf_dataset_reader.h"
 #include "res4/decode.h"
+#include "res4/name_budget.h"
 #include "res4/res4_findings.h"
 #include "res4/res4_layout.h"
 #include "util/file_bytes.h"
@@ -21,8 +22,10 @@ int CCtfReader2Res4::readChannelNames(CFile& file) {
   if (channels < 1) return failWithoutChannels(file);
   const auto block = readExactly(file, channels * static_cast<std::int64_t>(kChannelNameSize));
   if (!block) return failShort(file, L"its channel names");
+  NameBudget budget;
   for (std::int32_t c = 0; c < channels; ++c) {
     const ChannelName channel = decodeChannelName(*block, static_cast<std::size_t>(c), m_rules);
+    if (!budget.take(channel.name)) return failWithoutEnds(file, L"its channel names");
     m_channelNames.SetAtGrow(c, channel.name);
     m_channelShortNames.SetAtGrow(c, channel.shortName);
   }

@@ -2,6 +2,7 @@
 
 #include "reader/ctf_dataset_reader.h"
 #include "res4/decode.h"
+#include "res4/name_budget.h"
 #include "res4/res4_findings.h"
 #include "res4/res4_layout.h"
 #include "util/file_bytes.h"
@@ -24,12 +25,15 @@ int CCtfReader2Res4::addCoefficients(CFile& file) {
   if (!block) return failShort(file, L"its coefficient records");
   const auto number = static_cast<std::size_t>(count);
   auto sets = std::make_unique<CCoefficientDatazk[]>(number);
-  for (std::size_t i = 0; i < number; ++i)
+  NameBudget budget;
+  for (std::size_t i = 0; i < number; ++i) {
     if (!decodeCoefficients(*block, i, m_rules, sets[i])) {
       reportRes4(file, "res4.references", L"has a coefficient record of more than 50 references",
                  start + i * kCoefficientRecordSize);
       return 0;
     }
+    if (!budget.take(sets[i].sensorName)) return failWithoutEnds(file, L"its coefficient records");
+  }
   manager.addCoefficientsData(count, sets.release());
   return 1;
 }

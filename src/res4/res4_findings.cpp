@@ -17,3 +17,10 @@ int failShort(const CFile& file, const wchar_t* what) {
   reportRes4(file, "res4.short", text.GetString(), file.GetLength());
   return 0;
 }
+
+int failWithoutEnds(const CFile& file, const wchar_t* what) {
+  CString text;
+  text.Format(L"has names that end nowhere, within %s", what);
+  reportRes4(file, "res4.names", text.GetString(), file.GetPosition());
+  return 0;
+}

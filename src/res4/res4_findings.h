@@ -12,3 +12,6 @@ void reportRes4(const CFile& file, const char* code, const wchar_t* text, std::u
 
 /// Reports that the file ends within `what`, and gives 0: the result of the step that this ends.
 int failShort(const CFile& file, const wchar_t* what);
+
+/// Reports that the names in `what` end nowhere, and gives 0.
+int failWithoutEnds(const CFile& file, const wchar_t* what);

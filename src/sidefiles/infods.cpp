@@ -140,7 +140,7 @@ bool InfoDsParser::readTyped(const CString& name, InfoType type, int depth) {
   const int start = m_text.GetLength();
   auto value = readInfoValue(type, depth);
   if (!value) return false;
-  if (ofMember && type != InfoType::block) m_text = m_text.Left(start);
+  if (ofMember && type != InfoType::block) m_text.Truncate(start);
   store(name, field, std::move(*value));
   return true;
 }

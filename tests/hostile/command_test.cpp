@@ -47,7 +47,7 @@ TEST_P(Writing, StopsWithoutALeftoverWhenItIsInterrupted) {
   for (std::string& argument : arguments)
     argv.push_back(argument.data());
   argv.push_back(nullptr);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGXCPU}) {
     int status = 0;
     for (int attempt = 0; attempt < 5 && status == 0; ++attempt) {  // it may be done before the signal comes
       for (const fs::path& result : there())
@@ -75,9 +75,7 @@ TEST_P(Writing, StopsWithoutALeftoverWhenThereIsNoMoreRoom) {
   arguments.insert(arguments.begin(), {"-c", script});
   const CommandResult result = runCommand("sh", arguments);
   EXPECT_EQ(result.exitCode, 1);
-  EXPECT_TRUE(result.err.starts_with("ctfmeg: " + arguments.back()) ||
-              result.err.find("result.ds: ") != std::string::npos)
-      << result.err;
+  EXPECT_NE(result.err.find("result.ds: "), std::string::npos) << result.err;
   EXPECT_NE(result.err.find("can't be written: File too large\n"), std::string::npos) << result.err;
   EXPECT_EQ(there(), std::vector<fs::path>{});
 }
@@ -88,7 +86,8 @@ INSTANTIATE_TEST_SUITE_P(Command, Writing, testing::Values("export", "simulate")
 TEST(Output, ADatasetCannotTakeOverTheTerminalOrTheSpreadsheet) {
   const TemporaryDirectory directory;
   MinimalDataset dataset;
-  const std::string title = "\x1b]0;title\x07", formula = "=cmd()\n\x1b[2J,\"";
+  // Of the second, the bytes 9D and 81 are controls in Windows-1252.
+  const std::string title = "\x1b]0;title\x07\x9D\x81\x7F", formula = "=cmd()\n\x1b[2J,\"";
   dataset.res4.put(1712, Bytes().raw(title));
   dataset.res4.put(MinimalDataset::kNames, Bytes().text(formula, 32));
   const fs::path file = dataset.write(directory.path());
@@ -96,12 +95,22 @@ TEST(Output, ADatasetCannotTakeOverTheTerminalOrTheSpreadsheet) {
   const auto run = [&](std::vector<std::string> arguments) {
     arguments.push_back(file.string());
     const CommandResult result = runCommand(CTFMEG_COMMAND, arguments);
-    EXPECT_EQ(result.exitCode, 0);
-    for (const char c : result.out + result.err)
-      EXPECT_TRUE(static_cast<unsigned char>(c) >= 0x20 || c == '\n' || c == '\r') << arguments[0];
+    const std::string all = result.out + result.err;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+      const auto c = static_cast<unsigned char>(all[i]);
+      EXPECT_TRUE((c >= 0x20 && c != 0x7F) || c == '\n' || c == '\r') << arguments[0];
+      const bool second = c == 0xC2 && static_cast<unsigned char>(all[i + 1]) < 0xA0;
+      EXPECT_FALSE(second) << "a control beyond ASCII: " << arguments[0];
+    }
     return result.out;
   };
-  EXPECT_NE(run({"info"}).find("\\x1b]0;title\\x07"), std::string::npos);
+  EXPECT_NE(run({"info"}).find("\\x1b]0;title\\x07\\xc2\\x9d"), std::string::npos);
+  run({"info", "--rules", title});
+  run({"info", "--split", "\u202E" + title});
+  writeFile(file.parent_path() / "MarkerFile.mrk",
+            "NUMBER OF MARKERS:\n1\n\nCLASSGROUPID:\n3\nNAME:\n \xA0=cmd()\nNUMBER OF SAMPLES:\n1\nLIST OF "
+            "SAMPLES:\nTRIAL\n+0 +0\n");
+  EXPECT_NE(run({"markers", "--csv"}).find("\r\n'"), std::string::npos);
   run({"channels"});
   const std::string table = run({"channels", "--csv"});
   EXPECT_NE(table.find("\r\n0,\"'=cmd()\\x0a\\x1b[2J,\"\"\","), std::string::npos) << table;

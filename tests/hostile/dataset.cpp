@@ -44,7 +44,19 @@ std::string amounts(const CMEGDatazk& data) {
            std::ssize(data.badChannelNames()), std::ssize(data.badSegments()),
            std::ssize(data.virtualChannels), data.getMEGRecordInfozk()->information.text.GetLength()})
     text += std::to_string(amount) + " ";
-  return text;
+  // What the samples are and when markers were set, as one number.
+  std::uint64_t sum = 0;
+  const auto add = [&sum](std::int64_t value) {
+    sum = (sum ^ static_cast<std::uint64_t>(value)) * 0x100000001B3U;
+  };
+  for (int t = 0; t < data.trialSlots(); ++t)
+    if (const std::int32_t* samples = data.trialSamples(t))
+      for (std::int64_t i = 0; i < data.storedChannels() * data.storedSamples(); ++i)
+        add(samples[i]);
+  for (int m = 0; m < data.getTrigManager()->getTotalMarkzk(); ++m)
+    for (const MarkerSample& sample : data.getTrigManager()->getMarker(m, true)->samples)
+      add(sample.trial * std::int64_t{1'000'000} + sample.sample);
+  return text + std::to_string(sum);
 }
 
 }  // namespace

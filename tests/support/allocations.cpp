@@ -13,6 +13,7 @@ constexpr std::int64_t kNever = INT64_MAX;
 
 std::atomic<std::size_t> smallestFailing{SIZE_MAX};
 std::atomic<std::int64_t> untilFailing{kNever};
+std::atomic<bool> allBehind{false};
 std::atomic<bool> failed{false};
 std::atomic<std::size_t> held{0};
 std::atomic<std::size_t> peak{0};
@@ -26,7 +27,7 @@ std::size_t sizeOf(void* memory) {
 }
 
 void* allocate(std::size_t bytes) noexcept {
-  const bool numbered = untilFailing != kNever && --untilFailing == 0;
+  const bool numbered = untilFailing != kNever && (--untilFailing == 0 || (allBehind && untilFailing < 0));
   if (numbered || bytes >= smallestFailing) {
     failed = true;
     return nullptr;
@@ -63,7 +64,12 @@ FailingNew FailingNew::nth(std::int64_t number) {
   untilFailing = number;
   return FailingNew(SIZE_MAX);
 }
+FailingNew FailingNew::from(std::int64_t number) {
+  allBehind = true;
+  return nth(number);
+}
 FailingNew::~FailingNew() {
+  allBehind = false;
   smallestFailing = SIZE_MAX;
   untilFailing = kNever;
 }

@@ -13,9 +13,14 @@ volatile std::sig_atomic_t noted = 0;
 
 void note(int /*signal*/) { noted = 1; }
 
+/// The first signal is noted, so that what was begun is taken away; the second ends the program as it stands.
+/// A signal that whoever started the program wants ignored stays so.
 void noteSignal(int signal) {
   struct sigaction action {};
+  if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) return;
+  action = {};
   action.sa_handler = note;
+  action.sa_flags = static_cast<int>(SA_RESETHAND);
   sigaction(signal, &action, nullptr);
 }
 
@@ -31,9 +36,9 @@ void fillClosedStream(int stream) {
 void prepareProcess() {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
     fillClosedStream(stream);
-  noteSignal(SIGINT);
-  noteSignal(SIGTERM);
-  noteSignal(SIGHUP);
+  // SIGPIPE: nobody reads the output any more. SIGXCPU: the time that a batch system grants is over.
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGXCPU})
+    noteSignal(signal);
   std::signal(SIGXFSZ, SIG_IGN);  // a limit on the size of files is an error of the write that meets it
 }
 

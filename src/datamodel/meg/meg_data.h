@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "datamodel/meg/record_info.h"
@@ -51,8 +53,12 @@ class MEGREADER_API CMEGData {
   CString name;  ///< the dataset's name: the file name without directory and extension
 
  protected:
+  /// Channel numbers by name; several channels may have one name.
+  using ChannelIndex = std::unordered_multimap<std::wstring, std::size_t>;
+
   CMEGRecordInfozkProzk m_recordInfo;
   std::vector<ChannelInfo> m_channels;
+  ChannelIndex m_byName, m_byShortName;  // empty until they are asked for, and after channels were imported
   std::vector<CEEGelectrodezk> m_electrodes;
   TrialStorage m_trials;
   int m_currentTrial = -1;

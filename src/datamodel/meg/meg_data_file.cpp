@@ -52,6 +52,8 @@ int CMEGData9FileA01CtfMISL::importTrialChannels(int trials, int channels, const
       importedElectrodes.push_back(*electrode);
 
   m_channels = std::move(imported);
+  m_byName.clear();
+  m_byShortName.clear();
   m_electrodes = std::move(importedElectrodes);
   return 1;
 }
