@@ -1,3 +1,5 @@
+find_package(Threads REQUIRED)
+
 # CLI11::CLI11, nlohmann_json::nlohmann_json and GTest::gtest_main, from Debian's packages.
 if(NOT CMAKE_CROSSCOMPILING)
   find_package(CLI11 REQUIRED)

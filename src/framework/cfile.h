@@ -26,6 +26,10 @@ class MEGREADER_API CFile {
   /// can't read, and when no file was opened.
   virtual std::size_t Read(void* buffer, std::size_t count);
 
+  /// The same from `offset` on, wherever the file stands, from several threads at once. Where the file stands
+  /// afterwards is not said.
+  std::size_t ReadAt(std::uint64_t offset, void* buffer, std::size_t count) const;
+
   /// Returns the new position. Throws CFileException for a position before the start, and when no file was
   /// opened.
   std::uint64_t Seek(std::int64_t offset, SeekPosition from);
@@ -34,6 +38,9 @@ class MEGREADER_API CFile {
   virtual std::uint64_t GetPosition() const;
   const CString& GetFilePath() const { return m_path; }  ///< as given to `Open`
   void Close();
+
+ protected:
+  void setFilePath(const CString& path) { m_path = path; }
 
  private:
   [[noreturn]] void fail(int cause, int osError) const;

@@ -77,14 +77,17 @@ bool SampleFiles::readUnit() {
 }
 
 bool SampleFiles::readUnitInto(std::span<std::int32_t> values) {
-  // In pieces that are still in the processor's own memory when their bytes are swapped.
-  constexpr std::size_t kPieceValues = std::size_t{1} << 17;
-  while (!values.empty()) {
-    const auto piece = values.first(std::min(values.size(), kPieceValues));
-    if (read(piece.data(), piece.size_bytes()) != piece.size_bytes()) return false;
-    samplesToHostOrder(piece);
-    values = values.subspan(piece.size());
+  const std::uint64_t bytes = values.size_bytes();
+  CFile* file = bytes >= ParallelRead::kWorthIt ? fileHolding(bytes) : nullptr;
+  if (file != nullptr) {
+    const std::uint64_t start = file->GetPosition();
+    const bool whole = m_parallel.read(*file, start, values);
+    file->Seek(static_cast<std::int64_t>(whole ? start + bytes : start), CFile::begin);
+    if (whole) passed(bytes);
+    if (whole) return true;
   }
+  if (read(values.data(), bytes) != bytes) return false;
+  samplesToHostOrder(values);
   return true;
 }
 

@@ -7,6 +7,7 @@
 
 #include "framework/cfile.h"
 #include "framework/cstring.h"
+#include "meg4/parallel_read.h"
 #include "util/reading_rules.h"
 
 class CMEGDatazk;
@@ -79,6 +80,11 @@ class SampleFiles {
  protected:
   virtual std::size_t read(void* buffer, std::size_t bytes) = 0;
 
+  /// The file that holds the next `bytes` whole, standing at them; null when no one file does.
+  virtual CFile* fileHolding(std::uint64_t bytes) = 0;
+  /// So many bytes of that file were read, and it stands behind them.
+  virtual void passed(std::uint64_t bytes) = 0;
+
   std::int32_t m_trials = 0;
   std::uint64_t m_largestFile = 0;  ///< bytes of samples in the largest file
   std::uint64_t m_heldBytes = 0;    ///< bytes of samples in all files
@@ -87,6 +93,7 @@ class SampleFiles {
   std::unique_ptr<std::int32_t[]> m_buffer;
   std::uint64_t m_bufferBytes = 0;
   std::uint64_t m_unitBytes = 0;
+  ParallelRead m_parallel;
 };
 
 /// Opens the file set that the counts call for. Null, the user told, when that fails; null without a message

@@ -53,6 +53,14 @@ class SampleSlots : public SampleFiles {
     AfxThrowFileException(CFileException::invalidFile, -1, last);
   }
 
+  CFile* fileHolding(std::uint64_t bytes) override {
+    if (m_current >= m_opened) return nullptr;
+    CFile& file = m_files[m_current];
+    return file.GetPosition() + bytes <= file.GetLength() ? &file : nullptr;
+  }
+
+  void passed(std::uint64_t /*bytes*/) override {}
+
  private:
   CString m_prefix;
   std::array<CFile, kSlots> m_files;

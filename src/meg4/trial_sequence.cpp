@@ -43,13 +43,7 @@ class TrialSequence : public SampleFiles {
 
  protected:
   std::size_t read(void* buffer, std::size_t bytes) override {
-    while (m_left == 0) {
-      if (m_next == m_fileBytes.size()) return 0;
-      const auto index = static_cast<int>(m_next);
-      if (!openSampleFile(m_file, m_prefix, index))
-        AfxThrowFileException(CFileException::invalidFile, -1, sampleFileName(m_prefix, index));
-      m_left = m_fileBytes[m_next++];
-    }
+    if (!openNext()) return 0;
     const std::size_t got =
         m_file.Read(buffer, static_cast<std::size_t>(std::min<std::uint64_t>(bytes, m_left)));
     if (got < bytes) {
@@ -61,7 +55,25 @@ class TrialSequence : public SampleFiles {
     return got;
   }
 
+  CFile* fileHolding(std::uint64_t bytes) override {
+    return openNext() && m_left >= bytes ? &m_file : nullptr;
+  }
+
+  void passed(std::uint64_t bytes) override { m_left -= bytes; }
+
  private:
+  /// Whether an open file has something left, or else the next one, which is then open.
+  bool openNext() {
+    while (m_left == 0) {
+      if (m_next == m_fileBytes.size()) return false;
+      const auto index = static_cast<int>(m_next);
+      if (!openSampleFile(m_file, m_prefix, index))
+        AfxThrowFileException(CFileException::invalidFile, -1, sampleFileName(m_prefix, index));
+      m_left = m_fileBytes[m_next++];
+    }
+    return true;
+  }
+
   bool exists(int index) const {
     CFile file;
     CFileException error;

@@ -2,9 +2,11 @@
 #include "sidefiles/info_conversion.h"
 #include "sidefiles/infods.h"
 #include "sidefiles/side_file.h"
+#include "util/buffered_file.h"
 
 int CCtfReader5Infods::readInfoDsFile(const CString& path) {
-  return readSideFile(path, {}, [&](CFile& file) {
+  return readSideFile(path, {}, [&](CFile& opened) {
+    BufferedFile file(opened);
     if (!startsInfoBlock(file)) {
       reportFinding({.severity = kOptional,
                      .code = "infods.magic",

@@ -101,6 +101,12 @@ std::size_t VictimDataset::bytes() const {
   return all;
 }
 
+MinimalDataset largeTrials() {
+  MinimalDataset dataset;
+  dataset.resize(2, 3, 70'001);  // no multiple of a piece
+  return dataset;
+}
+
 Load load(const std::filesystem::path& file, const ReadingRules& rules) {
   Listener listener;
   const ThreadUserInterface installed(&listener);

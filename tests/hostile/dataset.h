@@ -27,6 +27,9 @@ class VictimDataset {
   std::vector<std::string> m_contents;
 };
 
+/// A dataset of 2 trials that are large enough to be read by several threads at once.
+MinimalDataset largeTrials();
+
 /// How a load ends for a host.
 enum class Outcome : std::uint8_t { failed, complete, fileError, memoryError };
 

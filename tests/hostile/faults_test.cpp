@@ -123,6 +123,30 @@ TEST(Faults, AFileThatShrinksUnderTheReader) {
   }
 }
 
+TEST(Faults, OfReadsThatThreadsShare) {
+  const TemporaryDirectory directory;
+  const MinimalDataset dataset = largeTrials();
+  const auto file = dataset.write(directory.path());
+  const auto samples = file.parent_path() / "run.meg4";
+  const auto size = std::filesystem::file_size(samples);
+  for (const auto& [name, rules] : kBothRules) {
+    const Load whole = load(file, rules);
+    ASSERT_EQ(whole.outcome, Outcome::complete);
+    for (const bool shrinks : {false, true})
+      for (int n = 1, calls = n; n <= calls; ++n) {
+        const FailingCalls failing([&](int number, int descriptor) {
+          if (number != n || descriptor < 0) return 0;
+          if (shrinks) std::filesystem::resize_file(samples, size / 3);
+          return shrinks ? 0 : EIO;
+        });
+        const Load result = load(file, rules);
+        EXPECT_FALSE(result.lostInSilence(whole)) << n << " " << shrinks << ", " << name;
+        calls = std::max(n, failing.count());
+        writeFile(samples, dataset.sampleFiles[0]);
+      }
+  }
+}
+
 void makeSocket(const std::filesystem::path& path) {
   const int made = socket(AF_UNIX, SOCK_STREAM, 0);
   sockaddr_un address{};

@@ -2,9 +2,12 @@
 
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <thread>
 
+#include "framework/native_path.h"
 #include "hostile/dataset.h"
+#include "reader/meg_reader_face.h"
 #include "support/allocations.h"
 
 // Loads leave nothing behind for one another, neither at the same time nor later.
@@ -29,6 +32,26 @@ TEST(Independence, FacadesOnTwoThreads) {
   third.join();
 }
 
+TEST(Independence, ThreadsShareAReadAndLoseNothing) {
+  const TemporaryDirectory directory;
+  CString path = toWindowsPath(largeTrials().write(directory.path()).string());
+  for (const auto& [name, rules] : kBothRules) {
+    CMEGReaderFacezk facade;
+    facade.setReadingRules(rules);
+    CPtrArray array;
+    ASSERT_EQ(facade.readCTFMEGData2HdPa(path, &array, nullptr, nullptr), 1);
+    const std::unique_ptr<CMEGDatazk> data(static_cast<CMEGDatazk*>(array.GetAt(0)));
+    ASSERT_EQ(data->numStoredTrials(), 2);
+    const int samples = static_cast<int>(data->storedSamples());
+    int wrong = 0;
+    for (int t = 0; t < 2; ++t)
+      for (int c = 0; c < 3; ++c)
+        for (int s = 0; s < samples; ++s)
+          wrong += data->trialSamples(t)[c * samples + s] != MinimalDataset::value(t, c, s);
+    EXPECT_EQ(wrong, 0) << name;
+  }
+}
+
 TEST(Independence, AThousandLoadsLeaveNothingBehind) {
   const VictimDataset dataset;
   const auto loads = [&](int count) {
@@ -47,7 +70,7 @@ TEST(Independence, AThousandLoadsLeaveNothingBehind) {
   loads(2);
   const auto filesBefore = openFiles();
   const std::size_t before = bytesAllocated();
-  const std::size_t mappedBefore = mapped();
+  [[maybe_unused]] const std::size_t mappedBefore = mapped();
   loads(500);
   EXPECT_EQ(bytesAllocated(), before);
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which map as they like

@@ -4,15 +4,18 @@
 #include <sys/types.h>
 
 #include <cerrno>
+#include <mutex>
 #include <utility>
 
 namespace {
 
 FailingCalls::Before beforeCall;
 int calls = 0;
+std::mutex oneAtATime;  // readers share a read between threads
 
 /// Whether the call is to fail; sets errno then.
 bool fails(int descriptor) {
+  const std::lock_guard lock(oneAtATime);
   if (!beforeCall) return false;
   const int error = beforeCall(++calls, descriptor);
   if (error != 0) errno = error;
@@ -35,12 +38,14 @@ int __real_open(const char* path, int flags, ...);
 int __real_fstat(int descriptor, struct stat* status);
 int __real_lstat(const char* path, struct stat* status);
 ssize_t __real_read(int descriptor, void* buffer, size_t bytes);
+ssize_t __real_pread(int descriptor, void* buffer, size_t bytes, off_t offset);
 off_t __real_lseek(int descriptor, off_t offset, int whence);
 
 int __wrap_open(const char* path, int flags, ...);
 int __wrap_fstat(int descriptor, struct stat* status);
 int __wrap_lstat(const char* path, struct stat* status);
 ssize_t __wrap_read(int descriptor, void* buffer, size_t bytes);
+ssize_t __wrap_pread(int descriptor, void* buffer, size_t bytes, off_t offset);
 off_t __wrap_lseek(int descriptor, off_t offset, int whence);
 
 int __wrap_open(const char* path, int flags, ...) { return fails(-1) ? -1 : __real_open(path, flags); }
@@ -52,6 +57,9 @@ int __wrap_lstat(const char* path, struct stat* status) {
 }
 ssize_t __wrap_read(int descriptor, void* buffer, size_t bytes) {
   return fails(descriptor) ? -1 : __real_read(descriptor, buffer, bytes);
+}
+ssize_t __wrap_pread(int descriptor, void* buffer, size_t bytes, off_t offset) {
+  return fails(descriptor) ? -1 : __real_pread(descriptor, buffer, bytes, offset);
 }
 off_t __wrap_lseek(int descriptor, off_t offset, int whence) {
   return fails(descriptor) ? -1 : __real_lseek(descriptor, offset, whence);

@@ -69,6 +69,21 @@ std::size_t CFile::Read(void* buffer, std::size_t count) {
   return total;
 }
 
+std::size_t CFile::ReadAt(std::uint64_t offset, void* buffer, std::size_t count) const {
+  if (m_handle == kClosed) fail(CFileException::invalidFile, EBADF);
+  auto* next = static_cast<char*>(buffer);
+  std::size_t total = 0;
+  while (total < count) {
+    const ssize_t got =
+        ::pread(descriptor(m_handle), next + total, count - total, static_cast<off_t>(offset + total));
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) fail(CFileException::hardIO, errno);
+    if (got == 0) break;
+    total += static_cast<std::size_t>(got);
+  }
+  return total;
+}
+
 std::uint64_t CFile::Seek(std::int64_t offset, SeekPosition from) {
   const int whence = from == begin ? SEEK_SET : from == current ? SEEK_CUR : SEEK_END;
   const off_t position = ::lseek(descriptor(m_handle), offset, whence);

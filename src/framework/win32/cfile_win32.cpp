@@ -68,6 +68,27 @@ std::size_t CFile::Read(void* buffer, std::size_t count) {
   return total;
 }
 
+std::size_t CFile::ReadAt(std::uint64_t offset, void* buffer, std::size_t count) const {
+  constexpr std::size_t kMostAtOnce = 1U << 30;
+  if (m_handle == kClosed) fail(CFileException::invalidFile, ERROR_INVALID_HANDLE);
+  auto* next = static_cast<char*>(buffer);
+  std::size_t total = 0;
+  while (total < count) {
+    OVERLAPPED from{};
+    from.Offset = static_cast<DWORD>(offset + total);
+    from.OffsetHigh = static_cast<DWORD>((offset + total) >> 32);
+    DWORD got = 0;
+    const auto wanted = static_cast<DWORD>(std::min(count - total, kMostAtOnce));
+    if (!ReadFile(handleOf(m_handle), next + total, wanted, &got, &from)) {
+      if (GetLastError() == ERROR_HANDLE_EOF) break;
+      fail(CFileException::hardIO, static_cast<int>(GetLastError()));
+    }
+    if (got == 0) break;
+    total += got;
+  }
+  return total;
+}
+
 std::uint64_t CFile::Seek(std::int64_t offset, SeekPosition from) {
   LARGE_INTEGER distance, position;
   distance.QuadPart = offset;

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <span>
+#include <thread>
+#include <vector>
+
+#include "framework/cfile.h"
+
+/// Reads samples with several threads at once: a processor alone moves them more slowly than the memory can.
+/// Its threads begin with the first read that is worth it and end with the object.
+class ParallelRead {
+ public:
+  /// Bytes of which reading with several threads is faster.
+  static constexpr std::size_t kWorthIt = 512 * 1024;
+
+  ParallelRead() = default;
+  ParallelRead(const ParallelRead&) = delete;
+  ParallelRead& operator=(const ParallelRead&) = delete;
+  ~ParallelRead();
+
+  /// Reads the samples that begin at `offset`, in host order. False when the file holds fewer. Throws
+  /// CFileException when it can't be read.
+  bool read(const CFile& file, std::uint64_t offset, std::span<std::int32_t> values);
+
+ private:
+  void startHelpers();
+  void help();
+  void readPieces();
+
+  std::vector<std::thread> m_helpers;
+  bool m_started = false;
+
+  // What is read, for all threads: pieces are taken one after another until none is left.
+  const CFile* m_file = nullptr;
+  std::uint64_t m_offset = 0;
+  std::span<std::int32_t> m_values;
+  std::atomic<std::size_t> m_next{0};
+  std::atomic<bool> m_short{false};
+
+  std::mutex m_mutex;  // for what follows
+  std::condition_variable m_begin, m_end;
+  std::uint64_t m_reads = 0;  // begun so far
+  bool m_open = false;        // whether helpers may still join the read
+  int m_helping = 0;
+  bool m_over = false;
+  CFileException* m_failed = nullptr;  // what a thread met first; owned
+};
