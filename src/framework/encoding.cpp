@@ -1,5 +1,6 @@
 #include "framework/encoding.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -90,9 +91,13 @@ CString fromUtf8(std::string_view bytes) {
 }
 
 std::string toUtf8(const CString& text) {
-  std::string bytes;
   const std::wstring& wide = text.str();
-  for (std::size_t i = 0; i < wide.size(); ++i) {
+  // Nearly all text is ASCII.
+  const auto ascii =
+      std::find_if(wide.begin(), wide.end(), [](wchar_t c) { return static_cast<char32_t>(c) >= 0x80; });
+  std::string bytes(static_cast<std::size_t>(ascii - wide.begin()), '\0');
+  std::transform(wide.begin(), ascii, bytes.begin(), [](wchar_t c) { return static_cast<char>(c); });
+  for (std::size_t i = bytes.size(); i < wide.size(); ++i) {
     auto c = static_cast<char32_t>(wide[i]);
     if (isHighSurrogate(c) && i + 1 < wide.size() && isLowSurrogate(static_cast<char32_t>(wide[i + 1])))
       c = 0x10000 + ((c - 0xD800) << 10) + (static_cast<char32_t>(wide[++i]) - 0xDC00);
@@ -105,11 +110,10 @@ std::string toUtf8(const CString& text) {
 }
 
 CString fromWindows1252(std::string_view bytes) {
-  std::wstring text;
-  text.reserve(bytes.size());
-  for (const char c : bytes) {
+  std::wstring text(bytes.size(), L'\0');
+  std::transform(bytes.begin(), bytes.end(), text.begin(), [](char c) {
     const auto byte = static_cast<unsigned char>(c);
-    text += byte >= 0x80 && byte <= 0x9F ? kWindows1252High[byte - 0x80U] : static_cast<wchar_t>(byte);
-  }
+    return byte >= 0x80 && byte <= 0x9F ? kWindows1252High[byte - 0x80U] : static_cast<wchar_t>(byte);
+  });
   return CString(std::move(text));
 }
