@@ -27,6 +27,11 @@ void Floor(benchmark::State& state) {
     benchmark::DoNotOptimize(readFloor(dataset()));
 }
 
+void FloorThreads(benchmark::State& state) {
+  for (auto _ : state)
+    benchmark::DoNotOptimize(readFloorByThreads(dataset()));
+}
+
 /// The exported facade, as hosts call it.
 void Facade(benchmark::State& state) {
   for (auto _ : state) {
@@ -66,6 +71,7 @@ void RecordingHeader(benchmark::State& state) {
 }
 
 BENCHMARK(Floor)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+BENCHMARK(FloorThreads)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 BENCHMARK(Facade)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 BENCHMARK(RecordingWhole)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 BENCHMARK(RecordingPhysical)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);

@@ -4,11 +4,15 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <stdexcept>
+#include <thread>
 
 namespace {
 
 constexpr std::size_t kHeader = 8;
+constexpr std::size_t kPiece = 1 << 19;  // stays in the cache until it is swapped
 
 #ifdef __x86_64__
 __attribute__((target_clones("avx2", "default")))
@@ -49,8 +53,6 @@ std::size_t readFloor(const std::filesystem::path& dataset) {
   for (const auto& file : files) {
     const int descriptor = open(file.c_str(), O_RDONLY);
     lseek(descriptor, kHeader, SEEK_SET);
-    // Pieces that stay in the cache until they are swapped.
-    constexpr std::size_t kPiece = 1 << 19;
     for (ssize_t got = 0; (got = read(descriptor, next, kPiece)) > 0;) {
       const auto count = static_cast<std::size_t>(got) / sizeof *next;
       swapEach(next, count);
@@ -58,5 +60,29 @@ std::size_t readFloor(const std::filesystem::path& dataset) {
     }
     close(descriptor);
   }
+  return samples.count();
+}
+
+std::size_t readFloorByThreads(const std::filesystem::path& dataset) {
+  const auto file = sampleFilesOf(dataset).front();
+  const std::size_t bytes = std::filesystem::file_size(file) - kHeader;
+  const FloorSamples samples(bytes);
+  const int descriptor = open(file.c_str(), O_RDONLY);
+  std::atomic<std::size_t> next{0};
+  const auto work = [&] {
+    for (std::size_t at = 0; (at = next.fetch_add(kPiece)) < bytes;) {
+      auto* piece = reinterpret_cast<std::uint32_t*>(samples.values()) + at / sizeof(std::uint32_t);
+      const ssize_t got =
+          pread(descriptor, piece, std::min(kPiece, bytes - at), static_cast<off_t>(kHeader + at));
+      swapEach(piece, static_cast<std::size_t>(std::max<ssize_t>(got, 0)) / sizeof *piece);
+    }
+  };
+  std::vector<std::thread> threads;
+  for (unsigned i = 1; i < std::thread::hardware_concurrency(); ++i)
+    threads.emplace_back(work);
+  work();
+  for (std::thread& thread : threads)
+    thread.join();
+  close(descriptor);
   return samples.count();
 }

@@ -29,3 +29,6 @@ std::vector<std::filesystem::path> sampleFilesOf(const std::filesystem::path& da
 /// Reads all samples with read(2) into fresh memory for which huge pages were asked, and swaps them to host
 /// order: nothing else. Returns their number.
 std::size_t readFloor(const std::filesystem::path& dataset);
+
+/// The same with a thread for each processor, which take pieces in turn, of a set of one file.
+std::size_t readFloorByThreads(const std::filesystem::path& dataset);

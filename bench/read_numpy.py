@@ -5,10 +5,16 @@ import time
 
 import numpy
 
+kind, channels, samples = sys.argv[1], int(sys.argv[2]), int(sys.argv[3])
 start = time.perf_counter()
-for file in sys.argv[2:]:
+for file in sys.argv[4:]:
+    if kind == "rows":  # each channel of each trial in turn, nothing kept
+        row = numpy.empty(samples)
+        for values in numpy.memmap(file, ">i4", "r", 8).reshape(-1, samples):
+            numpy.multiply(values, 1e-15, out=row)
+        continue
     values = numpy.fromfile(file, ">i4", offset=8)
-    if sys.argv[1] == "int32":
+    if kind == "int32":
         values = values.astype(numpy.int32)
     else:
         values = values.astype(numpy.float64) * 1e-15

@@ -47,8 +47,9 @@ def in_process(name, path):
     return json.loads(out)["benchmarks"][0]["real_time"] / 1000
 
 
-def numpy_seconds(kind, path):
-    out = subprocess.run([sys.executable, NUMPY, kind, *sample_files(path)], check=True, capture_output=True).stdout
+def numpy_seconds(kind, path, channels=300, samples=12000):
+    command = [sys.executable, NUMPY, kind, str(channels), str(samples), *sample_files(path)]
+    out = subprocess.run(command, check=True, capture_output=True).stdout
     return float(out)
 
 
@@ -123,6 +124,7 @@ def whole_reads():
                        ("trials of 1.05 MB", recording("small", 300, 1152, 875))):
         contenders = {
             "floor": lambda: in_process("Floor", path),
+            "floor, all processors": lambda: in_process("FloorThreads", path),
             "facade": lambda: in_process("Facade", path),
             "Recording": lambda: in_process("RecordingWhole", path),
             "NumPy, int32": lambda: numpy_seconds("int32", path),
@@ -131,8 +133,10 @@ def whole_reads():
         ratios(f"{name}, {sample_bytes(path) / 1e9:.2f} GB", best(contenders), "floor")
     path = recording("large", 300, 84, 12000)
     ratios("physical values", best({
-        "Recording, tesla": lambda: in_process("RecordingPhysical", path),
-        "NumPy, float64": lambda: numpy_seconds("float64", path)}), "Recording, tesla")
+        "Recording, int32 kept, row by row": lambda: in_process("RecordingPhysical", path),
+        "NumPy, float64 kept": lambda: numpy_seconds("float64", path),
+        "NumPy, nothing kept, row by row": lambda: numpy_seconds("rows", path)}),
+        "Recording, int32 kept, row by row")
     ratios("not in the cache", best({
         "floor": lambda: in_process("Floor", path),
         "facade": lambda: in_process("Facade", path)}, 3, lambda: drop_from_cache(path)), "floor")
@@ -198,6 +202,9 @@ def spilling():
     print(f"memory that no file backs while spilling: {peak(spilled)[1] / 1e6:.0f} MB\n")
 
 
-for part in (whole_reads, small_costs, exports, growth, spilling):
-    if len(sys.argv) < 4 or part.__name__ in sys.argv[3:]:
-        part()
+PARTS = {part.__name__: part for part in (whole_reads, small_costs, exports, growth, spilling)}
+for name in sys.argv[3:]:
+    if name not in PARTS:
+        sys.exit(f"bench: there is no part {name}, only {', '.join(PARTS)}")
+for name in sys.argv[3:] or PARTS:
+    PARTS[name]()

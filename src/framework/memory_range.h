@@ -20,14 +20,15 @@ class MemoryRange {
 
   /// The same in a file of `directory` (in Windows form; empty: the system's folder for large temporary
   /// files) that has no name, that nobody else can open, and that is gone with the process, however that
-  /// ends. Room on the disk for the first `expected` bytes is taken at once. Gives why it can't be had.
+  /// ends. Room on the disk for the first `expected` bytes is taken at once, so far as the file system means
+  /// it when it grants room. Gives why it can't be had.
   std::error_code reserveInFile(const CString& directory, std::size_t bytes, std::size_t expected);
 
   void release();
 
-  /// Makes a part of the range ready to be written and read: to be called before either. Throws
-  /// std::bad_alloc.
-  void use(std::size_t offset, std::size_t bytes);
+  /// Makes a part of the range ready to be written and read: to be called before either. Gives why it can't
+  /// be made so.
+  std::error_code use(std::size_t offset, std::size_t bytes);
 
   /// Aligned for every type; null when nothing is held.
   void* data() const { return m_data; }

@@ -48,8 +48,13 @@ int CCtfReader1Samples::readCtfDataTrigger(const CString& path, const CMarkerDat
   if (!reading.open()) return 0;
   reading.showProgress(L"Importing MEG data with triggers ...", counts.trials);
   const std::int64_t most = std::clamp<std::int64_t>(marker->getTotalTrgMrkPts(), 1, reading.trials());
-  const ImportPlan plan{
-      .unit = ImportUnit::trial, .trials = static_cast<std::int32_t>(most), .samples = counts.samples};
+  std::int32_t chosen = 0;
+  for (std::int32_t trial = 0; trial < reading.trials(); ++trial)
+    chosen += marker->findTrial(trial) ? 1 : 0;
+  const ImportPlan plan{.unit = ImportUnit::trial,
+                        .trials = static_cast<std::int32_t>(most),
+                        .samples = counts.samples,
+                        .mostTrials = std::max(chosen, 1)};
   if (!reading.prepare(*data, plan, reading.countedTrialBytes(), kTooBig)) {
     data->openTrial(0);
     return 0;
@@ -83,8 +88,12 @@ int CCtfReader1Samples::importOccurrences(const CString& path, const CMEGDatazk*
   const SampleCounts counts = reading.counts();
   if (!reading.open()) return 0;
   const std::uint64_t bytes = reading.countedTrialBytes();
-  if (!reading.prepare(*destination, {.unit = ImportUnit::trial, .samples = counts.samples}, bytes, nullptr))
-    return 0;
+  const std::int64_t most = std::clamp<std::int64_t>(marker->getTotalTrgMrkPts(), 1, std::max(limit, 1));
+  const ImportPlan plan{
+      .unit = ImportUnit::trial,
+      .samples = counts.samples,
+      .mostTrials = static_cast<std::int32_t>(std::min<std::int64_t>(most, reading.trials()))};
+  if (!reading.prepare(*destination, plan, bytes, nullptr)) return 0;
   reading.showProgress(title, counts.trials);
   Occurrences occurrences(*marker);
   reading.forEachTrial([&](std::int32_t trial) {

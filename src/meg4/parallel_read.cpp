@@ -1,6 +1,7 @@
 #include "meg4/parallel_read.h"
 
 #include <algorithm>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -31,10 +32,13 @@ void ParallelRead::startHelpers() {
   m_started = true;
   const unsigned threads = std::min(std::thread::hardware_concurrency(), kMostThreads);
   try {
+    m_helpers.reserve(threads);  // so that no thread that began is dropped
     for (unsigned i = 1; i < threads; ++i)
       m_helpers.push_back(startBackgroundThread([this] { help(); }));
   } catch (const std::system_error&) {
     // Fewer do as well.
+  } catch (const std::bad_alloc&) {
+    // The same.
   }
 }
 
@@ -56,7 +60,7 @@ bool ParallelRead::read(const CFile& file, std::uint64_t offset, std::span<std::
   std::unique_lock lock(m_mutex);
   m_open = false;
   m_end.wait(lock, [this] { return m_helping == 0; });
-  if (m_failed != nullptr) throw std::exchange(m_failed, nullptr);
+  if (m_failed != nullptr) std::rethrow_exception(std::exchange(m_failed, nullptr));
   return !m_short;
 }
 
@@ -75,6 +79,14 @@ void ParallelRead::help() {
   }
 }
 
+bool ParallelRead::keepFailure() {
+  m_short = true;  // the others need not go on
+  const std::lock_guard lock(m_mutex);
+  if (m_failed != nullptr) return false;
+  m_failed = std::current_exception();
+  return true;
+}
+
 void ParallelRead::readPieces() {
   try {
     for (;;) {
@@ -86,11 +98,8 @@ void ParallelRead::readPieces() {
       samplesToHostOrder(piece);
     }
   } catch (CFileException* error) {
-    m_short = true;  // the others need not go on
-    const std::lock_guard lock(m_mutex);
-    if (m_failed != nullptr)
-      error->Delete();
-    else
-      m_failed = error;
+    if (!keepFailure()) error->Delete();
+  } catch (...) {
+    keepFailure();
   }
 }

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <mutex>
 #include <span>
 #include <thread>
@@ -12,11 +13,12 @@
 #include "framework/cfile.h"
 
 /// Reads samples with several threads at once: a processor alone moves them more slowly than the memory can.
-/// Its threads begin with the first read that is worth it and end with the object.
+/// Its threads begin with the first read that is worth it and end with the object; a process that is forked
+/// in between has none of them and must not go on with the read.
 class ParallelRead {
  public:
   /// Bytes of which reading with several threads is faster.
-  static constexpr std::size_t kWorthIt = 512 * 1024;
+  static constexpr std::size_t kWorthIt = std::size_t{512} * 1024;
 
   ParallelRead() = default;
   ParallelRead(const ParallelRead&) = delete;
@@ -31,6 +33,8 @@ class ParallelRead {
   void startHelpers();
   void help();
   void readPieces();
+  /// Keeps the exception that is being handled, unless another thread had one first.
+  bool keepFailure();
 
   std::vector<std::thread> m_helpers;
   bool m_started = false;
@@ -48,5 +52,5 @@ class ParallelRead {
   bool m_open = false;        // whether helpers may still join the read
   int m_helping = 0;
   bool m_over = false;
-  CFileException* m_failed = nullptr;  // what a thread met first; owned
+  std::exception_ptr m_failed;  // what a thread met first
 };

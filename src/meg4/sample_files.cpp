@@ -65,14 +65,19 @@ std::uint64_t sampleBytes(const CFile& file) {
   return length > kSampleHeaderSize ? length - kSampleHeaderSize : 0;
 }
 
-bool SampleFiles::allocate(std::uint64_t unitBytes) {
+void SampleFiles::setUnit(std::uint64_t unitBytes) {
   m_unitBytes = unitBytes;
   m_bufferBytes = std::min(unitBytes, m_largestFile);
+}
+
+bool SampleFiles::allocate(std::uint64_t unitBytes) {
+  setUnit(unitBytes);
   m_buffer.reset(new (std::nothrow) std::int32_t[static_cast<std::size_t>((m_bufferBytes + 3) / 4)]);
   return m_buffer != nullptr;
 }
 
 bool SampleFiles::readUnit() {
+  if (m_buffer == nullptr && !allocate(m_unitBytes)) throw std::bad_alloc();
   return read(m_buffer.get(), static_cast<std::size_t>(m_bufferBytes)) == m_unitBytes;
 }
 

@@ -55,8 +55,15 @@ class SampleFiles {
   /// Trials that an importer walks through.
   std::int32_t trials() const { return m_trials; }
 
-  /// Bytes of samples that can be read.
+  /// Bytes of samples in all files, and in the largest.
   std::uint64_t heldBytes() const { return m_heldBytes; }
+  std::uint64_t largestFile() const { return m_largestFile; }
+
+  /// Says how large a unit is, without making the buffer: that is then made by a read that needs it.
+  void setUnit(std::uint64_t unitBytes);
+
+  /// Whether the next unit can be read whole.
+  bool holdsUnit() { return fileHolding(m_unitBytes) != nullptr; }
 
   /// Makes the buffer. A unit larger than every file gets room for the largest only: reading it ends short.
   /// False without memory.
@@ -86,8 +93,8 @@ class SampleFiles {
   virtual void passed(std::uint64_t bytes) = 0;
 
   std::int32_t m_trials = 0;
-  std::uint64_t m_largestFile = 0;  ///< bytes of samples in the largest file
-  std::uint64_t m_heldBytes = 0;    ///< bytes of samples in all files
+  std::uint64_t m_largestFile = 0;
+  std::uint64_t m_heldBytes = 0;
 
  private:
   std::unique_ptr<std::int32_t[]> m_buffer;

@@ -31,8 +31,11 @@ bool SampleImport::prepare(CMEGDatazk& data, ImportPlan plan, std::uint64_t unit
 
 bool SampleImport::prepareInPlace(CMEGDatazk& data, ImportPlan plan, std::uint64_t unitBytes,
                                   const wchar_t* message) {
-  if (unitBytes != trialBytes(m_counts)) return prepare(data, plan, unitBytes, message);
+  // A trial that is counted wrongly, or that no file holds, has no place to be made ready.
+  if (unitBytes != trialBytes(m_counts) || unitBytes > m_files->largestFile())
+    return prepare(data, plan, unitBytes, message);
   m_inPlace = true;
+  m_files->setUnit(unitBytes);
   plan.unitValues = static_cast<std::int64_t>(unitBytes / sizeof(std::int32_t));
   return openScope(data, plan, message);
 }
@@ -47,7 +50,9 @@ bool SampleImport::openScope(CMEGDatazk& data, ImportPlan plan, const wchar_t* m
 }
 
 bool SampleImport::readTrial(std::int32_t trial) {
-  if (!m_inPlace) return m_files->readUnit();
+  m_place = {};
+  // A place is made ready only for a trial that is there whole.
+  if (!m_inPlace || !m_files->holdsUnit()) return m_files->readUnit();
   m_place = m_scope->room(trial);
   return m_files->readUnitInto(m_place);
 }
@@ -72,7 +77,7 @@ std::uint64_t SampleImport::countedTrialBytes() const {
 }
 
 const std::int32_t* SampleImport::samples() const {
-  if (m_inPlace) return m_place.data();
+  if (!m_place.empty()) return m_place.data();
   samplesToHostOrder(unit());
   return unit().data();
 }

@@ -89,6 +89,18 @@ INSTANTIATE_TEST_SUITE_P(Of, MemoryFaults, testing::Values(&FailingNew::nth, &Fa
                            return std::string(faults.index == 0 ? "One" : "AllBehind");
                          });
 
+TEST(Faults, MemoryThatRunsOutWhileThreadsShareARead) {
+  const TemporaryDirectory directory;
+  const auto file = largeTrials().write(directory.path());
+  int completed = 0;
+  for (std::int64_t n = 1;; ++n) {
+    const FailingNew failing = FailingNew::nth(n);
+    completed += load(file, ReadingRules::host()).outcome == Outcome::complete;
+    if (!failing.happened()) break;
+  }
+  EXPECT_GT(completed, 1) << "a thread less is no failure";
+}
+
 TEST(Faults, AFileThatShrinksUnderTheReader) {
   const VictimDataset dataset;
   for (const auto& [name, rules] : kBothRules) {

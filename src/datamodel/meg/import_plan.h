@@ -23,6 +23,7 @@ struct ImportPlan {
   std::int32_t parts = 1;        ///< stored trials that a file trial becomes
   std::int64_t firstSample = 0;  ///< sample of the file trial that is stored first
   std::int64_t step = 1;         ///< samples of the file from one stored sample to the next
+  std::int32_t mostTrials = 0;   ///< trials that are stored at most where they are chosen; 0: all
   std::uint64_t heldBytes = 0;   ///< that the files hold: no import can bring more
   SampleMemory memory{};
 };

@@ -4,7 +4,7 @@ int CMEGData2Process::setChannelGood4Name(const CString& channelName, bool good,
                                           bool /*flag*/) {
   if (!good) m_badChannelNames.push_back(channelName);
   const auto mark = [&](const CString ChannelInfo::*nameKind, ChannelIndex& index) {
-    if (index.size() == 0)
+    if (index.empty())
       for (std::size_t c = 0; c < m_channels.size(); ++c)
         index.emplace((m_channels[c].*nameKind).str(), c);
     const auto [first, last] = index.equal_range(channelName.str());

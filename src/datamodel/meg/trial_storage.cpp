@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <new>
 
 #include "datamodel/meg/sample_count.h"
 #include "framework/encoding.h"
@@ -18,25 +19,35 @@ bool TrialStorage::reserve(const ImportPlan& plan) {
   if (bytes == kCountOverflow || static_cast<std::uint64_t>(bytes) > std::numeric_limits<std::size_t>::max())
     return false;
   const std::uint64_t widest = valueSize / sizeof(std::int32_t);
-  const auto expected = std::min<std::uint64_t>(static_cast<std::uint64_t>(bytes), plan.heldBytes * widest);
-  const std::uint64_t limit = plan.memory.limit != 0 ? plan.memory.limit : grantedMemory() / 2;
-  const bool reserved = expected <= limit ? m_memory.reserve(static_cast<std::size_t>(bytes))
-                                          : spill(plan.memory, static_cast<std::size_t>(bytes), expected);
-  if (!reserved) return false;
+  const auto all = static_cast<std::uint64_t>(bytes);
+  const auto trials = static_cast<std::uint64_t>(plan.trials);
+  const std::uint64_t most = plan.mostTrials != 0 ? static_cast<std::uint64_t>(plan.mostTrials) : trials;
+  const std::uint64_t expected = std::min({all, plan.heldBytes * widest, all / trials * most});
+  const std::uint64_t granted = grantedMemory();
+  const std::uint64_t limit = plan.memory.limit != 0 ? plan.memory.limit : granted / 2;
+  // Nobody asked for the limit that stands by itself: without a place for the file, memory may still do.
+  const bool mayStay = plan.memory.limit == 0 && expected <= granted;
+  const bool inFile = expected > limit && spill(plan, static_cast<std::size_t>(bytes), expected, mayStay);
+  if (!inFile && ((expected > limit && !mayStay) || !m_memory.reserve(static_cast<std::size_t>(bytes))))
+    return false;
   m_stored.assign(static_cast<std::size_t>(plan.trials), false);
   m_fileTrials.assign(static_cast<std::size_t>(plan.trials), 0);
   m_plan = plan;
   return true;
 }
 
-bool TrialStorage::spill(const SampleMemory& memory, std::size_t bytes, std::uint64_t expected) {
-  const CString folder = memory.spillDirectory.IsEmpty() ? largeTemporaryFolder() : memory.spillDirectory;
-  const std::error_code failed = m_memory.reserveInFile(folder, bytes, static_cast<std::size_t>(expected));
+bool TrialStorage::spill(const ImportPlan& plan, std::size_t bytes, std::uint64_t expected, bool mayStay) {
+  const CString& named = plan.memory.spillDirectory;
+  const CString folder = named.IsEmpty() ? largeTemporaryFolder() : named;
+  // Trials that are chosen lie anywhere in the range: room is taken for each when it comes.
+  const std::size_t atOnce = plan.mostTrials == 0 ? static_cast<std::size_t>(expected) : 0;
+  const std::error_code failed = m_memory.reserveInFile(folder, bytes, atOnce);
   CString text;
   if (failed) {
     text.Format(L"can't take the %u bytes of samples that are more than memory is to hold: %s", expected,
                 fromUtf8(failed.message()));
-    reportFinding({.code = "memory.spill", .file = folder, .text = text});
+    const auto severity = mayStay ? Finding::Severity::warning : Finding::Severity::error;
+    reportFinding({.severity = severity, .code = "memory.spill", .file = folder, .text = text});
     return false;
   }
   text.Format(L"holds the %u bytes of samples, which are more than memory is to hold: reading is slower",
@@ -50,7 +61,13 @@ template <class T>
 T* TrialStorage::writable(std::int32_t trial) {
   T* first = values<T>(trial);
   const std::size_t bytes = static_cast<std::size_t>(trialValues()) * sizeof(T);
-  if (!stored(trial)) m_memory.use(static_cast<std::size_t>(trial) * bytes, bytes);
+  if (stored(trial)) return first;
+  if (const std::error_code failed = m_memory.use(static_cast<std::size_t>(trial) * bytes, bytes)) {
+    CString text;
+    text.Format(L"there is no room for the samples of trial %d: %s", trial, fromUtf8(failed.message()));
+    reportFinding({.code = "memory.spill", .file = {}, .text = text});
+    throw std::bad_alloc();
+  }
   return first;
 }
 

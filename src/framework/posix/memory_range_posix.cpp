@@ -1,11 +1,11 @@
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <new>
 #include <string>
 
 #include "framework/memory_range.h"
@@ -25,8 +25,30 @@ int openNameless(const std::string& directory) {
   // Some file systems can only take the name away again, while nothing is in the file yet.
   std::string name = directory + "/.megreader-XXXXXX";
   file = mkostemp(name.data(), O_CLOEXEC);
-  if (file >= 0) unlink(name.c_str());
-  return file;
+  if (file < 0 || unlink(name.c_str()) == 0) return file;
+  const int reason = errno;
+  close(file);
+  errno = reason;
+  return -1;
+}
+
+/// Makes the disk's room for a part of a file certain: a page that there is no room for would end the process
+/// when it is written. The error number, or 0.
+int takeRoom(int file, std::size_t offset, std::size_t bytes) {
+  constexpr std::size_t kPiece = std::size_t{1} << 26;
+  rlimit most{};
+  // Growing beyond it would end the process, too.
+  if (getrlimit(RLIMIT_FSIZE, &most) == 0 && most.rlim_cur != RLIM_INFINITY && offset + bytes > most.rlim_cur)
+    return EFBIG;
+  while (bytes > 0) {
+    const std::size_t piece = std::min(bytes, kPiece);
+    const int reason = posix_fallocate(file, static_cast<off_t>(offset), static_cast<off_t>(piece));
+    if (reason == EINTR) continue;
+    if (reason != 0) return reason;
+    offset += piece;
+    bytes -= piece;
+  }
+  return 0;
 }
 
 }  // namespace
@@ -52,19 +74,16 @@ std::error_code MemoryRange::reserveInFile(const CString& directory, std::size_t
   const int file = openNameless(toNativePath(directory.IsEmpty() ? largeTemporaryFolder() : directory));
   if (file < 0) return errorOf(errno);
   m_file = file;
-  if (ftruncate(file, static_cast<off_t>(bytes)) != 0) {
-    const int reason = errno;
-    release();
-    return errorOf(reason);
-  }
-  // A page that the disk has no room for would end the process when it is written.
-  if (const int reason = posix_fallocate(file, 0, static_cast<off_t>(expected)); reason != 0) {
+  int reason = takeRoom(file, 0, expected);
+  if (reason == 0) reason = takeRoom(file, bytes, 0);
+  if (reason == 0 && ftruncate(file, static_cast<off_t>(bytes)) != 0) reason = errno;
+  if (reason != 0) {
     release();
     return errorOf(reason);
   }
   void* mapped = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
   if (mapped == MAP_FAILED) {
-    const int reason = errno;
+    reason = errno;
     release();
     return errorOf(reason);
   }
@@ -74,10 +93,9 @@ std::error_code MemoryRange::reserveInFile(const CString& directory, std::size_t
   return {};
 }
 
-void MemoryRange::use(std::size_t offset, std::size_t bytes) {
-  if (m_file < 0 || offset + bytes <= m_onDisk) return;  // every page is ready
-  if (posix_fallocate(static_cast<int>(m_file), static_cast<off_t>(offset), static_cast<off_t>(bytes)) != 0)
-    throw std::bad_alloc();
+std::error_code MemoryRange::use(std::size_t offset, std::size_t bytes) {
+  if (m_file < 0 || offset + bytes <= m_onDisk) return {};  // every page is ready
+  return errorOf(takeRoom(static_cast<int>(m_file), offset, bytes));
 }
 
 void MemoryRange::release() {

@@ -1,7 +1,6 @@
 #include <windows.h>
 
 #include <array>
-#include <new>
 
 #include "framework/memory_range.h"
 #include "framework/win32/long_path.h"
@@ -13,11 +12,16 @@ std::error_code lastError() { return {static_cast<int>(GetLastError()), std::sys
 /// A new file that nobody else can open and that goes when it is closed, by whomever.
 HANDLE openTransient(CString directory) {
   if (directory.Right(1) != CString(L"\\")) directory += L"\\";
-  CString name;
-  static LONG made = 0;
-  name.Format(L"%smegreader-%u-%d.tmp", directory, GetCurrentProcessId(), InterlockedIncrement(&made));
-  return CreateFileW(longPath(name).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_NEW,
-                     FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+  constexpr int kMostNames = 10000;
+  for (int number = 0; number < kMostNames; ++number) {
+    CString name;
+    name.Format(L"%smegreader-%u-%d.tmp", directory, GetCurrentProcessId(), number);
+    const HANDLE file =
+        CreateFileW(longPath(name).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                    FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+    if (file != INVALID_HANDLE_VALUE || GetLastError() != ERROR_FILE_EXISTS) return file;
+  }
+  return INVALID_HANDLE_VALUE;
 }
 
 /// The file's length as its room on the disk, and all of it as memory; null, and the last error says why.
@@ -59,10 +63,10 @@ std::error_code MemoryRange::reserveInFile(const CString& directory, std::size_t
   return {};
 }
 
-void MemoryRange::use(std::size_t offset, std::size_t bytes) {
-  if (m_file >= 0) return;  // the disk has room for all of it
-  if (VirtualAlloc(static_cast<char*>(m_data) + offset, bytes, MEM_COMMIT, PAGE_READWRITE) == nullptr)
-    throw std::bad_alloc();
+std::error_code MemoryRange::use(std::size_t offset, std::size_t bytes) {
+  if (m_file >= 0) return {};  // the disk has room for all of it
+  const void* ready = VirtualAlloc(static_cast<char*>(m_data) + offset, bytes, MEM_COMMIT, PAGE_READWRITE);
+  return ready != nullptr ? std::error_code() : lastError();
 }
 
 void MemoryRange::release() {
@@ -81,6 +85,6 @@ void MemoryRange::release() {
 
 CString largeTemporaryFolder() {
   std::array<wchar_t, MAX_PATH + 1> folder{};
-  GetTempPathW(static_cast<DWORD>(folder.size()), folder.data());
-  return folder.data();
+  const DWORD length = GetTempPathW(static_cast<DWORD>(folder.size()), folder.data());
+  return length > 0 && length < folder.size() ? folder.data() : L".";
 }
