@@ -1,0 +1,131 @@
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include "support/minimal_dataset.h"
+#include "support/temporary_directory.h"
+
+// The command with somebody at a terminal.
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// The command on a terminal of its own.
+class AtATerminal {
+ public:
+  explicit AtATerminal(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), CTFMEG_COMMAND);
+    std::vector<char*> argv;
+    for (std::string& argument : arguments)
+      argv.push_back(argument.data());
+    argv.push_back(nullptr);
+    m_child = forkpty(&m_terminal, nullptr, nullptr, nullptr);
+    if (m_child == 0) {
+      execv(argv[0], argv.data());
+      _exit(127);
+    }
+  }
+  AtATerminal(const AtATerminal&) = delete;
+  AtATerminal& operator=(const AtATerminal&) = delete;
+  ~AtATerminal() { close(m_terminal); }
+
+  /// Reads on until `text` stands there, behind what was read before. False when it never comes.
+  bool shows(const std::string& text) {
+    for (;;) {
+      if (const auto at = m_shown.find(text); at != std::string::npos) {
+        m_shown.erase(0, at + text.size());
+        return true;
+      }
+      if (!readMore()) return false;
+    }
+  }
+
+  void types(const std::string& text) {
+    ASSERT_EQ(write(m_terminal, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+
+  int exitCode() {
+    while (readMore()) {
+    }
+    int status = 0;
+    waitpid(m_child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+ private:
+  bool readMore() {
+    constexpr int kPatienceMs = 20'000;
+    pollfd waiting{m_terminal, POLLIN, 0};
+    if (poll(&waiting, 1, kPatienceMs) != 1) {
+      kill(m_child, SIGKILL);
+      return false;
+    }
+    char bytes[4096];
+    const ssize_t got = read(m_terminal, bytes, sizeof bytes);
+    if (got <= 0) return false;
+    m_shown.append(bytes, static_cast<std::size_t>(got));
+    return true;
+  }
+
+  int m_terminal = -1;
+  pid_t m_child = -1;
+  std::string m_shown;
+};
+
+class Terminal : public testing::Test {
+ protected:
+  /// A recording that is worth a question: 404 MB of samples that take no room.
+  Terminal() {
+    MinimalDataset large;
+    large.resize(1, 1, 3);
+    large.res4.put(1288, Bytes().i32(1000000));
+    large.res4.put(1312, Bytes().i16(101));
+    run = large.write(directory.path()).parent_path();
+    fs::resize_file(run / "run.meg4", 8 + 404'000'000);
+  }
+
+  TemporaryDirectory directory;
+  fs::path run;
+};
+
+TEST_F(Terminal, AsksForAFactorUntilItIsOne) {
+  const fs::path result = directory.path() / "out.npy";
+  AtATerminal user({"export", run.string(), "--ask-resample", "-o", result.string()});
+  ASSERT_TRUE(user.shows("MB")) << "how large it is";
+  user.types("y\n");
+  ASSERT_TRUE(user.shows("[2]: "));
+  user.types("31\n");
+  ASSERT_TRUE(user.shows("Enter an integer between 1 and 30."));
+  ASSERT_TRUE(user.shows(": "));
+  user.types(
+      "100\x15"
+      "100000\x15"
+      "20\n");  // Ctrl-U takes a line back
+  ASSERT_TRUE(user.shows("] 100%"));
+  EXPECT_EQ(user.exitCode(), 0);
+  EXPECT_NE(readFile(result).find("(101, 1, 50000)"), std::string::npos);
+}
+
+TEST_F(Terminal, NoAndCtrlCLeaveNothing) {
+  const fs::path other = run / "run.txt", result = directory.path() / "out.npy";
+  writeFile(other, "");
+  AtATerminal no({"info", other.string()});
+  ASSERT_TRUE(no.shows("Would you like to continue?"));
+  no.types("n\n");
+  EXPECT_EQ(no.exitCode(), 1);
+  AtATerminal gone({"export", run.string(), "--ask-resample", "-o", result.string()});
+  ASSERT_TRUE(gone.shows("MB"));
+  gone.types("\x03");
+  EXPECT_EQ(gone.exitCode(), 130);
+  EXPECT_FALSE(fs::exists(result));
+  AtATerminal binary({"export", run.string(), "-o", "-"});
+  EXPECT_TRUE(binary.shows("is a terminal: name a file with -o"));
+  EXPECT_EQ(binary.exitCode(), 1);
+}
+
+}  // namespace
