@@ -8,6 +8,7 @@
 #include "cli/route.h"
 #include "cli/say.h"
 #include "cli/visible_text.h"
+#include "ui/terminal.h"
 
 namespace {
 
@@ -210,6 +211,7 @@ int run(const std::vector<std::string>& arguments) {
 
 int main(int argc, char** argv) {
   prepareProcess();
+  stopWaitingWhen(interrupted);
   try {
     return run(programArguments(argc, argv));
   } catch (const Interrupted&) {

@@ -41,13 +41,24 @@ class TerminalBar : public ProgressWindow {
   int m_percent = -1;
 };
 
+bool (*stopsWaiting)() = nullptr;
+
+/// A line of standard input; false at its end, and when the waiting is stopped.
+bool readLine(std::string& line) {
+  while (!inputIsReady())
+    if (stopsWaiting != nullptr && stopsWaiting()) return false;
+  return static_cast<bool>(std::getline(std::cin, line));
+}
+
 }  // namespace
+
+void stopWaitingWhen(bool (*stops)()) { stopsWaiting = stops; }
 
 bool askOnTerminal(const std::string& question) {
   if (!inputIsTerminal() || !errorsAreTerminal()) return false;
   std::cerr << question << " [y/N] " << std::flush;
   std::string reply;
-  std::getline(std::cin, reply);
+  readLine(reply);
   return !reply.empty() && (reply[0] == 'y' || reply[0] == 'Y');
 }
 
@@ -55,7 +66,7 @@ std::optional<std::string> enterOnTerminal(const std::string& caption, const std
   if (!inputIsTerminal() || !errorsAreTerminal()) return std::nullopt;
   std::cerr << caption << " [" << value << "]: " << std::flush;
   std::string entered;
-  if (!std::getline(std::cin, entered)) return std::nullopt;
+  if (!readLine(entered)) return std::nullopt;
   return entered.empty() ? value : entered;
 }
 
@@ -79,7 +90,7 @@ std::optional<CString> TerminalInterface::chooseFile(const CString& /*filter*/, 
   if (!inputIsTerminal() || !errorsAreTerminal()) return std::nullopt;
   std::cerr << "File to open: " << std::flush;
   std::string path;
-  if (!std::getline(std::cin, path) || path.empty()) return std::nullopt;
+  if (!readLine(path) || path.empty()) return std::nullopt;
   return fromUtf8(path);
 }
 

@@ -6,6 +6,10 @@
 
 #include "framework/user_interface.h"
 
+/// While a person is waited for, `stops` is asked every now and then; true ends the waiting as the end of the
+/// input does. A signal handler alone can't: the signal may come just before the waiting begins.
+void stopWaitingWhen(bool (*stops)());
+
 /// Asks on standard error and reads the answer from standard input; true for Yes. Where the two are not both
 /// terminals nobody is asked and the answer is No. Texts are UTF-8.
 bool askOnTerminal(const std::string& question);

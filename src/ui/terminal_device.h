@@ -4,3 +4,7 @@
 bool inputIsTerminal();
 bool outputIsTerminal();
 bool errorsAreTerminal();
+
+/// Waits a little for a line at the terminal. True when one is there, or when waiting for it can't be cut
+/// short here.
+bool inputIsReady();

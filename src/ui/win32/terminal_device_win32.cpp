@@ -15,3 +15,5 @@ bool isConsole(DWORD stream) {
 bool inputIsTerminal() { return isConsole(STD_INPUT_HANDLE); }
 bool outputIsTerminal() { return isConsole(STD_OUTPUT_HANDLE); }
 bool errorsAreTerminal() { return isConsole(STD_ERROR_HANDLE); }
+
+bool inputIsReady() { return true; }  // reading from a console returns when it is interrupted
