@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <new>
+#include <vector>
 
 #include "framework/user_interface.h"
 #include "meg4/sample_import.h"
@@ -48,20 +49,22 @@ int CCtfReader1Samples::readCtfDataTrigger(const CString& path, const CMarkerDat
   if (!reading.open()) return 0;
   reading.showProgress(L"Importing MEG data with triggers ...", counts.trials);
   const std::int64_t most = std::clamp<std::int64_t>(marker->getTotalTrgMrkPts(), 1, reading.trials());
-  std::int32_t chosen = 0;
-  for (std::int32_t trial = 0; trial < reading.trials(); ++trial)
-    chosen += marker->findTrial(trial) ? 1 : 0;
+  std::vector<bool> chosen(static_cast<std::size_t>(reading.trials()));
+  for (const MarkerSample& sample : marker->samples)
+    if (sample.trial >= 0 && sample.trial < reading.trials())
+      chosen[static_cast<std::size_t>(sample.trial)] = true;
+  const auto count = static_cast<std::int32_t>(std::count(chosen.begin(), chosen.end(), true));
   const ImportPlan plan{.unit = ImportUnit::trial,
                         .trials = static_cast<std::int32_t>(most),
                         .samples = counts.samples,
-                        .mostTrials = std::max(chosen, 1)};
+                        .mostTrials = std::max(count, 1)};
   if (!reading.prepare(*data, plan, reading.countedTrialBytes(), kTooBig)) {
     data->openTrial(0);
     return 0;
   }
   std::int32_t stored = 0;
   reading.forEachTrial([&](std::int32_t trial) {
-    if (marker->findTrial(trial))
+    if (chosen[static_cast<std::size_t>(trial)])
       data->importCtfDataT(stored++, counts.channels, counts.samples, reading.samples());
     return true;
   });

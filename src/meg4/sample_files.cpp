@@ -88,8 +88,10 @@ bool SampleFiles::readUnitInto(std::span<std::int32_t> values) {
     const std::uint64_t start = file->GetPosition();
     const bool whole = m_parallel.read(*file, start, values);
     file->Seek(static_cast<std::int64_t>(whole ? start + bytes : start), CFile::begin);
-    if (whole) passed(bytes);
-    if (whole) return true;
+    if (whole) {
+      passed(bytes);
+      return true;
+    }
   }
   if (read(values.data(), bytes) != bytes) return false;
   samplesToHostOrder(values);

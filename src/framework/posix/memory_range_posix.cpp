@@ -32,14 +32,17 @@ int openNameless(const std::string& directory) {
   return -1;
 }
 
+/// Growing a file beyond this process's limit would end the process, too.
+bool isBeyondLimit(std::size_t end) {
+  rlimit most{};
+  return getrlimit(RLIMIT_FSIZE, &most) == 0 && most.rlim_cur != RLIM_INFINITY && end > most.rlim_cur;
+}
+
 /// Makes the disk's room for a part of a file certain: a page that there is no room for would end the process
 /// when it is written. The error number, or 0.
 int takeRoom(int file, std::size_t offset, std::size_t bytes) {
   constexpr std::size_t kPiece = std::size_t{1} << 26;
-  rlimit most{};
-  // Growing beyond it would end the process, too.
-  if (getrlimit(RLIMIT_FSIZE, &most) == 0 && most.rlim_cur != RLIM_INFINITY && offset + bytes > most.rlim_cur)
-    return EFBIG;
+  if (isBeyondLimit(offset + bytes)) return EFBIG;
   while (bytes > 0) {
     const std::size_t piece = std::min(bytes, kPiece);
     const int reason = posix_fallocate(file, static_cast<off_t>(offset), static_cast<off_t>(piece));
@@ -74,8 +77,7 @@ std::error_code MemoryRange::reserveInFile(const CString& directory, std::size_t
   const int file = openNameless(toNativePath(directory.IsEmpty() ? largeTemporaryFolder() : directory));
   if (file < 0) return errorOf(errno);
   m_file = file;
-  int reason = takeRoom(file, 0, expected);
-  if (reason == 0) reason = takeRoom(file, bytes, 0);
+  int reason = isBeyondLimit(bytes) ? EFBIG : takeRoom(file, 0, expected);
   if (reason == 0 && ftruncate(file, static_cast<off_t>(bytes)) != 0) reason = errno;
   if (reason != 0) {
     release();
