@@ -23,17 +23,23 @@ bool TrialStorage::reserve(const ImportPlan& plan) {
   const auto trials = static_cast<std::uint64_t>(plan.trials);
   const std::uint64_t most = plan.mostTrials != 0 ? static_cast<std::uint64_t>(plan.mostTrials) : trials;
   const std::uint64_t expected = std::min({all, plan.heldBytes * widest, all / trials * most});
-  const std::uint64_t granted = grantedMemory();
-  const std::uint64_t limit = plan.memory.limit != 0 ? plan.memory.limit : granted / 2;
-  // Nobody asked for the limit that stands by itself: without a place for the file, memory may still do.
-  const bool mayStay = plan.memory.limit == 0 && expected <= granted;
-  const bool inFile = expected > limit && spill(plan, static_cast<std::size_t>(bytes), expected, mayStay);
-  if (!inFile && ((expected > limit && !mayStay) || !m_memory.reserve(static_cast<std::size_t>(bytes))))
-    return false;
+  if (!obtain(plan, static_cast<std::size_t>(bytes), expected)) return false;
   m_stored.assign(static_cast<std::size_t>(plan.trials), false);
   m_fileTrials.assign(static_cast<std::size_t>(plan.trials), 0);
   m_plan = plan;
   return true;
+}
+
+bool TrialStorage::obtain(const ImportPlan& plan, std::size_t bytes, std::uint64_t expected) {
+  const std::uint64_t granted = grantedMemory();
+  const std::uint64_t limit = plan.memory.limit != 0 ? plan.memory.limit : granted / 2;
+  if (expected > limit) {
+    // Nobody asked for the limit that stands by itself: without a place for the file, memory may still do.
+    const bool mayStay = plan.memory.limit == 0 && expected <= granted;
+    if (spill(plan, bytes, expected, mayStay)) return true;
+    if (!mayStay) return false;
+  }
+  return m_memory.reserve(bytes);
 }
 
 bool TrialStorage::spill(const ImportPlan& plan, std::size_t bytes, std::uint64_t expected, bool mayStay) {

@@ -41,6 +41,7 @@ class TrialStorage {
   std::int32_t numStored() const;
 
  private:
+  bool obtain(const ImportPlan& plan, std::size_t bytes, std::uint64_t expected);
   bool spill(const ImportPlan& plan, std::size_t bytes, std::uint64_t expected, bool mayStay);
   bool summed() const { return m_plan.unit == ImportUnit::summedTrial; }
   bool inRange(std::int32_t trial) const { return trial >= 0 && trial < numTrials(); }
