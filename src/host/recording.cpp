@@ -9,8 +9,8 @@
 
 #include "framework/file_error.h"
 #include "framework/native_path.h"
-#include "framework/wide_instructions.h"
 #include "host/convert.h"
+#include "host/divide.h"
 #include "host/path_text.h"
 #include "host/recording_interface.h"
 #include "reader/meg_reader_face.h"
@@ -45,23 +45,6 @@ struct Recording::State {
   std::vector<Finding> warnings;
   double acquisitionRate = 0.0;  // Hz, whatever the route leaves in the record
 };
-
-namespace {
-
-/// Inlined into each of its callers, which are compiled for different machines. A division each: multiplying
-/// by 1 / gain gives other last digits.
-inline __attribute__((always_inline)) void divideEach(std::span<const std::int32_t> values, double gain,
-                                                      std::span<double> out) {
-  for (std::size_t i = 0; i < values.size(); ++i)
-    out[i] = values[i] / gain;
-}
-
-WIDE_INSTRUCTIONS void divideEachWide(std::span<const std::int32_t> values, double gain,
-                                      std::span<double> out) {
-  divideEach(values, gain, out);
-}
-
-}  // namespace
 
 struct Trial::State {
   std::shared_ptr<const Recording::State> recording;
@@ -332,10 +315,7 @@ std::size_t Trial::physical(int channel, std::span<double> out) const {
   const auto values = raw(channel);
   const double gain = m_state->recording->channels[static_cast<std::size_t>(channel)].gain;
   const std::size_t count = std::min(values.size(), out.size());
-  if (machineHasWideInstructions())
-    divideEachWide(values.first(count), gain, out);
-  else
-    divideEach(values.first(count), gain, out);
+  divideEach(values.first(count), gain, out);
   return count;
 }
 

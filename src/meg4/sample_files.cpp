@@ -81,21 +81,31 @@ bool SampleFiles::readUnit() {
   return read(m_buffer.get(), static_cast<std::size_t>(m_bufferBytes)) == m_unitBytes;
 }
 
-bool SampleFiles::readUnitInto(std::span<std::int32_t> values) {
+bool SampleFiles::readTogether(std::span<std::int32_t> values) {
   const std::uint64_t bytes = values.size_bytes();
-  CFile* file = bytes >= ParallelRead::kWorthIt ? fileHolding(bytes) : nullptr;
-  if (file != nullptr) {
-    const std::uint64_t start = file->GetPosition();
-    const bool whole = m_parallel.read(*file, start, values);
-    file->Seek(static_cast<std::int64_t>(whole ? start + bytes : start), CFile::begin);
-    if (whole) {
-      passed(bytes);
-      return true;
-    }
-  }
-  if (read(values.data(), bytes) != bytes) return false;
+  const Rest here = bytes >= ParallelRead::kWorthIt ? rest() : Rest{};
+  if (here.bytes < bytes || here.file == nullptr) return false;
+  const std::uint64_t start = here.file->GetPosition();
+  const bool whole = m_parallel.read(*here.file, start, values);
+  here.file->Seek(static_cast<std::int64_t>(whole ? start + bytes : start), CFile::begin);
+  if (whole) passed(bytes);
+  return whole;
+}
+
+bool SampleFiles::readUnitInto(std::span<std::int32_t> values) {
+  if (readTogether(values)) return true;
+  if (read(values.data(), values.size_bytes()) != values.size_bytes()) return false;
   samplesToHostOrder(values);
   return true;
+}
+
+bool SampleFiles::readUnitsAtOnce(std::span<std::int32_t> values) {
+  try {
+    return readTogether(values);
+  } catch (CFileException* error) {
+    error->Delete();
+    return false;
+  }
 }
 
 std::unique_ptr<SampleFiles> openSampleFiles(const CString& prefix, const SampleCounts& counts,

@@ -62,8 +62,8 @@ class SampleFiles {
   /// Says how large a unit is, without making the buffer: that is then made by a read that needs it.
   void setUnit(std::uint64_t unitBytes);
 
-  /// Whether the next unit can be read whole.
-  bool holdsUnit() { return fileHolding(m_unitBytes) != nullptr; }
+  /// Units that the file at hand still holds whole.
+  std::uint64_t unitsHeld() { return rest().bytes / m_unitBytes; }
 
   /// Makes the buffer. A unit larger than every file gets room for the largest only: reading it ends short.
   /// False without memory.
@@ -76,6 +76,10 @@ class SampleFiles {
   /// The same into `values`, in host order.
   bool readUnitInto(std::span<std::int32_t> values);
 
+  /// Reads the next units into `values`, as many as it has room for, all from the file at hand. False,
+  /// standing where it stood, when that can't be done: to read them one by one tells which and why.
+  bool readUnitsAtOnce(std::span<std::int32_t> values);
+
   /// The buffer: after a unit was read whole, its values as they lie in the file.
   std::span<std::int32_t> unit() const {
     return {m_buffer.get(), static_cast<std::size_t>(m_bufferBytes / 4)};
@@ -87,8 +91,13 @@ class SampleFiles {
  protected:
   virtual std::size_t read(void* buffer, std::size_t bytes) = 0;
 
-  /// The file that holds the next `bytes` whole, standing at them; null when no one file does.
-  virtual CFile* fileHolding(std::uint64_t bytes) = 0;
+  /// The file at hand, standing at the next unit, and the bytes that it still holds; null and 0 behind the
+  /// last.
+  struct Rest {
+    CFile* file = nullptr;
+    std::uint64_t bytes = 0;
+  };
+  virtual Rest rest() = 0;
   /// So many bytes of that file were read, and it stands behind them.
   virtual void passed(std::uint64_t bytes) = 0;
 
@@ -97,6 +106,8 @@ class SampleFiles {
   std::uint64_t m_heldBytes = 0;
 
  private:
+  bool readTogether(std::span<std::int32_t> values);
+
   std::unique_ptr<std::int32_t[]> m_buffer;
   std::uint64_t m_bufferBytes = 0;
   std::uint64_t m_unitBytes = 0;

@@ -1,5 +1,7 @@
 #include "meg4/sample_import.h"
 
+#include <algorithm>
+
 #include "framework/user_interface.h"
 #include "meg4/meg4_findings.h"
 #include "util/basic_read_unix2window.h"
@@ -51,10 +53,27 @@ bool SampleImport::openScope(CMEGDatazk& data, ImportPlan plan, const wchar_t* m
 
 bool SampleImport::readTrial(std::int32_t trial) {
   m_place = {};
+  if (!m_inPlace) return m_files->readUnit();
+  if (trial < m_readUpTo || readTogether(trial)) {
+    m_place = m_scope->room(trial, 1);
+    return true;
+  }
   // A place is made ready only for a trial that is there whole.
-  if (!m_inPlace || !m_files->holdsUnit()) return m_files->readUnit();
-  m_place = m_scope->room(trial);
+  if (m_files->unitsHeld() == 0) return m_files->readUnit();
+  m_place = m_scope->room(trial, 1);
   return m_files->readUnitInto(m_place);
+}
+
+bool SampleImport::readTogether(std::int32_t first) {
+  // Enough to keep several processors busy, and few enough that whoever watches sees the reading go on.
+  constexpr std::uint64_t kTogether = std::uint64_t{1} << 24;
+  const auto left = static_cast<std::uint64_t>(trials() - first);
+  const std::uint64_t count = std::min({kTogether / trialBytes(m_counts), m_files->unitsHeld(), left});
+  if (count < 2 || count * trialBytes(m_counts) < ParallelRead::kWorthIt) return false;
+  const auto places = m_scope->room(first, static_cast<std::int32_t>(count));
+  if (!m_files->readUnitsAtOnce(places)) return false;
+  m_readUpTo = first + static_cast<std::int32_t>(count);
+  return true;
 }
 
 int SampleImport::failWithoutMemory(const wchar_t* message) {

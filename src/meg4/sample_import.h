@@ -83,6 +83,9 @@ class SampleImport {
  private:
   bool openScope(CMEGDatazk& data, ImportPlan plan, const wchar_t* message);
   bool readTrial(std::int32_t trial);
+  /// Reads short trials from `first` on into their places, several at once. False, nothing lost, when that is
+  /// not worth it or fails.
+  bool readTogether(std::int32_t first);
 
   CString m_prefix;
   SampleCounts m_counts;
@@ -92,6 +95,7 @@ class SampleImport {
   CProgresszk m_progress;
   std::optional<ImportScope> m_scope;
   bool m_inPlace = false;
+  std::int32_t m_readUpTo = 0;      // the first trial that is not in its place yet
   std::span<std::int32_t> m_place;  // of the trial read last, where trials are read into their places
 };
 

@@ -53,10 +53,11 @@ class SampleSlots : public SampleFiles {
     AfxThrowFileException(CFileException::invalidFile, -1, last);
   }
 
-  CFile* fileHolding(std::uint64_t bytes) override {
-    if (m_current >= m_opened) return nullptr;
+  Rest rest() override {
+    if (m_current >= m_opened) return {};
     CFile& file = m_files[m_current];
-    return file.GetPosition() + bytes <= file.GetLength() ? &file : nullptr;
+    const std::uint64_t position = file.GetPosition();
+    return {&file, std::max(file.GetLength(), position) - position};
   }
 
   void passed(std::uint64_t /*bytes*/) override {}

@@ -55,9 +55,7 @@ class TrialSequence : public SampleFiles {
     return got;
   }
 
-  CFile* fileHolding(std::uint64_t bytes) override {
-    return openNext() && m_left >= bytes ? &m_file : nullptr;
-  }
+  Rest rest() override { return openNext() ? Rest{&m_file, m_left} : Rest{}; }
 
   void passed(std::uint64_t bytes) override { m_left -= bytes; }
 

@@ -41,7 +41,7 @@ int mapSensorType(std::int16_t index);
 /// A sensor record of 1328 bytes; its gain is computed. Null when there is no memory.
 std::unique_ptr<CMEGSensorzk> decodeSensor(std::span<const std::byte> record, const ReadingRules& rules);
 
-/// Coefficient record `index` from the block of all records (1992 bytes each). False when it names more
-/// references than a record holds.
-bool decodeCoefficients(std::span<const std::byte> block, std::size_t index, const ReadingRules& rules,
+/// A coefficient record of 1992 bytes and what follows it in the block, for a name without a zero byte may
+/// run past the record. False when it names more references than a record holds.
+bool decodeCoefficients(std::span<const std::byte> record, const ReadingRules& rules,
                         CCoefficientDatazk& coefficients);

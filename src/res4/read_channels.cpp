@@ -2,6 +2,7 @@
 #include "reader/ctf_dataset_reader.h"
 #include "res4/decode.h"
 #include "res4/name_budget.h"
+#include "res4/record_pieces.h"
 #include "res4/res4_findings.h"
 #include "res4/res4_layout.h"
 #include "util/file_bytes.h"
@@ -36,15 +37,14 @@ int CCtfReader2Res4::readSensorRecords(CFile& file) {
   releaseSensors();
   const std::int32_t channels = m_currentData->getMEGRecordInfozk()->numChannels;
   if (channels < 1) return failWithoutChannels(file);
-  const std::uint64_t start = file.GetPosition();
-  const auto block = readExactly(file, channels * static_cast<std::int64_t>(kSensorRecordSize));
-  if (!block) return failShort(file, L"its sensor records");
-
+  RecordPieces records(file, channels, kSensorRecordSize);
+  if (!records.allThere()) return failShort(file, L"its sensor records");
   for (std::int32_t c = 0; c < channels; ++c) {
-    const std::size_t offset = static_cast<std::size_t>(c) * kSensorRecordSize;
-    auto sensor = decodeSensor(std::span(*block).subspan(offset, kSensorRecordSize), m_rules);
+    const auto record = records.next();
+    if (record.empty()) return failShort(file, L"its sensor records");
+    auto sensor = decodeSensor(record.first(kSensorRecordSize), m_rules);
     if (!sensor) {
-      reportRes4(file, "memory", L"needs more memory than there is for its sensors", start + offset);
+      reportRes4(file, "memory", L"needs more memory than there is for its sensors", records.offset());
       AfxMessageBox(L"Is memory enough for making MEG sensors?!");
       return 0;
     }
@@ -53,7 +53,7 @@ int CCtfReader2Res4::readSensorRecords(CFile& file) {
       CString text;
       text.Format(L"gives channel %s a gain that can't be used: its values stay raw",
                   m_channelNames.GetAt(c));
-      reportRes4(file, "channel.gain", text.GetString(), start + offset, Finding::Severity::warning);
+      reportRes4(file, "channel.gain", text.GetString(), records.offset(), Finding::Severity::warning);
     }
     m_sensors.SetAtGrow(c, sensor.get());
     sensor.release();  // NOLINT(bugprone-unused-return-value): the list owns it now

@@ -3,6 +3,7 @@
 #include "reader/ctf_dataset_reader.h"
 #include "res4/decode.h"
 #include "res4/name_budget.h"
+#include "res4/record_pieces.h"
 #include "res4/res4_findings.h"
 #include "res4/res4_layout.h"
 #include "util/file_bytes.h"
@@ -20,16 +21,17 @@ int CCtfReader2Res4::addCoefficients(CFile& file) {
   manager.count = count;
   if (count < 1) return 1;
 
-  const std::uint64_t start = file.GetPosition();
-  const auto block = readExactly(file, count * static_cast<std::int64_t>(kCoefficientRecordSize));
-  if (!block) return failShort(file, L"its coefficient records");
+  RecordPieces records(file, count, kCoefficientRecordSize);
+  if (!records.allThere()) return failShort(file, L"its coefficient records");
   const auto number = static_cast<std::size_t>(count);
   auto sets = std::make_unique<CCoefficientDatazk[]>(number);
   NameBudget budget;
   for (std::size_t i = 0; i < number; ++i) {
-    if (!decodeCoefficients(*block, i, m_rules, sets[i])) {
+    const auto record = records.next();
+    if (record.empty()) return failShort(file, L"its coefficient records");
+    if (!decodeCoefficients(record, m_rules, sets[i])) {
       reportRes4(file, "res4.references", L"has a coefficient record of more than 50 references",
-                 start + i * kCoefficientRecordSize);
+                 records.offset());
       return 0;
     }
     if (!budget.take(sets[i].sensorName)) return failWithoutEnds(file, L"its coefficient records");

@@ -3,8 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstring>
+#include <random>
 
+#include "host/divide.h"
 #include "support/minimal_dataset.h"
 #include "support/temporary_directory.h"
 
@@ -359,6 +363,23 @@ TEST(Recording, ReadsTheRealRecordingByBothRules) {
   EXPECT_TRUE(host.fiducials().headMeasured);
   EXPECT_EQ(host.record().sensorFileName, "\x01") << "rubbish behind the zero bytes of an empty field";
   EXPECT_TRUE(std::ranges::equal(host.trial(1).raw(), plain.trial(1).raw()));
+}
+
+TEST(Recording, PhysicalValuesAreTheNearestDoublesToTheQuotients) {
+  std::mt19937_64 random(20261121);
+  std::vector<std::int32_t> values{0, 1, -1, 3, INT32_MAX, INT32_MIN, INT32_MIN + 1};
+  while (values.size() < 1003)
+    values.push_back(static_cast<std::int32_t>(random()) >> random() % 32);
+  std::vector<double> divisors{3,         -3,    0x1.fffffffffffffp0, 0x1.fffffffffffffp-901,
+                               0x1p-1074, 1e300, -2.0e9 * 1048576};
+  while (divisors.size() < 2000)
+    divisors.push_back(std::bit_cast<double>((random() & 0x800FFFFFFFFFFFFF) | (973 + random() % 100) << 52));
+  std::vector<double> quotients(values.size()), plain(values.size());
+  for (const double divisor : divisors) {
+    ctfmeg::divideEach(values, divisor, quotients);
+    ctfmeg::divideEachPlainly(values, divisor, plain);
+    ASSERT_EQ(std::memcmp(quotients.data(), plain.data(), plain.size() * sizeof(double)), 0) << divisor;
+  }
 }
 
 }  // namespace

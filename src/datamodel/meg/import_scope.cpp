@@ -7,6 +7,8 @@ ImportScope::ImportScope(CMEGData9FileA00Basic& data, const ImportPlan& plan)
 
 ImportScope::~ImportScope() { m_data.m_import.reset(); }
 
-std::span<std::int32_t> ImportScope::room(std::int32_t trial) { return m_data.m_trials.room(trial); }
+std::span<std::int32_t> ImportScope::room(std::int32_t first, std::int32_t count) {
+  return m_data.m_trials.room(first, count);
+}
 
 void ImportScope::setFileTrial(std::int32_t trial) { m_data.m_fileTrial = trial; }

@@ -18,9 +18,10 @@ class ImportScope {
   /// False when there was no memory to reserve; import calls then store nothing.
   bool ready() const { return m_ready; }
 
-  /// The place of a trial that will be imported whole, channels x samples values: who reads it there saves a
-  /// copy. What is written there shows only once the trial is imported. Empty for a trial out of range.
-  std::span<std::int32_t> room(std::int32_t trial);
+  /// The places of `count` trials from `first` on that will be imported whole, channels x samples values
+  /// each: who reads them there saves a copy. What is written there shows only once the trial is imported.
+  /// Empty when one of them is out of range.
+  std::span<std::int32_t> room(std::int32_t first, std::int32_t count);
 
   /// Trial of the file that the following calls are about: importers may store it under another number.
   void setFileTrial(std::int32_t trial);

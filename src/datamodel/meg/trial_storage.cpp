@@ -65,21 +65,25 @@ bool TrialStorage::spill(const ImportPlan& plan, std::size_t bytes, std::uint64_
 
 template <class T>
 T* TrialStorage::writable(std::int32_t trial) {
-  T* first = values<T>(trial);
-  const std::size_t bytes = static_cast<std::size_t>(trialValues()) * sizeof(T);
-  if (stored(trial)) return first;
-  if (const std::error_code failed = m_memory.use(static_cast<std::size_t>(trial) * bytes, bytes)) {
+  if (!stored(trial)) use(trial, 1, sizeof(T));
+  return values<T>(trial);
+}
+
+void TrialStorage::use(std::int32_t first, std::int32_t count, std::size_t valueSize) {
+  const std::size_t bytes = static_cast<std::size_t>(trialValues()) * valueSize;
+  const auto offset = static_cast<std::size_t>(first) * bytes;
+  if (const std::error_code failed = m_memory.use(offset, static_cast<std::size_t>(count) * bytes)) {
     CString text;
-    text.Format(L"there is no room for the samples of trial %d: %s", trial, fromUtf8(failed.message()));
+    text.Format(L"there is no room for the samples of trial %d: %s", first, fromUtf8(failed.message()));
     reportFinding({.code = "memory.spill", .file = {}, .text = text});
     throw std::bad_alloc();
   }
-  return first;
 }
 
-std::span<std::int32_t> TrialStorage::room(std::int32_t trial) {
-  if (summed() || !inRange(trial)) return {};
-  return {writable<std::int32_t>(trial), static_cast<std::size_t>(trialValues())};
+std::span<std::int32_t> TrialStorage::room(std::int32_t first, std::int32_t count) {
+  if (summed() || first < 0 || count < 1 || count > numTrials() - first) return {};
+  use(first, count, sizeof(std::int32_t));
+  return {values<std::int32_t>(first), static_cast<std::size_t>(count * trialValues())};
 }
 
 bool TrialStorage::store(std::int32_t trial, std::int32_t channel, const std::int32_t* values,

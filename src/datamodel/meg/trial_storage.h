@@ -16,9 +16,9 @@ class TrialStorage {
   /// reported, when that is too much. False, holding nothing, when the system refuses.
   bool reserve(const ImportPlan& plan);
 
-  /// The place of a whole trial, to be written before `store` is called with it; empty for a trial out of
-  /// range and where sums are planned.
-  std::span<std::int32_t> room(std::int32_t trial);
+  /// The places of `count` whole trials, each to be written before `store` is called with it; empty when one
+  /// is out of range and where sums are planned.
+  std::span<std::int32_t> room(std::int32_t first, std::int32_t count);
 
   /// Copies `count` values to channel `channel` of `trial`, and on into the following channels of that trial.
   /// Takes what fits; a trial or channel out of range, or sums planned, stores nothing and gives false.
@@ -51,6 +51,9 @@ class TrialStorage {
   std::int64_t trialValues() const { return m_plan.channels * m_plan.samples; }
   template <class T>
   T* writable(std::int32_t trial);
+  /// Takes room for trials that hold nothing yet. Throws std::bad_alloc, the reason reported, when there is
+  /// none.
+  void use(std::int32_t first, std::int32_t count, std::size_t valueSize);
   void markStored(std::int32_t trial, std::int32_t fileTrial);
 
   template <class T>
