@@ -32,8 +32,10 @@ Filter convertFilter(const FilterInfo& from) {
 
 std::vector<Coil> convertCoils(const std::array<CMagCoil, CMegSquidzk::kCoilSlots>& from, int count) {
   std::vector<Coil> coils;
-  for (int i = 0; i < std::clamp(count, 0, CMegSquidzk::kCoilSlots); ++i) {
-    const CMagCoil& coil = from[static_cast<std::size_t>(i)];
+  const auto number = static_cast<std::size_t>(std::clamp(count, 0, CMegSquidzk::kCoilSlots));
+  coils.reserve(number);
+  for (std::size_t i = 0; i < number; ++i) {
+    const CMagCoil& coil = from[i];
     const auto& position = coil.position;
     const auto& orientation = coil.orientation;
     coils.push_back({{position[0], position[1], position[2]},
@@ -73,6 +75,7 @@ RecordInfo convertRecord(const CMEGRecordInfozkProzk& info) {
 
 std::vector<Channel> convertChannels(const CMEGData& data) {
   std::vector<Channel> channels;
+  channels.reserve(data.channels().size());
   for (const ChannelInfo& from : data.channels()) {
     channels.push_back(convertChannel(from));
     channels.back().index = static_cast<int>(channels.size()) - 1;
@@ -82,12 +85,15 @@ std::vector<Channel> convertChannels(const CMEGData& data) {
 
 std::vector<CoefficientRecord> convertCoefficients(const CCoefficientManagerzk& manager) {
   std::vector<CoefficientRecord> records;
+  records.reserve(static_cast<std::size_t>(manager.numHeld()));
   for (int i = 0; i < manager.numHeld(); ++i) {
     const CCoefficientDatazk& from = manager.coefficients(i);
-    CoefficientRecord record{toUtf8(from.sensorName), from.coefficientType, {}};
-    for (std::size_t k = 0; static_cast<std::int64_t>(k) < from.numReferences; ++k)
+    CoefficientRecord& record = records.emplace_back();
+    record.sensor = toUtf8(from.sensorName);
+    record.type = from.coefficientType;
+    record.references.reserve(from.referenceNames.size());
+    for (std::size_t k = 0; k < from.referenceNames.size(); ++k)
       record.references.push_back({toUtf8(from.referenceNames[k]), from.values[k]});
-    records.push_back(std::move(record));
   }
   return records;
 }

@@ -30,7 +30,9 @@ CString withoutZeros(std::span<const std::byte> field) {
 }  // namespace
 
 CString fixedTextToString(std::span<const std::byte> field, const ReadingRules& rules) {
-  return (rules.textEndsAtZero ? fromWindows1252(asText(upToZero(field))) : withoutZeros(field)).Trim();
+  CString text = rules.textEndsAtZero ? fromWindows1252(asText(upToZero(field))) : withoutZeros(field);
+  text.Trim();
+  return text;
 }
 
 CString decodeName(std::span<const std::byte> buffer, std::size_t offset, std::size_t width,
