@@ -124,8 +124,6 @@ void inspectNumbers(const Recording& recording, Notes& notes) {
   const RecordInfo& record = recording.record();
   if (!std::isfinite(record.sampleRate) || record.sampleRate <= 0.0)
     notes.resource("res4.rate", "gives a sample rate that can't be");
-  if (record.preTrigSamples > record.samplesPerTrial)
-    notes.resource("res4.trigger", "places the trigger behind the end of the trials");
 }
 
 bool isAscii(std::string_view text) {
