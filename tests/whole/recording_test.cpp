@@ -365,6 +365,31 @@ TEST(Recording, ReadsTheRealRecordingByBothRules) {
   EXPECT_TRUE(std::ranges::equal(host.trial(1).raw(), plain.trial(1).raw()));
 }
 
+TEST(Recording, TrialsReadTogetherAreThoseOfTheirFiles) {
+  constexpr int kSamples = 30'001;  // enough for several trials to be read at once
+  const TemporaryDirectory directory;
+  D dataset;
+  dataset.resize(9, 3, kSamples);
+  dataset.sampleFiles = D::split({{0, 1, 2, 3}, {4, 5, 6, 7, 8}}, 3, kSamples).sampleFiles;
+  const auto expectTrials = [&](int trials, Rules rules) {
+    const Recording recording = Recording::read(directory.path() / "run.ds", {.rules = rules});
+    ASSERT_EQ(recording.trialNumbers().size(), static_cast<std::size_t>(trials));
+    for (int t = 0; t < trials; ++t)
+      for (int c = 0; c < 3; ++c) {
+        const auto values = recording.trial(t).raw(c);
+        ASSERT_EQ(values.size(), static_cast<std::size_t>(kSamples));
+        for (int s = 0; s < kSamples; ++s)
+          ASSERT_EQ(values[static_cast<std::size_t>(s)], D::value(t, c, s)) << t << " " << c << " " << s;
+      }
+  };
+  dataset.write(directory.path());
+  expectTrials(9, Rules::plain);
+  expectTrials(9, Rules::host);
+  dataset.sampleFiles[1].pop_back();
+  dataset.write(directory.path());
+  expectTrials(8, Rules::plain);
+}
+
 TEST(Recording, PhysicalValuesAreTheNearestDoublesToTheQuotients) {
   std::mt19937_64 random(20261121);
   std::vector<std::int32_t> values{0, 1, -1, 3, INT32_MAX, INT32_MIN, INT32_MIN + 1};
