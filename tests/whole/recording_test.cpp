@@ -228,6 +228,31 @@ TEST(Recording, RoutesKeepTimes) {
   EXPECT_TRUE(refused(TrialList{}).starts_with("refused"));
 }
 
+TEST(Recording, MarkersInTrialsThatAreNotThereAreTold) {
+  TemporaryDirectory directory;
+  const fs::path run = D().write(directory.path());
+  const auto marker = [](const std::string& name, const std::string& samples) {
+    return "CLASSGROUPID:\n+3\nNAME:\n" + name +
+           "\nCOMMENT:\n\nCOLOR:\nred\nEDITABLE:\nYes\nCLASSID:\n+1\nNUMBER OF SAMPLES:\n2\nLIST OF "
+           "SAMPLES:\n"
+           "TRIAL NUMBER\t\tTIME FROM SYNC POINT (in seconds)\n" +
+           samples + "\n";
+  };
+  writeFile(run.parent_path() / "MarkerFile.mrk", "PATH OF DATASET:\nx\nNUMBER OF MARKERS:\n2\n" +
+                                                      marker("tone", "+1 0\n+5 0\n") +
+                                                      marker("gone", "+7 0\n-1 0\n"));
+  const Recording tone = Recording::read(run, {.route = MarkedTrials{"tone"}});
+  ASSERT_EQ(tone.trialNumbers().size(), 1u);
+  EXPECT_EQ(tone.trial(0).origin().fileTrial, 1);
+  const auto& warnings = tone.warnings();
+  const auto told = std::find_if(warnings.begin(), warnings.end(),
+                                 [](const Finding& f) { return f.code == "marker.trial"; });
+  ASSERT_NE(told, warnings.end());
+  EXPECT_EQ(told->text, "has no trial 5, in which marker tone occurs");
+  EXPECT_EQ(errorOf(run, {.route = MarkedTrials{"gone"}}),
+            "refused | run.res4 | has no trial in which marker gone occurs");
+}
+
 TEST(Recording, KeepsSamplesBeyondALimitInAFileWithoutAName) {
   TemporaryDirectory directory;
   D dataset;
