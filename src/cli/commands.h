@@ -11,6 +11,7 @@ namespace ctfmeg::cli {
 inline constexpr int kDone = 0;
 inline constexpr int kFailed = 1;  ///< could not read, could not write, or refused
 inline constexpr int kWrongUsage = 2;
+inline constexpr int kOdd = 3;  ///< readable, but something is wrong with it
 inline constexpr int kInterrupted = 130;
 
 /// A command could not do what was asked; `what()` is a sentence for standard error, about the file `path()`.
@@ -31,6 +32,8 @@ int runChannels(const ChannelsOptions& options);
 int runMarkers(const TableOptions& options);
 int runHeadCoils(const TableOptions& options);
 int runExport(const ExportOptions& options);
+int runScan(const ScanOptions& options);
+int runCheck(const CheckOptions& options);
 int runSimulate(const std::string& directory, const simulate::Options& options, bool quiet);
 
 }  // namespace ctfmeg::cli

@@ -155,9 +155,8 @@ Json virtualChannelJson(const VirtualChannel& channel) {
 }
 
 Json warningJson(const Finding& finding) {
-  Json object{{"severity", finding.severity == Finding::Severity::remark ? "remark" : "warning"},
-              {"code", finding.code},
-              {"file", lastName(finding.file)}};
+  Json object{
+      {"severity", nameOf(finding.severity)}, {"code", finding.code}, {"file", lastName(finding.file)}};
   if (finding.line) object["line"] = *finding.line;
   if (finding.offset) object["offset"] = *finding.offset;
   object["text"] = finding.text;
@@ -281,6 +280,41 @@ void JsonOutput::add(const std::string& path, const Error& error) {
   m_out << dump(Json{{"schema", kSchema},
                      {"path", shownPath(path, m_noIdentity)},
                      {"error", {{"kind", nameOf(error.kind())}, {"text", text}}}});
+}
+
+void JsonLines::add(const ScannedDataset& scanned, bool noIdentity) {
+  Json entry{{"path", shownPath(scanned.path, noIdentity)}};
+  if (const auto& header = scanned.header) {
+    if (!noIdentity) {
+      entry["subject"] = header->subject;
+      entry["date"] = header->date;
+      entry["time"] = header->time;
+    }
+    entry["channels"] = header->channels;
+    entry["trials"] = header->trials;
+    entry["samplesPerTrial"] = header->samplesPerTrial;
+    entry["sampleRate"] = header->sampleRate;
+    entry["durationSeconds"] = header->durationSeconds;
+  }
+  entry["bytes"] = scanned.bytes;
+  entry["status"] = scanned.header ? "ok" : "error";
+  if (!scanned.header) entry["error"] = scanned.error;
+  m_out << (m_empty ? "[\n" : ",\n") << dump(entry);
+  m_empty = false;
+}
+
+void JsonLines::end() { m_out << (m_empty ? "[]\n" : "\n]\n"); }
+
+void writeCheck(std::ostream& out, const std::string& path, const char* verdict,
+                const std::vector<Finding>& findings, bool noIdentity) {
+  PieceByPiece object(out, '{', '}', 0);
+  object.next("schema") << kSchema;
+  object.next("path") << dump(shownPath(path, noIdentity));
+  object.next("verdict") << dump(verdict);
+  object.next("findings");
+  writeList(out, findings, 1, warningJson);
+  object.end();
+  out << '\n';
 }
 
 }  // namespace ctfmeg::cli

@@ -4,6 +4,7 @@
 #include <ostream>
 #include <string>
 
+#include "cli/scan.h"
 #include "host/recording.h"
 
 namespace ctfmeg::cli {
@@ -27,5 +28,21 @@ class JsonOutput {
   std::size_t m_written = 0;
   bool m_noIdentity;
 };
+
+/// Writes the entries of `scan --json`: an array with an object on each line.
+class JsonLines {
+ public:
+  explicit JsonLines(std::ostream& out) : m_out(out) {}
+  void add(const ScannedDataset& scanned, bool noIdentity);
+  void end();
+
+ private:
+  std::ostream& m_out;
+  bool m_empty = true;
+};
+
+/// What `check --json` prints: one object.
+void writeCheck(std::ostream& out, const std::string& path, const char* verdict,
+                const std::vector<Finding>& findings, bool noIdentity);
 
 }  // namespace ctfmeg::cli

@@ -42,6 +42,19 @@ struct TableOptions {
   bool csv = false;
 };
 
+struct ScanOptions {
+  ReadingOptions reading;
+  std::string directory;
+  bool csv = false;
+  bool json = false;
+};
+
+struct CheckOptions {
+  ReadingOptions reading;
+  std::string dataset;
+  bool json = false;
+};
+
 struct ExportOptions {
   ReadingOptions reading;
   std::optional<Route> route;

@@ -21,9 +21,15 @@ bool Session::answer(const std::string& dataset, const std::string& question) co
 }
 
 Recording Session::read(const std::string& dataset, const std::optional<Route>& route) {
+  Recording recording = readSilently(dataset, route, m_options.rules);
+  sayWarnings(dataset, recording);
+  return recording;
+}
+
+Recording Session::readSilently(const std::string& dataset, const std::optional<Route>& route, Rules rules) {
   std::unique_ptr<ProgressWindow> bar;
   ReadOptions options;
-  options.rules = m_options.rules;
+  options.rules = rules;
   options.samples = route.has_value();
   options.route = route.value_or(Whole{});
   options.memory = m_options.memory;
@@ -47,10 +53,7 @@ Recording Session::read(const std::string& dataset, const std::optional<Route>& 
     return !interrupted();
   };
   try {
-    Recording recording = Recording::read(pathFromText(dataset), options);
-    bar.reset();
-    sayWarnings(dataset, recording);
-    return recording;
+    return Recording::read(pathFromText(dataset), options);
   } catch (const Error& error) {
     if (error.kind() == ErrorKind::stopped || interrupted()) throw Interrupted{};
     throw;

@@ -18,6 +18,9 @@ class Session {
   /// read and Interrupted after Ctrl-C.
   Recording read(const std::string& dataset, const std::optional<Route>& route);
 
+  /// The same under rules of the caller's choice, without a word about warnings.
+  Recording readSilently(const std::string& dataset, const std::optional<Route>& route, Rules rules);
+
   /// Runs `work` on one dataset. What it throws of Error (handed to `onError` too) and CommandError, and that
   /// memory runs out, is said and remembered, and the command goes on with the next dataset.
   void attempt(const std::string& dataset, const std::function<void()>& work,

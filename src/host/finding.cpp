@@ -4,6 +4,18 @@
 namespace ctfmeg {
 inline namespace v1 {
 
+const char* nameOf(Finding::Severity severity) {
+  switch (severity) {
+    case Finding::Severity::remark:
+      return "remark";
+    case Finding::Severity::warning:
+      return "warning";
+    case Finding::Severity::error:
+      return "error";
+  }
+  return "error";
+}
+
 const char* nameOf(ErrorKind kind) {
   switch (kind) {
     case ErrorKind::notFound:

@@ -21,6 +21,9 @@ struct Finding {
   std::optional<std::int64_t> line{};    ///< line in the file, from 1
 };
 
+/// "remark", "warning" or "error".
+const char* nameOf(Finding::Severity severity);
+
 enum class ErrorKind { notFound, noPermission, notADataset, damaged, refused, outOfMemory, stopped };
 
 /// The kind as one word, as it stands in the enumeration.

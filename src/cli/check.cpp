@@ -1,0 +1,124 @@
+#include <algorithm>
+#include <iostream>
+
+#include "cli/commands.h"
+#include "cli/identity.h"
+#include "cli/json_output.h"
+#include "cli/say.h"
+#include "cli/session.h"
+#include "cli/table.h"
+#include "cli/visible_text.h"
+#include "host/inspect.h"
+#include "host/path_text.h"
+
+namespace ctfmeg::cli {
+namespace {
+
+/// The samples that a reading stored, without keeping them.
+struct StoredSamples {
+  std::size_t trials;
+  std::uint64_t digest;
+};
+
+void append(std::vector<Finding>& findings, std::vector<Finding> more) {
+  findings.insert(findings.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+}
+
+/// What is wrong or odd in a dataset. Throws `Error` when it can't be read.
+class Check {
+ public:
+  Check(const CheckOptions& options, Session& session) : m_options(options), m_session(session) {}
+
+  std::vector<Finding> run() {
+    const Rules rules = m_options.reading.rules;
+    m_file = resolveDataset(pathFromText(m_options.dataset));
+    const Recording header = m_session.readSilently(m_options.dataset, std::nullopt, rules);
+    const StoredSamples samples = readSamples(rules);
+    append(m_findings, inspect(header, m_file));
+    if (rules == Rules::plain) compareWithHost(header, samples);
+    return std::move(m_findings);
+  }
+
+ private:
+  StoredSamples readSamples(Rules rules) {
+    const Recording recording = m_session.readSilently(m_options.dataset, Whole{}, rules);
+    if (rules == m_options.reading.rules) m_findings = recording.warnings();
+    return {recording.trialNumbers().size(), digestOfSamples(recording)};
+  }
+
+  void compareWithHost(const Recording& header, const StoredSamples& samples) {
+    const auto lose = [this](const char* code, const std::string& text) {
+      m_findings.push_back({Finding::Severity::remark, code, textOf(m_file), text});
+    };
+    try {
+      append(
+          m_findings,
+          hostLosses(header, m_session.readSilently(m_options.dataset, std::nullopt, Rules::host), m_file));
+      const StoredSamples theirs = readSamples(Rules::host);
+      if (theirs.trials != samples.trials)
+        lose("host.samples", "under host rules has " + std::to_string(theirs.trials) + " of " +
+                                 std::to_string(samples.trials) + " trials");
+      else if (theirs.digest != samples.digest)
+        lose("host.samples", "under host rules has other samples");
+    } catch (const Error& error) {
+      if (error.kind() == ErrorKind::outOfMemory) throw;
+      lose("host.unread", "can't be read under host rules: " + error.text());
+    }
+  }
+
+  const CheckOptions& m_options;
+  Session& m_session;
+  std::filesystem::path m_file;
+  std::vector<Finding> m_findings;
+};
+
+bool isOdd(const Finding& finding) { return finding.severity != Finding::Severity::remark; }
+
+std::string placeOf(const Finding& finding) {
+  if (finding.line) return "line " + std::to_string(*finding.line);
+  return finding.offset ? "byte " + std::to_string(*finding.offset) : "";
+}
+
+void printFindings(const std::vector<Finding>& findings) {
+  std::vector<std::vector<std::string>> rows{{"", "code", "file", "place", "what"}};
+  for (const Finding& finding : findings)
+    rows.push_back({nameOf(finding.severity), visible(finding.code), visible(lastName(finding.file)),
+                    placeOf(finding), visible(finding.text)});
+  if (rows.size() > 1) printTable(rows);
+}
+
+/// Findings in the order of their weight, without those that may not be shown.
+std::vector<Finding> shownFindings(std::vector<Finding> findings, bool noIdentity) {
+  std::erase_if(findings, [&](const Finding& finding) { return !mayBeShown(finding, noIdentity); });
+  std::stable_sort(findings.begin(), findings.end(),
+                   [](const Finding& a, const Finding& b) { return a.severity > b.severity; });
+  return findings;
+}
+
+void print(const CheckOptions& options, const char* verdict, const std::vector<Finding>& all) {
+  const auto findings = shownFindings(all, options.reading.noIdentity);
+  if (options.json)
+    return writeCheck(std::cout, options.dataset, verdict, findings, options.reading.noIdentity);
+  std::cout << visible(shownPath(options.dataset, options.reading.noIdentity)) << ": " << verdict << '\n';
+  printFindings(findings);
+}
+
+}  // namespace
+
+int runCheck(const CheckOptions& options) {
+  Session session(options.reading);
+  int exitCode = kDone;
+  session.attempt(
+      options.dataset,
+      [&] {
+        const auto findings = Check(options, session).run();
+        const bool odd = std::any_of(findings.begin(), findings.end(), isOdd);
+        if (odd) exitCode = options.reading.strict ? kFailed : kOdd;
+        print(options, odd ? "odd but readable" : "sound", findings);
+      },
+      [&](const Error& error) { print(options, "can't be read", error.findings()); });
+  finishOutput();
+  return session.exitCode() == kDone ? exitCode : session.exitCode();
+}
+
+}  // namespace ctfmeg::cli

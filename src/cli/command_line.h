@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/pages/page.h"
+
+namespace ctfmeg::cli {
+
+/// Does what the arguments (the program's name aside) ask for and gives the exit code. Throws CommandError
+/// and Interrupted.
+int runCommandLine(const std::vector<std::string>& arguments);
+
+/// What the command line can hold, as `--help` shows it, for pages about it.
+Page describeCommandLine();
+
+}  // namespace ctfmeg::cli

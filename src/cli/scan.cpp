@@ -1,0 +1,194 @@
+#include "cli/scan.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <exception>
+#include <functional>
+#include <iostream>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "cli/commands.h"
+#include "cli/csv.h"
+#include "cli/identity.h"
+#include "cli/json_output.h"
+#include "cli/number_text.h"
+#include "cli/process.h"
+#include "cli/say.h"
+#include "cli/table.h"
+#include "cli/visible_text.h"
+#include "host/path_text.h"
+#include "ui/terminal.h"
+
+namespace ctfmeg::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Reads headers on several threads and hands them over in their order, each as soon as it is its turn.
+class HeaderReaders {
+ public:
+  HeaderReaders(const std::vector<fs::path>& datasets, Rules rules)
+      : m_datasets(datasets), m_rules(rules), m_scanned(datasets.size()) {
+    // Most of the time is spent waiting for a disk or a network.
+    const std::size_t threads = std::min<std::size_t>(8, datasets.size());
+    m_threads.reserve(threads);
+    try {
+      for (std::size_t i = 0; i < threads; ++i)
+        m_threads.emplace_back([this] { readNext(); });
+    } catch (const std::system_error&) {
+      // Fewer do as well.
+    }
+  }
+  HeaderReaders(const HeaderReaders&) = delete;
+  HeaderReaders& operator=(const HeaderReaders&) = delete;
+  ~HeaderReaders() {
+    m_stopped = true;
+    for (std::thread& thread : m_threads)
+      thread.join();
+  }
+
+  /// Dataset `index`. Throws Interrupted after Ctrl-C.
+  ScannedDataset wait(std::size_t index) {
+    if (m_threads.empty()) readNext();
+    std::unique_lock lock(m_mutex);
+    while (!m_scanned[index].has_value()) {
+      stopIfInterrupted();
+      m_ready.wait_for(lock, std::chrono::milliseconds(100));
+    }
+    return *std::exchange(m_scanned[index], std::nullopt);
+  }
+
+ private:
+  void readNext() {
+    for (std::size_t i = 0; !m_stopped && !interrupted() && (i = m_next++) < m_datasets.size();) {
+      ScannedDataset scanned = scanDataset(m_datasets[i], m_rules);
+      {
+        const std::lock_guard lock(m_mutex);
+        m_scanned[i] = std::move(scanned);
+      }
+      m_ready.notify_one();
+    }
+  }
+
+  const std::vector<fs::path>& m_datasets;
+  Rules m_rules;
+  std::vector<std::optional<ScannedDataset>> m_scanned;
+  std::atomic<std::size_t> m_next{0};
+  std::atomic<bool> m_stopped{false};
+  std::mutex m_mutex;
+  std::condition_variable m_ready;
+  std::vector<std::thread> m_threads;
+};
+
+/// Prints datasets as they come, in the form that the options ask for.
+class ScanPrinter {
+ public:
+  explicit ScanPrinter(const ScanOptions& options) : m_options(options), m_json(std::cout) {
+    if (options.csv)
+      std::cout << csvLine({"path", "subject", "date", "time", "channels", "trials", "samplesPerTrial",
+                            "sampleRate", "durationSeconds", "bytes", "status", "error"});
+    else if (!options.json)
+      m_rows.push_back(
+          {"dataset", "subject", "date", "channels", "trials", "rate (Hz)", "seconds", "size", ""});
+  }
+
+  void add(const ScannedDataset& scanned) {
+    if (m_options.json)
+      m_json.add(scanned, m_options.reading.noIdentity);
+    else if (m_options.csv)
+      std::cout << csvLine(csvCells(scanned));
+    else
+      m_rows.push_back(tableCells(scanned));
+  }
+
+  void end() {
+    if (m_options.json) m_json.end();
+    if (m_rows.size() > 1) printTable(m_rows);
+    if (m_rows.size() == 1) std::cout << "no datasets\n";
+  }
+
+ private:
+  std::string personal(const std::string& text) const { return m_options.reading.noIdentity ? "" : text; }
+  std::string shown(const ScannedDataset& scanned) const {
+    return shownPath(scanned.path, m_options.reading.noIdentity);
+  }
+
+  std::vector<std::string> csvCells(const ScannedDataset& scanned) const {
+    std::vector<std::string> cells{csvText(shown(scanned))};
+    if (const auto& header = scanned.header) {
+      cells.insert(cells.end(), {csvText(personal(header->subject)), csvText(personal(header->date)),
+                                 csvText(personal(header->time)), std::to_string(header->channels),
+                                 std::to_string(header->trials), std::to_string(header->samplesPerTrial),
+                                 shortest(header->sampleRate), shortest(header->durationSeconds)});
+    } else {
+      cells.resize(cells.size() + 8);
+    }
+    cells.insert(cells.end(),
+                 {std::to_string(scanned.bytes), scanned.header ? "ok" : "error", csvText(scanned.error)});
+    return cells;
+  }
+
+  std::vector<std::string> tableCells(const ScannedDataset& scanned) const {
+    const std::string path = visible(shown(scanned));
+    if (!scanned.header) return {path, "", "", "", "", "", "", bytes(scanned.bytes), visible(scanned.error)};
+    const ScannedHeader& header = *scanned.header;
+    return {path,
+            visible(personal(header.subject)),
+            visible(personal(header.date)),
+            std::to_string(header.channels),
+            std::to_string(header.trials) + " x " + std::to_string(header.samplesPerTrial),
+            rounded(header.sampleRate),
+            rounded(header.durationSeconds),
+            bytes(scanned.bytes),
+            ""};
+  }
+
+  const ScanOptions& m_options;
+  JsonLines m_json;
+  std::vector<std::vector<std::string>> m_rows;
+};
+
+}  // namespace
+
+int runScan(const ScanOptions& options) {
+  const ReadingOptions& reading = options.reading;
+  const fs::path directory = pathFromText(options.directory);
+  std::error_code failed;
+  const fs::file_status status = fs::status(directory, failed);
+  if (!fs::exists(status))
+    throw CommandError(
+        shownPath(options.directory, reading.noIdentity),
+        "can't be scanned: " + std::make_error_code(std::errc::no_such_file_or_directory).message());
+  if (!fs::is_directory(status))
+    throw CommandError(shownPath(options.directory, reading.noIdentity),
+                       "can't be scanned: it is no directory");
+  const FoundDatasets found = findDatasets(directory);
+  const std::string title = "Scanning " + visible(shownPath(options.directory, reading.noIdentity));
+  const auto bar = reading.quiet ? nullptr : openTerminalBar(title);
+  if (bar) bar->setRange(0, static_cast<int>(found.datasets.size()));
+
+  bool worthFailing = !found.problems.empty();
+  for (const auto& problem : found.problems)
+    say(shownPath(problem.path, reading.noIdentity), problem.text);
+  ScanPrinter printer(options);
+  HeaderReaders readers(found.datasets, reading.rules);
+  for (std::size_t i = 0; i < found.datasets.size(); ++i) {
+    const ScannedDataset scanned = readers.wait(i);
+    if (bar) bar->setPosition(static_cast<int>(i + 1));
+    printer.add(scanned);
+    if (!scanned.header) say(shownPath(scanned.path, reading.noIdentity), scanned.error);
+    const bool warned = std::any_of(scanned.warnings.begin(), scanned.warnings.end(),
+                                    [](const Finding& f) { return f.severity != Finding::Severity::remark; });
+    if (!scanned.header || (warned && reading.strict)) worthFailing = true;
+  }
+  printer.end();
+  finishOutput();
+  return worthFailing ? kFailed : kDone;
+}
+
+}  // namespace ctfmeg::cli

@@ -1,0 +1,164 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "host/path_text.h"
+#include "support/command.h"
+#include "support/minimal_dataset.h"
+#include "support/temporary_directory.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+class ManyDatasets : public testing::Test {
+ protected:
+  std::string path(const std::string& name) const {
+    fs::path whole = m_directory.path() / ctfmeg::pathFromText(name);
+    return ctfmeg::textOf(whole.make_preferred());
+  }
+  /// A dataset whose files are called run, in a directory of that name.
+  std::string write(const std::string& name, const MinimalDataset& dataset = {}) const {
+    fs::create_directories(fs::path(path(name)).parent_path());
+    fs::rename(dataset.write(m_directory.path()).parent_path(), path(name));
+    return path(name);
+  }
+  static CommandResult run(const std::vector<std::string>& arguments) {
+    return runCommand(CTFMEG_COMMAND, arguments);
+  }
+
+ private:
+  TemporaryDirectory m_directory;
+};
+
+TEST_F(ManyDatasets, AreScannedAtEveryDepthAndBrokenOnesSurvived) {
+  const MinimalDataset whole;
+  write("a/run.ds", whole);
+  write("a/run.ds/hz.ds", whole);
+  write("b/c/=last.ds", whole);
+  fs::create_directory(path("b/broken.ds"));
+  writeFile(path("b/file.ds"), "not a directory");
+#ifndef _WIN32
+  fs::create_directory_symlink(path("a"), path("b/again"));
+#endif
+  const std::string bytes = std::to_string(whole.res4.str().size() + whole.sampleFiles[0].size());
+  const std::string about = ",subject,29-Apr-2013,09:36,2,2,3,600,0.01," + bytes + ",ok,\r\n";
+  const std::string head =
+      "path,subject,date,time,channels,trials,samplesPerTrial,sampleRate,durationSeconds,bytes,status,"
+      "error\r\n";
+  const std::string why = "holds no CTF resource file: looked for broken.res4 and for any other *.res4";
+
+  const auto csv = run({"scan", "--csv", path("")});
+  EXPECT_EQ(csv.exitCode, 1);
+  EXPECT_EQ(csv.out, head + path("a/run.ds") + about + path("a/run.ds/hz.ds") + about + path("b/broken.ds") +
+                         ",,,,,,,,,0,error," + why + "\r\n" + path("b/c/=last.ds") + about);
+  EXPECT_EQ(csv.err, "ctfmeg: " + path("b/broken.ds") + ": " + why + "\n");
+
+  const auto listed = run({"scan", "--json", "--no-identity", path("b")});
+  const json all = json::parse(listed.out);
+  ASSERT_EQ(all.size(), 2u);
+  EXPECT_EQ(all[0], json({{"path", "broken.ds"}, {"bytes", 0}, {"status", "error"}, {"error", why}}));
+  EXPECT_EQ(all[1]["path"], "=last.ds");
+  EXPECT_EQ(all[1]["durationSeconds"], 0.01);
+  for (const char* key : {"subject", "date", "time"})
+    EXPECT_FALSE(all[1].contains(key));
+  EXPECT_EQ(listed.err, "ctfmeg: broken.ds: " + why + "\n");
+
+  const auto one = run({"scan", "--csv", "--no-identity", path("b/c/=last.ds")});
+  EXPECT_EQ(one.exitCode, 0);
+  EXPECT_EQ(one.out, head + "'=last.ds,,,,2,2,3,600,0.01," + bytes + ",ok,\r\n");
+  EXPECT_NE(run({"scan", path("a")}).out.find("2 x 3"), std::string::npos);
+
+  fs::remove_all(path("b"));
+  fs::create_directory(path("b"));
+  EXPECT_EQ(run({"scan", path("b")}).out, "no datasets\n");
+  EXPECT_EQ(run({"scan", "--json", path("b")}).out, "[]\n");
+  for (const char* name : {"nowhere", "a/run.ds/run.res4"}) {
+    const auto failed = run({"scan", path(name)});
+    EXPECT_EQ(failed.exitCode, 1);
+    EXPECT_TRUE(failed.err.starts_with("ctfmeg: " + path(name) + ": can't be scanned: ")) << failed.err;
+  }
+}
+
+/// What is odd in a dataset, remarks aside: "code file text", a line each, behind the exit code. (The minimal
+/// dataset has coefficients for references that are not among its two channels.)
+std::string oddities(const std::string& dataset) {
+  const auto result = runCommand(CTFMEG_COMMAND, {"check", "--json", dataset});
+  std::string text = std::to_string(result.exitCode) + "\n";
+  const json all = json::parse(result.out);
+  for (const json& finding : all["findings"])
+    if (finding["severity"] != "remark" && finding["code"] != "coefficient.channel")
+      text += finding["code"].get<std::string>() + " " + finding["file"].get<std::string>() + " " +
+              finding["text"].get<std::string>() + "\n";
+  return text;
+}
+
+TEST_F(ManyDatasets, AreCheckedForWhatIsOdd) {
+  const std::string dataset = write("run.ds");
+  EXPECT_EQ(oddities(dataset), "3\n");
+  const auto add = [&](const char* file, const std::string& text) {
+    writeFile(path("run.ds/") + file, text);
+  };
+  add("MarkerFile.mrk",
+      "PATH OF DATASET:\n/d/run.ds\n\nNUMBER OF "
+      "MARKERS:\n1\n\nCLASSGROUPID:\n+3\nNAME:\nt\xC3\xB6ne\nCOMMENT:\nloud\n"
+      "COLOR:\nred\nEDITABLE:\nYes\nCLASSID:\n+1\nNUMBER OF SAMPLES:\n3\nLIST OF SAMPLES:\nTRIAL "
+      "NUMBER\t\tTIME "
+      "FROM SYNC POINT (in seconds)\n+0 0\n+2 0\n+1 0.1\n\n");
+  add("ClassFile.cls",
+      "PATH OF DATASET:\n/d/run.ds\n\nNUMBER OF "
+      "CLASSES:\n1\n\nCLASSGROUPID:\n+3\nNAME:\nBAD\nCOMMENT:\n\nCOLOR:\n"
+      "red\nEDITABLE:\nYes\nCLASSID:\n+1\nNUMBER OF TRIALS:\n2\nLIST OF TRIALS:\nTRIAL NUMBER\n+1\n+7\n\n");
+  add("BadChannels", "MLC11\nMRT99\n");
+  add("bad.segments", "0 0 0.005\n1 0 0.1\n");
+  add("VirtualChannels", "VirtualChannel\n{\nName: A\nUnit: T\nRef: MLC11,0.5\nRef: MLC12,0.5\n}\n");
+  EXPECT_EQ(
+      oddities(dataset),
+      "3\n"
+      "bad.channel BadChannels is no channel of the recording\n"
+      "virtual.channel VirtualChannels makes A of MLC12, which is no channel\n"
+      "marker.outside MarkerFile.mrk places 2 occurrences of marker t\xC3\x83\xC2\xB6ne outside the trials, "
+      "the "
+      "first at trial 2, sample 1\n"
+      "class.outside ClassFile.cls lists 1 trial in class BAD that the run does not have, the first is 7\n"
+      "segment.outside bad.segments has a segment that lies outside the trials, in trial 1\n"
+      "text.ascii MarkerFile.mrk has characters that are not ASCII in name 1\n");
+
+  const auto strict = run({"check", "--strict", dataset});
+  EXPECT_EQ(strict.exitCode, 1);
+  EXPECT_TRUE(strict.out.starts_with(dataset + ": odd but readable\n")) << strict.out;
+}
+
+TEST_F(ManyDatasets, AreCheckedToTheLastByteAndByBothReadings) {
+  const auto remarks = [&](const std::string& name) {
+    std::string codes;
+    const json all = json::parse(run({"check", "--json", path(name)}).out);
+    for (const json& finding : all["findings"])
+      if (finding["severity"] == "remark" && finding["code"] != "host.filters")
+        codes += finding["code"].get<std::string>() + " " + finding["text"].get<std::string>() + "\n";
+    return codes;
+  };
+  MinimalDataset trailing, cut, older, broken;
+  trailing.sampleFiles[0] += "abc";
+  EXPECT_EQ(oddities(write("trailing.ds", trailing)),
+            "3\nmeg4.trailing run.meg4 has 3 bytes behind the last trial of the run\n");
+  cut.sampleFiles[0].pop_back();
+  EXPECT_EQ(oddities(write("cut.ds", cut)),
+            "3\nmeg4.short run.meg4 ends early: 1 of 2 trials are there whole, the next one in part\n");
+  EXPECT_NE(remarks("cut.ds").find("host."), std::string::npos);
+  older.res4.put(3, Bytes().raw("41"));
+  write("older.ds", older);
+  EXPECT_EQ(remarks("older.ds").substr(0, 12), "host.unread ");
+  broken.res4 = Bytes().raw(broken.res4.str().substr(0, 3000));
+  const auto result = run({"check", write("broken.ds", broken)});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_TRUE(result.out.starts_with(path("broken.ds") + ": can't be read\n")) << result.out;
+  EXPECT_NE(result.out.find("res4.short"), std::string::npos) << result.out;
+  EXPECT_NE(result.err.find("run.res4"), std::string::npos) << result.err;
+}
+
+}  // namespace
