@@ -71,6 +71,7 @@ struct DigitisedFiducial {
   std::array<double, 3> positionCm{};
 };
 
+/// All that was digitised on the head.
 struct Digitised {
   std::vector<DigitisedPoint> points;
   std::vector<DigitisedFiducial> fiducials;  ///< empty under host rules

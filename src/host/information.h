@@ -17,6 +17,7 @@ struct InformationEntry {
   std::variant<std::string, double, std::int64_t> value;
 };
 
+/// What the information file says.
 struct Information {
   std::vector<InformationEntry> entries;  ///< tags that were set, in file order
   std::string text;  ///< values as text, without tags: those of the last block, and unknown ones behind it
@@ -30,6 +31,7 @@ bool canIdentify(const InformationEntry& entry);
 
 /// A channel that is a weighted sum of others.
 struct VirtualChannel {
+  /// One of the channels it is made of.
   struct Reference {
     std::string channel;
     double weight = 0.0;

@@ -74,6 +74,7 @@ enum class ChannelKind {
 /// The kind as scripts know it, such as "ref-magnetometer".
 const char* nameOf(ChannelKind kind);
 
+/// One channel: what it is, how its values are made physical, and where its coils are.
 struct Channel {
   int index = 0;                 ///< place in the dataset, from 0
   std::string name;              ///< such as "MLC11-2805"
@@ -93,6 +94,7 @@ struct Channel {
   std::vector<Coil> headCoils;   ///< the same coils in head coordinates
 };
 
+/// The weight of one reference channel.
 struct Coefficient {
   std::string reference;  ///< name of the reference channel
   double value = 0.0;

@@ -67,11 +67,13 @@ struct TextQuestion {
   std::vector<std::string> complaints;  ///< messages about what was entered before
 };
 
+/// How far a reading has come.
 struct Progress {
   std::string title;
   double fraction = 0.0;  ///< 0 to 1, rising
 };
 
+/// What is read, how, and whom to ask.
 struct ReadOptions {
   Rules rules = Rules::plain;
   bool samples = true;  ///< false: everything but the samples, which are then not touched

@@ -39,8 +39,8 @@ struct ReadingRules {
   /// A class keeps the numbers of its trials, and its name as the display name too. Else it counts its
   /// trials.
   bool trialsKept = false;
-  /// Colours are the sixteen basic HTML names in any case, or #rrggbb. Else whatever holds "green", "red" or
-  /// "blue".
+  /// Colours are the sixteen basic HTML names in any case, or `#rrggbb`. Else whatever holds "green", "red"
+  /// or "blue".
   bool colourWords = false;
   /// Head-coil blocks of three and of five coils, also those with "stadard" for "standard", are all read.
   /// Else the data object's reader knows blocks of three coils and the right word only.

@@ -6,6 +6,7 @@
 
 /// A channel that is a weighted sum of others.
 struct VirtualChannel {
+  /// One of the channels it is made of.
   struct Reference {
     CString channel;
     double weight = 0.0;
