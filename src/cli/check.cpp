@@ -47,8 +47,8 @@ class Check {
   }
 
   void compareWithHost(const Recording& header, const StoredSamples& samples) {
-    const auto lose = [this](const char* code, const std::string& text) {
-      m_findings.push_back({Finding::Severity::remark, code, textOf(m_file), text});
+    const auto lose = [this](const char* code, const std::filesystem::path& file, const std::string& text) {
+      m_findings.push_back({Finding::Severity::remark, code, textOf(file), "under host rules " + text});
     };
     try {
       append(
@@ -56,13 +56,13 @@ class Check {
           hostLosses(header, m_session.readSilently(m_options.dataset, std::nullopt, Rules::host), m_file));
       const StoredSamples theirs = readSamples(Rules::host);
       if (theirs.trials != samples.trials)
-        lose("host.samples", "under host rules has " + std::to_string(theirs.trials) + " of " +
-                                 std::to_string(samples.trials) + " trials");
+        lose("host.samples", m_file,
+             "has " + std::to_string(theirs.trials) + " of " + std::to_string(samples.trials) + " trials");
       else if (theirs.digest != samples.digest)
-        lose("host.samples", "under host rules has other samples");
+        lose("host.samples", m_file, "has other samples");
     } catch (const Error& error) {
       if (error.kind() == ErrorKind::outOfMemory) throw;
-      lose("host.unread", "can't be read under host rules: " + error.text());
+      lose("host.unread", error.path(), error.text());
     }
   }
 

@@ -238,6 +238,7 @@ Recording Recording::read(const std::filesystem::path& path, const ReadOptions& 
       RouteReader reader(reading, options, header.samplesPerTrial);
       if (!std::visit(reader, route)) throw errorFrom(file, user);
       state->data = reader.takeData();
+      if (const auto* list = std::get_if<TrialList>(&route)) requireTrials(*list, *state->data, file, user);
       if (state->data->numStoredTrials() == 0) throw errorFrom(file, user);
       user.finishProgress();
     }
@@ -248,8 +249,6 @@ Recording Recording::read(const std::filesystem::path& path, const ReadOptions& 
     state->coefficients = convertCoefficients(*data.getMEGRecordInfozk()->getSensorCoefficientzk());
     for (int t = 0; t < data.trialSlots(); ++t)
       if (data.trialSamples(t) != nullptr) state->trialNumbers.push_back(t);
-    if (const auto* list = std::get_if<TrialList>(&route); list != nullptr && options.samples)
-      requireTrials(*list, data, file, user);
     state->warnings = user.findings();
     return Recording(std::move(state));
   } catch (CFileException* exception) {
