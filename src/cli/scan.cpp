@@ -29,7 +29,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Reads headers on several threads and hands them over in their order, each as soon as it is its turn.
+/// Reads headers on several threads and hands them over in their order.
 class HeaderReaders {
  public:
   HeaderReaders(const std::vector<fs::path>& datasets, Rules rules)
@@ -85,7 +85,7 @@ class HeaderReaders {
   std::vector<std::thread> m_threads;
 };
 
-/// Prints datasets as they come, in the form that the options ask for.
+/// Prints datasets in the form that the options ask for.
 class ScanPrinter {
  public:
   explicit ScanPrinter(const ScanOptions& options) : m_options(options), m_json(std::cout) {
@@ -153,38 +153,51 @@ class ScanPrinter {
   std::vector<std::vector<std::string>> m_rows;
 };
 
+/// The directory to scan. Throws CommandError when it is none.
+fs::path directoryOf(const ScanOptions& options) {
+  fs::path directory = pathFromText(options.directory);
+  std::error_code failed;
+  const fs::file_status status = fs::status(directory, failed);
+  if (!fs::exists(status))
+    failed = std::make_error_code(std::errc::no_such_file_or_directory);
+  else if (!fs::is_directory(status))
+    failed = std::make_error_code(std::errc::not_a_directory);
+  if (failed)
+    throw CommandError(shownPath(options.directory, options.reading.noIdentity),
+                       "can't be scanned: " + failed.message());
+  return directory;
+}
+
+/// All headers, with a bar for as long as it takes: nothing else is written meanwhile.
+std::vector<ScannedDataset> scanAll(const std::vector<fs::path>& datasets, const ScanOptions& options) {
+  const std::string title = "Scanning " + visible(shownPath(options.directory, options.reading.noIdentity));
+  const auto bar = options.reading.quiet ? nullptr : openTerminalBar(title);
+  if (bar) bar->setRange(0, static_cast<int>(datasets.size()));
+  HeaderReaders readers(datasets, options.reading.rules);
+  std::vector<ScannedDataset> all;
+  for (std::size_t i = 0; i < datasets.size(); ++i) {
+    all.push_back(readers.wait(i));
+    if (bar) bar->setPosition(static_cast<int>(i + 1));
+  }
+  return all;
+}
+
 }  // namespace
 
 int runScan(const ScanOptions& options) {
   const ReadingOptions& reading = options.reading;
-  const fs::path directory = pathFromText(options.directory);
-  std::error_code failed;
-  const fs::file_status status = fs::status(directory, failed);
-  if (!fs::exists(status))
-    throw CommandError(
-        shownPath(options.directory, reading.noIdentity),
-        "can't be scanned: " + std::make_error_code(std::errc::no_such_file_or_directory).message());
-  if (!fs::is_directory(status))
-    throw CommandError(shownPath(options.directory, reading.noIdentity),
-                       "can't be scanned: it is no directory");
-  const FoundDatasets found = findDatasets(directory);
-  const std::string title = "Scanning " + visible(shownPath(options.directory, reading.noIdentity));
-  const auto bar = reading.quiet ? nullptr : openTerminalBar(title);
-  if (bar) bar->setRange(0, static_cast<int>(found.datasets.size()));
+  const auto shown = [&](const std::string& path) { return shownPath(path, reading.noIdentity); };
+  const FoundDatasets found = findDatasets(directoryOf(options));
+  for (const auto& problem : found.problems)
+    say(shown(problem.path), problem.text);
+  const std::vector<ScannedDataset> all = scanAll(found.datasets, options);
 
   bool worthFailing = !found.problems.empty();
-  for (const auto& problem : found.problems)
-    say(shownPath(problem.path, reading.noIdentity), problem.text);
   ScanPrinter printer(options);
-  HeaderReaders readers(found.datasets, reading.rules);
-  for (std::size_t i = 0; i < found.datasets.size(); ++i) {
-    const ScannedDataset scanned = readers.wait(i);
-    if (bar) bar->setPosition(static_cast<int>(i + 1));
+  for (const ScannedDataset& scanned : all) {
     printer.add(scanned);
-    if (!scanned.header) say(shownPath(scanned.path, reading.noIdentity), scanned.error);
-    const bool warned = std::any_of(scanned.warnings.begin(), scanned.warnings.end(),
-                                    [](const Finding& f) { return f.severity != Finding::Severity::remark; });
-    if (!scanned.header || (warned && reading.strict)) worthFailing = true;
+    if (!scanned.header) say(shown(scanned.path), scanned.error);
+    if (!scanned.header || (scanned.warned && reading.strict)) worthFailing = true;
   }
   printer.end();
   finishOutput();

@@ -24,7 +24,7 @@ struct ScannedDataset {
   std::optional<ScannedHeader> header;  ///< nothing when it could not be read
   std::int64_t bytes = 0;               ///< of the files in its directory
   std::string error;                    ///< why it could not be read
-  std::vector<Finding> warnings;
+  bool warned = false;                  ///< something more than a remark was noticed
 };
 
 /// What was found below a directory.

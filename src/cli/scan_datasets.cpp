@@ -70,7 +70,9 @@ ScannedDataset scanDataset(const fs::path& dataset, Rules rules) {
   try {
     const Recording recording = Recording::read(dataset, {.rules = rules, .samples = false});
     scanned.header = headerOf(recording);
-    scanned.warnings = recording.warnings();
+    scanned.warned =
+        std::any_of(recording.warnings().begin(), recording.warnings().end(),
+                    [](const Finding& finding) { return finding.severity != Finding::Severity::remark; });
   } catch (const Error& error) {
     scanned.error =
         error.path() == dataset ? error.text() : lastName(textOf(error.path())) + ": " + error.text();
