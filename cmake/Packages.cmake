@@ -58,6 +58,11 @@ header, samples and what the files beside them say.
 .
 This package holds what programs that use it need to run.")
 
+# Installing the library makes the system look for libraries again. The two scripts are named, without being there, so
+# that CPack leaves out its own, which would do that a second time.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
+  ${PROJECT_SOURCE_DIR}/packaging/triggers packaging/no/postinst packaging/no/postrm)
+
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libmegreader-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_COMPONENT_DEV_DESCRIPTION "${PROJECT_DESCRIPTION} - development files

@@ -67,7 +67,10 @@ int main(int argc, char** argv) {
   for (const auto& data : datasets) {
     std::printf("%s: %d trials, %d channels\n", toUtf8(data->name).c_str(), data->numStoredTrials(),
                 static_cast<int>(data->channels().size()));
-    if (const std::int32_t* samples = data->trialSamples(0)) std::printf("first sample: %d\n", samples[0]);
+    const std::int32_t* samples = data->trialSamples(0);  // channel after channel
+    if (samples != nullptr)
+      std::printf("last sample of trial 0: %d\n",
+                  samples[data->storedChannels() * data->storedSamples() - 1]);
   }
   return done == 1 ? 0 : 1;
 }

@@ -37,7 +37,7 @@ for header in $needed; do
   echo "#include \"$header\"" > "$work/alone/${header//\//_}.cpp"
 done
 cd "$work/alone"
-"$compiler" -std=c++20 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -fsyntax-only -I"$headers" -- *.cpp
+"$compiler" -std=c++20 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -fsyntax-only -I"$headers" ./*.cpp
 
 echo "== examples"
 cp -r "$source/examples" "$work/sources"
@@ -68,8 +68,9 @@ sample_bytes() {
   filters=$(number "$res4" "$at" d2)
   at=$((at + 2))
   for ((; filters > 0; --filters)); do at=$((at + 18 + 8 * $(number "$res4" $((at + 16)) d2))); done
-  index=$(tail -c +$((at + 1)) "$res4" | head -c $((32 * channels)) | tr '\0' ' ' | fold -b -w 32 | grep -n "^$2" | head -n 1)
-  index=$((${index%%:*} - 1))
+  index=$(head -c $((at + 32 * channels)) "$res4" | tail -c $((32 * channels)) | tr '\0\n' '  ' | fold -b -w 32 |
+    awk -v name="$2" '!found && index($0, name) == 1 { found = NR } END { print found - 1 }')
+  [ "$index" -ge 0 ] || fail "$1 has no channel $2"
   at=$((at + 32 * channels + 1328 * index))
   raw=$(number "$stem.meg4" $((8 + 4 * (($3 * channels + index) * samples + $4))) d4)
   value=$(awk "BEGIN { printf \"%.9e\", $raw / ($(number "$res4" $((at + 8)) f8) * $(number "$res4" $((at + 16)) f8) * $(number "$res4" $((at + 24)) f8)) }")
@@ -88,10 +89,10 @@ expect "lines" 241 "$(wc -l <<<"$clock")"
 expect_line "clock" "# SCLK01-177 of trial 1: seconds, s" "$clock"
 expect_line "clock" "-0.100000 4.000000000e-01" "$clock"
 expect_line "clock" "0.000000 5.000000000e-01" "$clock"
-sample_bytes tree/a.ds MLC11 2 5
-expect "sample 5" "-0.091667 $value" "$(read_channel tree/a.ds MLC11 2 | sed -n 7p)"
-expect "the same by pkg-config" "-0.091667 $value" "$(./by_pkg_config tree/a.ds MLC11 2 | sed -n 7p)"
-if read_channel tree/a.ds MLC11 3 2>/dev/null; then fail "there is no trial 3"; fi
+sample_bytes tree/a.ds MLF11 2 5
+expect "sample 5" "-0.091667 $value" "$(read_channel tree/a.ds MLF11 2 | sed -n 7p)"
+expect "the same by pkg-config" "-0.091667 $value" "$(./by_pkg_config tree/a.ds MLF11 2 | sed -n 7p)"
+if read_channel tree/a.ds MLF11 3 2>/dev/null; then fail "there is no trial 3"; fi
 
 echo "== average_epochs"
 # Tones are at the triggers, where the clock says 0.1, 0.5 and 0.9 s; the stimulus pulse begins there.
@@ -110,12 +111,13 @@ mean=$(average_epochs tree/a.ds tone SCLK01-177 0.05 0.1)
 expect_line "one too near the start" "# SCLK01-177 around tone: 2 averaged, 1 too near an edge; seconds, s" "$mean"
 
 echo "== printing_host"
-sample_bytes tree/a.ds "" 0 0
+# The last sample of the first trial: 20 channels, the last of them an ADC.
+sample_bytes tree/a.ds UADC001 0 239
 for program in printing_host ./host_by_pkg_config; do
   shown=$($program tree/a.ds/a.meg4)
   expect_line "$program" "a: 3 trials, 20 channels" "$shown"
-  expect_line "$program" "first sample: $raw" "$shown"
-  expect_line "$program" "progress: 3 of 3" "$shown"
+  expect_line "$program" "last sample of trial 0: $raw" "$shown"
+  expect_line "$program" "progress: 2 of 3" "$shown"
 done
 if shown=$(printing_host tree/a.ds/b.meg4); then fail "there is no b.meg4"; fi
 grep -q '^message: ' <<<"$shown" || fail "a missing file is shown: $shown"
