@@ -19,18 +19,19 @@ if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
 endif()
 install(TARGETS ctfmeg RUNTIME COMPONENT tools)
 
-# Where something generated them: the manual page, and how shells complete the command.
-set(pages ${PROJECT_BINARY_DIR}/share)
-if(MEGREADER_PACKAGES)
-  set(zsh_folder vendor-completions)  # Debian's zsh leaves site-functions to the machine's owner
-else()
+# The manual page, and how shells complete the command.
+if(TARGET ctfmeg_pages)
   set(zsh_folder site-functions)
+  if(MEGREADER_PACKAGES)
+    set(zsh_folder vendor-completions)  # Debian's zsh leaves the other one to the machine's owner
+  endif()
+  set(pages ${PROJECT_BINARY_DIR}/share)
+  install(FILES ${pages}/man/man1/ctfmeg.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+  install(FILES ${pages}/bash-completion/completions/ctfmeg
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
+  install(FILES ${pages}/zsh/site-functions/_ctfmeg DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/${zsh_folder}
+    COMPONENT tools)
 endif()
-install(FILES ${pages}/man/man1/ctfmeg.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools OPTIONAL)
-install(FILES ${pages}/bash-completion/completions/ctfmeg
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools OPTIONAL)
-install(FILES ${pages}/zsh/site-functions/_ctfmeg
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/${zsh_folder} COMPONENT tools OPTIONAL)
 
 # The CMake package. Before 1.0 every minor version may differ from the one before it.
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/MEGReader)

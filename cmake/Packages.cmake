@@ -2,15 +2,12 @@
 set(CPACK_PACKAGE_NAME megreader)
 set(CPACK_PACKAGE_VENDOR "MEGReader authors")
 set(CPACK_PACKAGE_CONTACT "MEGReader maintainers <maintainers@users.noreply.c-seed-0415711f.example>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+# The one summary that CPack does not put before each component's own.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_NAME} built using CMake")
 set(CPACK_COMPONENTS_ALL runtime dev tools)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-
-if(TARGET ctfmeg_pages)
-  set_property(TARGET ctfmeg_pages PROPERTY EXCLUDE_FROM_ALL FALSE)
-endif()
 
 # The command holds code of two header-only libraries, and everything for Windows also the compiler's runtime, whose
 # terms go with them.
@@ -52,7 +49,7 @@ set(CPACK_COMPONENT_TOOLS_DEPENDS runtime)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${library_package})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "${PROJECT_DESCRIPTION} - shared library
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "reader for CTF MEG datasets - shared library
 MEGReader turns recordings of CTF whole-head systems into one data object:
 header, samples and what the files beside them say.
 .
@@ -65,7 +62,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libmegreader-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
-set(CPACK_COMPONENT_DEV_DESCRIPTION "${PROJECT_DESCRIPTION} - development files
+set(CPACK_COMPONENT_DEV_DESCRIPTION "reader for CTF MEG datasets - development files
 MEGReader turns recordings of CTF whole-head systems into one data object:
 header, samples and what the files beside them say.
 .
@@ -76,8 +73,8 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ctfmeg)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION science)
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "inspect, convert and simulate CTF MEG datasets
 The command ctfmeg shows what MEG recordings of CTF whole-head systems hold,
-exports their samples for NumPy, lists channels, markers and head positions,
-and simulates datasets to try things on.")
+checks them, exports their samples for NumPy, lists channels, markers and
+head positions, and simulates datasets to try things on.")
 
 # `install` of what Debian wants of every package.
 find_program(GZIP_PROGRAM gzip REQUIRED)

@@ -23,6 +23,9 @@ expect "version of the command" "ctfmeg $version" "$("$prefix/bin/ctfmeg" --vers
 expect "soname" "libMEGReader.so.${version%%.*}" \
   "$(objdump -p "$libraries/libMEGReader.so" | awk '$1 == "SONAME" { print $2 }')"
 ldd "$prefix/bin/ctfmeg" | grep -F "=> $prefix/" >/dev/null || fail "ctfmeg uses another library"
+for page in man/man1/ctfmeg.1 bash-completion/completions/ctfmeg zsh/site-functions/_ctfmeg; do
+  [ -s "$prefix/share/$page" ] || fail "$page is not installed"
+done
 
 echo "== headers"
 headers=$prefix/include/megreader
