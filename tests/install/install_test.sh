@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs a build, moves what was installed elsewhere, and builds and runs the examples with nothing but that. What they
-# print is compared with what was simulated, and with bytes read by od.
+# Installs a build, moves what was installed elsewhere, and builds and runs the examples with nothing but that. What
+# they print is compared with what was simulated, and with bytes read by od.
 #   install_test.sh BUILD_FOLDER SOURCE_FOLDER COMPILER [FOLDER_OF_REAL_DATASETS]
 set -euo pipefail
 export LC_ALL=C
@@ -31,9 +31,11 @@ echo "== headers"
 headers=$prefix/include/megreader
 # Installed are what is marked for hosts, the headers of Recording, and what these include: no more, no less.
 cd "$source/src"
-mapfile -t doors < <({ grep -rl MEGREADER_API --include='*.h' . | grep -v /win32/; ls ./host/recording.h ./host/path_text.h; })
+mapfile -t doors < <(grep -rl MEGREADER_API --include='*.h' . | grep -v /win32/)
+doors+=(./host/recording.h ./host/path_text.h)
 cd "$headers"
-needed=$("$compiler" -std=c++20 -MM -I. -x c++ "${doors[@]}" | tr -d '\\:' | tr ' ' '\n' | grep '\.h$' | sed 's,^\./,,' | sort -u)
+needed=$("$compiler" -std=c++20 -MM -I. -x c++ "${doors[@]}" |
+  tr -d '\\:' | tr ' ' '\n' | grep '\.h$' | sed 's,^\./,,' | sort -u)
 expect "installed headers" "$needed" "$(find . -name '*.h' -printf '%P\n' | sort)"
 mkdir "$work/alone"
 for header in $needed; do
@@ -51,17 +53,17 @@ PKG_CONFIG_PATH=$libraries/pkgconfig
 export PKG_CONFIG_PATH
 expect "version for pkg-config" "$version" "$(pkg-config --modversion megreader-host)"
 # shellcheck disable=SC2046  # options, one word each
-"$compiler" -std=c++20 "$work/sources/read_channel.cpp" -o "$work/by_pkg_config" $(pkg-config --cflags --libs megreader-host) \
-  -Wl,-rpath,"$libraries"
+"$compiler" -std=c++20 "$work/sources/read_channel.cpp" -o "$work/by_pkg_config" \
+  $(pkg-config --cflags --libs megreader-host) -Wl,-rpath,"$libraries"
 # shellcheck disable=SC2046
-"$compiler" -std=c++20 "$work/sources/printing_host.cpp" -o "$work/host_by_pkg_config" $(pkg-config --cflags --libs megreader) \
-  -Wl,-rpath,"$libraries"
+"$compiler" -std=c++20 "$work/sources/printing_host.cpp" -o "$work/host_by_pkg_config" \
+  $(pkg-config --cflags --libs megreader) -Wl,-rpath,"$libraries"
 cd "$work"
 PATH=$work/examples:$prefix/bin:$PATH
 
 # A number of a file, without the library: FILE OFFSET TYPE, as od knows it.
 number() { od -An -v --endian=big -j"$2" -N"${3#?}" -t"$3" "$1" | tr -d ' \n'; }
-# Of a dataset and one of its channels by the start of the name: the sample's value in its unit, and as it was stored.
+# DATASET CHANNEL TRIAL SAMPLE, the channel by the start of its name: sets `raw` and `value`, the latter in its unit.
 sample_bytes() {
   local stem=${1%.ds}
   stem=$1/${stem##*/}
@@ -71,12 +73,15 @@ sample_bytes() {
   filters=$(number "$res4" "$at" d2)
   at=$((at + 2))
   for ((; filters > 0; --filters)); do at=$((at + 18 + 8 * $(number "$res4" $((at + 16)) d2))); done
-  index=$(head -c $((at + 32 * channels)) "$res4" | tail -c $((32 * channels)) | tr '\0\n' '  ' | fold -b -w 32 |
+  index=$(head -c $((at + 32 * channels)) "$res4" | tail -c $((32 * channels)) | tr '\0\n' '  ' |
+    fold -b -w 32 |
     awk -v name="$2" '!found && index($0, name) == 1 { found = NR } END { print found - 1 }')
   [ "$index" -ge 0 ] || fail "$1 has no channel $2"
   at=$((at + 32 * channels + 1328 * index))
   raw=$(number "$stem.meg4" $((8 + 4 * (($3 * channels + index) * samples + $4))) d4)
-  value=$(awk "BEGIN { printf \"%.9e\", $raw / ($(number "$res4" $((at + 8)) f8) * $(number "$res4" $((at + 16)) f8) * $(number "$res4" $((at + 24)) f8)) }")
+  local proper q io
+  proper=$(number "$res4" $((at + 8)) f8) q=$(number "$res4" $((at + 16)) f8) io=$(number "$res4" $((at + 24)) f8)
+  value=$(awk "BEGIN { printf \"%.9e\", $raw / ($proper * $q * $io) }")
 }
 
 mkdir -p tree/deeper
@@ -86,7 +91,8 @@ ctfmeg simulate --quiet tree/deeper/broken.ds --channels 8 --trials 1 --samples 
 truncate -s 1000 tree/deeper/broken.ds/broken.res4
 
 echo "== read_channel"
-# The system's clock counts from the recording's start: trial 1 begins after 240 samples at 600 Hz, 60 before its trigger.
+# The system's clock counts from the recording's start: trial 1 begins after 240 samples at 600 Hz, and its trigger
+# comes 60 samples later.
 clock=$(read_channel tree/a.ds SCLK01 1)
 expect "lines" 241 "$(wc -l <<<"$clock")"
 expect_line "clock" "# SCLK01-177 of trial 1: seconds, s" "$clock"
