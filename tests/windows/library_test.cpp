@@ -78,6 +78,23 @@ TEST(Library, HoldsTheSamplingRateDialog) {
   }
 }
 
+std::wstring fileVersion(const std::wstring& path) {
+  std::vector<char> block(GetFileVersionInfoSizeW(path.c_str(), nullptr));
+  void* text = nullptr;
+  UINT length = 0;
+  if (!GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(block.size()), block.data()) ||
+      !VerQueryValueW(block.data(), L"\\StringFileInfo\\040904B0\\FileVersion", &text, &length))
+    return L"none";
+  return static_cast<const wchar_t*>(text);
+}
+
+TEST(Library, CarriesItsVersionAsTheCommandDoes) {
+  wchar_t path[MAX_PATH];
+  GetModuleFileNameW(library(), path, MAX_PATH);
+  EXPECT_EQ(fileVersion(path), L"" CTFMEG_VERSION);
+  EXPECT_EQ(fileVersion(std::filesystem::path(CTFMEG_COMMAND).wstring()), L"" CTFMEG_VERSION);
+}
+
 /// The names that the library exports.
 std::vector<std::string> exportedNames() {
   const auto* base = reinterpret_cast<const char*>(library());

@@ -1,0 +1,100 @@
+# What scripts/package makes: three Debian packages, a component each, or one zip file for Windows.
+set(CPACK_PACKAGE_NAME megreader)
+set(CPACK_PACKAGE_VENDOR "MEGReader authors")
+set(CPACK_PACKAGE_CONTACT "MEGReader maintainers <maintainers@users.noreply.c-seed-0415711f.example>")
+# The one summary that CPack does not put before each component's own.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_NAME} built using CMake")
+set(CPACK_COMPONENTS_ALL runtime dev tools)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
+# The command holds code of two header-only libraries, and everything for Windows also the compiler's runtime, whose
+# terms go with them.
+configure_file(packaging/copyright.in copyright @ONLY)
+set(with_headers CLI11=libcli11-dev "JSON for Modern C++=nlohmann-json3-dev")
+if(WIN32)
+  list(APPEND with_headers "the runtime of mingw-w64=mingw-w64-common")
+endif()
+file(READ ${PROJECT_BINARY_DIR}/copyright terms)
+foreach(item IN LISTS with_headers)
+  string(REGEX MATCH "(.*)=(.*)" item "${item}")
+  file(READ /usr/share/doc/${CMAKE_MATCH_2}/copyright of_others)
+  string(APPEND terms "\n\nCode of ${CMAKE_MATCH_1} is compiled in. Debian's package of it says:\n\n${of_others}")
+endforeach()
+file(WRITE ${PROJECT_BINARY_DIR}/tools/copyright "${terms}")
+
+if(WIN32)
+  set(CPACK_GENERATOR ZIP)
+  set(CPACK_PACKAGE_FILE_NAME megreader-${PROJECT_VERSION}-windows-x64)
+  install(FILES ${PROJECT_BINARY_DIR}/tools/copyright DESTINATION . RENAME copyright.txt COMPONENT tools)
+  include(CPack)
+  return()
+endif()
+
+set(library_package libmegreader${PROJECT_VERSION_MAJOR})
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/lib)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
+set(CPACK_COMPONENT_DEV_DEPENDS runtime)
+set(CPACK_COMPONENT_TOOLS_DEPENDS runtime)
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${library_package})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "reader for CTF MEG datasets - shared library
+MEGReader turns recordings of CTF whole-head systems into one data object:
+header, samples and what the files beside them say.
+.
+This package holds what programs that use it need to run.")
+
+# Installing the library makes the system look for libraries again. The two scripts are named, without being there, so
+# that CPack leaves out its own, which would do that a second time.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
+  ${PROJECT_SOURCE_DIR}/packaging/triggers packaging/no/postinst packaging/no/postrm)
+
+set(CPACK_DEBIAN_DEV_PACKAGE_NAME libmegreader-dev)
+set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
+set(CPACK_COMPONENT_DEV_DESCRIPTION "reader for CTF MEG datasets - development files
+MEGReader turns recordings of CTF whole-head systems into one data object:
+header, samples and what the files beside them say.
+.
+This package holds the headers, the static library of the Recording class,
+and files for CMake and pkg-config. Programs are written in C++20.")
+
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ctfmeg)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION science)
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "inspect, convert and simulate CTF MEG datasets
+The command ctfmeg shows what MEG recordings of CTF whole-head systems hold,
+checks them, exports their samples for NumPy, lists channels, markers and
+head positions, and simulates datasets to try things on.")
+
+# `install` of what Debian wants of every package.
+find_program(GZIP_PROGRAM gzip REQUIRED)
+string(TIMESTAMP CHANGELOG_DATE "%a, %d %b %Y %H:%M:%S +0000" UTC)  # of SOURCE_DATE_EPOCH where that is set
+configure_file(packaging/changelog.in changelog.Debian @ONLY)
+execute_process(COMMAND ${GZIP_PROGRAM} -9nf changelog.Debian WORKING_DIRECTORY ${PROJECT_BINARY_DIR}
+  COMMAND_ERROR_IS_FATAL ANY)
+foreach(component RUNTIME DEV TOOLS)
+  string(TOLOWER ${component} name)
+  set(doc ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${component}_PACKAGE_NAME})
+  install(FILES ${PROJECT_BINARY_DIR}/changelog.Debian.gz DESTINATION ${doc} COMPONENT ${name})
+endforeach()
+install(FILES ${PROJECT_BINARY_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${library_package}
+  COMPONENT runtime)
+install(FILES ${PROJECT_BINARY_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libmegreader-dev
+  COMPONENT dev)
+install(FILES ${PROJECT_BINARY_DIR}/tools/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/ctfmeg COMPONENT tools)
+install(CODE "
+  set(page \$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_MANDIR}/man1/ctfmeg.1)
+  if(EXISTS \${page})
+    execute_process(COMMAND ${GZIP_PROGRAM} -9nf \${page} COMMAND_ERROR_IS_FATAL ANY)
+  endif()" COMPONENT tools)
+include(CPack)

@@ -1,0 +1,147 @@
+#!/usr/bin/env bash
+# Installs a build, moves what was installed elsewhere, and builds and runs the examples with nothing but that. What
+# they print is compared with what was simulated, and with bytes read by od.
+#   install_test.sh BUILD_FOLDER SOURCE_FOLDER COMPILER [FOLDER_OF_REAL_DATASETS]
+set -euo pipefail
+export LC_ALL=C
+build=$1 source=$2 compiler=$3 real=${4:-}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+fail() { echo "FAILED: $*" >&2; exit 1; }
+expect() { [ "$2" = "$3" ] || fail "$1: expected '$2', but it is '$3'"; }
+expect_line() { grep -qxF -- "$2" <<<"$3" || fail "$1: no line '$2' in: $3"; }
+
+echo "== installation"
+cmake --install "$build" --prefix "$work/first" >/dev/null
+prefix=$work/moved
+mv "$work/first" "$prefix"
+if grep -rIlF -e "$work/first" -e "$source" -e "$build" "$prefix"; then fail "these files know where they were made"; fi
+libraries=$(dirname "$(find "$prefix" -name libMEGReader.so)")
+version=$(sed -n 's/^project(MEGReader VERSION \([0-9.]*\).*/\1/p' "$source/CMakeLists.txt")
+expect "version of the command" "ctfmeg $version" "$("$prefix/bin/ctfmeg" --version)"
+expect "soname" "libMEGReader.so.${version%%.*}" \
+  "$(objdump -p "$libraries/libMEGReader.so" | awk '$1 == "SONAME" { print $2 }')"
+ldd "$prefix/bin/ctfmeg" | grep -F "=> $prefix/" >/dev/null || fail "ctfmeg uses another library"
+for page in man/man1/ctfmeg.1 bash-completion/completions/ctfmeg zsh/site-functions/_ctfmeg; do
+  [ -s "$prefix/share/$page" ] || fail "$page is not installed"
+done
+
+echo "== headers"
+headers=$prefix/include/megreader
+# Installed are what is marked for hosts, the headers of Recording, and what these include: no more, no less.
+cd "$source/src"
+mapfile -t doors < <(grep -rl MEGREADER_API --include='*.h' . | grep -v /win32/)
+doors+=(./host/recording.h ./host/path_text.h)
+cd "$headers"
+needed=$("$compiler" -std=c++20 -MM -I. -x c++ "${doors[@]}" |
+  tr -d '\\:' | tr ' ' '\n' | grep '\.h$' | sed 's,^\./,,' | sort -u)
+expect "installed headers" "$needed" "$(find . -name '*.h' -printf '%P\n' | sort)"
+mkdir "$work/alone"
+for header in $needed; do
+  echo "#include \"$header\"" > "$work/alone/${header//\//_}.cpp"
+done
+cd "$work/alone"
+"$compiler" -std=c++20 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -fsyntax-only -I"$headers" ./*.cpp
+
+echo "== examples"
+cp -r "$source/examples" "$work/sources"
+cmake -S "$work/sources" -B "$work/examples" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$compiler" \
+  -DCMAKE_BUILD_TYPE=Debug >/dev/null
+cmake --build "$work/examples" >/dev/null
+PKG_CONFIG_PATH=$libraries/pkgconfig
+export PKG_CONFIG_PATH
+expect "version for pkg-config" "$version" "$(pkg-config --modversion megreader-host)"
+# shellcheck disable=SC2046  # options, one word each
+"$compiler" -std=c++20 "$work/sources/read_channel.cpp" -o "$work/by_pkg_config" \
+  $(pkg-config --cflags --libs megreader-host) -Wl,-rpath,"$libraries"
+# shellcheck disable=SC2046
+"$compiler" -std=c++20 "$work/sources/printing_host.cpp" -o "$work/host_by_pkg_config" \
+  $(pkg-config --cflags --libs megreader) -Wl,-rpath,"$libraries"
+cd "$work"
+PATH=$work/examples:$prefix/bin:$PATH
+
+# A number of a file, without the library: FILE OFFSET TYPE, as od knows it.
+number() { od -An -v --endian=big -j"$2" -N"${3#?}" -t"$3" "$1" | tr -d ' \n'; }
+# DATASET CHANNEL TRIAL SAMPLE, the channel by the start of its name: sets `raw` and `value`, the latter in its unit.
+sample_bytes() {
+  local stem=${1%.ds}
+  stem=$1/${stem##*/}
+  local res4=$stem.res4 samples channels index at filters
+  samples=$(number "$res4" 1288 d4) channels=$(number "$res4" 1292 d2)
+  at=$((1844 + $(number "$res4" 1836 d4)))
+  filters=$(number "$res4" "$at" d2)
+  at=$((at + 2))
+  for ((; filters > 0; --filters)); do at=$((at + 18 + 8 * $(number "$res4" $((at + 16)) d2))); done
+  index=$(head -c $((at + 32 * channels)) "$res4" | tail -c $((32 * channels)) | tr '\0\n' '  ' |
+    fold -b -w 32 |
+    awk -v name="$2" '!found && index($0, name) == 1 { found = NR } END { print found - 1 }')
+  [ "$index" -ge 0 ] || fail "$1 has no channel $2"
+  at=$((at + 32 * channels + 1328 * index))
+  raw=$(number "$stem.meg4" $((8 + 4 * (($3 * channels + index) * samples + $4))) d4)
+  local proper q io
+  proper=$(number "$res4" $((at + 8)) f8) q=$(number "$res4" $((at + 16)) f8) io=$(number "$res4" $((at + 24)) f8)
+  value=$(awk "BEGIN { printf \"%.9e\", $raw / ($proper * $q * $io) }")
+}
+
+mkdir -p tree/deeper
+ctfmeg simulate --quiet tree/a.ds --channels 20 --trials 3 --samples 240 --rate 600 --pretrigger 60
+ctfmeg simulate --quiet tree/deeper/b.ds --channels 8 --trials 1 --samples 100
+ctfmeg simulate --quiet tree/deeper/broken.ds --channels 8 --trials 1 --samples 100
+truncate -s 1000 tree/deeper/broken.ds/broken.res4
+
+echo "== read_channel"
+# The system's clock counts from the recording's start: trial 1 begins after 240 samples at 600 Hz, and its trigger
+# comes 60 samples later.
+clock=$(read_channel tree/a.ds SCLK01 1)
+expect "lines" 241 "$(wc -l <<<"$clock")"
+expect_line "clock" "# SCLK01-177 of trial 1: seconds, s" "$clock"
+expect_line "clock" "-0.100000 4.000000000e-01" "$clock"
+expect_line "clock" "0.000000 5.000000000e-01" "$clock"
+sample_bytes tree/a.ds MLF11 2 5
+expect "sample 5" "-0.091667 $value" "$(read_channel tree/a.ds MLF11 2 | sed -n 7p)"
+expect "the same by pkg-config" "-0.091667 $value" "$(./by_pkg_config tree/a.ds MLF11 2 | sed -n 7p)"
+if read_channel tree/a.ds MLF11 3 2>/dev/null; then fail "there is no trial 3"; fi
+
+echo "== average_epochs"
+# Tones are at the triggers, where the clock says 0.1, 0.5 and 0.9 s; the stimulus pulse begins there.
+mean=$(average_epochs tree/a.ds tone SCLK01-177 0.05 0.1)
+expect "lines" 92 "$(wc -l <<<"$mean")"
+expect_line "mean clock" "# SCLK01-177 around tone: 3 averaged, 0 too near an edge; seconds, s" "$mean"
+expect_line "mean clock" "0.000000 5.000000000e-01" "$mean"
+pulse=$(average_epochs tree/a.ds tone UPPT001 0.05 0.1)
+expect_line "before the pulse" "-0.001667 0.000000000e+00" "$pulse"
+expect_line "its start" "0.000000 1.000000000e+00" "$pulse"
+# The last sample lies 179 behind the trigger: 180 leave nothing to average.
+expect "epochs past the end" "# UPPT001 around tone: 0 averaged, 3 too near an edge; seconds, 1" \
+  "$(average_epochs tree/a.ds tone UPPT001 0 0.3)"
+sed -i '0,/+1\t\t\t\t     +0/s//+1\t\t\t\t     -0.06/' tree/a.ds/MarkerFile.mrk
+mean=$(average_epochs tree/a.ds tone SCLK01-177 0.05 0.1)
+expect_line "one too near the start" "# SCLK01-177 around tone: 2 averaged, 1 too near an edge; seconds, s" "$mean"
+
+echo "== printing_host"
+# The last sample of the first trial: 20 channels, the last of them an ADC.
+sample_bytes tree/a.ds UADC001 0 239
+for program in printing_host ./host_by_pkg_config; do
+  shown=$($program tree/a.ds/a.meg4)
+  expect_line "$program" "a: 3 trials, 20 channels" "$shown"
+  expect_line "$program" "last sample of trial 0: $raw" "$shown"
+  expect_line "$program" "progress: 2 of 3" "$shown"
+done
+if shown=$(printing_host tree/a.ds/b.meg4); then fail "there is no b.meg4"; fi
+grep -q '^message: ' <<<"$shown" || fail "a missing file is shown: $shown"
+grep -q '^finding: file.notFound: ' <<<"$shown" || fail "a missing file is reported: $shown"
+
+echo "== scan_tree"
+if scan_tree tree > list.csv; then fail "one of the datasets is broken"; fi
+expect_line "a.ds" '"tree/a.ds",20,3,240,600,2,0,' "$(cat list.csv)"
+expect_line "b.ds" '"tree/deeper/b.ds",8,1,100,1200,2,0,' "$(cat list.csv)"
+grep -q '^"tree/deeper/broken.ds",,,,,,,".' list.csv || fail "a broken dataset has its line: $(cat list.csv)"
+expect "lines" 4 "$(wc -l < list.csv)"
+
+[ -d "$real" ] || { echo "== no real datasets"; exit 0; }
+echo "== real datasets"
+for dataset in "$real"/*.ds; do
+  sample_bytes "$dataset" MLC21 0 7
+  expect "$dataset" "$value" "$(read_channel "$dataset" MLC21 | sed -n 9p | cut -d ' ' -f 2)"
+done
