@@ -32,7 +32,7 @@ headers=$prefix/include/megreader
 # Installed are what is marked for hosts, the headers of Recording, and what these include: no more, no less.
 cd "$source/src"
 mapfile -t doors < <(grep -rl MEGREADER_API --include='*.h' . | grep -v /win32/)
-doors+=(./host/recording.h ./host/path_text.h)
+doors+=(./host/recording.h ./host/inspect.h ./host/path_text.h)
 cd "$headers"
 needed=$("$compiler" -std=c++20 -MM -I. -x c++ "${doors[@]}" |
   tr -d '\\:' | tr ' ' '\n' | grep '\.h$' | sed 's,^\./,,' | sort -u)
