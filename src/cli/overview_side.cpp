@@ -22,7 +22,7 @@ std::string names(const List& list, NameOf nameOfItem) {
   return text;
 }
 
-std::string textOf(const Information& information, const char* tag) {
+std::string told(const Information& information, const char* tag) {
   const InformationEntry* entry = information.find(tag);
   const auto* text = entry == nullptr ? nullptr : std::get_if<std::string>(&entry->value);
   return text == nullptr ? "" : *text;
@@ -43,15 +43,15 @@ std::string joined(const std::string& first, const char* between, const std::str
 
 std::string patientText(const Information& information) {
   std::string text =
-      joined(textOf(information, "_PATIENT_NAME_FIRST"), " ", textOf(information, "_PATIENT_NAME_LAST"));
-  const std::string id = textOf(information, "_PATIENT_ID");
+      joined(told(information, "_PATIENT_NAME_FIRST"), " ", told(information, "_PATIENT_NAME_LAST"));
+  const std::string id = told(information, "_PATIENT_ID");
   if (id != text) text = joined(text, ", ", id.empty() ? "" : "ID " + id);
-  const std::string born = dateText(textOf(information, "_PATIENT_BIRTHDATE"));
+  const std::string born = dateText(told(information, "_PATIENT_BIRTHDATE"));
   return joined(text, ", ", born.empty() ? "" : "born " + born);
 }
 
 std::string softwareText(const Information& information) {
-  return textOf(information, "_DATASET_COLLECTIONSOFTWARE");
+  return told(information, "_DATASET_COLLECTIONSOFTWARE");
 }
 
 std::string headText(const Fiducials& fiducials) {

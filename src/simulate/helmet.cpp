@@ -11,8 +11,8 @@ namespace ctfmeg::simulate {
 
 namespace {
 
-constexpr double kBaselineCm = 5.0;
-constexpr std::int16_t kTurns = 2;
+constexpr double kSensorBaselineCm = 5.0;
+constexpr std::int16_t kSensorTurns = 2;
 constexpr double kCoilAreaCm2 = 2.5446900494077327;  // 1.8 cm across
 
 constexpr double kMeanGain = 2.85e9;
@@ -89,8 +89,8 @@ Channel makeGradiometer(const std::string& label, const Vector3& p, Random& rand
   const double properGain = sign * (kMeanGain + kGainSpread * random.symmetric());
   Channel channel = makeMagneticChannel(
       label, SensorType::gradiometer, properGain,
-      coilPair(dewarPositionFromHelmet(innerCoilCm), outward, kBaselineCm, -sign * outward));
-  channel.turns = kTurns;
+      coilPair(dewarPositionFromHelmet(innerCoilCm), outward, kSensorBaselineCm, -sign * outward));
+  channel.turns = kSensorTurns;
   channel.coilAreaCm2 = kCoilAreaCm2;
   return channel;
 }

@@ -28,8 +28,8 @@ struct TensorElement {
 };
 constexpr std::array<TensorElement, 5> kTensorElements{{{1, 1}, {1, 2}, {1, 3}, {2, 2}, {2, 3}}};
 
-constexpr double kBaselineCm = 7.8;
-constexpr std::int16_t kTurns = 1;
+constexpr double kReferenceBaselineCm = 7.8;
+constexpr std::int16_t kReferenceTurns = 1;
 constexpr double kMagnetometerAreaCm2 = 2.0;
 constexpr double kGradiometerAreaCm2 = 9.1;
 
@@ -49,7 +49,7 @@ Channel makeMagnetometer(const Block& block, int measured, Random& random) {
       makeMagneticChannel(label, SensorType::referenceMagnetometer,
                           sign * (kMagnetometerGain + kMagnetometerGainSpread * random.symmetric()),
                           {{block.centreCm, -sign * axis(measured)}});
-  channel.turns = kTurns;
+  channel.turns = kReferenceTurns;
   channel.coilAreaCm2 = kMagnetometerAreaCm2;
   return channel;
 }
@@ -59,12 +59,12 @@ Channel makeGradiometer(const Block& block, const TensorElement& element, Random
   const std::string label =
       block.letter + std::to_string(element.baselineAxis) + std::to_string(element.measuredAxis);
   const Vector3& baseline = axis(element.baselineAxis);
-  const Vector3 first = block.centreCm - kBaselineCm / 2 * baseline;
-  Channel channel =
-      makeMagneticChannel(label, SensorType::referenceGradiometer,
-                          sign * (kGradiometerGain + kGradiometerGainSpread * random.symmetric()),
-                          coilPair(first, baseline, kBaselineCm, -sign * axis(element.measuredAxis)));
-  channel.turns = kTurns;
+  const Vector3 first = block.centreCm - kReferenceBaselineCm / 2 * baseline;
+  Channel channel = makeMagneticChannel(
+      label, SensorType::referenceGradiometer,
+      sign * (kGradiometerGain + kGradiometerGainSpread * random.symmetric()),
+      coilPair(first, baseline, kReferenceBaselineCm, -sign * axis(element.measuredAxis)));
+  channel.turns = kReferenceTurns;
   channel.coilAreaCm2 = kGradiometerAreaCm2;
   return channel;
 }

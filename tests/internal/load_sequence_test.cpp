@@ -4,7 +4,6 @@
 
 #include "internal/probe.h"
 #include "reader/meg_reader_face.h"
-#include "reader/resample_prompt/resample_prompt.h"
 #include "support/allocations.h"
 #include "support/unreadable_file.h"
 
@@ -96,14 +95,6 @@ TEST(LoadSequence, SaysWhenAFileCannotBeRead) {
   EXPECT_EQ(reader.user.transcript(), Lines{"message: CTF File open error!"});
   ASSERT_EQ(reader.user.findings().size(), 1u);
   EXPECT_EQ(toNativePath(reader.user.findings()[0].file), link.string());
-}
-
-TEST(LoadSequence, LargeRecordingsAreAskedAbout) {
-  EXPECT_FALSE(megabytesToAskAbout(0));
-  EXPECT_FALSE(megabytesToAskAbout(400'000'000));
-  EXPECT_EQ(megabytesToAskAbout(400'000'001), 400);
-  EXPECT_EQ(megabytesToAskAbout(1'999'999'999), 1999);
-  EXPECT_EQ(megabytesToAskAbout(std::numeric_limits<std::int64_t>::max()), 9'223'372'036'854);
 }
 
 TEST(LoadSequence, SaysWhenADataObjectDoesNotFitIntoMemory) {

@@ -48,17 +48,9 @@ TEST(Meg4, OpensOnlyWhatItNeeds) {
   EXPECT_EQ(reading.whole(), 1);
 }
 
-TEST(Meg4, ReadsASplitSetByWholeTrialsUnderBothRules) {
-  const D split = MinimalDataset::split({{0, 1}, {2}, {3}}, 2, 2);
-  const D joined = MinimalDataset::split({{0, 1, 2, 3}}, 2, 2);
-  Import expected(joined, 4, 2, 2);
-  EXPECT_EQ(expected.whole(), 1);
-  Import plain(split, 4, 2, 2, hostBut(&ReadingRules::filesAreOneSequence));
-  EXPECT_EQ(plain.whole(), 1);
-  EXPECT_EQ(plain.stored(), expected.stored());
-  Import host(split, 4, 2, 2);
+TEST(Meg4, GoesOnToTheNextFileAtATrial) {
+  Import host(MinimalDataset::split({{0, 1}, {2}, {3}}, 2, 2), 4, 2, 2);
   EXPECT_EQ(host.whole(), 1);
-  EXPECT_EQ(host.stored(), expected.stored());
   // The trial that the first file no longer holds is announced again before it is read from the next.
   EXPECT_EQ(host.user.transcript(),
             (Lines{"progress: Importing CTF MEG data T...", "range 0 4", "position 0", "position 1",
@@ -93,101 +85,60 @@ TEST(Meg4, HostRulesStopAtEightFiles) {
 
 struct SetCase {
   const char* what;
-  D dataset;  // of 3 trials, 1 channel, 2 samples
-  int host;
-  Lines hostShown;  // without progress
-  int plain;
-  Lines plainShown;
+  std::vector<std::string> files;  // of 3 trials, 1 channel, 2 samples
+  const char* host;                // what host rules show; they fail then
+  const char* plain;               // what plain rules show
   const char* plainCodes;
-  const char* plainStored;
+  std::size_t plainStored;  // trials, from the first on
 };
 
 TEST(Meg4, TreatsFaultySetsByRule) {
-  const auto t = [](int trial) { return D::trial(trial, 1, 2); };
-  const std::string half = t(2).substr(0, 5);
-  const Lines failed{"message: Failed"};
-  const Lines invalid{"message: Invalid CTF data file!"};
-  const SetCase cases[] = {
-      {"no file", dataset({}), 0, failed, 0, failed, "file.notFound", ""},
-      {"empty file", dataset({""}), 0, invalid, 0, invalid, "meg4.magic", ""},
-      {"wrong header", dataset({"MEG41CPx"}), 0, invalid, 0, invalid, "meg4.magic", ""},
-      {"header only", dataset({D::sampleFile({})}), 0, failed, 0, failed, "meg4.empty", ""},
-      {"a trial is missing",
-       dataset({D::sampleFile({t(0), t(1)})}),
-       0,
-       failed,
-       1,
-       {},
-       "meg4.short",
-       "0: 0 1\n1: 1000 1001\n"},
-      {"cut in the last trial",
-       dataset({D::sampleFile({t(0), t(1), half})}),
-       0,
-       failed,
-       1,
-       {},
-       "meg4.short",
-       "0: 0 1\n1: 1000 1001\n"},
-      {"cut before the last file", dataset({D::sampleFile({t(0), half}), D::sampleFile({t(2)})}), 0, failed,
-       0, failed, "meg4.cut", ""},
-      {"trailing bytes",
-       dataset({D::sampleFile({t(0), t(1), t(2), half})}),
-       1,
-       {},
-       1,
-       {},
-       "meg4.trailing",
-       "0: 0 1\n1: 1000 1001\n2: 2000 2001\n"},
-      {"a last file that was only begun",
-       dataset({D::sampleFile({t(0), t(1)}), "MEG"}),
-       0,
-       invalid,
-       1,
-       {},
-       "meg4.short",
-       "0: 0 1\n1: 1000 1001\n"},
-      {"a file that was only begun in between",
-       dataset({D::sampleFile({t(0)}), "MEG", D::sampleFile({t(2)})}), 0, invalid, 0, invalid, "meg4.magic",
-       ""},
-      {"fewer trials in between",
-       dataset({D::sampleFile({t(0), t(1)}), D::sampleFile({}), D::sampleFile({t(2)})}),
-       1,
-       {},
-       1,
-       {},
-       "meg4.uneven",
-       "0: 0 1\n1: 1000 1001\n2: 2000 2001\n"},
-      {"a file is missing", dataset({D::sampleFile({t(0)}), "", D::sampleFile({t(1), t(2)})}), 0, failed, 0,
-       failed, "meg4.gap", ""},
-      {"a file too many",
-       dataset({D::sampleFile({t(0), t(1), t(2)}), D::sampleFile({t(3)})}),
-       1,
-       {},
-       1,
-       {},
-       "meg4.trailing",
-       "0: 0 1\n1: 1000 1001\n2: 2000 2001\n"},
-      {"wrong header of the second", dataset({D::sampleFile({t(0)}), "MEG42CP!"}), 0, invalid, 0, invalid,
-       "meg4.magic", ""},
+  const auto trials = [](int first, int count, const std::string& rest = "") {
+    std::vector<std::string> all;
+    for (int t = first; t < first + count; ++t)
+      all.push_back(D::trial(t, 1, 2));
+    all.push_back(rest);
+    return D::sampleFile(all);
   };
-  const auto messages = [](const Import& reading) {
-    Lines lines;
+  const std::string half = D::trial(2, 1, 2).substr(0, 5);
+  const std::array trialTexts{"0: 0 1\n", "1: 1000 1001\n", "2: 2000 2001\n"};
+  const char *const fine = "", *const failed = "message: Failed";
+  const char* const invalid = "message: Invalid CTF data file!";
+  const SetCase cases[] = {
+      {"no file", {}, failed, failed, "file.notFound", 0},
+      {"empty file", {""}, invalid, invalid, "meg4.magic", 0},
+      {"wrong header", {"MEG41CPx"}, invalid, invalid, "meg4.magic", 0},
+      {"header only", {trials(0, 0)}, failed, failed, "meg4.empty", 0},
+      {"a trial is missing", {trials(0, 2)}, failed, fine, "meg4.short", 2},
+      {"cut in the last trial", {trials(0, 2, half)}, failed, fine, "meg4.short", 2},
+      {"cut before the last file", {trials(0, 1, half), trials(2, 1)}, failed, failed, "meg4.cut", 0},
+      {"trailing bytes", {trials(0, 3, half)}, fine, fine, "meg4.trailing", 3},
+      {"a last file that was only begun", {trials(0, 2), "MEG"}, invalid, fine, "meg4.short", 2},
+      {"one begun in between", {trials(0, 1), "MEG", trials(2, 1)}, invalid, invalid, "meg4.magic", 0},
+      {"fewer trials in between", {trials(0, 2), trials(2, 0), trials(2, 1)}, fine, fine, "meg4.uneven", 3},
+      {"a file is missing", {trials(0, 1), "", trials(1, 2)}, failed, failed, "meg4.gap", 0},
+      {"a file too many", {trials(0, 3), trials(3, 1)}, fine, fine, "meg4.trailing", 3},
+      {"wrong header of the second", {trials(0, 1), "MEG42CP!"}, invalid, invalid, "meg4.magic", 0},
+  };
+  const auto expect = [](Import& reading, int result, const char* shown, const char* what) {
+    std::string messages;
     for (const std::string& line : reading.user.transcript())
-      if (line.starts_with("message")) lines.push_back(line);
-    return lines;
+      if (line.starts_with("message")) messages += line;
+    EXPECT_EQ(messages, shown) << what;
+    EXPECT_EQ(result, messages.empty()) << what;
   };
   for (const SetCase& c : cases) {
-    Import host(c.dataset, 3, 1, 2);
-    EXPECT_EQ(host.whole(), c.host) << c.what;
-    EXPECT_EQ(messages(host), c.hostShown) << c.what;
-    Import plain(c.dataset, 3, 1, 2, hostBut(&ReadingRules::filesAreOneSequence));
-    EXPECT_EQ(plain.whole(), c.plain) << c.what;
-    EXPECT_EQ(messages(plain), c.plainShown) << c.what;
-    EXPECT_EQ(plain.codes(), c.plainCodes) << c.what;
-    EXPECT_EQ(plain.stored(), c.plainStored) << c.what;
-    Import blocks(c.dataset, 3, 1, 2, hostBut(&ReadingRules::filesAreOneSequence));
-    EXPECT_EQ(blocks.blocks(), c.plain) << c.what;
-    EXPECT_EQ(blocks.stored(), c.plainStored) << c.what;
+    Import host(dataset(c.files), 3, 1, 2);
+    expect(host, host.whole(), c.host, c.what);
+    std::string stored;
+    for (const char* trial : std::span(trialTexts).first(c.plainStored))
+      stored += trial;
+    for (const bool byBlocks : {false, true}) {
+      Import plain(dataset(c.files), 3, 1, 2, hostBut(&ReadingRules::filesAreOneSequence));
+      expect(plain, byBlocks ? plain.blocks() : plain.whole(), c.plain, c.what);
+      EXPECT_EQ(plain.codes(), c.plainCodes) << c.what;
+      EXPECT_EQ(plain.stored(), stored) << c.what;
+    }
   }
 }
 

@@ -147,15 +147,6 @@ TEST(Res4, DecodesFixedText) {
   }
 }
 
-TEST(Res4, DecodesReferenceNamesWithRubbishByRule) {
-  Probe host;
-  Probe plain(hostBut(&ReadingRules::textEndsAtZero));
-  ASSERT_EQ(host.readRes4Of({}), 1);
-  ASSERT_EQ(plain.readRes4Of({}), 1);
-  EXPECT_EQ(toUtf8(host.coefficients(0).referenceNames[1]), "BG2-2805rubbish");
-  EXPECT_EQ(toUtf8(plain.coefficients(0).referenceNames[1]), "BG2-2805");
-}
-
 TEST(Res4, EndsNamesByRule) {
   D dataset;
   dataset.res4.put(D::kNames, Bytes().raw("-ABCDEFGHIJKLMNOPQRSTUVWXYZ12345"));
@@ -177,24 +168,20 @@ TEST(Res4, EndsNamesByRule) {
   EXPECT_EQ(toUtf8(last.m_channelNames.GetAt(1)), std::string(32, 'z'));
 }
 
-TEST(Res4, PlacesCoilsByRule) {
-  Probe host;
-  Probe plain(hostBut(&ReadingRules::coilsAreCentimetres));
-  ASSERT_EQ(host.readRes4Of({}), 1);
-  ASSERT_EQ(plain.readRes4Of({}), 1);
+TEST(Res4, DecidesByRule) {
+  Probe host, text(hostBut(&ReadingRules::textEndsAtZero)),
+      coils(hostBut(&ReadingRules::coilsAreCentimetres)),
+      filters(hostBut(&ReadingRules::filterParametersSwapped));
+  for (Probe* reader : {&host, &text, &coils, &filters})
+    ASSERT_EQ(reader->readRes4Of({}), 1);
+  EXPECT_EQ(toUtf8(host.coefficients(0).referenceNames[1]), "BG2-2805rubbish");
+  EXPECT_EQ(toUtf8(text.coefficients(0).referenceNames[1]), "BG2-2805");
   EXPECT_EQ(host.sensor(0).squid()->dewarCoils[1].position, (std::array{-200.0, 100.0, 800.0, 9.0}));
-  EXPECT_EQ(plain.sensor(0).squid()->dewarCoils[1].position, (std::array{-2.0, 1.0, 8.0, 9.0}));
-  EXPECT_EQ(plain.sensor(0).squid()->headCoils[0].position, (std::array{-5.0, 4.0, 6.0, 9.0}));
-}
-
-TEST(Res4, SwapsFilterParametersByRule) {
-  Probe host;
-  Probe plain(hostBut(&ReadingRules::filterParametersSwapped));
-  ASSERT_EQ(host.readRes4Of({}), 1);
-  ASSERT_EQ(plain.readRes4Of({}), 1);
-  EXPECT_EQ(plain.info().filters[1]->params[0], 4.0);
+  EXPECT_EQ(coils.sensor(0).squid()->dewarCoils[1].position, (std::array{-2.0, 1.0, 8.0, 9.0}));
+  EXPECT_EQ(coils.sensor(0).squid()->headCoils[0].position, (std::array{-5.0, 4.0, 6.0, 9.0}));
   EXPECT_EQ(std::bit_cast<std::uint64_t>(host.info().filters[1]->params[0]), 0x1040u)
       << "4.0 in the file's order";
+  EXPECT_EQ(filters.info().filters[1]->params[0], 4.0);
 }
 
 TEST(Res4, ReadsTheOlderGenerationByRule) {

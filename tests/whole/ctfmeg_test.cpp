@@ -469,28 +469,23 @@ TEST_F(Ctfmeg, RoutesGoIntoExportAndInfo) {
   struct Case {
     std::vector<std::string> route;
     std::string shape;
-    std::vector<std::int32_t> values;
     std::vector<int> trialNumbers;
+    std::int32_t last;  // value: which samples a route reads is recording_test.cpp's
   };
   const Case cases[] = {
-      {{"--resample", "3"}, "3, 1, 1", {0, 1000, 2000}, {0, 1, 2}},
-      {{"--samples=-2:1"}, "3, 1, 2", {0, 1, 1000, 1001, 2000, 2001}, {0, 1, 2}},
-      {{"--split", "2"},
-       "6, 1, 2",
-       {0, 1, 2, 3, 1000, 1001, 1002, 1003, 2000, 2001, 2002, 2003},
-       {0, 0, 1, 1, 2, 2}},
-      {{"--trials", "2,0,2"}, "2, 1, 4", {0, 1, 2, 3, 2000, 2001, 2002, 2003}, {0, 2}},
-      {{"--trials", "1-2"}, "2, 1, 4", {1000, 1001, 1002, 1003, 2000, 2001, 2002, 2003}, {1, 2}},
+      {{"--resample", "3"}, "3, 1, 1", {0, 1, 2}, 2000},
+      {{"--samples=-2:1"}, "3, 1, 2", {0, 1, 2}, 2001},
+      {{"--split", "2"}, "6, 1, 2", {0, 0, 1, 1, 2, 2}, 2003},
+      {{"--trials", "2,0,2"}, "2, 1, 4", {0, 2}, 2003},
+      {{"--trials", "0-1"}, "2, 1, 4", {0, 1}, 1003},
   };
   for (const Case& c : cases) {
     auto arguments = c.route;
     arguments.insert(arguments.begin(), {"export", given, "-o", "-"});
-    const CommandResult result = run(arguments);
-    EXPECT_EQ(result.exitCode, 0) << result.err;
-    const Array array(result.out);
-    EXPECT_TRUE(array.is("<i4", c.shape)) << array.header;
-    EXPECT_EQ(array.values<std::int32_t>(), c.values) << c.route[0];
-    arguments = c.route;
+    const Array array(run(arguments).out);
+    ASSERT_TRUE(array.is("<i4", c.shape)) << array.header;
+    EXPECT_EQ(array.values<std::int32_t>().back(), c.last) << c.route[0];
+    arguments.erase(arguments.begin(), arguments.begin() + 4);
     arguments.insert(arguments.begin(), {"info", "--json", given});
     const json info = json::parse(run(arguments).out);
     EXPECT_EQ(info.at("trialNumbers"), json(c.trialNumbers)) << c.route[0];

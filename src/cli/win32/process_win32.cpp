@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "framework/encoding.h"
+#include "host/path_text.h"
 
 namespace ctfmeg::cli {
 namespace {
@@ -55,7 +55,7 @@ std::vector<std::string> programArguments(int /*argc*/, char** /*argv*/) {
                                                            LocalFree);
   std::vector<std::string> arguments;
   for (int i = 1; list && i < count; ++i)
-    arguments.push_back(toUtf8(list.get()[i]));
+    arguments.push_back(textOf(list.get()[i]));
   return arguments;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <windows.h>
+struct HINSTANCE__;  // what HINSTANCE points to
 
 /// The library or program that this code is part of: its resources are there.
-HINSTANCE moduleHandle();
+HINSTANCE__* moduleHandle();

@@ -115,5 +115,5 @@ bool Win32Interface::modalDialog(const DialogTemplate& dialogTemplate, DialogOwn
 }
 
 std::unique_ptr<ProgressWindow> Win32Interface::openProgress(const CString& title) {
-  return std::make_unique<Win32Progress>(title);
+  return openWin32Progress(title);
 }

@@ -1,5 +1,6 @@
 #include "ui/win32/win32_progress.h"
 
+#include <windows.h>
 // After windows.h, which it needs.
 #include <commctrl.h>
 
@@ -26,7 +27,22 @@ void registerClass() {
   RegisterClassExW(&windowClass);  // fails, without harm, from the second time on
 }
 
-}  // namespace
+class Win32Progress : public ProgressWindow {
+ public:
+  explicit Win32Progress(const CString& title);
+  ~Win32Progress() override;
+
+  void setRange(int low, int high) override;
+  void setPosition(int position) override;
+
+ private:
+  void paint();
+
+  HWND m_window = nullptr;
+  HWND m_bar = nullptr;
+  bool m_quit = false;  // the host was told to end
+  int m_exitCode = 0;
+};
 
 Win32Progress::Win32Progress(const CString& title) {
   const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_PROGRESS_CLASS};
@@ -72,4 +88,10 @@ void Win32Progress::paint() {
     DispatchMessageW(&message);
   }
   UpdateWindow(m_window);
+}
+
+}  // namespace
+
+std::unique_ptr<ProgressWindow> openWin32Progress(const CString& title) {
+  return std::make_unique<Win32Progress>(title);
 }
