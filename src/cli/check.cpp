@@ -4,6 +4,7 @@
 #include "cli/commands.h"
 #include "cli/identity.h"
 #include "cli/json_output.h"
+#include "cli/process.h"
 #include "cli/say.h"
 #include "cli/session.h"
 #include "cli/table.h"
@@ -33,9 +34,11 @@ class Check {
     const Rules rules = m_options.reading.rules;
     m_file = resolveDataset(pathFromText(m_options.dataset));
     const Recording header = m_session.readSilently(m_options.dataset, std::nullopt, rules);
+    m_file = m_file.parent_path() / pathFromText(header.name() + ".res4");
     const StoredSamples samples = readSamples(rules);
     append(m_findings, inspect(header, m_file));
     if (rules == Rules::plain) compareWithHost(header, samples);
+    stopIfInterrupted();
     return std::move(m_findings);
   }
 
@@ -43,7 +46,12 @@ class Check {
   StoredSamples readSamples(Rules rules) {
     const Recording recording = m_session.readSilently(m_options.dataset, Whole{}, rules);
     if (rules == m_options.reading.rules) m_findings = recording.warnings();
-    return {recording.trialNumbers().size(), digestOfSamples(recording)};
+    StoredSamples samples{recording.trialNumbers().size(), 0};
+    for (const int number : recording.trialNumbers()) {
+      stopIfInterrupted();
+      samples.digest = digestOfSamples(recording.trial(number), samples.digest);
+    }
+    return samples;
   }
 
   void compareWithHost(const Recording& header, const StoredSamples& samples) {
@@ -87,18 +95,21 @@ void printFindings(const std::vector<Finding>& findings) {
   if (rows.size() > 1) printTable(rows);
 }
 
-/// Findings in the order of their weight, without those that may not be shown.
-std::vector<Finding> shownFindings(std::vector<Finding> findings, bool noIdentity) {
-  std::erase_if(findings, [&](const Finding& finding) { return !mayBeShown(finding, noIdentity); });
+/// Findings in the order of their weight, without those that may not or are not to be shown.
+std::vector<Finding> shownFindings(std::vector<Finding> findings, const ReadingOptions& options) {
+  std::erase_if(findings, [&](const Finding& finding) {
+    return !mayBeShown(finding, options.noIdentity) || (options.quiet && !isOdd(finding));
+  });
   std::stable_sort(findings.begin(), findings.end(),
                    [](const Finding& a, const Finding& b) { return a.severity > b.severity; });
   return findings;
 }
 
-void print(const CheckOptions& options, const char* verdict, const std::vector<Finding>& all) {
-  const auto findings = shownFindings(all, options.reading.noIdentity);
+void print(const CheckOptions& options, const char* verdict, const std::vector<Finding>& all,
+           const Error* error = nullptr) {
+  const auto findings = shownFindings(all, options.reading);
   if (options.json)
-    return writeCheck(std::cout, options.dataset, verdict, findings, options.reading.noIdentity);
+    return writeCheck(std::cout, options.dataset, verdict, error, findings, options.reading.noIdentity);
   std::cout << visible(shownPath(options.dataset, options.reading.noIdentity)) << ": " << verdict << '\n';
   printFindings(findings);
 }
@@ -116,7 +127,7 @@ int runCheck(const CheckOptions& options) {
         if (odd) exitCode = options.reading.strict ? kFailed : kOdd;
         print(options, odd ? "odd but readable" : "sound", findings);
       },
-      [&](const Error& error) { print(options, "can't be read", error.findings()); });
+      [&](const Error& error) { print(options, "can't be read", error.findings(), &error); });
   finishOutput();
   return session.exitCode() == kDone ? exitCode : session.exitCode();
 }

@@ -93,9 +93,11 @@ void addChannels(CLI::App* command, std::optional<std::string>& channels) {
 /// The command line for CLI11, which wants it in reverse. It takes a path in brackets for a list of several,
 /// so such a path is given as one that begins with its folder.
 std::vector<std::string> argumentsOf(std::vector<std::string> arguments) {
-  for (std::size_t i = 0; i < arguments.size(); ++i) {
-    const bool bracketed = arguments[i].starts_with('[') && arguments[i].ends_with(']');
-    if (bracketed && (i == 0 || arguments[i - 1] != "--channels")) arguments[i] = "./" + arguments[i];
+  std::string before;
+  for (std::string& argument : arguments) {
+    const bool isValue = before == "--channels" || before == "--marker";
+    before = argument;
+    if (!isValue && argument.starts_with('[') && argument.ends_with(']')) argument = "./" + argument;
   }
   std::reverse(arguments.begin(), arguments.end());
   return arguments;

@@ -14,7 +14,10 @@ std::string lastName(const std::string& path) {
 
 std::string shownPath(const std::string& path, bool noIdentity) { return noIdentity ? lastName(path) : path; }
 
-bool mayBeShown(const Finding& finding, bool noIdentity) { return !noIdentity || finding.code != "message"; }
+bool mayBeShown(const Finding& finding, bool noIdentity) {
+  if (!noIdentity) return true;
+  return finding.code != "message" && finding.code != "samples.spilled" && finding.code != "memory.spill";
+}
 
 std::vector<std::string> shownBadChannels(const Recording& recording, bool noIdentity) {
   std::vector<std::string> names = recording.badChannels();

@@ -13,8 +13,8 @@ std::string lastName(const std::string& path);
 /// `path`, or its last name when nothing may name a person.
 std::string shownPath(const std::string& path, bool noIdentity);
 
-/// Whether a finding may be shown when nothing may name a person. Messages meant for a person may hold paths;
-/// other findings hold none, and say as much.
+/// Whether a finding may be shown when nothing may name a person. Messages meant for a person may hold paths,
+/// and what is said of temporary files names folders; other findings hold none, and say as much.
 bool mayBeShown(const Finding& finding, bool noIdentity);
 
 /// The names that are marked bad; of a channel only when nothing may name a person, since the file may hold

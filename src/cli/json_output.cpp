@@ -163,6 +163,13 @@ Json warningJson(const Finding& finding) {
   return object;
 }
 
+/// The text names the file that is the reason when that is another than the given one.
+Json errorJson(const std::string& path, const Error& error) {
+  const std::string file = textOf(error.path());
+  const std::string text = file == path ? error.text() : lastName(file) + ": " + error.text();
+  return {{"kind", nameOf(error.kind())}, {"text", text}};
+}
+
 std::string dump(const Json& json) {
   return harmlessJson(json.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
@@ -275,11 +282,8 @@ void JsonOutput::add(const std::string& path, Rules rules, const Recording& reco
 
 void JsonOutput::add(const std::string& path, const Error& error) {
   beginEntry();
-  const std::string file = textOf(error.path());
-  const std::string text = file == path ? error.text() : lastName(file) + ": " + error.text();
-  m_out << dump(Json{{"schema", kSchema},
-                     {"path", shownPath(path, m_noIdentity)},
-                     {"error", {{"kind", nameOf(error.kind())}, {"text", text}}}});
+  m_out << dump(
+      Json{{"schema", kSchema}, {"path", shownPath(path, m_noIdentity)}, {"error", errorJson(path, error)}});
 }
 
 void JsonLines::add(const ScannedDataset& scanned, bool noIdentity) {
@@ -305,12 +309,13 @@ void JsonLines::add(const ScannedDataset& scanned, bool noIdentity) {
 
 void JsonLines::end() { m_out << (m_empty ? "[]\n" : "\n]\n"); }
 
-void writeCheck(std::ostream& out, const std::string& path, const char* verdict,
+void writeCheck(std::ostream& out, const std::string& path, const char* verdict, const Error* error,
                 const std::vector<Finding>& findings, bool noIdentity) {
   PieceByPiece object(out, '{', '}', 0);
   object.next("schema") << kSchema;
   object.next("path") << dump(shownPath(path, noIdentity));
   object.next("verdict") << dump(verdict);
+  if (error != nullptr) object.next("error") << dump(errorJson(path, *error));
   object.next("findings");
   writeList(out, findings, 1, warningJson);
   object.end();

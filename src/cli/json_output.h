@@ -41,8 +41,8 @@ class JsonLines {
   bool m_empty = true;
 };
 
-/// What `check --json` prints: one object.
-void writeCheck(std::ostream& out, const std::string& path, const char* verdict,
+/// What `check --json` prints: one object, with the error (may be null) that ended the reading.
+void writeCheck(std::ostream& out, const std::string& path, const char* verdict, const Error* error,
                 const std::vector<Finding>& findings, bool noIdentity);
 
 }  // namespace ctfmeg::cli

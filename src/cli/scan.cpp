@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <condition_variable>
 #include <exception>
 #include <functional>
@@ -40,7 +41,7 @@ class HeaderReaders {
     try {
       for (std::size_t i = 0; i < threads; ++i)
         m_threads.emplace_back([this] { readNext(); });
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
       // Fewer do as well.
     }
   }
@@ -124,7 +125,8 @@ class ScanPrinter {
       cells.insert(cells.end(), {csvText(personal(header->subject)), csvText(personal(header->date)),
                                  csvText(personal(header->time)), std::to_string(header->channels),
                                  std::to_string(header->trials), std::to_string(header->samplesPerTrial),
-                                 shortest(header->sampleRate), shortest(header->durationSeconds)});
+                                 std::isfinite(header->sampleRate) ? shortest(header->sampleRate) : "",
+                                 shortest(header->durationSeconds)});
     } else {
       cells.resize(cells.size() + 8);
     }
@@ -153,6 +155,11 @@ class ScanPrinter {
   std::vector<std::vector<std::string>> m_rows;
 };
 
+/// A folder's name may be a person's; a dataset's own name may be shown.
+std::string shownFolder(const std::string& path, bool noIdentity) {
+  return noIdentity && !path.ends_with(".ds") ? "a folder" : shownPath(path, noIdentity);
+}
+
 /// The directory to scan. Throws CommandError when it is none.
 fs::path directoryOf(const ScanOptions& options) {
   fs::path directory = pathFromText(options.directory);
@@ -163,14 +170,14 @@ fs::path directoryOf(const ScanOptions& options) {
   else if (!fs::is_directory(status))
     failed = std::make_error_code(std::errc::not_a_directory);
   if (failed)
-    throw CommandError(shownPath(options.directory, options.reading.noIdentity),
+    throw CommandError(shownFolder(options.directory, options.reading.noIdentity),
                        "can't be scanned: " + failed.message());
   return directory;
 }
 
 /// All headers, with a bar for as long as it takes: nothing else is written meanwhile.
 std::vector<ScannedDataset> scanAll(const std::vector<fs::path>& datasets, const ScanOptions& options) {
-  const std::string title = "Scanning " + visible(shownPath(options.directory, options.reading.noIdentity));
+  const std::string title = "Scanning " + visible(shownFolder(options.directory, options.reading.noIdentity));
   const auto bar = options.reading.quiet ? nullptr : openTerminalBar(title);
   if (bar) bar->setRange(0, static_cast<int>(datasets.size()));
   HeaderReaders readers(datasets, options.reading.rules);
@@ -182,22 +189,34 @@ std::vector<ScannedDataset> scanAll(const std::vector<fs::path>& datasets, const
   return all;
 }
 
+/// On standard error: why a dataset could not be read, or the first of its warnings.
+void sayOf(const ScannedDataset& scanned, const ReadingOptions& reading) {
+  const std::string path = shownPath(scanned.path, reading.noIdentity);
+  if (!scanned.header) return say(path, scanned.error);
+  if (scanned.warnings.empty()) return;
+  const Finding& first = scanned.warnings.front();
+  const std::size_t others = scanned.warnings.size() - 1;
+  say(path,
+      "warning: " +
+          (mayBeShown(first, reading.noIdentity) ? lastName(first.file) + " " + first.text : "see info") +
+          (others > 0 ? "; and " + std::to_string(others) + " more" : ""));
+}
+
 }  // namespace
 
 int runScan(const ScanOptions& options) {
   const ReadingOptions& reading = options.reading;
-  const auto shown = [&](const std::string& path) { return shownPath(path, reading.noIdentity); };
   const FoundDatasets found = findDatasets(directoryOf(options));
   for (const auto& problem : found.problems)
-    say(shown(problem.path), problem.text);
+    say(shownFolder(problem.path, reading.noIdentity), problem.text);
   const std::vector<ScannedDataset> all = scanAll(found.datasets, options);
 
   bool worthFailing = !found.problems.empty();
   ScanPrinter printer(options);
   for (const ScannedDataset& scanned : all) {
     printer.add(scanned);
-    if (!scanned.header) say(shown(scanned.path), scanned.error);
-    if (!scanned.header || (scanned.warned && reading.strict)) worthFailing = true;
+    sayOf(scanned, reading);
+    if (!scanned.header || (!scanned.warnings.empty() && reading.strict)) worthFailing = true;
   }
   printer.end();
   finishOutput();

@@ -24,7 +24,7 @@ struct ScannedDataset {
   std::optional<ScannedHeader> header;  ///< nothing when it could not be read
   std::int64_t bytes = 0;               ///< of the files in its directory
   std::string error;                    ///< why it could not be read
-  bool warned = false;                  ///< something more than a remark was noticed
+  std::vector<Finding> warnings;        ///< remarks are not kept
 };
 
 /// What was found below a directory.
@@ -33,7 +33,7 @@ struct FoundDatasets {
     std::string path, text;
   };
   std::vector<std::filesystem::path> datasets;  ///< in the order of their paths
-  std::vector<Problem> problems;                ///< directories that can't be listed
+  std::vector<Problem> problems;                ///< directories and links that can't be followed
 };
 
 /// Every `.ds` directory at or below `directory`, those inside others too. Links to directories are not

@@ -32,7 +32,7 @@ ScannedHeader headerOf(const Recording& recording) {
   ScannedHeader header{record.subjectId, record.dataDate,        record.dataTime,   record.numChannels,
                        record.numTrials, record.samplesPerTrial, record.sampleRate, 0.0};
   const double seconds = static_cast<double>(record.numTrials) * record.samplesPerTrial / record.sampleRate;
-  if (std::isfinite(seconds)) header.durationSeconds = seconds;
+  if (std::isfinite(seconds) && seconds > 0.0) header.durationSeconds = seconds;
   return header;
 }
 
@@ -43,7 +43,8 @@ FoundDatasets findDatasets(const fs::path& directory) {
   // A directory that is named without its name, such as ".", may be a dataset all the same.
   std::error_code unknown;
   const fs::path itself = fs::canonical(directory, unknown);
-  if (!unknown && isDataset(itself)) found.datasets.push_back(directory);
+  const fs::path given = directory.has_filename() ? directory : directory.parent_path();
+  if (isDataset(given) || (!unknown && isDataset(itself))) found.datasets.push_back(directory);
   std::vector<fs::path> open{directory};
   while (!open.empty()) {
     stopIfInterrupted();
@@ -53,7 +54,11 @@ FoundDatasets findDatasets(const fs::path& directory) {
     fs::directory_iterator entry(here, failed);
     for (const fs::directory_iterator end; !failed && entry != end; entry.increment(failed)) {
       std::error_code gone;
-      if (!entry->is_directory(gone)) continue;
+      if (!entry->is_directory(gone)) {
+        if (entry->is_symlink() && isDataset(entry->path()) && !entry->exists(gone))
+          found.problems.push_back({textOf(entry->path()), "leads nowhere"});
+        continue;
+      }
       if (isDataset(entry->path())) found.datasets.push_back(entry->path());
       if (!entry->is_symlink(gone)) open.push_back(entry->path());
     }
@@ -70,9 +75,9 @@ ScannedDataset scanDataset(const fs::path& dataset, Rules rules) {
   try {
     const Recording recording = Recording::read(dataset, {.rules = rules, .samples = false});
     scanned.header = headerOf(recording);
-    scanned.warned =
-        std::any_of(recording.warnings().begin(), recording.warnings().end(),
-                    [](const Finding& finding) { return finding.severity != Finding::Severity::remark; });
+    scanned.warnings = recording.warnings();
+    std::erase_if(scanned.warnings,
+                  [](const Finding& finding) { return finding.severity == Finding::Severity::remark; });
   } catch (const Error& error) {
     scanned.error =
         error.path() == dataset ? error.text() : lastName(textOf(error.path())) + ": " + error.text();

@@ -15,9 +15,12 @@ namespace ctfmeg::cli {
 
 Session::Session(const ReadingOptions& options) : m_options(options) {}
 
-bool Session::answer(const std::string& dataset, const std::string& question) const {
+bool Session::answer(const std::string& dataset, const std::string& question) {
   if (m_options.yes || m_options.no) return m_options.yes;
-  return askOnTerminal(visible(shownPath(dataset, m_options.noIdentity) + ": " + question));
+  const std::string asked = visible(shownPath(dataset, m_options.noIdentity) + ": " + question);
+  const auto known = m_answers.find(asked);
+  if (known != m_answers.end()) return known->second;
+  return m_answers[asked] = askOnTerminal(asked);
 }
 
 Recording Session::read(const std::string& dataset, const std::optional<Route>& route) {
@@ -62,18 +65,21 @@ Recording Session::readSilently(const std::string& dataset, const std::optional<
 
 void Session::attempt(const std::string& dataset, const std::function<void()>& work,
                       const std::function<void(const Error&)>& onError) {
+  const auto fail = [&](const Error& error) {
+    m_failed = true;
+    // Where samples were to live is no part of the dataset.
+    const bool elsewhere = m_options.noIdentity && error.kind() == ErrorKind::outOfMemory;
+    say(shownPath(elsewhere ? dataset : textOf(error.path()), m_options.noIdentity), error.text());
+    if (onError) onError(error);
+  };
   try {
     work();
   } catch (const Error& error) {
-    m_failed = true;
-    say(shownPath(textOf(error.path()), m_options.noIdentity), error.text());
-    if (onError) onError(error);
+    fail(error);
   } catch (const CommandError& error) {
-    m_failed = true;
-    say(shownPath(error.path(), m_options.noIdentity), error.what());
+    fail({ErrorKind::refused, pathFromText(error.path()), error.what()});
   } catch (const std::bad_alloc&) {
-    m_failed = true;
-    say(shownPath(dataset, m_options.noIdentity), "needs more memory than there is");
+    fail({ErrorKind::outOfMemory, pathFromText(dataset), "needs more memory than there is"});
   }
 }
 

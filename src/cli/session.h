@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -21,8 +22,8 @@ class Session {
   /// The same under rules of the caller's choice, without a word about warnings.
   Recording readSilently(const std::string& dataset, const std::optional<Route>& route, Rules rules);
 
-  /// Runs `work` on one dataset. What it throws of Error (handed to `onError` too) and CommandError, and that
-  /// memory runs out, is said and remembered, and the command goes on with the next dataset.
+  /// Runs `work` on one dataset. What it throws of Error and CommandError, and that memory runs out, is said,
+  /// handed to `onError` and remembered, and the command goes on with the next dataset.
   void attempt(const std::string& dataset, const std::function<void()>& work,
                const std::function<void(const Error&)>& onError = {});
 
@@ -30,10 +31,11 @@ class Session {
   int exitCode() const;
 
  private:
-  bool answer(const std::string& dataset, const std::string& question) const;
+  bool answer(const std::string& dataset, const std::string& question);
   void sayWarnings(const std::string& dataset, const Recording& recording);
 
   ReadingOptions m_options;
+  std::map<std::string, bool> m_answers;  // a question about a dataset is asked once
   bool m_failed = false;
   bool m_warned = false;
 };

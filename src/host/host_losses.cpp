@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <string>
-#include <type_traits>
+#include <string_view>
+#include <unordered_map>
 
 #include "host/inspect.h"
 #include "host/path_text.h"
@@ -57,6 +58,17 @@ std::size_t differing(const List& plain, const List& host, Same same) {
   return count;
 }
 
+bool sameCoils(const std::vector<Coil>& a, const std::vector<Coil>& b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](const Coil& x, const Coil& y) { return x.positionCm == y.positionCm; });
+}
+
+bool sameReferences(const std::vector<Coefficient>& a, const std::vector<Coefficient>& b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const Coefficient& x, const Coefficient& y) {
+    return x.reference == y.reference && x.value == y.value;
+  });
+}
+
 void compareResource(const Recording& plain, const Recording& host, Losses& losses) {
   std::string names;
   std::size_t fields = 0;
@@ -77,6 +89,21 @@ void compareResource(const Recording& plain, const Recording& host, Losses& loss
   if (bad > 0)
     losses.file("BadChannels", "host.bad",
                 "under host rules marks otherwise " + of(bad, plain.channels().size(), "channels"));
+  const std::size_t coils =
+      differing(plain.channels(), host.channels(), [](const Channel& a, const Channel& b) {
+        return sameCoils(a.dewarCoils, b.dewarCoils) && sameCoils(a.headCoils, b.headCoils);
+      });
+  if (coils > 0)
+    losses.resource("host.coils", "under host rules has other coil positions for " +
+                                      of(coils, plain.channels().size(), "channels"));
+  const std::size_t coefficients = differing(
+      plain.coefficients(), host.coefficients(), [](const CoefficientRecord& a, const CoefficientRecord& b) {
+        return a.sensor == b.sensor && sameReferences(a.references, b.references);
+      });
+  if (coefficients > 0)
+    losses.resource("host.coefficients",
+                    "under host rules has other names or values in " +
+                        of(coefficients, plain.coefficients().size(), "coefficient records"));
   const bool parameters = std::any_of(plain.record().filters.begin(), plain.record().filters.end(),
                                       [](const Filter& filter) { return !filter.params.empty(); });
   if (parameters)
@@ -86,12 +113,13 @@ void compareResource(const Recording& plain, const Recording& host, Losses& loss
 void compareMarkers(const Recording& plain, const Recording& host, Losses& losses) {
   const std::string file = "MarkerFile.mrk";
   losses.compareCounts(file, "host.markers", plain.markers(), host.markers(), "markers");
-  std::size_t held = 0, all = 0, moved = 0, renamed = 0;
+  std::size_t held = 0, all = 0, moved = 0, renamed = 0, recoloured = 0;
   for (std::size_t i = 0; i < std::min(plain.markers().size(), host.markers().size()); ++i) {
     const Marker &ours = plain.markers()[i], &theirs = host.markers()[i];
     all += ours.samples.size();
     held += theirs.samples.size();
     if (ours.name != theirs.name) ++renamed;
+    if (ours.color != theirs.color || ours.classGroupId != theirs.classGroupId) ++recoloured;
     moved += differing(ours.samples, theirs.samples, [](const MarkerSample& a, const MarkerSample& b) {
       return a.trial == b.trial && a.sample == b.sample;
     });
@@ -101,6 +129,10 @@ void compareMarkers(const Recording& plain, const Recording& host, Losses& losse
   if (renamed > 0)
     losses.file(file, "host.markers",
                 "under host rules has other names for " + of(renamed, plain.markers().size(), "markers"));
+  if (recoloured > 0)
+    losses.file(file, "host.groups",
+                "under host rules has another group or colour for " +
+                    of(recoloured, plain.markers().size(), "markers"));
   if (moved > 0)
     losses.file(file, "host.rounding",
                 "under host rules has another sample for " + of(moved, all, "occurrences"));
@@ -138,15 +170,20 @@ void compareHead(const Recording& plain, const Recording& host, Losses& losses) 
 }
 
 void compareInformation(const Recording& plain, const Recording& host, Losses& losses) {
+  // A tag may be set more than once: the last value counts.
+  std::unordered_map<std::string_view, const InformationEntry*> ours, theirs;
+  for (const InformationEntry& entry : plain.information().entries)
+    ours[entry.tag] = &entry;
+  for (const InformationEntry& entry : host.information().entries)
+    theirs[entry.tag] = &entry;
   std::size_t different = 0;
-  for (const InformationEntry& entry : plain.information().entries) {
-    const InformationEntry* found = host.information().find(entry.tag);
-    if (found == nullptr || found->value != plain.information().find(entry.tag)->value) ++different;
+  for (const auto& [tag, entry] : ours) {
+    const auto found = theirs.find(tag);
+    if (found == theirs.end() || found->second->value != entry->value) ++different;
   }
   if (different > 0)
-    losses.file(
-        losses.own(".infods"), "host.information",
-        "under host rules lacks or changes " + of(different, plain.information().entries.size(), "values"));
+    losses.file(losses.own(".infods"), "host.information",
+                "under host rules lacks or changes " + of(different, ours.size(), "values"));
 }
 
 }  // namespace
@@ -166,13 +203,10 @@ std::vector<Finding> hostLosses(const Recording& plain, const Recording& host,
   return losses.take();
 }
 
-std::uint64_t digestOfSamples(const Recording& recording) {
-  std::uint64_t digest = 0;
-  for (const int number : recording.trialNumbers()) {
-    digest = digest * 31 + static_cast<std::uint64_t>(number);
-    for (const std::int32_t value : recording.trial(number).raw())
-      digest = digest * 31 + static_cast<std::uint32_t>(value);
-  }
+std::uint64_t digestOfSamples(const Trial& trial, std::uint64_t before) {
+  std::uint64_t digest = before * 31 + static_cast<std::uint64_t>(trial.origin().fileTrial);
+  for (const std::int32_t value : trial.raw())
+    digest = digest * 31 + static_cast<std::uint32_t>(value);
   return digest;
 }
 

@@ -79,11 +79,17 @@ void inspectSegments(const Recording& recording, Notes& notes) {
   const RecordInfo& record = recording.record();
   const double lengthMs = 1000.0 * record.samplesPerTrial / record.sampleRate;
   const double sampleMs = 1000.0 / record.sampleRate;  // ends are rounded one way or the other
-  for (const BadSegment& segment : recording.badSegments())
-    if (!isTrial(record, segment.trial) || segment.startMs < -sampleMs ||
-        segment.endMs > lengthMs + sampleMs || segment.endMs < segment.startMs)
-      notes.file("bad.segments", "segment.outside",
-                 "has a segment that lies outside the trials, in trial " + std::to_string(segment.trial));
+  const auto isOutside = [&](const BadSegment& segment) {
+    return !isTrial(record, segment.trial) || segment.startMs < -sampleMs ||
+           segment.endMs > lengthMs + sampleMs || segment.endMs < segment.startMs;
+  };
+  const auto& segments = recording.badSegments();
+  const auto first = std::find_if(segments.begin(), segments.end(), isOutside);
+  if (first == segments.end()) return;
+  const auto outside = static_cast<std::size_t>(std::count_if(first, segments.end(), isOutside));
+  notes.file("bad.segments", "segment.outside",
+             "has " + counted(outside, "segment") + " outside the trials, the first in trial " +
+                 std::to_string(first->trial));
 }
 
 /// Full and short names of channels.
@@ -98,16 +104,22 @@ std::unordered_set<std::string_view> namesOfChannels(const Recording& recording)
 
 void inspectNames(const Recording& recording, Notes& notes) {
   std::unordered_set<std::string_view> known;
+  std::vector<std::string_view> twice;
   for (const Channel& channel : recording.channels())
-    if (!known.insert(channel.name).second)
-      notes.resource("channel.twice",
-                     "names channel " + channel.name + " twice: by name only the first is found");
+    if (!known.insert(channel.name).second) twice.push_back(channel.name);
+  if (!twice.empty())
+    notes.resource("channel.twice", "gives " + counted(twice.size(), "channel") +
+                                        " a name that another has, the first is " +
+                                        std::string(twice.front()) + ": by name only one is found");
   const auto names = namesOfChannels(recording);
+  std::vector<std::string> unknown;
   for (const VirtualChannel& channel : recording.virtualChannels())
     for (const VirtualChannel::Reference& reference : channel.references)
-      if (!names.contains(reference.channel))
-        notes.file("VirtualChannels", "virtual.channel",
-                   "makes " + channel.name + " of " + reference.channel + ", which is no channel");
+      if (!names.contains(reference.channel)) unknown.push_back(reference.channel + " in " + channel.name);
+  if (!unknown.empty())
+    notes.file("VirtualChannels", "virtual.channel",
+               "names " + counted(unknown.size(), "reference") + " that no channel has, the first is " +
+                   unknown.front());
   std::set<std::string_view> strangers;
   for (const CoefficientRecord& record : recording.coefficients()) {
     if (!names.contains(record.sensor)) strangers.insert(record.sensor);
@@ -122,7 +134,8 @@ void inspectNames(const Recording& recording, Notes& notes) {
 
 void inspectNumbers(const Recording& recording, Notes& notes) {
   const RecordInfo& record = recording.record();
-  if (!std::isfinite(record.sampleRate) || record.sampleRate <= 0.0)
+  if (!std::isfinite(record.sampleRate) || !std::isfinite(1.0 / record.sampleRate) ||
+      record.sampleRate <= 0.0)
     notes.resource("res4.rate", "gives a sample rate that can't be");
 }
 
@@ -140,7 +153,7 @@ class TextCheck {
   /// "has characters that are not ASCII in ...", if there are any.
   std::string sentence() const {
     if (m_places.empty()) return {};
-    std::string text = "has characters that are not ASCII in " + m_places.front();
+    std::string text = "has control characters or characters beyond ASCII in " + m_places.front();
     if (m_places.size() > 1) text += " and " + counted(m_places.size() - 1, "other place");
     return text;
   }

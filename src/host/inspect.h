@@ -21,8 +21,9 @@ std::vector<Finding> inspect(const Recording& recording, const std::filesystem::
 std::vector<Finding> hostLosses(const Recording& plain, const Recording& host,
                                 const std::filesystem::path& resourceFile);
 
-/// Samples as one number: two readings that stored the same have the same. The trials' numbers count, too.
-std::uint64_t digestOfSamples(const Recording& recording);
+/// A trial's samples and its number in the file as one number, together with that of the trials before it:
+/// two readings that stored the same have the same.
+std::uint64_t digestOfSamples(const Trial& trial, std::uint64_t before);
 
 }  // namespace v1
 }  // namespace ctfmeg

@@ -26,16 +26,18 @@ std::vector<fs::path> resourceFilesIn(const fs::path& directory) {
   fs::directory_iterator entry(directory, failed);
   if (failed) fail(directory, failed);
   std::vector<fs::path> found;
-  for (const fs::directory_iterator end; entry != end; entry.increment(failed)) {
-    if (failed) fail(directory, failed);
+  for (const fs::directory_iterator end; !failed && entry != end; entry.increment(failed))
     if (entry->path().extension() == ".res4") found.push_back(entry->path());
-  }
+  if (failed) fail(directory, failed);
   std::sort(found.begin(), found.end());
   return found;
 }
 
-/// The directory's own name, also when it is given as "." or with a trailing slash.
+/// The name that the directory is given by, also with a trailing slash; its own when it is given as "." or
+/// "..".
 fs::path stemOf(const fs::path& directory) {
+  const fs::path name = directory.has_filename() ? directory.filename() : directory.parent_path().filename();
+  if (!name.empty() && name != "." && name != "..") return name.stem();
   std::error_code failed;
   const fs::path absolute = fs::canonical(directory, failed);
   return (failed ? directory : absolute).stem();
@@ -70,7 +72,7 @@ fs::path resolveDataset(const fs::path& given) {
   file.make_preferred();
 #ifndef _WIN32
   if (file.native().find('\\') != std::string::npos)
-    throw Error(ErrorKind::refused, file,
+    throw Error(ErrorKind::refused, path,
                 "holds a backslash, which separates folders inside the reader: rename it");
 #endif
   return file;

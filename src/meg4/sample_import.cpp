@@ -65,13 +65,18 @@ bool SampleImport::readTrial(std::int32_t trial) {
 }
 
 bool SampleImport::readTogether(std::int32_t first) {
+  if (first < m_readSinglyUpTo) return false;
   // Enough to keep several processors busy, and few enough that whoever watches sees the reading go on.
   constexpr std::uint64_t kTogether = std::uint64_t{1} << 24;
   const auto left = static_cast<std::uint64_t>(trials() - first);
   const std::uint64_t count = std::min({kTogether / trialBytes(m_counts), m_files->unitsHeld(), left});
   if (count < 2 || count * trialBytes(m_counts) < ParallelRead::kWorthIt) return false;
   const auto places = m_scope->room(first, static_cast<std::int32_t>(count));
-  if (!m_files->readUnitsAtOnce(places)) return false;
+  if (!m_files->readUnitsAtOnce(places)) {
+    // A place that can't be read may take seconds each time it is tried.
+    m_readSinglyUpTo = first + static_cast<std::int32_t>(count);
+    return false;
+  }
   m_readUpTo = first + static_cast<std::int32_t>(count);
   return true;
 }

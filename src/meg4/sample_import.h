@@ -95,8 +95,9 @@ class SampleImport {
   CProgresszk m_progress;
   std::optional<ImportScope> m_scope;
   bool m_inPlace = false;
-  std::int32_t m_readUpTo = 0;      // the first trial that is not in its place yet
-  std::span<std::int32_t> m_place;  // of the trial read last, where trials are read into their places
+  std::int32_t m_readUpTo = 0;        // the first trial that is not in its place yet
+  std::int32_t m_readSinglyUpTo = 0;  // the first trial that may be read together with others again
+  std::span<std::int32_t> m_place;    // of the trial read last, where trials are read into their places
 };
 
 /// Writes a new trial length into the record information.

@@ -50,7 +50,7 @@ std::unique_ptr<CMEGSensorzk> decodeSensor(std::span<const std::byte> record, co
     convertCoil(dewar, rules);
     convertCoil(head, rules);
   }
-  *squid = fields;
+  *squid = static_cast<const CMegSquidzk&>(fields);
   sensor->sensorType = mapSensorType(fields.typeIndex);
   sensor->attachSquid(std::move(squid));
   sensor->sensorGain();

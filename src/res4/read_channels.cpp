@@ -41,7 +41,10 @@ int CCtfReader2Res4::readSensorRecords(CFile& file) {
   if (!records.allThere()) return failShort(file, L"its sensor records");
   for (std::int32_t c = 0; c < channels; ++c) {
     const auto record = records.next();
-    if (record.empty()) return failShort(file, L"its sensor records");
+    if (record.empty()) {
+      releaseSensors();
+      return failShort(file, L"its sensor records");
+    }
     auto sensor = decodeSensor(record.first(kSensorRecordSize), m_rules);
     if (!sensor) {
       reportRes4(file, "memory", L"needs more memory than there is for its sensors", records.offset());

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -44,6 +45,10 @@ TEST_F(ManyDatasets, AreScannedAtEveryDepthAndBrokenOnesSurvived) {
   writeFile(path("b/file.ds"), "not a directory");
 #ifndef _WIN32
   fs::create_directory_symlink(path("a"), path("b/again"));
+  fs::create_directory_symlink(path("nowhere"), path("a/gone.ds"));
+  const std::string gone = "ctfmeg: " + path("a/gone.ds") + ": leads nowhere\n";
+#else
+  const std::string gone;
 #endif
   const std::string bytes = std::to_string(whole.res4.str().size() + whole.sampleFiles[0].size());
   const std::string about = ",subject,29-Apr-2013,09:36,2,2,3,600,0.01," + bytes + ",ok,\r\n";
@@ -56,7 +61,7 @@ TEST_F(ManyDatasets, AreScannedAtEveryDepthAndBrokenOnesSurvived) {
   EXPECT_EQ(csv.exitCode, 1);
   EXPECT_EQ(csv.out, head + path("a/run.ds") + about + path("a/run.ds/hz.ds") + about + path("b/broken.ds") +
                          ",,,,,,,,,0,error," + why + "\r\n" + path("b/c/=last.ds") + about);
-  EXPECT_EQ(csv.err, "ctfmeg: " + path("b/broken.ds") + ": " + why + "\n");
+  EXPECT_EQ(csv.err, gone + "ctfmeg: " + path("b/broken.ds") + ": " + why + "\n");
 
   const auto listed = run({"scan", "--json", "--no-identity", path("b")});
   const json all = json::parse(listed.out);
@@ -120,13 +125,13 @@ TEST_F(ManyDatasets, AreCheckedForWhatIsOdd) {
       oddities(dataset),
       "3\n"
       "bad.channel BadChannels is no channel of the recording\n"
-      "virtual.channel VirtualChannels makes A of MLC12, which is no channel\n"
+      "virtual.channel VirtualChannels names 1 reference that no channel has, the first is MLC12 in A\n"
       "marker.outside MarkerFile.mrk places 2 occurrences of marker t\xC3\x83\xC2\xB6ne outside the trials, "
       "the "
       "first at trial 2, sample 1\n"
       "class.outside ClassFile.cls lists 1 trial in class BAD that the run does not have, the first is 7\n"
-      "segment.outside bad.segments has a segment that lies outside the trials, in trial 1\n"
-      "text.ascii MarkerFile.mrk has characters that are not ASCII in name 1\n");
+      "segment.outside bad.segments has 1 segment outside the trials, the first in trial 1\n"
+      "text.ascii MarkerFile.mrk has control characters or characters beyond ASCII in name 1\n");
 
   const auto strict = run({"check", "--strict", dataset});
   EXPECT_EQ(strict.exitCode, 1);
@@ -138,27 +143,50 @@ TEST_F(ManyDatasets, AreCheckedToTheLastByteAndByBothReadings) {
     std::string codes;
     const json all = json::parse(run({"check", "--json", path(name)}).out);
     for (const json& finding : all["findings"])
-      if (finding["severity"] == "remark" && finding["code"] != "host.filters")
-        codes += finding["code"].get<std::string>() + " " + finding["text"].get<std::string>() + "\n";
+      if (finding["severity"] == "remark")
+        codes += finding["code"].get<std::string>() + " " + finding["file"].get<std::string>() + " " +
+                 finding["text"].get<std::string>() + "\n";
     return codes;
   };
+  const std::string always =
+      "host.coils run.res4 under host rules has other coil positions for 1 of 2 channels\n"
+      "host.coefficients run.res4 under host rules has other names or values in 1 of 1 coefficient records\n"
+      "host.filters run.res4 has filter parameters, which host rules leave in the file's byte order\n";
   MinimalDataset trailing, cut, older, broken;
   trailing.sampleFiles[0] += "abc";
   EXPECT_EQ(oddities(write("trailing.ds", trailing)),
             "3\nmeg4.trailing run.meg4 has 3 bytes behind the last trial of the run\n");
+  EXPECT_EQ(remarks("trailing.ds"), always);
   cut.sampleFiles[0].pop_back();
   EXPECT_EQ(oddities(write("cut.ds", cut)),
             "3\nmeg4.short run.meg4 ends early: 1 of 2 trials are there whole, the next one in part\n");
-  EXPECT_NE(remarks("cut.ds").find("host."), std::string::npos);
+  EXPECT_EQ(remarks("cut.ds").substr(0, always.size() + 23), always + "host.unread run.1_meg4 ");
   older.res4.put(3, Bytes().raw("41"));
   write("older.ds", older);
-  EXPECT_EQ(remarks("older.ds").substr(0, 12), "host.unread ");
+  EXPECT_EQ(remarks("older.ds").substr(0, 21), "host.unread run.res4 ");
+
   broken.res4 = Bytes().raw(broken.res4.str().substr(0, 3000));
   const auto result = run({"check", write("broken.ds", broken)});
   EXPECT_EQ(result.exitCode, 1);
   EXPECT_TRUE(result.out.starts_with(path("broken.ds") + ": can't be read\n")) << result.out;
   EXPECT_NE(result.out.find("res4.short"), std::string::npos) << result.out;
   EXPECT_NE(result.err.find("run.res4"), std::string::npos) << result.err;
+  EXPECT_EQ(json::parse(run({"check", "--json", path("nowhere.ds")}).out)["error"]["kind"], "notFound");
+}
+
+TEST_F(ManyDatasets, ThatWereSimulatedAreSound) {
+  ASSERT_EQ(run({"simulate", "--channels", "12", path("sound.ds")}).exitCode, 0);
+  const auto sound = run({"check", "--quiet", "--no-identity", path("sound.ds")});
+  EXPECT_EQ(sound.exitCode, 0);
+  EXPECT_EQ(sound.out, "sound.ds: sound\n");
+}
+
+TEST_F(ManyDatasets, WithNumbersThatCantBeAreTold) {
+  MinimalDataset odd;
+  odd.res4.put(1296, Bytes().f64(-std::numeric_limits<double>::infinity()));
+  const auto scanned = run({"scan", "--csv", "--strict", write("odd.ds", odd)});
+  EXPECT_NE(scanned.out.find(",2,2,3,,0,"), std::string::npos) << scanned.out;
+  EXPECT_EQ(oddities(path("odd.ds")).substr(0, 52), "3\nres4.rate run.res4 gives a sample rate that can't ");
 }
 
 }  // namespace

@@ -60,14 +60,14 @@ std::string quoted(std::string_view text) {
   return out + "'";
 }
 
-/// The help of an option in brackets, as zsh's _arguments wants it.
-std::string zshHelp(std::string_view help) {
-  std::string out = "[";
-  for (const char c : help) {
+/// Text in a description for zsh's _arguments, to which some characters mean something.
+std::string zshText(std::string_view text) {
+  std::string out;
+  for (const char c : text) {
     if (c == '[' || c == ']' || c == ':' || c == '\\') out += '\\';
     out += c;
   }
-  return out + "]";
+  return out;
 }
 
 std::string zshAction(const PageOption& option) {
@@ -88,8 +88,8 @@ std::string zshOption(const PageOption& option) {
   for (const std::string& name : option.names) {
     const bool valued = !option.value.empty();
     const std::string equals = valued && name.starts_with("--") ? "=" : "";
-    lines += " \\\n        " + quoted(name + equals + zshHelp(option.help) +
-                                      (valued ? ":" + option.value + ":" + zshAction(option) : ""));
+    lines += " \\\n        " + quoted(name + equals + "[" + zshText(option.help) + "]" +
+                                      (valued ? ":" + zshText(option.value) + ":" + zshAction(option) : ""));
   }
   return lines;
 }
@@ -98,7 +98,7 @@ std::string zshArguments(const Page& page) {
   std::string lines;
   for (const PageOption& argument : page.arguments)
     lines += " \\\n        " +
-             quoted((argument.several ? "*:" : "1:") + argument.value + ":" + zshAction(argument));
+             quoted((argument.several ? "*:" : "1:") + zshText(argument.value) + ":" + zshAction(argument));
   return lines;
 }
 
