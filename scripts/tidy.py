@@ -117,8 +117,9 @@ def main():
     parser.add_argument("notes")
     parser.add_argument("system", choices=["posix", "win32"])
     parser.add_argument("--without", action="append", default=[])
-    parser.add_argument("clang", nargs="*")
-    options = parser.parse_args()
+    given = sys.argv[1:] if "--" in sys.argv else [*sys.argv[1:], "--"]
+    options = parser.parse_args(given[:given.index("--")])
+    options.clang = given[given.index("--") + 1:]
     checker = Checker(options)
     by_room, by_source = enabled_checks(options.without)
 

@@ -97,7 +97,7 @@ std::vector<std::string> argumentsOf(std::vector<std::string> arguments) {
   for (std::string& argument : arguments) {
     const bool isValue = before == "--channels" || before == "--marker";
     before = argument;
-    if (!isValue && argument.starts_with('[') && argument.ends_with(']')) argument = "./" + argument;
+    if (!isValue && argument.starts_with('[') && argument.ends_with(']')) argument.insert(0, "./");
   }
   std::reverse(arguments.begin(), arguments.end());
   return arguments;
