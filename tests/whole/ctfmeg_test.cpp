@@ -604,4 +604,33 @@ TEST_F(Ctfmeg, RealRecording) {
   }
 }
 
+TEST_F(Ctfmeg, ShowsStrangeTextsAndSaysWhatWentWrongAtTheEnd) {
+  // A character beyond U+FFFF that shows nothing.
+  const std::string name = "a\xF3\xA0\x80\x81.ds";
+  write(name);
+  const std::string group = "CLASSGROUPID:\n+3\nNAME:\n" + std::string(80, 'm') +
+                            "\nCOMMENT:\n\nCOLOR:\nred\nEDITABLE:\nYes\nCLASSID:\n+1\nNUMBER OF ";
+  writeFile(path(name + "/MarkerFile.mrk"),
+            "PATH OF DATASET:\nx\nNUMBER OF MARKERS:\n1\n" + group +
+                "SAMPLES:\n1\nLIST OF SAMPLES:\nTRIAL NUMBER\t\tTIME FROM SYNC POINT (in seconds)\n+0 0\n\n");
+  writeFile(path(name + "/ClassFile.cls"), "PATH OF DATASET:\nx\nNUMBER OF CLASSES:\n1\n" + group +
+                                               "TRIALS:\n1\nLIST OF TRIALS:\nTRIAL NUMBER\n+1\n+0\n\n");
+  const auto shown = run({"info", "--json", path(name)});
+  EXPECT_TRUE(contains(shown.out, "a\\udb40\\udc01.ds")) << shown.out.substr(0, 200);
+  EXPECT_TRUE(contains(shown.err, "goes beyond the number of trials that the class says it has"))
+      << shown.err;
+  const auto table = run({"markers", path(name)}).out;
+  EXPECT_TRUE(contains(table, std::string(59, 'm') + "\xE2\x80\xA6  0 ")) << table;
+
+  const auto rate = run({"simulate", "--rate", "-1", path("rate.ds")});
+  EXPECT_EQ(rate.exitCode, 2);
+  EXPECT_TRUE(contains(rate.err, "rate must be a finite number above 0")) << rate.err;
+#ifndef _WIN32
+  const auto full =
+      runCommand("/bin/sh", {"-c", "exec '" CTFMEG_COMMAND "' markers '" + path(name) + "' >/dev/full"});
+  EXPECT_EQ(full.exitCode, 1);
+  EXPECT_TRUE(full.err.ends_with("ctfmeg: standard output: can't be written: No space left on device\n"));
+#endif
+}
+
 }  // namespace
