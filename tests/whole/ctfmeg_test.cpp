@@ -610,11 +610,12 @@ TEST_F(Ctfmeg, ShowsStrangeTextsAndSaysWhatWentWrongAtTheEnd) {
   write(name);
   const std::string group = "CLASSGROUPID:\n+3\nNAME:\n" + std::string(80, 'm') +
                             "\nCOMMENT:\n\nCOLOR:\nred\nEDITABLE:\nYes\nCLASSID:\n+1\nNUMBER OF ";
-  writeFile(path(name + "/MarkerFile.mrk"),
+  writeFile(pathFromText(path(name + "/MarkerFile.mrk")),
             "PATH OF DATASET:\nx\nNUMBER OF MARKERS:\n1\n" + group +
                 "SAMPLES:\n1\nLIST OF SAMPLES:\nTRIAL NUMBER\t\tTIME FROM SYNC POINT (in seconds)\n+0 0\n\n");
-  writeFile(path(name + "/ClassFile.cls"), "PATH OF DATASET:\nx\nNUMBER OF CLASSES:\n1\n" + group +
-                                               "TRIALS:\n1\nLIST OF TRIALS:\nTRIAL NUMBER\n+1\n+0\n\n");
+  writeFile(pathFromText(path(name + "/ClassFile.cls")),
+            "PATH OF DATASET:\nx\nNUMBER OF CLASSES:\n1\n" + group +
+                "TRIALS:\n1\nLIST OF TRIALS:\nTRIAL NUMBER\n+1\n+0\n\n");
   const auto shown = run({"info", "--json", path(name)});
   EXPECT_TRUE(contains(shown.out, "a\\udb40\\udc01.ds")) << shown.out.substr(0, 200);
   EXPECT_TRUE(contains(shown.err, "goes beyond the number of trials that the class says it has"))

@@ -29,7 +29,9 @@ class ManyDatasets : public testing::Test {
     return path(name);
   }
   static CommandResult run(const std::vector<std::string>& arguments) {
-    return runCommand(CTFMEG_COMMAND, arguments);
+    CommandResult result = runCommand(CTFMEG_COMMAND, arguments);
+    std::erase(result.err, '\r');  // text for people has the system's line ends
+    return result;
   }
 
  private:
