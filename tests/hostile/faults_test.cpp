@@ -119,7 +119,7 @@ TEST(Faults, AFileThatShrinksUnderTheReader) {
         });
         const Load result = load(dataset, rules);
         ++outcomes.at(static_cast<std::size_t>(result.outcome));
-        calls = std::max(n, shrinking.count());
+        calls = std::max(calls, shrinking.count());
         // A text file that ends early is a short text file; of samples it is known how many there were.
         if (shrunk.extension().string().ends_with("meg4")) {
           EXPECT_FALSE(result.lostInSilence(whole)) << "call " << n << ", " << name;
@@ -141,21 +141,34 @@ TEST(Faults, OfReadsThatThreadsShare) {
   const auto file = dataset.write(directory.path());
   const auto samples = file.parent_path() / "run.meg4";
   const auto size = std::filesystem::file_size(samples);
+  enum class Fault { once, fromThenOn, shrinks };
   for (const auto& [name, rules] : kBothRules) {
+    FailingCalls counting([](int, int) { return 0; });
     const Load whole = load(file, rules);
+    const int calls = counting.count();
     ASSERT_EQ(whole.outcome, Outcome::complete);
-    for (const bool shrinks : {false, true})
-      for (int n = 1, calls = n; n <= calls; ++n) {
+    for (const Fault fault : {Fault::once, Fault::fromThenOn, Fault::shrinks}) {
+      int healed = 0;
+      for (int n = 1; n <= calls; ++n) {
         const FailingCalls failing([&](int number, int descriptor) {
-          if (number != n || descriptor < 0) return 0;
-          if (shrinks) std::filesystem::resize_file(samples, size / 3);
-          return shrinks ? 0 : EIO;
+          if (number < n || (number > n && fault != Fault::fromThenOn) || descriptor < 0) return 0;
+          if (fault != Fault::shrinks) return EIO;
+          std::filesystem::resize_file(samples, size / 3);
+          return 0;
         });
         const Load result = load(file, rules);
-        EXPECT_FALSE(result.lostInSilence(whole)) << n << " " << shrinks << ", " << name;
-        calls = std::max(n, failing.count());
+        EXPECT_FALSE(result.lostInSilence(whole)) << n << " " << static_cast<int>(fault) << ", " << name;
+        if (result.outcome == Outcome::complete && result.data == whole.data) ++healed;
         writeFile(samples, dataset.sampleFiles[0]);
       }
+      // A read that fails once is tried again trial by trial; one that goes on failing loses no trial before
+      // it.
+      if (fault == Fault::once) {
+        EXPECT_GT(healed, 0) << name;
+      } else {
+        EXPECT_LT(healed, calls / 2) << name;
+      }
+    }
   }
 }
 
