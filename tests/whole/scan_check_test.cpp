@@ -191,4 +191,23 @@ TEST_F(ManyDatasets, WithNumbersThatCantBeAreTold) {
   EXPECT_EQ(oddities(path("odd.ds")).substr(0, 52), "3\nres4.rate run.res4 gives a sample rate that can't ");
 }
 
+TEST_F(ManyDatasets, WithWarningsSaySo) {
+  MinimalDataset twice;
+  twice.res4.put(MinimalDataset::kNames + 32, Bytes().raw("MLC11-2805"));
+  write("twice.ds", twice);
+  writeFile(path("twice.ds/BadChannels"), "NOPE\nNOR\n");
+  const auto scanned = run({"scan", "--json", "--strict", path("twice.ds/.")});
+  EXPECT_EQ(scanned.exitCode, 1);
+  EXPECT_TRUE(scanned.err.ends_with(": warning: BadChannels is no channel of the recording; and 1 more\n"))
+      << scanned.err;
+  const json all = json::parse(scanned.out);
+  ASSERT_EQ(all.size(), 1u);
+  EXPECT_EQ(all[0]["subject"], "subject");
+  EXPECT_EQ(all[0]["status"], "ok");
+  EXPECT_NE(oddities(path("twice.ds"))
+                .find("channel.twice run.res4 gives 1 channel a name that another has, the "
+                      "first is MLC11-2805"),
+            std::string::npos);
+}
+
 }  // namespace
