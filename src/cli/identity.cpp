@@ -14,6 +14,11 @@ std::string lastName(const std::string& path) {
 
 std::string shownPath(const std::string& path, bool noIdentity) { return noIdentity ? lastName(path) : path; }
 
+std::string reasonOf(const std::string& path, const Error& error) {
+  const std::string file = textOf(error.path());
+  return file == path ? error.text() : lastName(file) + ": " + error.text();
+}
+
 bool mayBeShown(const Finding& finding, bool noIdentity) {
   if (!noIdentity) return true;
   return finding.code != "message" && finding.code != "samples.spilled" && finding.code != "memory.spill";

@@ -9,7 +9,6 @@
 
 #include "cli/identity.h"
 #include "cli/visible_text.h"
-#include "host/path_text.h"
 #include "host/record_fields.h"
 
 namespace ctfmeg::cli {
@@ -163,11 +162,8 @@ Json warningJson(const Finding& finding) {
   return object;
 }
 
-/// The text names the file that is the reason when that is another than the given one.
 Json errorJson(const std::string& path, const Error& error) {
-  const std::string file = textOf(error.path());
-  const std::string text = file == path ? error.text() : lastName(file) + ": " + error.text();
-  return {{"kind", nameOf(error.kind())}, {"text", text}};
+  return {{"kind", nameOf(error.kind())}, {"text", reasonOf(path, error)}};
 }
 
 std::string dump(const Json& json) {

@@ -79,8 +79,7 @@ ScannedDataset scanDataset(const fs::path& dataset, Rules rules) {
     std::erase_if(scanned.warnings,
                   [](const Finding& finding) { return finding.severity == Finding::Severity::remark; });
   } catch (const Error& error) {
-    scanned.error =
-        error.path() == dataset ? error.text() : lastName(textOf(error.path())) + ": " + error.text();
+    scanned.error = reasonOf(scanned.path, error);
   } catch (const std::bad_alloc&) {
     scanned.error = "needs more memory than there is";
   } catch (const std::exception& error) {
