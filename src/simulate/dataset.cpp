@@ -7,22 +7,14 @@
 #include <system_error>
 #include <vector>
 
-#include "simulate/channel.h"
-#include "simulate/channel_list.h"
-#include "simulate/event_files.h"
-#include "simulate/head_files.h"
-#include "simulate/infods_writer.h"
-#include "simulate/meg4_writer.h"
-#include "simulate/res4_writer.h"
-#include "simulate/trial_synthesis.h"
+#include "simulate/channels.h"
+#include "simulate/files.h"
 
 namespace ctfmeg::simulate {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-fs::path withSuffix(fs::path path, const std::string& suffix) { return path += suffix; }
 
 fs::path withoutTrailingSeparator(const fs::path& path) {
   return path.has_filename() ? path : path.parent_path();
@@ -41,42 +33,31 @@ std::string randomSuffix() {
   return suffix.str();
 }
 
-// A new directory that is removed with its content unless it was renamed.
+/// A new directory that is removed with its content unless it was renamed.
 class TemporaryDirectory {
  public:
-  explicit TemporaryDirectory(const fs::path& path) : path_(path) {
-    if (fs::create_directory(path_)) return;
-    throw fs::filesystem_error("cannot create directory", path_,
+  explicit TemporaryDirectory(const fs::path& path) : m_path(path) {
+    if (fs::create_directory(m_path)) return;
+    throw fs::filesystem_error("cannot create directory", m_path,
                                std::make_error_code(std::errc::file_exists));
   }
   TemporaryDirectory(const TemporaryDirectory&) = delete;
   TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
   ~TemporaryDirectory() {
     std::error_code ignored;
-    if (!path_.empty()) fs::remove_all(path_, ignored);
+    if (!m_path.empty()) fs::remove_all(m_path, ignored);
   }
 
-  const fs::path& path() const { return path_; }
+  const fs::path& path() const { return m_path; }
 
   void renameTo(const fs::path& finalPath) {
-    fs::rename(path_, finalPath);
-    path_.clear();
+    fs::rename(m_path, finalPath);
+    m_path.clear();
   }
 
  private:
-  fs::path path_;
+  fs::path m_path;
 };
-
-void writeTrials(const fs::path& stem, const Options& options, const std::vector<Channel>& channels,
-                 const Progress& progress) {
-  TrialSynthesis synthesis(options, channels);
-  Meg4Writer writer(stem, trialsPerFile(options));
-  for (int trial = 0; trial < options.trials; ++trial) {
-    writer.writeTrial(synthesis.nextTrial());
-    if (progress && !progress(trial + 1, options.trials)) throw Stopped{};
-  }
-  writer.close();
-}
 
 }  // namespace
 
@@ -87,13 +68,11 @@ void writeDataset(const fs::path& directory, const Options& options, const Progr
   requireNew(target);
 
   const std::vector<Channel> channels = makeChannels(options.channels);
-  TemporaryDirectory temporary(withSuffix(target, randomSuffix()));
+  TemporaryDirectory temporary(fs::path(target) += randomSuffix());
   const fs::path stem = temporary.path() / target.stem();
-  writeRes4(withSuffix(stem, ".res4"), options, channels);
-  writeInfods(withSuffix(stem, ".infods"), options);
-  writeHeadFiles(stem, channels);
-  writeEventFiles(temporary.path(), options, channels);
-  writeTrials(stem, options, channels, progress);
+  writeRes4(stem, options, channels);
+  writeSideFiles(stem, options, channels);
+  writeMeg4(stem, options, channels, progress);
 
   requireNew(target);  // a rename may replace an empty directory made meanwhile
   temporary.renameTo(target);

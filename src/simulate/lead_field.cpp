@@ -1,14 +1,43 @@
-#include "simulate/lead_field.h"
-
 #include <cstddef>
 #include <functional>
 
-#include "simulate/conductor.h"
-#include "simulate/magnetic_constant.h"
+#include "simulate/signals.h"
 
 namespace ctfmeg::simulate {
 
 namespace {
+
+// Positions in metres from the middle of the conductor, moments in ampere metres (of a machine ampere square
+// metres), fields in tesla, potentials in volt.
+
+constexpr double kMu0Over4Pi = 1e-7;  // tesla metre per ampere
+
+/// Magnetic field at `r`, outside the sphere, of a current dipole of moment `q` at `r0` inside it: Sarvas
+/// 1987, Phys. Med. Biol. 32:11-22, equation 25, with a = r - r0:
+///   B = mu0 / (4 pi F^2) * (F q x r0 - (q x r0 . r) grad F)
+///   F = |a| (|r| |a| + |r|^2 - r0 . r)
+///   grad F = (|a|^2 / |r| + a . r / |a| + 2 |a| + 2 |r|) r - (|a| + 2 |r| + a . r / |a|) r0
+Vector3 dipoleField(const Vector3& r0, const Vector3& q, const Vector3& r) {
+  const Vector3 a = r - r0;
+  const double lengthA = norm(a);
+  const double lengthR = norm(r);
+  const double aDotR = dot(a, r);
+  const double f = lengthA * (lengthR * lengthA + dot(r, r) - dot(r0, r));
+  const Vector3 gradF = (lengthA * lengthA / lengthR + aDotR / lengthA + 2 * lengthA + 2 * lengthR) * r -
+                        (lengthA + 2 * lengthR + aDotR / lengthA) * r0;
+  const Vector3 qCrossR0 = cross(q, r0);
+  return kMu0Over4Pi / (f * f) * (f * qCrossR0 - dot(qCrossR0, r) * gradF);
+}
+
+/// Potential at `r` on the sphere of that dipole: as in an unbounded conductor, which is enough for a
+/// plausible size and pattern.
+double dipolePotential(const Vector3& r0, const Vector3& q, const Vector3& r) {
+  constexpr double kConductivity = 0.33;  // siemens per metre, brain
+  constexpr double kFourPi = 12.566370614359172;
+  const Vector3 a = r - r0;
+  const double distance = norm(a);
+  return dot(q, a) / (kFourPi * kConductivity * distance * distance * distance);
+}
 
 constexpr double kMetresPerCm = 0.01;
 
@@ -33,10 +62,10 @@ constexpr std::array<Machine, 3> kMachines{{
 }};
 static_assert(kCurrentDipoles.size() + kMachines.size() == kSources);
 
-// Metres from the middle of the conductor.
+/// Metres from the middle of the conductor.
 Vector3 fromConductor(const Vector3& headCm) { return kMetresPerCm * (headCm - kConductorCentreCm); }
 
-// B = mu0 / (4 pi r^3) (3 (m . e) e - m) at distance r in the direction e from a magnetic dipole m.
+/// B = mu0 / (4 pi r^3) (3 (m . e) e - m) at distance r in the direction e from a magnetic dipole m.
 Vector3 magneticDipoleField(const Vector3& m, const Vector3& fromDipole) {
   const double distance = norm(fromDipole);
   const Vector3 e = unit(fromDipole);
@@ -71,10 +100,9 @@ PerSource magneticLeadField(const Channel& channel) {
 PerSource electricLeadField(const Channel& channel) {
   PerSource lead{};
   std::size_t source = 0;
-  for (const CurrentDipole& dipole : kCurrentDipoles) {
+  for (const CurrentDipole& dipole : kCurrentDipoles)
     lead[source++] = dipolePotential(fromConductor(dipole.positionCm), dipole.direction,
                                      fromConductor(channel.headCoils.front().positionCm));
-  }
   return lead;
 }
 

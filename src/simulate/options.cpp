@@ -6,17 +6,17 @@
 #include <stdexcept>
 #include <string>
 
-#include "simulate/meg4_writer.h"
+#include "simulate/files.h"
 
 namespace ctfmeg::simulate {
 
 namespace {
 
-// The header keeps the channel and trial counts in 16 bits and the samples in 32, all signed.
+/// The header keeps the channel and trial counts in 16 bits and the samples in 32, all signed.
 constexpr std::int64_t kMaxCount16 = std::numeric_limits<std::int16_t>::max();
 constexpr std::int64_t kMaxCount32 = std::numeric_limits<std::int32_t>::max();
 
-// Readers hold file positions in 32 signed bits.
+/// Readers hold file positions in 32 signed bits.
 constexpr std::int64_t kMaxFileBytes = std::numeric_limits<std::int32_t>::max();
 
 void requireRange(const char* option, std::int64_t value, std::int64_t low, std::int64_t high) {
@@ -45,9 +45,8 @@ void validate(const Options& options) {
   requireRange("trials", options.trials, 1, kMaxCount16);
   requireRange("samples", options.samples, 1, kMaxCount32);
   requireRange("splitAfter", options.splitAfter, 0, kMaxCount16);
-  if (!(std::isfinite(options.rate) && options.rate > 0)) {
+  if (!(std::isfinite(options.rate) && options.rate > 0))
     throw std::invalid_argument("rate must be a finite number above 0");
-  }
   if (trialsThatFit(options) < 1) {
     throw std::invalid_argument("channels and samples: one trial would take " +
                                 std::to_string(trialBytes(options)) +

@@ -6,38 +6,38 @@
 
 namespace ctfmeg::simulate {
 
-// xoshiro256++ (Blackman and Vigna 2021, ACM Trans. Math. Softw. 47:36) started by splitmix64. The standard
-// library's distributions differ between systems; this gives the same numbers everywhere, without libm.
+/// xoshiro256++ (Blackman and Vigna 2021, ACM Trans. Math. Softw. 47:36) started by splitmix64. The standard
+/// library's distributions differ between systems; this makes the same numbers everywhere, without libm.
 class Random {
  public:
   explicit Random(std::uint64_t seed) {
-    for (std::uint64_t& word : state_)
+    for (std::uint64_t& word : m_state)
       word = splitmix(seed);
   }
 
   std::uint64_t next() {
-    const std::uint64_t result = std::rotl(state_[0] + state_[3], 23) + state_[0];
-    const std::uint64_t shifted = state_[1] << 17;
-    state_[2] ^= state_[0];
-    state_[3] ^= state_[1];
-    state_[1] ^= state_[2];
-    state_[0] ^= state_[3];
-    state_[2] ^= shifted;
-    state_[3] = std::rotl(state_[3], 45);
+    const std::uint64_t result = std::rotl(m_state[0] + m_state[3], 23) + m_state[0];
+    const std::uint64_t shifted = m_state[1] << 17;
+    m_state[2] ^= m_state[0];
+    m_state[3] ^= m_state[1];
+    m_state[1] ^= m_state[2];
+    m_state[0] ^= m_state[3];
+    m_state[2] ^= shifted;
+    m_state[3] = std::rotl(m_state[3], 45);
     return result;
   }
 
-  // Even in [0, 1).
+  /// Evenly distributed in [0, 1).
   double uniform() { return static_cast<double>(next() >> 11) * 0x1p-53; }
 
-  // Even in [-1, 1).
+  /// Evenly distributed in [-1, 1).
   double symmetric() { return 2 * uniform() - 1; }
 
   bool coin() { return next() >> 63 != 0; }
 
-  // Normal deviate, mean 0 and variance 1, in good approximation up to 5 standard deviations: the number of
-  // ones among 64 fair bits (binomial, variance 16), its steps joined up by the sum of two even deviates of
-  // unit width (variance 1/6).
+  /// Normal deviate, mean 0 and variance 1, in good approximation up to 5 standard deviations: the number of
+  /// ones among 64 fair bits (binomial, variance 16), its steps smoothed by the sum of two even deviates of
+  /// unit width (variance 1/6).
   double normal() {
     const int ones = std::popcount(next());
     const std::uint64_t dither = next();
@@ -55,7 +55,7 @@ class Random {
     return z ^ (z >> 31);
   }
 
-  std::array<std::uint64_t, 4> state_;
+  std::array<std::uint64_t, 4> m_state;
 };
 
 }  // namespace ctfmeg::simulate

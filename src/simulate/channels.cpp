@@ -1,16 +1,11 @@
-#include "simulate/channel_list.h"
+#include "simulate/channels.h"
 
 #include <algorithm>
 #include <array>
 #include <iterator>
 #include <string>
 
-#include "simulate/conductor.h"
-#include "simulate/helmet.h"
-#include "simulate/magnetic_channel.h"
 #include "simulate/options.h"
-#include "simulate/random.h"
-#include "simulate/references.h"
 
 namespace ctfmeg::simulate {
 
@@ -21,7 +16,7 @@ constexpr int kAdcs = 4;
 constexpr int kFullHelmet = 275;
 static_assert(2 + kReferences + kFullHelmet + kElectrodes + kAdcs == kFullSystemChannels);
 
-// Of each kind that is not a helmet gradiometer, how many a system has.
+/// Of each kind that is not a helmet gradiometer, how many a system has.
 struct Auxiliaries {
   int stimuli = 0;
   int clocks = 0;

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "simulate/channels.h"
+#include "simulate/random.h"
+
+namespace ctfmeg::simulate {
+
+/// Three current dipoles in the brain (ampere metres), then three distant machines whose magnetic moments
+/// (ampere square metres) make the ambient field.
+enum Source { leftAuditory, rightAuditory, occipital, elevator, trolley, traffic };
+inline constexpr int kSources = 6;
+
+/// A number for each source: its moment, or what a channel shows for a moment of 1.
+using PerSource = std::array<double, kSources>;
+
+/// What `channel` shows of each source, in tesla or volt for a moment of 1. Zero for a channel that is
+/// neither magnetic nor an electrode.
+///
+/// Raw counts follow the coils with their sign reversed: counts = -|gain| x (sum over the coils of
+/// orientation . B). After division by the gain with its sign, field out of the head is positive in all
+/// gradiometers.
+PerSource leadField(const Channel& channel);
+
+/// Moments of all sources over time: in the auditory cortices a response to the trigger, in the occipital
+/// cortex an alpha rhythm that waxes and wanes, outside slowly turning machines.
+class SourceActivity {
+ public:
+  explicit SourceActivity(Random& random);
+
+  /// Responses differ a little from trial to trial.
+  void beginTrial(Random& random);
+
+  PerSource at(double secondsAfterTrigger, double secondsInRecording) const;
+
+ private:
+  PerSource m_phases{};  // turns
+  double m_responseStrength = 1;
+};
+
+/// A stretch of one trial that is computed at once for all channels.
+struct TimeBlock {
+  double rate = 0;                     // Hz
+  std::int64_t firstAfterTrigger = 0;  // its first sample, counted from the trigger of its trial
+  std::int64_t firstInRecording = 0;   // its first sample, counted from the start of the recording
+  std::span<const PerSource> moments;  // of all sources, for each sample
+
+  double secondsAfterTrigger(std::size_t sample) const { return seconds(firstAfterTrigger, sample); }
+  double secondsInRecording(std::size_t sample) const { return seconds(firstInRecording, sample); }
+
+ private:
+  double seconds(std::int64_t first, std::size_t sample) const {
+    return static_cast<double>(first + static_cast<std::int64_t>(sample)) / rate;
+  }
+};
+
+/// What one channel shows, in tesla, volt, seconds or trigger codes.
+class ChannelSignal {
+ public:
+  ChannelSignal() = default;
+  ChannelSignal(const ChannelSignal&) = delete;
+  ChannelSignal& operator=(const ChannelSignal&) = delete;
+  virtual ~ChannelSignal() = default;
+
+  /// Fills `values`, one for each sample of `block`. Blocks come in the order of time.
+  virtual void fill(const TimeBlock& block, Random& random, std::span<double> values) = 0;
+};
+
+/// `index` is the channel's place in the dataset, `rate` its samples per second.
+std::unique_ptr<ChannelSignal> makeSignal(const Channel& channel, std::size_t index, double rate);
+
+}  // namespace ctfmeg::simulate
