@@ -10,7 +10,7 @@
 #include "reader/meg_reader_face.h"
 
 // What reading a dataset costs, and what it costs at least. The dataset is named by the variable
-// BENCH_DATASET; scripts/bench runs this beside other programs and prints ratios.
+// BENCH_DATASET; scripts/bench runs this next to other programs and prints ratios.
 
 namespace {
 

@@ -30,5 +30,6 @@ std::vector<std::filesystem::path> sampleFilesOf(const std::filesystem::path& da
 /// order: nothing else. Returns their number.
 std::size_t readFloor(const std::filesystem::path& dataset);
 
-/// The same with a thread for each processor, which take pieces in turn, of a set of one file.
+/// Reads as `readFloor` does, with a thread for each processor; they take pieces in turn. For a set of one
+/// file.
 std::size_t readFloorByThreads(const std::filesystem::path& dataset);

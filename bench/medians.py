@@ -1,6 +1,6 @@
 """Prints the medians of several runs of scripts/bench, whose outputs are named: medians.py RUN...
 
-Ratios stand with those of each run; times and memory are medians alone.
+Ratios are listed with those of each run; times and memory are medians alone.
 """
 
 import statistics

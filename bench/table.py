@@ -1,4 +1,4 @@
-"""Times reading beside what it costs at least and beside other ways to do it, and prints tables of ratios.
+"""Times reading, the least that it can cost and other ways to do it, and prints tables of ratios.
 
 Run by scripts/bench: table.py PROGRAMS DATA, the folder of built programs and one for the recordings, which are
 simulated when they are not there.

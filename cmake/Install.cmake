@@ -43,7 +43,7 @@ write_basic_package_version_file(MEGReaderConfigVersion.cmake COMPATIBILITY Same
 install(FILES ${PROJECT_BINARY_DIR}/MEGReaderConfig.cmake ${PROJECT_BINARY_DIR}/MEGReaderConfigVersion.cmake
   DESTINATION ${package_folder} COMPONENT dev)
 
-# pkg-config, with all paths told from where its file is.
+# pkg-config, with all paths relative to its own file.
 set(pc_folder ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH PC_PREFIX ${pc_folder} ${CMAKE_INSTALL_PREFIX})
 file(RELATIVE_PATH PC_LIBDIR ${pc_folder} ${CMAKE_INSTALL_FULL_LIBDIR})

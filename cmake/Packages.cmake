@@ -51,7 +51,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${library_package})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "reader for CTF MEG datasets - shared library
 MEGReader turns recordings of CTF whole-head systems into one data object:
-header, samples and what the files beside them say.
+header, samples and what the small files next to them say.
 .
 This package holds what programs that use it need to run.")
 
@@ -64,7 +64,7 @@ set(CPACK_DEBIAN_DEV_PACKAGE_NAME libmegreader-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_COMPONENT_DEV_DESCRIPTION "reader for CTF MEG datasets - development files
 MEGReader turns recordings of CTF whole-head systems into one data object:
-header, samples and what the files beside them say.
+header, samples and what the small files next to them say.
 .
 This package holds the headers, the static library of the Recording class,
 and files for CMake and pkg-config. Programs are written in C++20.")

@@ -1,4 +1,4 @@
-# 64-bit Windows, built on Debian. Programs and the library stand alone: the compiler's runtime is linked in.
+# 64-bit Windows, built on Debian. Programs and the library need no other files: the compiler's runtime is linked in.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)  # GoogleTest asks for one

@@ -27,7 +27,7 @@ void average(const ctfmeg::Recording& recording, const ctfmeg::Marker& marker, c
   const double rate = recording.record().sampleRate;
   const auto before = std::llround(secondsBefore * rate), after = std::llround(secondsAfter * rate);
   if (before < 0 || after < 0)
-    throw std::invalid_argument("an epoch begins before its marker and ends behind it");
+    throw std::invalid_argument("an epoch begins before its marker and ends after it");
   std::vector<double> sum(static_cast<std::size_t>(before + after + 1)), values;
   const auto& trials = recording.trialNumbers();
   int averaged = 0, skipped = 0;

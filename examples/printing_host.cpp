@@ -60,7 +60,7 @@ int main(int argc, char** argv) {
     std::printf("there is not enough memory\n");
   }
 
-  // What the facade appended is the host's, after a failure too.
+  // The host owns what the facade appended, after a failure too.
   std::vector<std::unique_ptr<CMEGDatazk>> datasets;
   for (int i = 0; i < array.GetSize(); ++i)
     datasets.emplace_back(static_cast<CMEGDatazk*>(array.GetAt(i)));

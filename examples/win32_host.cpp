@@ -42,7 +42,7 @@ struct Host {
     if (done && array.GetSize() > before) show(*datasets.back());
   }
 
-  /// What the facade appended is ours.
+  /// The host owns what the facade appended.
   void collect() {
     for (int i = static_cast<int>(datasets.size()); i < array.GetSize(); ++i)
       datasets.emplace_back(static_cast<CMEGDatazk*>(array.GetAt(i)));

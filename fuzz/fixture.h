@@ -6,7 +6,8 @@
 
 #include "reader/ctf_dataset_reader.h"
 
-/// The entry point of every target here: reads the bytes as one file of a dataset, by both rules. Returns 0.
+/// The entry point of every target here: reads the bytes as one file of a dataset, by host rules and by plain
+/// rules. Returns 0.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size);
 
 /// The reader object of one reading, with a data object of its own.
@@ -24,13 +25,13 @@ class FuzzReader : public CCtfDatasetReader {
 /// The directory of this process's dataset, "run.ds" in memory; removed at the end. Ends in a slash.
 const std::string& fuzzDirectory();
 
-/// Writes a file there.
+/// Writes a file into that directory.
 void writeFuzzFile(const std::string& name, const std::uint8_t* bytes, std::size_t size);
 
 /// The path up to and including the dot before the extension, as readers take it.
 CString fuzzBase();
 
-/// Runs `read(reader)` by both rules. A file error ends it, as it ends in hosts.
+/// Runs `read(reader)` by host rules and by plain rules. A file error ends it, as it ends a host's reading.
 template <class Read>
 int byBothRules(Read read) {
   for (const ReadingRules& rules : {ReadingRules::host(), ReadingRules::plain()}) {

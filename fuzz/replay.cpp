@@ -1,4 +1,4 @@
-// Stands in for the fuzzer's own main: reads every file that is named, or that lies in a folder that is
+// Replaces the fuzzer's own main: reads every file that is named, or that is in a folder that is
 // named, once.
 
 #include <cstdio>

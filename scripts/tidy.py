@@ -23,7 +23,7 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent
 SOURCES = ROOT / "src"
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^">]+)[">]', re.MULTILINE)
-# A source that includes sources is what reading a room as one comes down to.
+# A room is read as one: through a source that includes its sources.
 OF_ROOMS_ONLY = {"bugprone-suspicious-include"}
 
 
@@ -138,7 +138,7 @@ def main():
         clean, said = checker.tidy(checker.notes, by_room - OF_ROOMS_ONLY, whole, [whole, *files])
         if clean or "clang-diagnostic-error" not in said:
             return clean, said
-        # Two of them have a name of their own that is the same: each has to be read by itself.
+        # Two of them define the same name for themselves: each has to be read alone.
         results = [checker.tidy(options.database, by_room, file, [file]) for file in files]
         return all(result[0] for result in results), "".join(result[1] for result in results)
 
