@@ -195,9 +195,8 @@ std::vector<Channel> makeReferences(Random& random) {
 
 std::vector<Channel> makeHelmet(int count, Random& random) {
   std::map<std::string, std::vector<Vector3>> regions;
-  for (const Vector3& point : spiral(count)) {
+  for (const Vector3& point : spiral(count))
     regions[std::string{'M', side(point), lobe(point)}].push_back(point);
-  }
   std::vector<Channel> helmet;
   for (const auto& [region, points] : regions) {
     const auto digits = region[1] == 'Z' ? midlineDigits : lateralDigits;
