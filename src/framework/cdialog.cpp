@@ -1,6 +1,7 @@
 #include "framework/cdialog.h"
 
 #include <charconv>
+#include <limits>
 #include <string>
 
 #include "framework/encoding.h"
@@ -10,6 +11,7 @@ namespace {
 /// Ends an exchange; never leaves `UpdateData`.
 struct ExchangeFailed {};
 
+/// A number that does not fit becomes the nearest that does, for a range to refuse.
 bool parseInteger(const CString& text, int& value) {
   CString trimmed = text;
   const std::string digits = toUtf8(trimmed.Trim());
@@ -17,7 +19,9 @@ bool parseInteger(const CString& text, int& value) {
   const char* last = first + digits.size();
   if (digits.starts_with('+') && !digits.starts_with("+-")) ++first;
   const auto [end, error] = std::from_chars(first, last, value);
-  return error == std::errc{} && end == last;
+  if (error == std::errc::result_out_of_range)
+    value = *first == '-' ? std::numeric_limits<int>::min() : std::numeric_limits<int>::max();
+  return error != std::errc::invalid_argument && end == last;
 }
 
 }  // namespace

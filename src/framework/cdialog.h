@@ -63,7 +63,8 @@ class MEGREADER_API CDialog : public CWnd, private DialogOwner {
   bool m_ended = false;
 };
 
-/// Between a control and an integer. A text that is none shows "Enter an integer." and fails.
+/// Between a control and an integer. A text that is none shows "Enter an integer." and fails; a number that
+/// no int holds is taken as the nearest int, so that `DDV_MinMaxInt` refuses it with the range.
 MEGREADER_API void DDX_Text(CDataExchange* exchange, int control, int& value);
 
 /// Outside `low` to `high` a value that is taken over shows "Enter an integer between LOW and HIGH." and
