@@ -47,6 +47,11 @@ double CBasicReadUnix2Windowzk::unix2Win4Double(double& value) const { return re
 std::int16_t CBasicReadUnix2Windowzk::endianTransform(std::int16_t& value) const { return reversed(value); }
 std::int32_t CBasicReadUnix2Windowzk::endianTransform(std::int32_t& value) const { return reversed(value); }
 double CBasicReadUnix2Windowzk::endianTransform(double& value) const { return reversed(value); }
+#ifdef _WIN32
+long CBasicReadUnix2Windowzk::unix2Win4long(long& value) const { return reversed(value); }
+unsigned long CBasicReadUnix2Windowzk::unix2Win4Ulong(unsigned long& value) const { return reversed(value); }
+long CBasicReadUnix2Windowzk::endianTransform(long& value) const { return reversed(value); }
+#endif
 
 int CBasicReadUnix2Windowzk::readANSI(CArchive& archive, CString& line) {
   std::string bytes;

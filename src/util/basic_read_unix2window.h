@@ -43,6 +43,12 @@ class MEGREADER_API CBasicReadUnix2Windowzk : public CBasicReadUnix2Window {
   std::int16_t endianTransform(std::int16_t& value) const;
   std::int32_t endianTransform(std::int32_t& value) const;
   double endianTransform(double& value) const;
+#ifdef _WIN32
+  // Here `long` has 32 bits and is a type of its own.
+  long unix2Win4long(long& value) const;
+  unsigned long unix2Win4Ulong(unsigned long& value) const;
+  long endianTransform(long& value) const;
+#endif
 
   /// Reads the next line that is not blank, without its CR or LF, in the system's ANSI code page; a line is
   /// cut at its first zero byte. Returns 1; 0 at the end of the data, with what an unterminated last line

@@ -12,6 +12,7 @@
 #include "support/command.h"
 #include "support/minimal_dataset.h"
 #include "support/temporary_directory.h"
+#include "util/basic_read_unix2window.h"
 
 // The library as Windows sees it.
 
@@ -196,6 +197,18 @@ TEST(Library, ExportsWhatHostsNeedAndNothingInternal) {
   for (const char* internal : {"CCtf", "LineSource", "ImportScope", "TrialStorage", "MemoryRange",
                                "CDlgSampleRateSet", "nlohmann", "St6vector"})
     EXPECT_FALSE(exported(internal)) << internal;
+}
+
+TEST(Library, TurnsTheSystemsLongs) {
+  const CBasicReadUnix2Windowzk helper;
+  long first = 0x01020384;
+  EXPECT_EQ(helper.unix2Win4long(first), static_cast<long>(0x84030201));
+  EXPECT_EQ(helper.endianTransform(first), 0x01020384);
+  EXPECT_EQ(first, 0x01020384);
+  unsigned long second = 0x01020384;
+  EXPECT_EQ(helper.unix2Win4Ulong(second), 0x84030201U);
+  std::int32_t third = 1;
+  EXPECT_EQ(helper.unix2Win4long(third), 0x01000000);
 }
 
 /// What reading a dataset gives: its number of trials, or the kind of the error.
