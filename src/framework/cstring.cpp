@@ -5,6 +5,8 @@
 #include <limits>
 #include <string>
 
+#include "framework/exceptions.h"
+
 namespace {
 
 constexpr const wchar_t* kWhiteSpace = L" \t\n\v\f\r";
@@ -30,9 +32,21 @@ CString CString::Right(int count) const {
   return CString(m_text.substr(m_text.size() - clampCount(count, m_text.size())));
 }
 
+CString CString::Mid(int first) const { return Mid(first, GetLength()); }
+
+CString CString::Mid(int first, int count) const {
+  const std::size_t start = clampCount(first, m_text.size());
+  return CString(m_text.substr(start, clampCount(count, m_text.size() - start)));
+}
+
+wchar_t CString::operator[](int index) const {
+  if (index < 0 || index > GetLength()) AfxThrowInvalidArgException();
+  return m_text[static_cast<std::size_t>(index)];
+}
+
 int CString::Find(wchar_t character) const { return toPosition(m_text.find(character)); }
 
-int CString::Find(const wchar_t* text) const { return toPosition(m_text.find(text)); }
+int CString::Find(const wchar_t* text) const { return text != nullptr ? toPosition(m_text.find(text)) : -1; }
 
 int CString::ReverseFind(wchar_t character) const { return toPosition(m_text.rfind(character)); }
 
@@ -43,7 +57,7 @@ int CString::Replace(wchar_t from, wchar_t to) {
 }
 
 int CString::Replace(const wchar_t* from, const wchar_t* to) {
-  const std::wstring_view old(from), fresh(to);
+  const std::wstring_view old = viewOf(from), fresh = viewOf(to);
   int count = 0;
   if (old.empty()) return count;
   std::wstring replaced;
@@ -92,7 +106,7 @@ CString& CString::operator+=(wchar_t character) {
 void CString::formatList(const wchar_t* format, std::initializer_list<FormatArgument> arguments) {
   std::wstring result;
   const auto* next = arguments.begin();
-  for (const wchar_t* c = format; *c != 0; ++c) {
+  for (const wchar_t* c = format; c != nullptr && *c != 0; ++c) {
     if (*c != L'%' || c[1] == 0) {
       result += *c;
       continue;
@@ -105,7 +119,7 @@ void CString::formatList(const wchar_t* format, std::initializer_list<FormatArgu
     if (next == arguments.end()) continue;
     const FormatArgument& argument = *next++;
     if (const auto* text = std::get_if<const wchar_t*>(&argument); text != nullptr && conversion == L's')
-      result += *text;
+      result += viewOf(*text);
     else if (const auto* number = std::get_if<std::int64_t>(&argument);
              number != nullptr && conversion == L'd')
       result += std::to_wstring(*number);
@@ -121,6 +135,11 @@ void CString::formatList(const wchar_t* format, std::initializer_list<FormatArgu
 }
 
 CString operator+(CString left, const CString& right) {
+  left += right;
+  return left;
+}
+
+CString operator+(CString left, wchar_t right) {
   left += right;
   return left;
 }

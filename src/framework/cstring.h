@@ -1,8 +1,10 @@
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <initializer_list>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <variant>
 
@@ -12,18 +14,31 @@
 class MEGREADER_API CString {
  public:
   CString() = default;
-  CString(const wchar_t* text) : m_text(text) {}  // NOLINT(google-explicit-constructor): as in the framework
+  /// Null is an empty text.
+  CString(const wchar_t* text)
+      : m_text(viewOf(text)) {}  // NOLINT(google-explicit-constructor): the framework's
   explicit CString(std::wstring text) : m_text(std::move(text)) {}
 
   int GetLength() const { return static_cast<int>(m_text.size()); }
   bool IsEmpty() const { return m_text.empty(); }
+  void Empty() { m_text.clear(); }
   const wchar_t* GetString() const { return m_text.c_str(); }
+  operator const wchar_t*() const {
+    return GetString();
+  }  // NOLINT(google-explicit-constructor): the framework's
   const std::wstring& str() const { return m_text; }
 
-  /// The first or last `count` characters: all of them when there are fewer, none when `count` is negative.
+  /// The character at `index`; the zero that ends the text at its length. Throws CInvalidArgException
+  /// outside.
+  wchar_t operator[](int index) const;
+
   void Truncate(int length);
+  /// The first or last `count` characters: all of them when there are fewer, none when `count` is negative.
   CString Left(int count) const;
   CString Right(int count) const;
+  /// `count` characters, or all, from `first` on, so far as they are there; a negative `first` is 0.
+  CString Mid(int first) const;
+  CString Mid(int first, int count) const;
 
   /// First or last position of a character, -1 when it does not occur.
   int Find(wchar_t character) const;
@@ -56,9 +71,17 @@ class MEGREADER_API CString {
     formatList(format, {FormatArgument(toArgument(arguments))...});
   }
 
+  // With plain texts too: these would else compare as pointers.
   friend bool operator==(const CString& a, const CString& b) { return a.m_text == b.m_text; }
+  friend bool operator==(const CString& a, const wchar_t* b) { return a.m_text == viewOf(b); }
+  friend auto operator<=>(const CString& a, const CString& b) { return a.m_text <=> b.m_text; }
+  friend auto operator<=>(const CString& a, const wchar_t* b) { return a.m_text <=> viewOf(b); }
 
  private:
+  static std::wstring_view viewOf(const wchar_t* text) {
+    return text != nullptr ? std::wstring_view(text) : std::wstring_view();
+  }
+
   using FormatArgument = std::variant<std::int64_t, std::uint64_t, double, wchar_t, const wchar_t*>;
 
   template <class T>
@@ -81,3 +104,6 @@ class MEGREADER_API CString {
 };
 
 MEGREADER_API CString operator+(CString left, const CString& right);
+MEGREADER_API CString operator+(CString left, wchar_t right);
+/// A number is no character, and must not move a pointer to the text either.
+CString operator+(const CString& left, int right) = delete;

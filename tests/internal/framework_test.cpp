@@ -52,6 +52,44 @@ TEST(CString, CutsSearchesAndTrims) {
   EXPECT_TRUE(CString(L" \r\n").Trim().IsEmpty());
 }
 
+TEST(CString, TakesPartsOutOfTheMiddle) {
+  const CString text(L"abcd");
+  EXPECT_TRUE(text.Mid(1) == L"bcd" && text.Mid(1, 2) == L"bc" && text.Mid(3, INT_MAX) == L"d");
+  EXPECT_TRUE(text.Mid(-3) == L"abcd" && text.Mid(INT_MIN, 1) == L"a");
+  for (const int beyond : {4, 5, INT_MAX})
+    EXPECT_TRUE(text.Mid(beyond).IsEmpty() && text.Mid(beyond, 1).IsEmpty()) << beyond;
+  EXPECT_TRUE(text.Mid(0, 0).IsEmpty() && text.Mid(1, -1).IsEmpty());
+  EXPECT_EQ(text[0], L'a');
+  EXPECT_EQ(text[4], L'\0');
+  for (const int outside : {INT_MIN, -1, 5})
+    EXPECT_TRUE(throws<CInvalidArgException>([&] { static_cast<void>(text[outside]); })) << outside;
+}
+
+TEST(CString, IsATextAndNoPointer) {
+  CString text(L"b");
+  const CString same(L"b");
+  const wchar_t* pointer = text;
+  EXPECT_EQ(std::wstring(pointer), L"b");
+  EXPECT_TRUE(text == same && text == L"b" && L"b" == text && text != L"a" && L"a" != text);
+  EXPECT_TRUE(CString(L"a") < text && text < L"c" && L"a" < text && text >= L"b" && text > CString());
+  EXPECT_TRUE(text + L"c" == L"bc" && L"a" + text == L"ab" && text + L'c' == L"bc" && text + same == L"bb");
+  text.Empty();
+  EXPECT_TRUE(text.IsEmpty() && text == L"");
+}
+
+TEST(CString, NullIsAnEmptyText) {
+  const wchar_t* null = nullptr;
+  CString text(null);
+  EXPECT_TRUE(text.IsEmpty() && text == null);
+  text = CString(L"a") + null;
+  EXPECT_TRUE(text == L"a" && text != null && text > null);
+  EXPECT_EQ(text.Find(null), -1);
+  EXPECT_EQ(text.Replace(null, L"b"), 0);
+  EXPECT_EQ(text.Replace(L"a", null), 1);
+  EXPECT_EQ(formatted(L"<%s>", null), "<>");
+  EXPECT_EQ(formatted(null), "");
+}
+
 TEST(CString, Formats) {
   EXPECT_EQ(formatted(L"%s, %d and %u: 100%%", CString(L"\u00E4"), -7, 7U), "ä, -7 and 7: 100%");
   EXPECT_EQ(formatted(L"%d %u", INT64_MIN, UINT64_MAX), "-9223372036854775808 18446744073709551615");
