@@ -11,8 +11,17 @@ template <class T>
 class CFrameworkArray {
  public:
   int GetSize() const { return static_cast<int>(m_items.size()); }
+  int GetCount() const { return GetSize(); }
 
   const T& GetAt(int index) const { return m_items[checked(index, GetSize())]; }
+  const T& operator[](int index) const { return GetAt(index); }
+  T& operator[](int index) { return m_items[checked(index, GetSize())]; }
+
+  /// Appends the element; returns its index.
+  int Add(T item) {
+    m_items.push_back(std::move(item));
+    return GetSize() - 1;
+  }
 
   /// Sets the element, growing the array with empty elements up to it when needed.
   void SetAtGrow(int index, T item) {
@@ -30,6 +39,8 @@ class CFrameworkArray {
     if (count < 0 || index < 0 || count > GetSize() - index) AfxThrowInvalidArgException();
     m_items.erase(m_items.begin() + index, m_items.begin() + index + count);
   }
+
+  void RemoveAll() { m_items.clear(); }
 
  private:
   static std::size_t checked(int index, int size) {

@@ -241,6 +241,26 @@ TEST(Arrays, RefuseIndicesOutside) {
   EXPECT_EQ(array.GetAt(0), &item);
 }
 
+TEST(Arrays, GrowByAddingAndAreEmptied) {
+  CPtrArray pointers;
+  int item = 0;
+  EXPECT_EQ(pointers.Add(nullptr), 0);
+  EXPECT_EQ(pointers.Add(&item), 1);
+  pointers[0] = pointers[1];
+  EXPECT_EQ(pointers.GetAt(0), &item);
+  EXPECT_EQ(pointers.GetCount(), 2);
+  for (const int index : {-1, 2})
+    EXPECT_TRUE(throws<CInvalidArgException>([&] { pointers[index] = nullptr; })) << index;
+  pointers.RemoveAll();
+  EXPECT_EQ(pointers.GetCount(), 0);
+  EXPECT_EQ(pointers.Add(&item), 0);
+
+  CStringArray texts;
+  texts.Add(L"a");
+  texts[0] += L"b";
+  EXPECT_TRUE(std::as_const(texts)[0] == L"ab");
+}
+
 TEST(UserInterface, TheThreadsOwnComesFirst) {
 #ifndef _WIN32  // there are real windows else
   EXPECT_EQ(currentUserInterface(), nullptr);
