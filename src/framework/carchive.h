@@ -17,7 +17,8 @@ class MEGREADER_API CArchive {
   CArchive& operator=(const CArchive&) = delete;
   ~CArchive() = default;
 
-  /// Reads up to `count` bytes; fewer only at the end of the file. Throws what the file throws.
+  /// Reads up to `count` bytes; fewer only at the end of the file, which is no CArchiveException. Throws what
+  /// the file throws.
   std::size_t Read(void* buffer, std::size_t count);
 
   /// Ends the archive and moves the file back to just behind the last byte delivered.

@@ -41,6 +41,29 @@ class MEGREADER_API CFileException : public CException {
   CString m_strFileName;  ///< in Windows form; empty when unknown
 };
 
+/// An archive does not hold what was to be read from it.
+class MEGREADER_API CArchiveException : public CException {
+ public:
+  /// Causes, with the framework's numbers.
+  enum Cause : int {
+    none = 0,
+    genericException = 1,
+    readOnly = 2,
+    endOfFile = 3,
+    writeOnly = 4,
+    badIndex = 5,
+    badClass = 6,
+    badSchema = 7,
+  };
+
+  explicit CArchiveException(int cause = none, CString fileName = {})
+      : m_cause(cause), m_strFileName(std::move(fileName)) {}
+  ~CArchiveException() override;
+
+  int m_cause;            ///< one of `Cause`
+  CString m_strFileName;  ///< in Windows form; empty when unknown
+};
+
 /// Memory ran out.
 class MEGREADER_API CMemoryException : public CException {
  public:
@@ -54,4 +77,5 @@ class MEGREADER_API CInvalidArgException : public CException {
 };
 
 [[noreturn]] MEGREADER_API void AfxThrowFileException(int cause, int osError = -1, CString fileName = {});
+[[noreturn]] MEGREADER_API void AfxThrowArchiveException(int cause, CString fileName = {});
 [[noreturn]] MEGREADER_API void AfxThrowInvalidArgException();

@@ -224,6 +224,21 @@ TEST(CArchive, FileRunsAheadInBlocks) {
   }
 }
 
+TEST(Exceptions, AnArchivesOwnIsCaughtAsAnyOther) {
+  try {
+    AfxThrowArchiveException(CArchiveException::endOfFile, L"D:\\run.mrk");
+  } catch (CFileException* error) {
+    error->Delete();
+    FAIL() << "it is about no file";
+  } catch (CException* error) {
+    const auto* archive = dynamic_cast<CArchiveException*>(error);
+    ASSERT_NE(archive, nullptr);
+    EXPECT_EQ(archive->m_cause, 3);
+    EXPECT_TRUE(archive->m_strFileName == L"D:\\run.mrk");
+    error->Delete();
+  }
+}
+
 TEST(Arrays, RefuseIndicesOutside) {
   CPtrArray array;
   int item = 0;

@@ -151,6 +151,7 @@ TEST(Library, ExportsWhatHostsNeedAndNothingInternal) {
                          "8CArchive",
                          "10CException",
                          "14CFileException",
+                         "17CArchiveException",
                          "16CMemoryException",
                          "20CInvalidArgException",
                          "9CDocument",
