@@ -15,10 +15,18 @@ ProgressWindow::~ProgressWindow() = default;
 UserInterface::~UserInterface() = default;
 DialogWindow::~DialogWindow() = default;
 DialogOwner::~DialogOwner() = default;
+std::optional<CString> UserInterface::chooseFile(const CString& /*filter*/, int /*filterIndex*/) {
+  reportUnshown(L"the file dialog can't be shown");
+  return std::nullopt;
+}
 bool UserInterface::modalDialog(const DialogTemplate& /*dialogTemplate*/, DialogOwner& /*owner*/) {
+  reportUnshown(L"the dialog can't be shown");
   return false;
 }
 void UserInterface::report(const Finding& /*finding*/) {}
+void UserInterface::reportUnshown(const wchar_t* text) {
+  report({.severity = Finding::Severity::warning, .code = "dialog.unshown", .file = {}, .text = text});
+}
 
 UserInterface* currentUserInterface() {
   if (threadInterface != nullptr) return threadInterface;

@@ -69,10 +69,10 @@ class MEGREADER_API UserInterface {
 
   /// Lets the user choose a file to open; nothing when that was cancelled. `filter` is a list of pairs
   /// "what is shown|patterns|", ended by another "|"; `filterIndex` (from 1) is the pair chosen at first.
-  virtual std::optional<CString> chooseFile(const CString& filter, int filterIndex) = 0;
+  /// An interface that has no such dialog leaves this alone: it counts as cancelled, which is reported.
+  virtual std::optional<CString> chooseFile(const CString& filter, int filterIndex);
 
-  /// Shows a modal dialog; true when OK closed it, false when it was cancelled, as by every interface that
-  /// shows none.
+  /// Shows a modal dialog; true when OK closed it, false when it was cancelled. The same holds here.
   virtual bool modalDialog(const DialogTemplate& dialogTemplate, DialogOwner& owner);
 
   /// Null when this interface shows no progress.
@@ -80,6 +80,10 @@ class MEGREADER_API UserInterface {
 
   /// Told of everything that readers notice; most interfaces do not care.
   virtual void report(const Finding& finding);
+
+ protected:
+  /// Reports, as `dialog.unshown`, that the user never saw a dialog or a question: `text` says which.
+  void reportUnshown(const wchar_t* text);
 };
 
 /// The interface that this thread's calls reach: the one installed for the thread, else for the process, else

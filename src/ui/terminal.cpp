@@ -41,6 +41,8 @@ class TerminalBar : public ProgressWindow {
   int m_percent = -1;
 };
 
+bool somebodyIsThere() { return inputIsTerminal() && errorsAreTerminal(); }
+
 bool (*stopsWaiting)() = nullptr;
 
 /// A line of standard input; false at its end, and when the waiting is stopped.
@@ -55,7 +57,7 @@ bool readLine(std::string& line) {
 void stopWaitingWhen(bool (*stops)()) { stopsWaiting = stops; }
 
 bool askOnTerminal(const std::string& question) {
-  if (!inputIsTerminal() || !errorsAreTerminal()) return false;
+  if (!somebodyIsThere()) return false;
   std::cerr << question << " [y/N] " << std::flush;
   std::string reply;
   readLine(reply);
@@ -63,7 +65,7 @@ bool askOnTerminal(const std::string& question) {
 }
 
 std::optional<std::string> enterOnTerminal(const std::string& caption, const std::string& value) {
-  if (!inputIsTerminal() || !errorsAreTerminal()) return std::nullopt;
+  if (!somebodyIsThere()) return std::nullopt;
   std::cerr << caption << " [" << value << "]: " << std::flush;
   std::string entered;
   if (!readLine(entered)) return std::nullopt;
@@ -71,7 +73,7 @@ std::optional<std::string> enterOnTerminal(const std::string& caption, const std
 }
 
 void tellOnTerminal(const std::string& text) {
-  if (inputIsTerminal() && errorsAreTerminal()) std::cerr << text << '\n';
+  if (somebodyIsThere()) std::cerr << text << '\n';
 }
 
 std::unique_ptr<ProgressWindow> openTerminalBar(const std::string& title) {
@@ -80,14 +82,16 @@ std::unique_ptr<ProgressWindow> openTerminalBar(const std::string& title) {
 }
 
 MessageAnswer TerminalInterface::messageBox(const CString& text, MessageStyle style) {
-  if (style == MessageStyle::yesNo)
+  if (style == MessageStyle::yesNo) {
+    if (!somebodyIsThere()) reportUnshown(L"the question can't be shown, which answers it No");
     return askOnTerminal(toUtf8(text)) ? MessageAnswer::yes : MessageAnswer::no;
+  }
   std::cerr << toUtf8(text) << '\n';
   return MessageAnswer::ok;
 }
 
-std::optional<CString> TerminalInterface::chooseFile(const CString& /*filter*/, int /*filterIndex*/) {
-  if (!inputIsTerminal() || !errorsAreTerminal()) return std::nullopt;
+std::optional<CString> TerminalInterface::chooseFile(const CString& filter, int filterIndex) {
+  if (!somebodyIsThere()) return UserInterface::chooseFile(filter, filterIndex);
   std::cerr << "File to open: " << std::flush;
   std::string path;
   if (!readLine(path) || path.empty()) return std::nullopt;
@@ -95,6 +99,7 @@ std::optional<CString> TerminalInterface::chooseFile(const CString& /*filter*/, 
 }
 
 bool TerminalInterface::modalDialog(const DialogTemplate& dialogTemplate, DialogOwner& owner) {
+  if (!somebodyIsThere()) return UserInterface::modalDialog(dialogTemplate, owner);
   tellOnTerminal(toUtf8(dialogTemplate.caption));
   return runTextDialog(owner, [&](const CString& value) -> std::optional<CString> {
     const auto entered = enterOnTerminal(toUtf8(dialogTemplate.label), toUtf8(value));

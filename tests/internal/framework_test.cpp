@@ -2,11 +2,14 @@
 
 #include <climits>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "framework/carchive.h"
+#include "framework/cdialog.h"
+#include "framework/cfiledialog.h"
 #include "framework/collections.h"
 #include "framework/encoding.h"
 #include "framework/native_path.h"
@@ -299,6 +302,30 @@ TEST(UserInterface, TheThreadsOwnComesFirst) {
   EXPECT_EQ(outer.transcript(), std::vector<std::string>{"message: to the outer"});
   EXPECT_EQ(inner.transcript(), std::vector<std::string>{"message: to the inner"});
   EXPECT_EQ(process.findings().size(), 1U);
+}
+
+/// Shows messages and nothing else.
+class MessagesOnly : public UserInterface {
+ public:
+  MessageAnswer messageBox(const CString& /*text*/, MessageStyle /*style*/) override {
+    return MessageAnswer::no;
+  }
+  std::unique_ptr<ProgressWindow> openProgress(const CString& /*title*/) override { return nullptr; }
+  void report(const Finding& finding) override {
+    reported.push_back(finding.code + ": " + toUtf8(finding.text));
+  }
+
+  std::vector<std::string> reported;
+};
+
+TEST(UserInterface, ReportsTheDialogsThatItCannotShow) {
+  MessagesOnly user;
+  const ThreadUserInterface installed(&user);
+  EXPECT_EQ(CFileDialog(L"All Files(*.*)|*.*||").DoModal(), CFileDialog::kCancel);
+  constexpr DialogTemplate kTemplate{1, L"caption", L"label", 1};
+  EXPECT_EQ(CDialog(kTemplate).DoModal(), CDialog::kCancel);
+  EXPECT_EQ(user.reported, (std::vector<std::string>{"dialog.unshown: the file dialog can't be shown",
+                                                     "dialog.unshown: the dialog can't be shown"}));
 }
 
 }  // namespace

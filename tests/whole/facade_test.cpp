@@ -321,9 +321,15 @@ TEST(Facade, AFailedPromptTakesItsObjectOutOfTheArray) {
 
 TEST(Facade, NobodyAtATerminalAnswersNo) {
   if (inputIsTerminal() && errorsAreTerminal()) GTEST_SKIP() << "somebody is at the terminal";
-  TerminalInterface terminal;
+  struct : TerminalInterface {
+    void report(const Finding& finding) override { codes.push_back(finding.code); }
+    Lines codes;
+  } terminal;
   const ThreadUserInterface installed(&terminal);
+  CPtrArray array;
   EXPECT_EQ(CMEGReaderFacezk().checkCtfFileFormat(L"run.ds"), 0);
+  EXPECT_EQ(CMEGReaderFacezk().readResampling(&array, 2, nullptr), 0);
+  EXPECT_EQ(terminal.codes, Lines(2, "dialog.unshown"));
 }
 
 TEST(Facade, RulesSetLaterReachTheReaderThatIsThere) {

@@ -20,21 +20,15 @@ std::wstring programName() {
   return name.substr(0, name.find_last_of(L'.'));
 }
 
-/// Something that the user was to see could not be shown, which counts as cancelled.
-void reportUnshown(const wchar_t* text) {
-  reportFinding({.severity = Finding::Severity::warning, .code = "dialog.unshown", .file = {}, .text = text});
-}
-
 class Win32Dialog : public DialogWindow {
  public:
   Win32Dialog(const DialogTemplate& dialogTemplate, DialogOwner& owner)
       : m_template(dialogTemplate), m_owner(owner) {}
 
-  bool run() {
-    const INT_PTR result = DialogBoxParamW(moduleHandle(), MAKEINTRESOURCEW(m_template.resource),
-                                           GetActiveWindow(), procedure, reinterpret_cast<LPARAM>(this));
-    if (result == -1) reportUnshown(L"the dialog can't be shown");
-    return result == IDOK;
+  /// IDOK or IDCANCEL; -1 when it can't be shown.
+  INT_PTR run() {
+    return DialogBoxParamW(moduleHandle(), MAKEINTRESOURCEW(m_template.resource), GetActiveWindow(),
+                           procedure, reinterpret_cast<LPARAM>(this));
   }
 
   CString controlText(int control) const override {
@@ -88,7 +82,9 @@ MessageAnswer Win32Interface::messageBox(const CString& text, MessageStyle style
   const UINT modal = owner == nullptr ? MB_TASKMODAL : 0;
   const int answer =
       MessageBoxW(owner, text.GetString(), programName().c_str(), static_cast<UINT>(style) | modal);
-  return static_cast<MessageAnswer>(answer);
+  if (answer != 0) return static_cast<MessageAnswer>(answer);
+  reportUnshown(L"the message can't be shown");
+  return style == MessageStyle::yesNo ? MessageAnswer::no : MessageAnswer::ok;
 }
 
 std::optional<CString> Win32Interface::chooseFile(const CString& filter, int filterIndex) {
@@ -111,7 +107,9 @@ std::optional<CString> Win32Interface::chooseFile(const CString& filter, int fil
 }
 
 bool Win32Interface::modalDialog(const DialogTemplate& dialogTemplate, DialogOwner& owner) {
-  return Win32Dialog(dialogTemplate, owner).run();
+  const INT_PTR result = Win32Dialog(dialogTemplate, owner).run();
+  if (result == -1) reportUnshown(L"the dialog can't be shown");
+  return result == IDOK;
 }
 
 std::unique_ptr<ProgressWindow> Win32Interface::openProgress(const CString& title) {
