@@ -61,7 +61,7 @@ class MEGREADER_API CMEGSensor {
   double gain() const { return m_gain; }              ///< of the last `sensorGain()`; 1 before
   bool gainIsUsable() const { return m_gainUsable; }  ///< false: the gain is 1 for want of a usable product
 
-  std::int32_t sensorType = -1;  ///< the data model's sensor type code; -1 when unknown
+  std::int32_t sensorType = -1;  ///< a code that `sensorTypeName` names; -1 when unknown
   std::int32_t state = 0;        ///< state flag; 0 after reading
 
  private:
