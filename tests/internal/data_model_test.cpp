@@ -1,13 +1,185 @@
 #include <gtest/gtest.h>
 
+#include <array>
+#include <new>
 #include <string>
 #include <vector>
 
+#include "datamodel/meg/import_scope.h"
+#include "datamodel/meg/meg_datazk.h"
 #include "datamodel/sensors/sensor_type.h"
 #include "framework/encoding.h"
+#include "framework/native_path.h"
 #include "res4/decode.h"
+#include "support/allocations.h"
+#include "support/temporary_directory.h"
+#include "ui/scripted.h"
 
 namespace {
+
+constexpr std::array<std::int32_t, 6> kSamples{1, -2, 3, 40, -50, 60};
+const ImportPlan kPlan{.unit = ImportUnit::trial, .trials = 3, .channels = 2, .samples = 3, .unitValues = 6};
+
+/// A data object with something in each of its layers.
+CMEGDatazk filled(const ImportPlan& plan = kPlan) {
+  CMEGDatazk data;
+  data.name = L"run";
+  CMEGRecordInfozkProzk& info = *data.getMEGRecordInfozk();
+  info.samplesPerTrial = 3;
+  info.filters.push_back(std::make_unique<FilterInfo>());
+  info.filters[0]->numParams = 2;
+  info.filters[0]->params = std::make_unique<double[]>(2);
+  info.filters[0]->params[1] = 0.5;
+  info.getSensorCoefficientzk()->count = 2;
+  auto* records = new CCoefficientDatazk[2];
+  records[1].values = {0.25};
+  info.getSensorCoefficientzk()->addCoefficientsData(2, records);
+
+  CMEGSensorzk first, second;
+  first.attachSquid(std::make_unique<CMegSquidzk>());
+  CPtrArray sensors, electrodes;
+  sensors.Add(&first);
+  sensors.Add(&second);
+  CStringArray names;
+  names.Add(L"MLC11-2805");
+  names.Add(L"STIM");
+  EXPECT_EQ(data.importTrialChannels(3, 2, &sensors, &electrodes, &names, &names, nullptr), 1);
+  data.setChannelGood4Name(L"STIM", false, 0, false);
+  data.getHeadLocationDataset()->fiducials().push_back(std::make_unique<CFiducialzk>());
+  data.getTrigManager()->addMarker(std::make_unique<CMarkerDatazk>());
+  data.getTrigManager()->getMarker(0, false)->name = L"left";
+
+  ImportScope scope(data, plan);
+  EXPECT_TRUE(scope.ready());
+  scope.setFileTrial(7);
+  EXPECT_EQ(data.importCtfDataT(1, 2, 3, kSamples.data()), 1);
+  EXPECT_EQ(data.openTrial(1), 1);
+  return data;
+}
+
+std::vector<std::int32_t> samplesOf(const CMEGDatazk& data, int trial) {
+  const std::int32_t* samples = data.trialSamples(trial);
+  if (samples == nullptr) return {};
+  return {samples, samples + data.storedChannels() * data.storedSamples()};
+}
+
+const std::vector<std::int32_t> kExpected(kSamples.begin(), kSamples.end());
+
+/// Changes everything that `filled` put in.
+void spoil(CMEGDatazk& data) {
+  CMEGRecordInfozkProzk& info = *data.getMEGRecordInfozk();
+  info.filters[0]->params[1] = 9.0;
+  info.getSensorCoefficientzk()->addCoefficientsData(1, new CCoefficientDatazk[1]);
+  data.setChannelGood4Name(L"STIM", true, 0, false);
+  data.getHeadLocationDataset()->fiducials()[0]->numPoints = 9;
+  data.getTrigManager()->getMarker(0, false)->name = L"right";
+  const ImportScope scope(data, kPlan);
+  const std::array<std::int32_t, 6> zeros{};
+  data.importCtfDataT(1, 2, 3, zeros.data());
+}
+
+void expectAsFilled(const CMEGDatazk& data) {
+  const CMEGRecordInfozkProzk& info = *data.getMEGRecordInfozk();
+  EXPECT_TRUE(data.name == L"run");
+  EXPECT_EQ(info.filters.at(0)->params[1], 0.5);
+  EXPECT_EQ(info.getSensorCoefficientzk()->coefficients(1).values, std::vector<double>{0.25});
+  ASSERT_EQ(data.channels().size(), 2U);
+  EXPECT_NE(data.channels()[0].sensor.squid(), nullptr);
+  EXPECT_FALSE(data.channels()[1].good);
+  EXPECT_EQ(data.getHeadLocationDataset()->fiducials().at(0)->numPoints, 0);
+  EXPECT_TRUE(data.getTrigManager()->getMarker(0, false)->name == L"left");
+  EXPECT_EQ(data.currentTrial(), 1);
+  EXPECT_EQ(data.numStoredTrials(), 1);
+  EXPECT_EQ(samplesOf(data, 1), kExpected);
+  EXPECT_EQ(data.trialOrigin(1).fileTrial, 7);
+  EXPECT_EQ(data.trialSamples(0), nullptr);
+}
+
+TEST(DataModel, CopiesShareNothingWithTheirOriginal) {
+  CMEGDatazk original = filled();
+  CMEGDatazk copy(original);
+  CMEGDatazk assigned = filled();
+  spoil(assigned);
+  assigned = original;
+  EXPECT_EQ(copy.setChannelGood4Name(L"MLC11-2805", true, 0, false), 1) << "the copy's own channels";
+  spoil(original);
+  expectAsFilled(copy);
+  expectAsFilled(assigned);
+  const CMEGDatazk& self = assigned;
+  assigned = self;
+  expectAsFilled(assigned);
+  CMEGDatazk empty;
+  assigned = empty;
+  EXPECT_EQ(assigned.trialSlots(), 0);
+  EXPECT_EQ(assigned.getMEGRecordInfozk()->getSensorCoefficientzk()->numHeld(), 0);
+}
+
+TEST(DataModel, CopiesOfSumsAreSums) {
+  CMEGDatazk original;
+  {
+    const ImportScope scope(
+        original,
+        {.unit = ImportUnit::summedTrial, .trials = 2, .channels = 1, .samples = 2, .unitValues = 2});
+    const double sums[] = {0.5, -1e300};
+    EXPECT_EQ(original.setTrialDataF(1, 1, 2, sums), 1);
+  }
+  const CMEGDatazk copy(original);
+  original = CMEGDatazk();
+  ASSERT_NE(copy.trialSums(1), nullptr);
+  EXPECT_EQ(copy.trialSums(1)[1], -1e300);
+  EXPECT_EQ(copy.trialSums(0), nullptr);
+}
+
+TEST(DataModel, CopiesOfSpilledSamplesHaveAFileOfTheirOwn) {
+  const TemporaryDirectory directory;
+  ImportPlan plan = kPlan;
+  plan.heldBytes = 72;
+  plan.memory = {.limit = 1, .spillDirectory = toWindowsPath(directory.path().string())};
+  ScriptedInterface user;
+  const ThreadUserInterface installed(&user);
+  CMEGDatazk original = filled(plan);
+  const std::size_t before = user.findings().size();
+  const CMEGDatazk copy(original);
+  ASSERT_EQ(user.findings().size(), before + 1);
+  EXPECT_EQ(user.findings().back().code, "samples.spilled");
+  spoil(original);
+  expectAsFilled(copy);
+}
+
+TEST(DataModel, MemoryThatRunsOutEndsACopyAndNothingElse) {
+  const CMEGDatazk original = filled();
+  const std::size_t before = bytesAllocated();
+  int failed = 0;
+  for (bool complete = false; !complete;) {
+    const FailingNew failing = FailingNew::nth(failed + 1);
+    try {
+      const CMEGDatazk copy(original);
+      complete = true;
+    } catch (const std::bad_alloc&) {
+      ++failed;
+    }
+  }
+  EXPECT_GT(failed, 10);
+  EXPECT_EQ(bytesAllocated(), before);
+  expectAsFilled(original);
+}
+
+TEST(DataModel, AnOpenImportAndItsTraceStayWithTheOriginal) {
+  CMEGDatazk data, target;
+  ImportTrace trace, targets;
+  data.setImportTrace(&trace);
+  target.setImportTrace(&targets);
+  const ImportScope scope(data, kPlan), own(target, kPlan);
+  CMEGDatazk copy(data);
+  EXPECT_EQ(copy.importCtfDataT(0, 2, 3, kSamples.data()), 0);
+  EXPECT_TRUE(trace.calls.empty());
+  EXPECT_EQ(data.importCtfDataT(0, 2, 3, kSamples.data()), 1);
+  target = data;
+  EXPECT_EQ(target.importCtfDataT(1, 2, 3, kSamples.data()), 0) << "assigning ends the import";
+  EXPECT_EQ(targets.calls.size(), 1U) << "but not the trace";
+  EXPECT_EQ(samplesOf(target, 0), kExpected);
+  EXPECT_EQ(trace.calls.size(), 1U);
+}
 
 TEST(DataModel, NamesTheTypesThatTheFileCounts) {
   const std::vector<std::string> expected{"ref-magnetometer",

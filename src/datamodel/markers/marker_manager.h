@@ -4,9 +4,11 @@
 #include <vector>
 
 #include "datamodel/markers/marker.h"
+#include "datamodel/owned_list.h"
 #include "framework/export.h"
 
-/// The markers, or the classes, of a data object, in the order in which they came. Owns them.
+/// The markers, or the classes, of a data object, in the order in which they came. Owns them; copies are
+/// deep.
 class MEGREADER_API CMarkerManager {
  public:
   int getTotalMarkzk() const { return static_cast<int>(m_markers.size()); }
@@ -33,7 +35,7 @@ class MEGREADER_API CMarkerManager {
   int restoreAllBackup();
 
  private:
-  std::vector<std::unique_ptr<CMarkerDatazk>> m_markers;
+  OwnedList<CMarkerDatazk> m_markers;
   std::vector<CMarkerDatazk> m_backup;
 };
 

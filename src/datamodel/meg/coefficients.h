@@ -22,9 +22,14 @@ class MEGREADER_API CCoefficientDatazk {
   std::vector<double> values;
 };
 
-/// The coefficient records of a dataset, in file order.
+/// The coefficient records of a dataset, in file order. Copies are deep.
 class MEGREADER_API CCoefficientManager {
  public:
+  CCoefficientManager() = default;
+  CCoefficientManager(const CCoefficientManager& other);
+  CCoefficientManager& operator=(const CCoefficientManager& other);
+  ~CCoefficientManager() = default;
+
   /// What the file promises; the resource-file reader sets it before it reads the records.
   std::int32_t count = 0;
 

@@ -1,5 +1,8 @@
 #include "datamodel/meg/meg_data.h"
 
+// Not in the header: what copies the samples stays inside the library.
+CMEGData::CMEGData(const CMEGData& other) = default;
+CMEGData& CMEGData::operator=(const CMEGData& other) = default;
 CMEGData::~CMEGData() = default;
 
 int CMEGData::openTrial(int trial) {

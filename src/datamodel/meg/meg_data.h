@@ -20,12 +20,15 @@ struct ChannelInfo {
   bool good = true;  ///< false: not to be used
 };
 
-/// The data object's base: record information, channels and the samples of its trials.
+/// The data object's base: record information, channels and the samples of its trials. Data objects can be
+/// copied: copies are deep, samples included. Samples that live in a temporary file are copied into memory or
+/// into a file of the copy's own, by the limit that they were read with; where there is no room, copying
+/// throws std::bad_alloc.
 class MEGREADER_API CMEGData {
  public:
   CMEGData() = default;
-  CMEGData(const CMEGData&) = delete;
-  CMEGData& operator=(const CMEGData&) = delete;
+  CMEGData(const CMEGData& other);
+  CMEGData& operator=(const CMEGData& other);
   virtual ~CMEGData();
 
   CMEGRecordInfozkProzk* getMEGRecordInfozk() { return &m_recordInfo; }

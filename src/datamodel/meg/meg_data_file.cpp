@@ -5,6 +5,15 @@
 
 #include "datamodel/meg/sample_count.h"
 
+CMEGData9FileA00Basic::CMEGData9FileA00Basic(const CMEGData9FileA00Basic& other) : CMEGData6Classify(other) {}
+
+CMEGData9FileA00Basic& CMEGData9FileA00Basic::operator=(const CMEGData9FileA00Basic& other) {
+  if (this == &other) return *this;
+  m_import.reset();
+  CMEGData6Classify::operator=(other);
+  return *this;
+}
+
 bool CMEGData9FileA00Basic::openImport(const ImportPlan& plan) {
   m_currentTrial = -1;
   m_blockTrial = -1;

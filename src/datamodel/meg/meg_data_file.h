@@ -18,6 +18,11 @@
 /// The layer that imports run on.
 class MEGREADER_API CMEGData9FileA00Basic : public CMEGData6Classify {
  public:
+  /// A copy has no import open and no trace; assigning ends an import that was open.
+  CMEGData9FileA00Basic() = default;
+  CMEGData9FileA00Basic(const CMEGData9FileA00Basic& other);
+  CMEGData9FileA00Basic& operator=(const CMEGData9FileA00Basic& other);
+
   /// Stores a trial of sums, in the place of its raw samples: `data` holds channels x samples values.
   int setTrialDataF(int trial, int channels, std::int64_t samples, const double* data);
 

@@ -5,5 +5,8 @@
 /// The data object of one dataset.
 class MEGREADER_API CMEGDatazk : public CMEGData9FileA01CtfMISL {
  public:
+  CMEGDatazk() = default;
+  CMEGDatazk(const CMEGDatazk&) = default;
+  CMEGDatazk& operator=(const CMEGDatazk&) = default;
   ~CMEGDatazk() override;
 };

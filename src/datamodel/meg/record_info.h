@@ -7,11 +7,19 @@
 
 #include "datamodel/meg/coefficients.h"
 #include "datamodel/meg/dataset_information.h"
+#include "datamodel/owned_list.h"
 #include "framework/cstring.h"
 #include "framework/export.h"
 
-/// One filter that the acquisition applied.
-struct FilterInfo {
+/// One filter that the acquisition applied. Copies are deep.
+struct MEGREADER_API FilterInfo {
+  FilterInfo() = default;
+  FilterInfo(const FilterInfo& other);
+  FilterInfo(FilterInfo&&) noexcept = default;
+  FilterInfo& operator=(const FilterInfo& other);
+  FilterInfo& operator=(FilterInfo&&) noexcept = default;
+  ~FilterInfo() = default;
+
   std::uint32_t filterClass = 0;
   std::uint32_t filterType = 0;
   double frequency = 0.0;  ///< Hz
@@ -20,14 +28,9 @@ struct FilterInfo {
 };
 
 /// What a dataset's resource file says about the run. Members keep the field's width of the data model,
-/// whatever the file's.
+/// whatever the file's. Copies are deep.
 class MEGREADER_API CMEGRecordInfo {
  public:
-  CMEGRecordInfo() = default;
-  CMEGRecordInfo(const CMEGRecordInfo&) = delete;
-  CMEGRecordInfo& operator=(const CMEGRecordInfo&) = delete;
-  ~CMEGRecordInfo() = default;
-
   /// numTrials x numChannels x samplesPerTrial x 4, in bytes; the largest 64-bit number when it does not fit,
   /// 0 when a count is negative.
   std::int64_t getRecordedDataSizeByte() const;
@@ -53,7 +56,7 @@ class MEGREADER_API CMEGRecordInfo {
   CString runDescription;
   std::int32_t runDescriptionLength = 0;  ///< bytes in the file
 
-  std::vector<std::unique_ptr<FilterInfo>> filters;  ///< in file order
+  OwnedList<FilterInfo> filters;  ///< in file order
 };
 
 /// A trigger of the run, in short.

@@ -10,6 +10,26 @@
 #include "framework/granted_memory.h"
 #include "framework/user_interface.h"
 
+TrialStorage::TrialStorage(const TrialStorage& other) {
+  if (!reserve(other.m_plan)) throw std::bad_alloc();
+  const std::size_t valueSize = summed() ? sizeof(double) : sizeof(std::int32_t);
+  const std::size_t bytes = static_cast<std::size_t>(trialValues()) * valueSize;
+  for (std::int32_t trial = 0; trial < numTrials(); ++trial) {
+    if (!other.stored(trial)) continue;
+    use(trial, 1, valueSize);
+    const std::size_t offset = static_cast<std::size_t>(trial) * bytes;
+    std::memcpy(static_cast<char*>(m_memory.data()) + offset,
+                static_cast<const char*>(other.m_memory.data()) + offset, bytes);
+  }
+  m_stored = other.m_stored;
+  m_fileTrials = other.m_fileTrials;
+}
+
+TrialStorage& TrialStorage::operator=(const TrialStorage& other) {
+  if (this != &other) *this = TrialStorage(other);
+  return *this;
+}
+
 bool TrialStorage::reserve(const ImportPlan& plan) {
   *this = TrialStorage();
   const std::size_t valueSize = plan.unit == ImportUnit::summedTrial ? sizeof(double) : sizeof(std::int32_t);

@@ -9,9 +9,17 @@
 
 /// Samples of all trials of an import in one address range: trial, channel, sample; 32-bit in host order, or
 /// sums as doubles, never both. Nothing is touched before it is written; samples that were never written read
-/// 0.
+/// 0. A copy has samples of its own, in memory or in a file of its own by the limit that the import had;
+/// copying throws std::bad_alloc, the reason reported, when there is no room.
 class TrialStorage {
  public:
+  TrialStorage() = default;
+  TrialStorage(const TrialStorage& other);
+  TrialStorage(TrialStorage&&) noexcept = default;
+  TrialStorage& operator=(const TrialStorage& other);
+  TrialStorage& operator=(TrialStorage&&) noexcept = default;
+  ~TrialStorage() = default;
+
   /// Makes room for what the import stores, dropping what was held: in memory, or in a file, which is
   /// reported, when that is too much. False, holding nothing, when the system refuses.
   bool reserve(const ImportPlan& plan);

@@ -1,10 +1,9 @@
 #pragma once
 
 #include <array>
-#include <memory>
 #include <optional>
-#include <vector>
 
+#include "datamodel/owned_list.h"
 #include "datamodel/sensors/fiducial.h"
 #include "framework/export.h"
 
@@ -18,10 +17,10 @@ using RigidTransform = std::array<std::array<double, 4>, 4>;
 /// read or when they lie on a line.
 MEGREADER_API std::optional<RigidTransform> headFrameOf(const CFiducial& set);
 
-/// Where the head lies in the dewar.
+/// Where the head lies in the dewar. Copies are deep.
 class MEGREADER_API CHeadLocalization {
  public:
-  using FiducialList = std::vector<std::unique_ptr<CFiducialzk>>;
+  using FiducialList = OwnedList<CFiducialzk>;
 
   FiducialList& fiducials() { return m_fiducials; }
   const FiducialList& fiducials() const { return m_fiducials; }
