@@ -181,6 +181,41 @@ TEST(DataModel, AnOpenImportAndItsTraceStayWithTheOriginal) {
   EXPECT_EQ(trace.calls.size(), 1U);
 }
 
+TEST(DataModel, HostsImportWhatThePlanSaysAndNothingElse) {
+  CMEGDatazk data;
+  EXPECT_EQ(data.importCtfDataT(0, 2, 3, kSamples.data()), 0) << "no import is open";
+  {
+    ImportPlan plan = kPlan;
+    plan.parts = 0;
+    const ImportScope refused(data, plan);
+    EXPECT_FALSE(refused.ready());
+    EXPECT_EQ(data.importCtfDataT(0, 2, 3, kSamples.data()), 0);
+  }
+  {
+    const ImportScope scope(data, {.unit = ImportUnit::splitTrial,
+                                   .trials = 4,
+                                   .channels = 1,
+                                   .samples = 3,
+                                   .unitValues = 6,
+                                   .parts = 2});
+    EXPECT_EQ(data.importCtfDataTsplit(1, 2, 1, 6, 3, nullptr), 0);
+    EXPECT_EQ(data.importCtfDataTsplit(1, 2, 1, 6, 3, kSamples.data()), 1);
+    EXPECT_EQ(data.importCtfDataTsplit(2, 2, 1, 6, 3, kSamples.data()), 0);
+    EXPECT_EQ(data.importCtfDataC(0, 0, 3, kSamples.data()), 0) << "of another unit";
+  }
+  EXPECT_EQ(samplesOf(data, 3), (std::vector<std::int32_t>{40, -50, 60}));
+  EXPECT_EQ(data.trialOrigin(3).firstSample, 3);
+  EXPECT_EQ(data.numStoredTrials(), 2);
+  {
+    ImportPlan plan = kPlan;
+    plan.unitValues = 0;
+    const ImportScope scope(data, plan);
+    EXPECT_EQ(data.importCtfDataT(0, 2, 3, nullptr), 0);
+    EXPECT_EQ(data.importCtfDataT(0, 2, 3, kSamples.data()), 1);
+  }
+  EXPECT_EQ(samplesOf(data, 0), std::vector<std::int32_t>(6)) << "nothing was brought";
+}
+
 TEST(DataModel, NamesTheTypesThatTheFileCounts) {
   const std::vector<std::string> expected{"ref-magnetometer",
                                           "ref-gradiometer",

@@ -13,7 +13,8 @@ enum class ImportUnit {
   summedTrial,     ///< a whole trial of sums
 };
 
-/// What an import stores, and how the data object reads the arguments of its calls.
+/// What an import stores, and how the data object reads the arguments of its calls. Counts below 1 store
+/// nothing.
 struct ImportPlan {
   ImportUnit unit = ImportUnit::trial;
   std::int32_t trials = 0;       ///< trials to make room for
@@ -24,7 +25,8 @@ struct ImportPlan {
   std::int64_t firstSample = 0;  ///< sample of the file trial that is stored first
   std::int64_t step = 1;         ///< samples of the file from one stored sample to the next
   std::int32_t mostTrials = 0;   ///< trials that are stored at most where they are chosen; 0: all
-  std::uint64_t heldBytes = 0;   ///< that the files hold: no import can bring more
+  std::uint64_t heldBytes =
+      0;  ///< that the files hold: no import can bring more, and none is spilled for more
   SampleMemory memory{};
 };
 

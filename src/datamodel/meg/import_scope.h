@@ -4,18 +4,21 @@
 #include <span>
 
 #include "datamodel/meg/import_plan.h"
+#include "framework/export.h"
 
 class CMEGData9FileA00Basic;
 
-/// Opens a data object for one import while it lives. Opening drops the samples of an earlier import.
-class ImportScope {
+/// Opens a data object for one import while it lives. Opening drops the samples of an earlier import, and a
+/// scope that was open stores nothing more. The data object must outlive it.
+class MEGREADER_API ImportScope {
  public:
   ImportScope(CMEGData9FileA00Basic& data, const ImportPlan& plan);
   ImportScope(const ImportScope&) = delete;
   ImportScope& operator=(const ImportScope&) = delete;
   ~ImportScope();
 
-  /// False when there was no memory to reserve; import calls then store nothing.
+  /// False when there was no memory to reserve, or for a plan with fewer than one part; import calls then
+  /// store nothing.
   bool ready() const { return m_ready; }
 
   /// The places of `count` trials from `first` on that will be imported whole, channels x samples values

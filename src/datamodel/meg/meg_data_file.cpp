@@ -18,6 +18,7 @@ bool CMEGData9FileA00Basic::openImport(const ImportPlan& plan) {
   m_currentTrial = -1;
   m_blockTrial = -1;
   m_fileTrial = 0;
+  m_import.reset();
   if (!m_trials.reserve(plan)) return false;
   m_import = plan;
   return true;
@@ -93,7 +94,7 @@ int CMEGData9FileA01CtfMISL::importCtfDataC(int trial, int channel, std::int64_t
 int CMEGData9FileA01CtfMISL::importCtfDataTsplit(int trial, int parts, int channels, std::int64_t samples,
                                                  std::int64_t pieceLength, const std::int32_t* data) {
   trace("importCtfDataTsplit", {trial, parts, channels, samples, pieceLength});
-  if (!importing(ImportUnit::splitTrial)) return 0;
+  if (!importing(ImportUnit::splitTrial) || data == nullptr) return 0;
   const ImportPlan& plan = *m_import;
   if (trial < 0 || trial >= m_trials.numTrials() / plan.parts) return 0;
   const std::int64_t channelValues = plan.unitValues / plan.channels;

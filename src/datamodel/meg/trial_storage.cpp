@@ -32,6 +32,7 @@ TrialStorage& TrialStorage::operator=(const TrialStorage& other) {
 
 bool TrialStorage::reserve(const ImportPlan& plan) {
   *this = TrialStorage();
+  if (plan.parts < 1) return false;
   const std::size_t valueSize = plan.unit == ImportUnit::summedTrial ? sizeof(double) : sizeof(std::int32_t);
   const std::int64_t bytes =
       countProduct({plan.trials, plan.channels, plan.samples, static_cast<std::int64_t>(valueSize)});
@@ -108,22 +109,20 @@ std::span<std::int32_t> TrialStorage::room(std::int32_t first, std::int32_t coun
 
 bool TrialStorage::store(std::int32_t trial, std::int32_t channel, const std::int32_t* values,
                          std::int64_t count, std::int32_t fileTrial) {
-  if (summed() || !inRange(trial) || channel < 0 || channel >= m_plan.channels || count < 0) return false;
+  if (summed() || !inRange(trial) || channel < 0 || channel >= m_plan.channels) return false;
+  if (values == nullptr || count < 0) return false;
   const std::int64_t first = channel * m_plan.samples;
   const std::int64_t taken = std::min(count, trialValues() - first);
-  if (taken > 0) {
-    std::int32_t* place = writable<std::int32_t>(trial) + first;
-    if (place != values) std::memcpy(place, values, static_cast<std::size_t>(taken) * sizeof *values);
-  }
+  std::int32_t* place = writable<std::int32_t>(trial) + first;
+  if (place != values) std::memcpy(place, values, static_cast<std::size_t>(taken) * sizeof *values);
   markStored(trial, fileTrial);
   return true;
 }
 
 bool TrialStorage::storeSums(std::int32_t trial, const double* values, std::int64_t count) {
-  if (!summed() || !inRange(trial) || count < 0) return false;
+  if (!summed() || !inRange(trial) || values == nullptr || count < 0) return false;
   const std::int64_t taken = std::min(count, trialValues());
-  if (taken > 0)
-    std::memcpy(writable<double>(trial), values, static_cast<std::size_t>(taken) * sizeof *values);
+  std::memcpy(writable<double>(trial), values, static_cast<std::size_t>(taken) * sizeof *values);
   markStored(trial, trial);
   return true;
 }
