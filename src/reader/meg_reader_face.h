@@ -15,13 +15,13 @@ class CCtfDatasetReader;
 /// failure or cancel; what the user must know has then been shown. One facade must not be used from two
 /// threads.
 ///
-/// A path is any file of a dataset; on POSIX systems slashes separate as well. A data object is read into
-/// once: a second reading appends to its filters. Where a file's counts of channels, names and sensors
-/// disagree, the user is told, nothing more is read, and the result is 1: the data object then has no
-/// channels.
+/// A path is any file of a dataset; on POSIX systems slashes separate as well. A data object is best read
+/// into once: a second reading appends to its filters, markers and other lists. Where a file's counts of
+/// channels, names and sensors disagree, the user is told, nothing more is read, and the result is 1: the
+/// data object then has no channels.
 ///
-/// The reader is made by the first reading call and kept. Copies of a facade share it; the last one to go
-/// releases it.
+/// The reader is made by the first reading call and kept. Copies that are made of a facade from then on
+/// share it; the last one to go releases it.
 class MEGREADER_API CMEGReaderFace {
  public:
   CMEGReaderFace() = default;

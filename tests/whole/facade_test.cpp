@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 
 #include "framework/encoding.h"
@@ -105,6 +106,43 @@ TEST(Facade, InfoReadsNoSamplesAndOpensNoTrial) {
   EXPECT_EQ(host.facade.readCTFMEGDataInfo(path, nullptr), 0);
 }
 
+TEST(Facade, ASecondReadingAppendsWhatHostsAreTold) {
+  Host host;
+  D dataset;
+  CString path = host.write(dataset);
+  const auto folder = host.directory.path() / "run.ds";
+  writeFile(folder / "MarkerFile.mrk",
+            "NUMBER OF MARKERS:\n1\nCLASSGROUPID:\n3\nNAME:\nm\nCOMMENT:\nc\nCOLOR:\nred\nEDITABLE:\nYes\n"
+            "CLASSID:\n1\nNUMBER OF SAMPLES:\n1\nLIST OF SAMPLES:\nTRIAL NUMBER  TIME FROM SYNC POINT (in "
+            "seconds)\n+0 +0.0\n");
+  writeFile(folder / "bad.segments", "0 0.0 0.1\n");
+  writeFile(folder / "BadChannels", "STIM\n");
+  writeFile(folder / "run.pos", "1\n1 1 2 3\n");
+  host.facade.setReadingRules(ReadingRules::plain());
+  CMEGDatazk& data = host.data;
+  const auto counts = [&] {
+    return std::vector<std::size_t>{data.getMEGRecordInfozk()->filters.size(),
+                                    static_cast<std::size_t>(data.getTrigManager()->getTotalMarkzk()),
+                                    data.getMEGRecordInfozk()->triggers.size(),
+                                    data.badSegments().size(),
+                                    data.badChannelNames().size(),
+                                    data.digitisedPoints().size()};
+  };
+  ASSERT_EQ(host.info(path), 1);
+  std::vector<std::size_t> expected = counts();
+  EXPECT_EQ(std::count(expected.begin() + 1, expected.end(), 1U), 5);
+  for (std::size_t& count : expected)
+    count *= 2;
+  ASSERT_EQ(host.info(path), 1);
+  EXPECT_EQ(counts(), expected);
+  EXPECT_EQ(data.channels().size(), 2U);
+  EXPECT_FALSE(data.channels()[1].good);
+  EXPECT_EQ(host.facade.checkCTFMEGData(path, &data), 1);
+  EXPECT_TRUE(data.channels()[1].good) << "a check reads no bad channels";
+  EXPECT_EQ(data.getTrigManager()->getTotalMarkzk(), 3);
+  EXPECT_EQ(data.badSegments().size(), 2U);
+}
+
 TEST(Facade, ShowsWhatFilesCauseAndLeavesTheArrayAsItWas) {
   struct Case {
     D dataset;
@@ -166,6 +204,18 @@ TEST(Facade, CopiesShareAReaderThatOutlivesThem) {
   EXPECT_EQ(second.readCTFMEGDataInfo(p, &host.data), 1)
       << "a failure releases the failing facade's share only";
   EXPECT_EQ(host.info(path), 1) << "and that one makes itself a new one";
+
+  const auto firstCoil = [&](CMEGReaderFacezk& facade) {
+    CMEGDatazk data;
+    EXPECT_EQ(facade.readCTFMEGDataInfo(p, &data), 1);
+    return data.channels().at(0).sensor.squid()->dewarCoils[0].position[2];
+  };
+  CMEGReaderFacezk fresh, third(second);
+  CMEGReaderFacezk unrelated(fresh);
+  third.setReadingRules(ReadingRules::plain());
+  fresh.setReadingRules(ReadingRules::plain());
+  EXPECT_EQ(firstCoil(second), 3.0) << "rules belong to the reader that is shared";
+  EXPECT_EQ(firstCoil(unrelated), 300.0) << "there was no reader yet to share";
 }
 
 constexpr const char* kDialog =
