@@ -50,8 +50,7 @@ bool openSampleFile(CFile& file, const CString& prefix, int index) {
     return false;
   }
   std::array<char, kSampleHeaderSize> header{};
-  file.Read(header.data(), header.size());
-  if (header == kHeader) return true;
+  if (file.Read(header.data(), header.size()) == header.size() && header == kHeader) return true;
   const bool empty = file.GetLength() == 0;
   reportMeg4(file.GetFilePath(), "meg4.magic",
              empty ? L"is empty" : L"is not a CTF sample file: it does not begin with MEG41CP",

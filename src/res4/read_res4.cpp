@@ -53,9 +53,9 @@ int CCtfReader2Res4::readRes4(const CString& prefix) {
 
 int CCtfReader2Res4::checkRes4Magic(CFile& file) {
   std::array<char, kMagicSize> magic{};
-  file.Read(magic.data(), magic.size());
-  const auto is = [&magic](const char(&expected)[kMagicSize]) {
-    return std::equal(magic.begin(), magic.end(), expected);
+  const bool whole = file.Read(magic.data(), magic.size()) == magic.size();
+  const auto is = [&](const char(&expected)[kMagicSize]) {
+    return whole && std::equal(magic.begin(), magic.end(), expected);
   };
   m_olderGeneration = m_rules.olderGeneration && is("MEG41RS");
   if (m_olderGeneration || is("MEG42RS")) return 1;
