@@ -3,6 +3,7 @@
 #include <cstring>
 #include <iterator>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "framework/user_interface.h"
@@ -70,19 +71,22 @@ int CCtfReader2Res4::readGeneralHeader(CFile& file) {
   CMEGRecordInfozkProzk& info = *m_currentData->getMEGRecordInfozk();
   file.Seek(kGeneralHeaderStart, CFile::begin);
   const auto block = readUpTo(file, kRunDescriptionStart - kGeneralHeaderStart);
+  const std::int32_t lengthBefore = info.runDescriptionLength;
   const GeneralHeaderResult header = decodeGeneralHeader(block, m_rules, info);
+  // Hosts find the length only where the description was read, too.
+  const std::int32_t length = std::exchange(info.runDescriptionLength, lengthBefore);
   if (header.triggerFormatUnknown) AfxMessageBox(L"Trigger format error!");
   if (!header.complete) return failShort(file, L"its general header");
 
-  m_runDescLength = info.runDescriptionLength;
-  if (m_runDescLength < 0) {
-    reportRes4(file, "res4.length", L"gives its run description a negative length", kRunDescriptionStart - 8);
-    return 0;
+  if (length > 0) {
+    const auto description = readRunDescription(file, length);
+    if (!description) return failShort(file, L"its run description");
+    info.runDescription = fixedTextToString(*description, m_rules);
   }
-  if (m_runDescLength == 0) return 1;
-  const auto description = readRunDescription(file, m_runDescLength);
-  if (!description) return failShort(file, L"its run description");
-  info.runDescription = fixedTextToString(*description, m_rules);
+  if (length < 0)
+    reportRes4(file, "res4.length", L"gives its run description a negative length", kRunDescriptionStart - 8,
+               Finding::Severity::warning);
+  info.runDescriptionLength = m_runDescLength = length;
   return 1;
 }
 
@@ -92,17 +96,20 @@ int CCtfReader2Res4::readFilters(CFile& file) {
 
 int CCtfReader2Res4::appendFilters(CFile& file) {
   CMEGRecordInfozkProzk& info = *m_currentData->getMEGRecordInfozk();
+  // Hosts rely on it: a negative length leads back into the header, and beyond its start to a file error.
   file.Seek(std::int64_t{m_runDescLength} + static_cast<std::int64_t>(kRunDescriptionStart), CFile::begin);
   const auto count = readExactly(file, sizeof(std::int16_t));
-  if (!count) return failShort(file, L"its number of filters");
+  // What is wrong with a file whose description has a negative length was reported already.
+  const auto fail = [&](const wchar_t* what) { return m_runDescLength < 0 ? 0 : failShort(file, what); };
+  if (!count) return fail(L"its number of filters");
   m_filterStart = static_cast<std::int32_t>(file.GetPosition());
 
   for (std::int16_t i = 0; i < loadBigEndian<std::int16_t>(*count, 0); ++i) {
     const auto record = readExactly(file, kFilterRecordSize);
-    if (!record) return failShort(file, L"its filter records");
+    if (!record) return fail(L"its filter records");
     auto filter = decodeFilter(*record, m_rules);
     const auto parameters = readExactly(file, std::max(filter->numParams, 0) * std::int64_t{sizeof(double)});
-    if (!parameters) return failShort(file, L"its filter parameters");
+    if (!parameters) return fail(L"its filter parameters");
     decodeFilterParameters(*parameters, m_rules, *filter);
     info.filters.push_back(std::move(filter));
   }

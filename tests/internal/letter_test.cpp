@@ -30,4 +30,38 @@ TEST(Letter, AResourceFileNeedsTheZeroByteOfItsMagic) {
     }
 }
 
+TEST(Letter, ANegativeDescriptionLengthLeadsBackIntoTheHeader) {
+  constexpr std::int32_t kLength = -200;
+  constexpr std::size_t kFilters = 1844 + kLength;
+  D dataset;
+  const std::string names = dataset.res4.str().substr(D::kNames);
+  dataset.res4 = Bytes().raw(dataset.res4.str().substr(0, kFilters)).i16(0).raw(names);
+  dataset.res4.put(1836, Bytes().i32(kLength));  // inside the first sensor record now
+  Probe reader;
+  reader.info().runDescription = L"as it was";
+  EXPECT_EQ(reader.readRes4Of(dataset), 1);
+  EXPECT_EQ(reader.info().runDescriptionLength, kLength);
+  EXPECT_EQ(reader.info().runDescription, L"as it was");
+  EXPECT_EQ(reader.m_filterStart, 1846 + kLength);
+  EXPECT_EQ(toUtf8(reader.m_channelNames.GetAt(1)), "STIM");
+  EXPECT_EQ(reader.codes(), "res4.length");
+
+  dataset.res4.put(1836, Bytes().i32(-1845));  // one byte before the file
+  EXPECT_EQ(reader.readDatasetInfo(reader.writeDataset(dataset), &reader.data, nullptr), 0);
+  EXPECT_EQ(reader.info().runDescriptionLength, -1845);
+  EXPECT_EQ(reader.user.transcript(), Lines{"message: CTF File open error!"});
+}
+
+TEST(Letter, TheDescriptionLengthIsKeptOnlyAfterTheDescription) {
+  D dataset;
+  dataset.res4.put(1836, Bytes().i32(1 << 20));
+  Probe reader;
+  reader.info().runDescriptionLength = 7;
+  EXPECT_EQ(reader.readRes4Of(dataset), 0);
+  EXPECT_EQ(reader.info().runDescriptionLength, 7);
+  dataset.res4 = Bytes().raw(dataset.res4.str().substr(0, 1842));  // inside the word after it
+  EXPECT_EQ(reader.readRes4Of(dataset), 0);
+  EXPECT_EQ(reader.info().runDescriptionLength, 7);
+}
+
 }  // namespace
