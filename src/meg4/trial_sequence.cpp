@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "framework/file_search.h"
 #include "framework/user_interface.h"
 #include "meg4/meg4_findings.h"
 #include "meg4/sample_files.h"
@@ -72,12 +73,7 @@ class TrialSequence : public SampleFiles {
     return true;
   }
 
-  bool exists(int index) const {
-    CFile file;
-    CFileException error;
-    return file.Open(sampleFileName(m_prefix, index), CFile::modeRead | CFile::shareDenyNone, &error) ||
-           error.m_cause != CFileException::fileNotFound;
-  }
+  bool exists(int index) const { return fileExists(sampleFileName(m_prefix, index)); }
 
   /// An acquisition that crashed while it began a file leaves less than a header, and nothing behind it.
   bool isStump(int index) const {

@@ -7,7 +7,9 @@
 #include <cerrno>
 #include <functional>
 
+#include "framework/native_path.h"
 #include "hostile/dataset.h"
+#include "reader/meg_reader_face.h"
 #include "support/allocations.h"
 #include "support/failing_calls.h"
 
@@ -206,6 +208,35 @@ TEST(Faults, OnlyRegularFilesAreOpened) {
       dataset.restore(file);
     }
   }
+}
+
+TEST(Faults, InformationBeforeABadPlaceOfTheDiskIsKept) {
+  const VictimDataset dataset;
+  const std::string file = dataset.file("run.infods").string();
+  const auto textAt = [&](std::int64_t bad, int& result) {
+    const BadPlace place(file.c_str(), bad);
+    CMEGDatazk data;
+    CMEGReaderFace facade;
+    facade.setReadingRules(ReadingRules::plain());  // which keep entries of nested blocks, too
+    CString path = toWindowsPath(dataset.file("run.res4").string());
+    result = facade.readCTFMEGDataInfo(path, &data);
+    return data.getMEGRecordInfozk()->information.entries.size();
+  };
+  const std::string content = dataset.content("run.infods");
+  int result = 0;
+  std::size_t before = textAt(0, result);
+  EXPECT_EQ(before, 0U);
+  const std::size_t whole = textAt(std::ssize(content) + 1, result);
+  // As bytes become readable one by one, so do the entries that end there.
+  for (std::int64_t bad = 1; bad <= std::ssize(content); ++bad) {
+    const std::size_t entries = textAt(bad, result);
+    EXPECT_EQ(result, 1) << bad;
+    EXPECT_GE(entries, before) << bad;
+    EXPECT_LE(entries, before + 2) << bad;
+    before = entries;
+  }
+  EXPECT_EQ(before, whole);
+  EXPECT_GT(whole, 20U);
 }
 
 }  // namespace

@@ -64,4 +64,32 @@ TEST(Letter, TheDescriptionLengthIsKeptOnlyAfterTheDescription) {
   EXPECT_EQ(reader.info().runDescriptionLength, 7);
 }
 
+TEST(Letter, SideFilesWhosePathCannotExistAreMissing) {
+  // "run.infods" with so long a name is longer than any file's name may be; "run.res4" is not.
+  for (const ReadingRules& rules : {ReadingRules::host(), ReadingRules::plain()}) {
+    const TemporaryDirectory directory;
+    const std::filesystem::path folder = D().write(directory.path()).parent_path();
+    const std::string name(250, 'n');
+    for (const char* type : {".res4", ".meg4"})
+      std::filesystem::rename(folder / (std::string("run") + type), folder / (name + type));
+    const CString path = toWindowsPath((folder / (name + ".res4")).string());
+    Probe reader(rules);
+    EXPECT_EQ(reader.readDatasetInfo(path, &reader.data, nullptr), 1);
+    EXPECT_EQ(reader.readCtfDataT(path), 1);
+    EXPECT_EQ(reader.codes(), "");
+    std::filesystem::create_directory_symlink("loop", directory.path() / "loop");
+    for (const char* nowhere : {"none/run.infods", "loop/run.infods", "run.ds/run.infods/run.infods"}) {
+      const CString missing = toWindowsPath((directory.path() / nowhere).string());
+      EXPECT_EQ(reader.readInfoDsFile(missing), 0);
+      EXPECT_EQ(reader.readEegFile(missing), 0);
+      EXPECT_EQ(reader.readPosFile(missing), 0);
+      EXPECT_EQ(reader.readHeadCoilsToDataset(missing), 0);
+      EXPECT_EQ(reader.readHeadCoilsToLocalization(missing), 0);
+    }
+    EXPECT_EQ(reader.codes(), "");
+    for (const std::string& line : reader.user.transcript())
+      EXPECT_FALSE(line.starts_with("message")) << line;
+  }
+}
+
 }  // namespace

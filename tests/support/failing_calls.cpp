@@ -2,7 +2,9 @@
 
 #include <sys/stat.h>
 #include <sys/types.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <mutex>
 #include <utility>
@@ -11,6 +13,8 @@ namespace {
 
 FailingCalls::Before beforeCall;
 int calls = 0;
+std::uint64_t badFile = 0;  // its inode; 0: none
+off_t badFrom = 0;
 std::mutex oneAtATime;  // readers share a read between threads
 
 /// Whether the call is to fail; sets errno then.
@@ -30,6 +34,13 @@ FailingCalls::FailingCalls(Before before) {
 }
 FailingCalls::~FailingCalls() { beforeCall = nullptr; }
 int FailingCalls::count() const { return calls; }
+
+BadPlace::BadPlace(const char* file, std::int64_t from) {
+  struct stat status {};
+  if (stat(file, &status) == 0) badFile = status.st_ino;
+  badFrom = static_cast<off_t>(from);
+}
+BadPlace::~BadPlace() { badFile = 0; }
 
 // The linker's names for what a call reaches now, and for what it reached before.
 // NOLINTBEGIN(bugprone-reserved-identifier, cert-dcl37-c, cert-dcl51-cpp)
@@ -56,7 +67,17 @@ int __wrap_lstat(const char* path, struct stat* status) {
   return fails(-1) ? -1 : __real_lstat(path, status);
 }
 ssize_t __wrap_read(int descriptor, void* buffer, size_t bytes) {
-  return fails(descriptor) ? -1 : __real_read(descriptor, buffer, bytes);
+  if (fails(descriptor)) return -1;
+  struct stat status {};
+  if (badFile != 0 && __real_fstat(descriptor, &status) == 0 && status.st_ino == badFile) {
+    const off_t left = badFrom - __real_lseek(descriptor, 0, SEEK_CUR);
+    if (left <= 0) {
+      errno = EIO;
+      return -1;
+    }
+    bytes = std::min(bytes, static_cast<size_t>(left));
+  }
+  return __real_read(descriptor, buffer, bytes);
 }
 ssize_t __wrap_pread(int descriptor, void* buffer, size_t bytes, off_t offset) {
   return fails(descriptor) ? -1 : __real_pread(descriptor, buffer, bytes, offset);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 
 /// While it lives, the calls by which this program opens, reads, measures and looks for files are counted,
@@ -17,4 +18,14 @@ class FailingCalls {
   ~FailingCalls();
 
   int count() const;
+};
+
+/// While it lives, reading that file up to byte `from` is cut short there, and reading from it on fails, as
+/// on a disk with a bad place.
+class BadPlace {
+ public:
+  BadPlace(const char* file, std::int64_t from);
+  BadPlace(const BadPlace&) = delete;
+  BadPlace& operator=(const BadPlace&) = delete;
+  ~BadPlace();
 };

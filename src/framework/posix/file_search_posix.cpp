@@ -9,6 +9,7 @@
 bool fileExists(const CString& path) {
   struct stat status {};
   if (lstat(toNativePath(path).c_str(), &status) == 0) return true;
-  // Whatever else hides a file is told when it is opened: only a missing one is passed over in silence.
-  return errno != ENOENT && errno != ENOTDIR;
+  // A path that can't lead anywhere is a missing file, which is passed over in silence. Whatever else hides a
+  // file is reported when it is opened.
+  return errno != ENOENT && errno != ENOTDIR && errno != ENAMETOOLONG && errno != ELOOP;
 }
