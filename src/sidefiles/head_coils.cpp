@@ -5,16 +5,18 @@
 
 namespace {
 
-constexpr const wchar_t* kCoilNames[] = {L"nasion coil position", L"left ear coil position",
-                                         L"right ear coil position", L"inion coil position",
-                                         L"Cz coil position"};
+constexpr const wchar_t* kCoilNames[] = {L"nasion", L"left ear", L"right ear", L"inion", L"Cz"};
 
-bool names(const CString& line, CFiducial::Slot coil) { return line.Find(kCoilNames[coil]) >= 0; }
+bool names(const CString& line, CFiducial::Slot coil, const ReadingRules& rules) {
+  CString heading = kCoilNames[coil];
+  if (!rules.blocksWhole) heading += L" coil position";
+  return line.Find(heading.GetString()) >= 0;
+}
 
 /// The coil, when the line names it; else nothing is to be read. 0 as `readCoilPoint`.
 int readNamed(const CString& line, CFiducial::Slot coil, LineSource& lines, CFiducialzk& set,
               const ReadingRules& rules) {
-  return names(line, coil) ? readCoilPoint(lines, set.points[coil], rules) : 1;
+  return names(line, coil, rules) ? readCoilPoint(lines, set.points[coil], rules) : 1;
 }
 
 /// The same for the next line.
@@ -64,7 +66,7 @@ HeadCoilLayout probeHeadCoilLayout(LineSource& lines, const ReadingRules& rules)
     if (!readNamed(line, coil, lines, set, rules)) return badCoordinate;
   }
   if (!lines.next(line)) return endsEarly;
-  if (!names(line, CFiducial::inion) && names(line, CFiducial::nasion)) return threeCoils;
+  if (!names(line, CFiducial::inion, rules) && names(line, CFiducial::nasion, rules)) return threeCoils;
   if (!readNamed(line, CFiducial::inion, lines, set, rules)) return badCoordinate;
   if (!lines.next(line)) return endsEarly;
   return readNamed(line, CFiducial::cz, lines, set, rules) ? fiveCoils : badCoordinate;
@@ -116,7 +118,7 @@ int readHeadCoilSets(LineSource& lines, CMEGData1Localization01Meg& data, const 
     CFiducialzk* set = namedSet(line, data);
     for (const auto coil :
          {CFiducial::nasion, CFiducial::leftEar, CFiducial::rightEar, CFiducial::inion, CFiducial::cz}) {
-      if (set == nullptr || !names(line, coil)) continue;
+      if (set == nullptr || !names(line, coil, rules)) continue;
       FiducialPoint point;
       if (!readCoilPoint(lines, point, rules)) {
         lines.putBack();  // it may name the next coil

@@ -205,8 +205,9 @@ std::optional<InfoDsParser::Value> InfoDsParser::readInfoValue(InfoType type, in
     case InfoType::character: {
       const auto byte = readNumber<std::uint8_t>();
       if (!byte) return std::nullopt;
+      const char character = static_cast<char>(*byte);
       CString text;
-      text.Format(L"%c \n", static_cast<wchar_t>(*byte));
+      text.Format(L"%c \n", m_byType ? fromWindows1252({&character, 1}).str().front() : wchar_t{*byte});
       m_text += text;
       return text.Left(1);
     }

@@ -42,8 +42,9 @@ struct ReadingRules {
   /// Colours are the sixteen basic HTML names in any case, or `#rrggbb`. Else whatever holds "green", "red"
   /// or "blue".
   bool colourWords = false;
-  /// Head-coil blocks of three and of five coils, also those with "stadard" for "standard", are all read.
-  /// Else the data object's reader knows blocks of three coils and the right word only.
+  /// Head-coil blocks of three and of five coils, also those with "stadard" for "standard" and those without
+  /// "coil position", are all read. Else the data object's reader knows blocks of three coils and the right
+  /// word only, and the head localisation's reader needs "coil position".
   bool blocksWhole = false;
   /// In the information file the type of a value decides its layout, the exact tag its field, also in nested
   /// blocks. Else the first tag of the table that the name contains decides both, at the top level only.

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "internal/import_probe.h"
+#include "internal/side_probe.h"
 
 // What hosts rely on where a file is damaged or odd, down to the byte.
 
@@ -90,6 +91,47 @@ TEST(Letter, SideFilesWhosePathCannotExistAreMissing) {
     for (const std::string& line : reader.user.transcript())
       EXPECT_FALSE(line.starts_with("message")) << line;
   }
+}
+
+TEST(Letter, HeadCoilHeadingsMayLeaveOutCoilPosition) {
+  const auto block = [](const std::string& kind, bool five) {
+    std::string text;
+    for (const char* coil : {"nasion", "left ear", "right ear", "inion", "Cz"})
+      if (five || std::string_view(coil).size() > 5)
+        text += kind.substr(0, kind.find(' ') + 1) + coil + kind.substr(kind.find(' ')) +
+                "\nx = 1\ny = 2\nz = 3\n";
+    return text;
+  };
+  for (const bool five : {false, true}) {
+    const std::string content = block("standard relative to dewar", five) +
+                                block("measured relative to dewar", five) +
+                                block("measured relative to head", five);
+    WithFile plain("run.hc", content, ReadingRules::plain());
+    EXPECT_EQ(plain.readHeadCoilsToDataset(plain.base()), 3);
+    EXPECT_EQ(plain.data.getFidHeadMsr()->numPoints, five ? 5 : 3);
+    EXPECT_EQ(plain.readHeadCoilsToLocalization(plain.base()), 1);
+    ASSERT_EQ(plain.data.getHeadLocationDataset()->fiducials().size(), 3U);
+    EXPECT_EQ(plain.data.getHeadLocationDataset()->fiducials()[2]->numPoints, five ? 5 : 3);
+    WithFile host("run.hc", content, ReadingRules::host());
+    EXPECT_EQ(host.readHeadCoilsToLocalization(host.base()), 1);
+    EXPECT_FALSE(host.data.getHeadLocationDataset()->fiducials().size() == 3U &&
+                 host.data.getHeadLocationDataset()->fiducials()[2]->anyPointRead());
+  }
+}
+
+std::string sized(const std::string& text) {
+  return Bytes().i32(static_cast<std::int64_t>(text.size())).raw(text).str();
+}
+
+TEST(Letter, ACharacterOfTheInformationFileIsWindows1252) {
+  const std::string content =
+      "WS1_" + sized("sign") + Bytes().i32(8).raw("\x80").str() + sized("EndOfParameters");
+  WithFile plain("run.infods", content, ReadingRules::plain());
+  EXPECT_EQ(plain.readInfoDsFile(plain.base() + L"infods"), 1);
+  EXPECT_EQ(toUtf8(plain.info().information.text), "\xE2\x82\xAC \n") << "the euro sign";
+  WithFile host("run.infods", content, ReadingRules::host());
+  EXPECT_EQ(host.readInfoDsFile(host.base() + L"infods"), 1);
+  EXPECT_EQ(host.info().information.text, L"\x80 \n");
 }
 
 }  // namespace
