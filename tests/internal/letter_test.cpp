@@ -1,7 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
+
+#include "framework/granted_memory.h"
 #include "internal/import_probe.h"
 #include "internal/side_probe.h"
+#include "reader/meg_reader_face.h"
+#include "sidefiles/markers.h"
+#include "support/allocations.h"
 
 // What hosts rely on where a file is damaged or odd, down to the byte.
 
@@ -132,6 +139,13 @@ TEST(Letter, ACharacterOfTheInformationFileIsWindows1252) {
   WithFile host("run.infods", content, ReadingRules::host());
   EXPECT_EQ(host.readInfoDsFile(host.base() + L"infods"), 1);
   EXPECT_EQ(host.info().information.text, L"\x80 \n");
+}
+
+TEST(Letter, AMarkersSampleIsRoundedTwiceOnEveryProcessor) {
+  // The product is -120 1/2 and a little less than its last digit; with 130 added before it is rounded, the
+  // little would show.
+  const TrialTiming timing{1205.0, 130};
+  EXPECT_EQ(timing.sampleAt(-0.1, ReadingRules::plain()), 10);
 }
 
 }  // namespace
