@@ -82,6 +82,7 @@ CMEGReaderFacezk makeFacade(const ReadOptions& options) {
   CMEGReaderFacezk facade;
   facade.setReadingRules(rulesOf(options.rules));
   facade.setSampleMemory({options.memory, toWindowsPath(textOf(options.spillFolder))});
+  facade.setReadingThreads(0);
   return facade;
 }
 

@@ -44,7 +44,7 @@ class Occurrences {
 int CCtfReader1Samples::readCtfDataTrigger(const CString& path, const CMarkerDatazk* marker) {
   if (marker == nullptr) return failWithoutMarker(path);
   CMEGDatazk* const data = m_currentData;
-  SampleImport reading(path, m_currentData, m_rules, m_sampleMemory);
+  SampleImport reading(path, m_currentData, m_rules, m_sampleMemory, m_readingThreads);
   const SampleCounts counts = reading.counts();
   if (!reading.open()) return 0;
   reading.showProgress(L"Importing MEG data with triggers ...", counts.trials);
@@ -87,7 +87,7 @@ int CCtfReader1Samples::importOccurrences(const CString& path, const CMEGDatazk*
                                           CMEGDatazk* destination, const wchar_t* title, int limit) {
   const CMarkerDatazk* marker = firstMarker(destination);
   if (marker == nullptr) return failWithoutMarker(path);
-  SampleImport reading(path, source, m_rules, m_sampleMemory);
+  SampleImport reading(path, source, m_rules, m_sampleMemory, m_readingThreads);
   const SampleCounts counts = reading.counts();
   if (!reading.open()) return 0;
   const std::uint64_t bytes = reading.countedTrialBytes();
@@ -111,7 +111,7 @@ int CCtfReader1Samples::importOccurrences(const CString& path, const CMEGDatazk*
 int CCtfReader1Samples::readCtfDataAverage(const CString& path, CMEGDatazk* destination) {
   const CMarkerDatazk* marker = firstMarker(destination);
   if (marker == nullptr) return failWithoutMarker(path);
-  SampleImport reading(path, m_currentData, m_rules, m_sampleMemory);
+  SampleImport reading(path, m_currentData, m_rules, m_sampleMemory, m_readingThreads);
   const SampleCounts counts = reading.counts();
   if (!reading.open(AvailableBytes::narrow)) return 0;
   const ImportPlan plan{.unit = ImportUnit::summedTrial, .trials = 1, .samples = counts.samples};

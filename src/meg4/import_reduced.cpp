@@ -11,7 +11,7 @@
 int CCtfReader1Samples::readCtfDataResample(const CString& path, int factor) {
   if (factor <= 1) return readCtfDataT(path);
   CMEGDatazk* const data = m_currentData;
-  SampleImport reading(path, m_currentData, m_rules, m_sampleMemory);
+  SampleImport reading(path, m_currentData, m_rules, m_sampleMemory, m_readingThreads);
   const SampleCounts counts = reading.counts();
   if (!reading.open()) return 0;
   reading.showProgress(L"Importing MEG data re-sampling ...", counts.channels);
@@ -42,7 +42,7 @@ int CCtfReader1Samples::readCtfDataResample(const CString& path, int factor) {
 
 int CCtfReader1Samples::readCtfDataSelected(const CString& path, std::int64_t first, std::int64_t last) {
   CMEGDatazk* const data = m_currentData;
-  SampleImport reading(path, m_currentData, m_rules, m_sampleMemory);
+  SampleImport reading(path, m_currentData, m_rules, m_sampleMemory, m_readingThreads);
   const SampleCounts counts = reading.counts();
   first = std::max<std::int64_t>(first, 0);
   last = std::min(last, counts.samples - 1);

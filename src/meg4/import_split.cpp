@@ -10,7 +10,7 @@ int CCtfReader1Samples::readCtfDataTsplit(const CString& path, int parts) {
   constexpr const wchar_t* kTooBigToSplit = L"Allocate memeory error! Is dataset too big?!";
 
   CMEGDatazk* const data = m_currentData;
-  SampleImport reading(path, m_currentData, m_rules, m_sampleMemory);
+  SampleImport reading(path, m_currentData, m_rules, m_sampleMemory, m_readingThreads);
   const SampleCounts counts = reading.counts();
   const std::int64_t pieces = std::clamp<std::int64_t>(parts, 1, std::max<std::int64_t>(counts.samples, 1));
   const auto pieceLength = static_cast<std::int64_t>(

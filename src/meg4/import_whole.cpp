@@ -3,7 +3,7 @@
 
 int CCtfReader1Samples::readCtfDataT(const CString& path) {
   CMEGDatazk* const data = m_currentData;
-  SampleImport reading(path, m_currentData, m_rules, m_sampleMemory);
+  SampleImport reading(path, m_currentData, m_rules, m_sampleMemory, m_readingThreads);
   const SampleCounts counts = reading.counts();
   if (!reading.open()) return 0;
   reading.showProgress(L"Importing CTF MEG data T...", counts.trials);
@@ -21,7 +21,7 @@ int CCtfReader1Samples::readCtfDataT(const CString& path) {
 
 int CCtfReader1Samples::readCtfDataC(const CString& path) {
   CMEGDatazk* const data = m_currentData;
-  SampleImport reading(path, m_currentData, m_rules, m_sampleMemory);
+  SampleImport reading(path, m_currentData, m_rules, m_sampleMemory, m_readingThreads);
   const SampleCounts counts = reading.counts();
   if (!reading.open()) return 0;
   reading.showProgress(L"Importing CTF MEG data ...", counts.channels);

@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t kPieceValues = std::size_t{1} << 16;
 
 // More threads than these find the memory busy.
-constexpr unsigned kMostThreads = 4;
+constexpr int kMostThreads = 4;
 
 }  // namespace
 
@@ -30,15 +30,17 @@ ParallelRead::~ParallelRead() {
 
 void ParallelRead::startHelpers() {
   m_started = true;
-  const unsigned threads = std::min(std::thread::hardware_concurrency(), kMostThreads);
+  const int pay = std::min(static_cast<int>(std::thread::hardware_concurrency()), kMostThreads);
+  const int threads = m_threads == 0 ? pay : m_threads;
+  if (threads < 2) return;
   try {
-    m_helpers.reserve(threads);  // so that no thread that began is dropped
-    for (unsigned i = 1; i < threads; ++i)
+    m_helpers.reserve(static_cast<std::size_t>(threads));  // so that no thread that began is dropped
+    for (int i = 1; i < threads; ++i)
       m_helpers.push_back(startBackgroundThread([this] { help(); }));
   } catch (const std::system_error&) {
-    // Fewer do as well.
+    // Those that began read all of it, more slowly.
   } catch (const std::bad_alloc&) {
-    // The same.
+    // Also without memory for another thread.
   }
 }
 

@@ -12,9 +12,9 @@
 
 #include "framework/cfile.h"
 
-/// Reads samples with several threads at once: a processor alone moves them more slowly than the memory can.
-/// Its threads begin with the first read that is worth it and end with the object; a process that is forked
-/// in between has none of them and must not go on with the read.
+/// Reads samples piece by piece, with several threads at once where that is asked for: a processor alone
+/// moves them more slowly than the memory can. Its threads begin with the first read that is worth it and end
+/// with the object; a process that is forked in between has none of them and must not go on with the read.
 class ParallelRead {
  public:
   /// Bytes of which reading with several threads is faster.
@@ -24,6 +24,9 @@ class ParallelRead {
   ParallelRead(const ParallelRead&) = delete;
   ParallelRead& operator=(const ParallelRead&) = delete;
   ~ParallelRead();
+
+  /// Threads that share a read, the caller's included, from the first read on; 0: as many as pay.
+  void setThreads(int threads) { m_threads = threads; }
 
   /// Reads the samples that begin at `offset`, in host order. False when the file holds fewer. Throws
   /// CFileException when it can't be read.
@@ -38,6 +41,7 @@ class ParallelRead {
 
   std::vector<std::thread> m_helpers;
   bool m_started = false;
+  int m_threads = 1;
 
   // What is read, for all threads: pieces are taken one after another until none is left.
   const CFile* m_file = nullptr;

@@ -59,6 +59,9 @@ class SampleFiles {
   std::uint64_t heldBytes() const { return m_heldBytes; }
   std::uint64_t largestFile() const { return m_largestFile; }
 
+  /// How many threads may share a read; 0: as many as pay.
+  void setThreads(int threads) { m_parallel.setThreads(threads); }
+
   /// Says how large a unit is, without making the buffer: that is then made by a read that needs it.
   void setUnit(std::uint64_t unitBytes);
 

@@ -8,15 +8,18 @@
 #include "util/byte_order.h"
 
 SampleImport::SampleImport(const CString& path, const CMEGDatazk* source, const ReadingRules& rules,
-                           const SampleMemory& memory)
+                           const std::optional<SampleMemory>& memory, int threads)
     : m_prefix(CBasicReadUnix2Window::getFilePathBasic(path)),
       m_counts(sampleCounts(source)),
       m_rules(rules),
-      m_memory(memory) {}
+      m_memory(memory),
+      m_threads(threads) {}
 
 bool SampleImport::open(AvailableBytes available) {
   m_files = openSampleFiles(m_prefix, m_counts, m_rules, available);
-  return m_files != nullptr;
+  if (m_files == nullptr) return false;
+  m_files->setThreads(m_threads);
+  return true;
 }
 
 void SampleImport::showProgress(const wchar_t* title, std::int32_t range) {

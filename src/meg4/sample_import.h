@@ -15,7 +15,7 @@ class SampleImport {
  public:
   /// `path` is any file of the dataset; the counts are those of `source` (null: none, and `open` fails).
   SampleImport(const CString& path, const CMEGDatazk* source, const ReadingRules& rules,
-               const SampleMemory& memory);
+               const std::optional<SampleMemory>& memory, int threads);
 
   /// Opens the file set. False, the user told, when that fails; without a message when a count is below 1.
   bool open(AvailableBytes available = AvailableBytes::wide);
@@ -90,7 +90,8 @@ class SampleImport {
   CString m_prefix;
   SampleCounts m_counts;
   ReadingRules m_rules;
-  SampleMemory m_memory;
+  std::optional<SampleMemory> m_memory;
+  int m_threads;
   std::unique_ptr<SampleFiles> m_files;
   CProgresszk m_progress;
   std::optional<ImportScope> m_scope;

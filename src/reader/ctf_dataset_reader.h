@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "datamodel/meg/meg_datazk.h"
 #include "datamodel/meg/sample_memory.h"
@@ -24,7 +25,8 @@ class CCtfReader1Samples : public CBasicReadUnix2Windowzk {
   ~CCtfReader1Samples();
 
   void setReadingRules(const ReadingRules& rules) { m_rules = rules; }
-  void setSampleMemory(const SampleMemory& memory) { m_sampleMemory = memory; }
+  void setSampleMemory(const std::optional<SampleMemory>& memory) { m_sampleMemory = memory; }
+  void setReadingThreads(int threads) { m_readingThreads = threads; }
 
   // Importers. A read that runs past the last opened file throws CFileException.
 
@@ -62,8 +64,9 @@ class CCtfReader1Samples : public CBasicReadUnix2Windowzk {
                         const wchar_t* title, int limit);
 
   ReadingRules m_rules;
-  SampleMemory m_sampleMemory;
-  std::int32_t m_runDescLength = 0;  ///< bytes of the run description
+  std::optional<SampleMemory> m_sampleMemory;  ///< nothing: samples stay in memory
+  int m_readingThreads = 1;                    ///< 0: as many as pay
+  std::int32_t m_runDescLength = 0;            ///< bytes of the run description
   // Bytes in the resource file; kept beside the description's length, although reading goes on where it
   // stands.
   std::int32_t m_filterStart = 0;       ///< where the first filter record starts

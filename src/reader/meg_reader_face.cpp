@@ -1,6 +1,8 @@
 #include "reader/meg_reader_face.h"
 
+#include <atomic>
 #include <new>
+#include <utility>
 
 #include "framework/cfiledialog.h"
 #include "framework/native_path.h"
@@ -22,27 +24,66 @@ void openFirstTrials(const CPtrArray* array) {
 
 }  // namespace
 
-CMEGReaderFace::~CMEGReaderFace() = default;
+/// The reader and the number of facades that have it, in one allocation: a host relies on none that throws.
+struct CMEGReaderFace::SharedReader {
+  explicit SharedReader(const ReadingRules& rules) : reader(rules) {}
+
+  CCtfDatasetReader reader;
+  std::atomic<int> facades{1};
+};
+
+CMEGReaderFace::CMEGReaderFace(const CMEGReaderFace& other)
+    : m_rules(other.m_rules), m_sampleMemory(other.m_sampleMemory), m_readingThreads(other.m_readingThreads) {
+  m_reader = other.m_reader;
+  if (m_reader != nullptr) ++m_reader->facades;
+}
+
+CMEGReaderFace& CMEGReaderFace::operator=(const CMEGReaderFace& other) {
+  CMEGReaderFace copy(other);
+  std::swap(m_reader, copy.m_reader);
+  m_rules = copy.m_rules;
+  std::swap(m_sampleMemory, copy.m_sampleMemory);
+  m_readingThreads = copy.m_readingThreads;
+  return *this;
+}
+
+void CMEGReaderFace::releaseReader() {
+  SharedReader* const released = std::exchange(m_reader, nullptr);
+  if (released != nullptr && --released->facades == 0) delete released;
+}
+
+CMEGReaderFace::~CMEGReaderFace() { releaseReader(); }
 CMEGReaderFacezk::~CMEGReaderFacezk() = default;
 
 void CMEGReaderFace::setReadingRules(const ReadingRules& rules) {
   m_rules = rules;
-  if (m_reader) m_reader->setReadingRules(rules);
+  if (m_reader != nullptr) m_reader->reader.setReadingRules(rules);
 }
 
 void CMEGReaderFace::setSampleMemory(const SampleMemory& memory) {
   m_sampleMemory = memory;
-  if (m_reader) m_reader->setSampleMemory(memory);
+  if (m_reader != nullptr) m_reader->reader.setSampleMemory(memory);
+}
+
+void CMEGReaderFace::setReadingThreads(int threads) {
+  m_readingThreads = threads;
+  if (m_reader != nullptr) m_reader->reader.setReadingThreads(threads);
 }
 
 CCtfDatasetReader* CMEGReaderFace::reader() {
-  if (m_reader) return m_reader.get();
-  m_reader.reset(new (std::nothrow) CCtfDatasetReader(m_rules));
-  if (m_reader)
-    m_reader->setSampleMemory(m_sampleMemory);
-  else
+  if (m_reader != nullptr) return &m_reader->reader;
+  try {
+    m_reader = new (std::nothrow) SharedReader(m_rules);
+    if (m_reader != nullptr) {
+      m_reader->reader.setReadingThreads(m_readingThreads);
+      m_reader->reader.setSampleMemory(m_sampleMemory);
+      return &m_reader->reader;
+    }
     reportFinding({.code = "memory", .file = {}, .text = L"there is not enough memory for a reader"});
-  return m_reader.get();
+  } catch (const std::bad_alloc&) {
+    releaseReader();  // there is no memory for the name of a folder, or to report it
+  }
+  return nullptr;
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): hosts know the signature

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <memory>
+#include <optional>
 
 #include "datamodel/meg/meg_datazk.h"
 #include "framework/cdocument.h"
@@ -25,15 +25,20 @@ class CCtfDatasetReader;
 class MEGREADER_API CMEGReaderFace {
  public:
   CMEGReaderFace() = default;
-  CMEGReaderFace(const CMEGReaderFace&) = default;
-  CMEGReaderFace& operator=(const CMEGReaderFace&) = default;
+  CMEGReaderFace(const CMEGReaderFace& other);
+  CMEGReaderFace& operator=(const CMEGReaderFace& other);
   virtual ~CMEGReaderFace();
 
   /// How files are read from now on; the host rules unless this is called.
   void setReadingRules(const ReadingRules& rules);
 
-  /// How much memory samples may take from now on, and where they go beyond that.
+  /// How much memory samples may take from now on, and in which folder the temporary file is that takes more.
+  /// Unless this is called all samples stay in memory, and no file is written.
   void setSampleMemory(const SampleMemory& memory);
+
+  /// How many threads read samples from now on: 1, as it is unless this is called, the calling thread alone;
+  /// 0 as many as pay. They end with the operation.
+  void setReadingThreads(int threads);
 
   /// 1 when the path ends in "meg4", "res4", ".eeg" or "fods" in any case, or the user wants to go on all the
   /// same.
@@ -51,12 +56,15 @@ class MEGREADER_API CMEGReaderFace {
  protected:
   /// The reader, made when there is none; null when there is no memory for it.
   CCtfDatasetReader* reader();
-  void releaseReader() { m_reader.reset(); }
+  void releaseReader();
 
  private:
-  std::shared_ptr<CCtfDatasetReader> m_reader;
+  struct SharedReader;
+
+  SharedReader* m_reader = nullptr;
   ReadingRules m_rules;
-  SampleMemory m_sampleMemory;
+  std::optional<SampleMemory> m_sampleMemory;
+  int m_readingThreads = 1;
 };
 
 /// The door for hosts that hold an array of data objects. Each operation reads a dataset, samples included,

@@ -38,6 +38,7 @@ TEST(Independence, ThreadsShareAReadAndLoseNothing) {
   for (const auto& [name, rules] : kBothRules) {
     CMEGReaderFacezk facade;
     facade.setReadingRules(rules);
+    facade.setReadingThreads(0);
     CPtrArray array;
     ASSERT_EQ(facade.readCTFMEGData2HdPa(path, &array, nullptr, nullptr), 1);
     const std::unique_ptr<CMEGDatazk> data(static_cast<CMEGDatazk*>(array.GetAt(0)));

@@ -148,4 +148,87 @@ TEST(Letter, AMarkersSampleIsRoundedTwiceOnEveryProcessor) {
   EXPECT_EQ(timing.sampleAt(-0.1, ReadingRules::plain()), 10);
 }
 
+/// A facade whose reader is in reach.
+struct Door : CMEGReaderFacezk {
+  using CMEGReaderFacezk::reader;
+};
+
+TEST(Letter, AReaderThatThereIsNoMemoryForIsNull) {
+  Probe listening;  // so that the failure has somebody to be reported to
+  Door door;
+  {
+    const FailingNew none = FailingNew::from(1);
+    EXPECT_EQ(door.reader(), nullptr);
+  }
+  const FailingNew second = FailingNew::nth(2);
+  EXPECT_NE(door.reader(), nullptr);
+  EXPECT_FALSE(second.happened()) << "the reader is all that is allocated";
+  const Door copy = door;
+  Door later;
+  later = copy;
+  EXPECT_EQ(later.reader(), door.reader());
+}
+
+#ifdef __linux__
+/// Counts the process's threads whenever progress is shown.
+struct ThreadCounter : UserInterface {
+  struct Forwarding : ProgressWindow {
+    explicit Forwarding(ThreadCounter& of) : counter(of) {}
+    void setRange(int /*low*/, int /*high*/) override {}
+    void setPosition(int /*position*/) override {
+      const auto threads = std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
+      counter.most = std::max(counter.most, threads);
+    }
+    ThreadCounter& counter;
+  };
+  MessageAnswer messageBox(const CString& /*text*/, MessageStyle /*style*/) override {
+    return MessageAnswer::no;
+  }
+  std::optional<CString> chooseFile(const CString& /*filter*/, int /*index*/) override { return {}; }
+  std::unique_ptr<ProgressWindow> openProgress(const CString& /*title*/) override {
+    return std::make_unique<Forwarding>(*this);
+  }
+
+  std::ptrdiff_t most = 0;
+};
+
+TEST(Letter, ThreadsAreStartedOnlyWhereTheyAreAskedFor) {
+  const TemporaryDirectory directory;
+  D dataset;
+  dataset.resize(2, 3, 70'001);  // enough that several threads are faster
+  const CString path = toWindowsPath(dataset.write(directory.path()).string());
+  const auto before = std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
+  const auto threads = [&](std::optional<int> asked) {
+    ThreadCounter counter;
+    const ThreadUserInterface installed(&counter);
+    CMEGReaderFacezk facade;
+    if (asked) facade.setReadingThreads(*asked);
+    CPtrArray array;
+    EXPECT_EQ(facade.readCTFMEGData2HdPa(path, &array, nullptr, nullptr), 1);
+    delete static_cast<CMEGDatazk*>(array.GetAt(0));
+    return counter.most - before;
+  };
+  EXPECT_EQ(threads({}), 0);
+  EXPECT_EQ(threads(1), 0);
+  EXPECT_EQ(threads(3), 2);
+}
+#endif
+
+TEST(Letter, SamplesStayInMemoryUnlessAskedOtherwise) {
+  const TemporaryDirectory directory;
+  ScriptedInterface user;
+  const ThreadUserInterface installed(&user);
+  ImportPlan plan{.trials = 4, .channels = 1024};
+  plan.heldBytes = grantedMemory() / 4 * 3;
+  plan.samples = static_cast<std::int64_t>(plan.heldBytes / (4 * 1024 * 4));
+  TrialStorage storage;
+  EXPECT_TRUE(storage.reserve(plan));
+  EXPECT_TRUE(user.findings().empty()) << "more than half of the memory, but nobody asked for a file";
+  plan.samples = 1;
+  plan.memory = SampleMemory{1, toWindowsPath(directory.path().string())};
+  EXPECT_TRUE(storage.reserve(plan));
+  ASSERT_EQ(user.findings().size(), 1U);
+  EXPECT_EQ(user.findings()[0].code, "samples.spilled");
+}
+
 }  // namespace

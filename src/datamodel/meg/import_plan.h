@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "datamodel/meg/sample_memory.h"
 
@@ -25,9 +26,9 @@ struct ImportPlan {
   std::int64_t firstSample = 0;  ///< sample of the file trial that is stored first
   std::int64_t step = 1;         ///< samples of the file from one stored sample to the next
   std::int32_t mostTrials = 0;   ///< trials that are stored at most where they are chosen; 0: all
-  std::uint64_t heldBytes =
-      0;  ///< that the files hold: no import can bring more, and none is spilled for more
-  SampleMemory memory{};
+  /// Bytes that the files hold: no import can bring more, and none is spilled for more.
+  std::uint64_t heldBytes = 0;
+  std::optional<SampleMemory> memory{};  ///< nothing: all samples stay in memory
 };
 
 /// Where a stored trial came from.

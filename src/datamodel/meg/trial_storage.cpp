@@ -53,10 +53,11 @@ bool TrialStorage::reserve(const ImportPlan& plan) {
 
 bool TrialStorage::obtain(const ImportPlan& plan, std::size_t bytes, std::uint64_t expected) {
   const std::uint64_t granted = grantedMemory();
-  const std::uint64_t limit = plan.memory.limit != 0 ? plan.memory.limit : granted / 2;
+  if (!plan.memory) return expected <= granted && m_memory.reserve(bytes);
+  const std::uint64_t limit = plan.memory->limit != 0 ? plan.memory->limit : granted / 2;
   if (expected > limit) {
-    // Nobody asked for the limit that stands by itself: without a place for the file, memory may still do.
-    const bool mayStay = plan.memory.limit == 0 && expected <= granted;
+    // Without a place for the file, memory may still do where no limit was named.
+    const bool mayStay = plan.memory->limit == 0 && expected <= granted;
     if (spill(plan, bytes, expected, mayStay)) return true;
     if (!mayStay) return false;
   }
@@ -64,7 +65,7 @@ bool TrialStorage::obtain(const ImportPlan& plan, std::size_t bytes, std::uint64
 }
 
 bool TrialStorage::spill(const ImportPlan& plan, std::size_t bytes, std::uint64_t expected, bool mayStay) {
-  const CString& named = plan.memory.spillDirectory;
+  const CString& named = plan.memory->spillDirectory;
   const CString folder = named.IsEmpty() ? largeTemporaryFolder() : named;
   // Trials that are chosen lie anywhere in the range: room is taken for each when it comes.
   const std::size_t atOnce = plan.mostTrials == 0 ? static_cast<std::size_t>(expected) : 0;

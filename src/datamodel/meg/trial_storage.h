@@ -20,9 +20,9 @@ class TrialStorage {
   TrialStorage& operator=(TrialStorage&&) noexcept = default;
   ~TrialStorage() = default;
 
-  /// Makes room for what the import stores, dropping what was held: in memory, or in a file, which is
-  /// reported, when that is too much. False, holding nothing, when the system refuses, and for a plan with
-  /// fewer than one part.
+  /// Makes room for what the import stores, dropping what was held: in memory, or, where that is asked for
+  /// and it is too much, in a file, which is reported. False, holding nothing, when the system refuses, and
+  /// for a plan with fewer than one part.
   bool reserve(const ImportPlan& plan);
 
   /// The places of `count` whole trials, each to be written before `store` is called with it; empty when one
