@@ -10,7 +10,6 @@ import random
 import shutil
 import subprocess
 import sys
-import threading
 import time
 from pathlib import Path
 
@@ -96,27 +95,12 @@ def ratios(title, times, reference):
 
 
 def peak(command, env=None):
-    """Peak resident memory of a command in bytes: all of it, and the part that no file backs."""
+    """Peak resident memory of a command in bytes."""
     process = subprocess.Popen(command, env=env, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    anonymous = [0]
-
-    def watch():
-        while process.returncode is None:
-            try:
-                for line in Path(f"/proc/{process.pid}/status").read_text().splitlines():
-                    if line.startswith("RssAnon"):
-                        anonymous[0] = max(anonymous[0], int(line.split()[1]) * 1024)
-            except OSError:
-                return
-            time.sleep(0.002)
-
-    watcher = threading.Thread(target=watch)
-    watcher.start()
     _, status, usage = os.wait4(process.pid, 0)
     process.returncode = os.waitstatus_to_exitcode(status)
-    watcher.join()
     assert process.returncode == 0, command
-    return usage.ru_maxrss * 1024, anonymous[0]
+    return usage.ru_maxrss * 1024
 
 
 def whole_reads():
@@ -186,23 +170,14 @@ def growth():
         size = sample_bytes(path)
         seconds = best({"facade": lambda: in_process("Facade", path)}, 3)["facade"]
         environment = {**os.environ, "BENCH_DATASET": str(path)}
-        resident, _ = peak([PROGRAMS / "megreader_bench", "--benchmark_filter=^Facade/"], environment)
+        resident = peak([PROGRAMS / "megreader_bench", "--benchmark_filter=^Facade/"], environment)
         rows.append((f"{size / 1e9:.2f}", f"{seconds:.2f}", f"{seconds / size * 1e9:.3f}", f"{(resident - size) / 1e6:.1f}"))
         if gigabytes > 1:
             shutil.rmtree(path)
     table(("GB", "s", "s per GB", "peak memory beyond the samples, MB"), rows)
 
 
-def spilling():
-    path, limit = recording("large", 300, 84, 12000), 256 << 20
-    command = [CTFMEG, "info", "--json", "--resample", "1", "--quiet", str(path)]
-    spilled = [*command, "--memory", str(limit), "--spill", str(DATA)]
-    times = best({"in memory": lambda: command_seconds(command), "spilled": lambda: command_seconds(spilled)})
-    ratios("beyond a limit of 268 MB", times, "in memory")
-    print(f"memory that no file backs while spilling: {peak(spilled)[1] / 1e6:.0f} MB\n")
-
-
-PARTS = {part.__name__: part for part in (whole_reads, small_costs, exports, growth, spilling)}
+PARTS = {part.__name__: part for part in (whole_reads, small_costs, exports, growth)}
 for name in sys.argv[3:]:
     if name not in PARTS:
         sys.exit(f"bench: there is no part {name}, only {', '.join(PARTS)}")

@@ -15,6 +15,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   # GCC 12 sees overlaps inside std::string where there are none (its bug 105651).
   target_compile_options(project_options INTERFACE -Wno-restrict)
 endif()
+# A product that decides which sample a time belongs to must not depend on whether a processor fuses it with a sum.
+target_compile_options(project_options INTERFACE -ffp-contract=off)
 target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 
 if(MEGREADER_FUZZ)

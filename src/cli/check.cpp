@@ -1,22 +1,21 @@
 #include <algorithm>
 #include <iostream>
 
-#include "cli/commands.h"
-#include "cli/identity.h"
-#include "cli/json_output.h"
+#include "cli/json.h"
+#include "cli/messages.h"
 #include "cli/process.h"
-#include "cli/say.h"
-#include "cli/session.h"
-#include "cli/table.h"
-#include "cli/visible_text.h"
 #include "host/inspect.h"
 #include "host/path_text.h"
+#include "output/table.h"
+#include "output/visible_text.h"
 
 namespace ctfmeg::cli {
 namespace {
 
+using output::visible;
+
 /// The samples that a reading stored, without keeping them.
-struct StoredSamples {
+struct SamplesDigest {
   std::size_t trials;
   std::uint64_t digest;
 };
@@ -35,7 +34,7 @@ class Check {
     m_file = resolveDataset(pathFromText(m_options.dataset));
     const Recording header = m_session.readSilently(m_options.dataset, std::nullopt, rules);
     m_file = m_file.parent_path() / pathFromText(header.name() + ".res4");
-    const StoredSamples samples = readSamples(rules);
+    const SamplesDigest samples = readSamples(rules);
     append(m_findings, inspect(header, m_file));
     if (rules == Rules::plain) compareWithHost(header, samples);
     stopIfInterrupted();
@@ -43,10 +42,10 @@ class Check {
   }
 
  private:
-  StoredSamples readSamples(Rules rules) {
+  SamplesDigest readSamples(Rules rules) {
     const Recording recording = m_session.readSilently(m_options.dataset, Whole{}, rules);
     if (rules == m_options.reading.rules) m_findings = recording.warnings();
-    StoredSamples samples{recording.trialNumbers().size(), 0};
+    SamplesDigest samples{recording.trialNumbers().size(), 0};
     for (const int number : recording.trialNumbers()) {
       stopIfInterrupted();
       samples.digest = digestOfSamples(recording.trial(number), samples.digest);
@@ -54,7 +53,7 @@ class Check {
     return samples;
   }
 
-  void compareWithHost(const Recording& header, const StoredSamples& samples) {
+  void compareWithHost(const Recording& header, const SamplesDigest& samples) {
     const auto lose = [this](const char* code, const std::filesystem::path& file, const std::string& text) {
       m_findings.push_back({Finding::Severity::remark, code, textOf(file), "under host rules " + text});
     };
@@ -62,7 +61,7 @@ class Check {
       append(
           m_findings,
           hostLosses(header, m_session.readSilently(m_options.dataset, std::nullopt, Rules::host), m_file));
-      const StoredSamples theirs = readSamples(Rules::host);
+      const SamplesDigest theirs = readSamples(Rules::host);
       if (theirs.trials != samples.trials)
         lose("host.samples", m_file,
              "has " + std::to_string(theirs.trials) + " of " + std::to_string(samples.trials) + " trials");
@@ -88,30 +87,22 @@ std::string placeOf(const Finding& finding) {
 }
 
 void printFindings(const std::vector<Finding>& findings) {
-  std::vector<std::vector<std::string>> rows{{"", "code", "file", "place", "what"}};
+  output::Rows rows{{"", "code", "file", "place", "what"}};
   for (const Finding& finding : findings)
     rows.push_back({nameOf(finding.severity), visible(finding.code), visible(lastName(finding.file)),
                     placeOf(finding), visible(finding.text)});
-  if (rows.size() > 1) printTable(rows);
+  if (rows.size() > 1) output::writeTable(std::cout, rows);
 }
 
-/// Findings in the order of their weight, without those that may not or are not to be shown.
-std::vector<Finding> shownFindings(std::vector<Finding> findings, const ReadingOptions& options) {
-  std::erase_if(findings, [&](const Finding& finding) {
-    return !mayBeShown(finding, options.noIdentity) || (options.quiet && !isOdd(finding));
-  });
-  std::stable_sort(findings.begin(), findings.end(),
+/// Prints findings in the order of their weight.
+void print(ShownDataset dataset, const char* verdict, const CheckOptions& options) {
+  if (options.reading.quiet)
+    std::erase_if(dataset.findings, [](const Finding& finding) { return !isOdd(finding); });
+  std::stable_sort(dataset.findings.begin(), dataset.findings.end(),
                    [](const Finding& a, const Finding& b) { return a.severity > b.severity; });
-  return findings;
-}
-
-void print(const CheckOptions& options, const char* verdict, const std::vector<Finding>& all,
-           const Error* error = nullptr) {
-  const auto findings = shownFindings(all, options.reading);
-  if (options.json)
-    return writeCheck(std::cout, options.dataset, verdict, error, findings, options.reading.noIdentity);
-  std::cout << visible(shownPath(options.dataset, options.reading.noIdentity)) << ": " << verdict << '\n';
-  printFindings(findings);
+  if (options.json) return writeCheck(std::cout, dataset, verdict);
+  std::cout << visible(dataset.path) << ": " << verdict << '\n';
+  printFindings(dataset.findings);
 }
 
 }  // namespace
@@ -122,12 +113,14 @@ int runCheck(const CheckOptions& options) {
   session.attempt(
       options.dataset,
       [&] {
-        const auto findings = Check(options, session).run();
-        const bool odd = std::any_of(findings.begin(), findings.end(), isOdd);
+        ShownDataset checked;
+        checked.path = options.dataset;
+        checked.findings = Check(options, session).run();
+        const bool odd = std::any_of(checked.findings.begin(), checked.findings.end(), isOdd);
         if (odd) exitCode = options.reading.strict ? kFailed : kOdd;
-        print(options, odd ? "odd but readable" : "sound", findings);
+        print(shown(std::move(checked), options.reading), odd ? "odd but readable" : "sound", options);
       },
-      [&](const Error& error) { print(options, "can't be read", error.findings(), &error); });
+      [&](const ShownDataset& failed) { print(failed, "can't be read", options); });
   finishOutput();
   return session.exitCode() == kDone ? exitCode : session.exitCode();
 }

@@ -5,9 +5,9 @@
 #include <iostream>
 
 #include "cli/commands.h"
-#include "cli/route.h"
-#include "cli/say.h"
-#include "cli/visible_text.h"
+#include "cli/messages.h"
+#include "cli/selection.h"
+#include "output/visible_text.h"
 
 namespace ctfmeg::cli {
 namespace {
@@ -45,17 +45,14 @@ void addReading(CLI::App* command, ReadingOptions& options) {
   command->add_flag("--strict", options.strict, "a warning makes the exit code 1");
 }
 
-void addMemory(CLI::App* command, ReadingOptions& options) {
-  command
-      ->add_option("--memory", options.memory,
-                   "how much of the samples to keep in memory, such as 4G (default: half of what there is)")
+/// Older scripts give these. What the samples need is decided by what is read.
+void addMemory(CLI::App* command) {
+  const auto ignore = [](const std::string& /*value*/) {};
+  command->add_option_function<std::string>("--memory", ignore, "changes nothing; kept for older scripts")
       ->transform(CLI::AsSizeValue(false).description(""))
       ->check(CLI::PositiveNumber.description(""))
       ->type_name("SIZE");
-  command
-      ->add_option("--spill", options.spillFolder,
-                   "folder for the rest, in a file that nobody else can open (default: /var/tmp; on Windows "
-                   "the folder for temporary files)")
+  command->add_option_function<std::string>("--spill", ignore, "changes nothing; kept for older scripts")
       ->type_name("DIR");
 }
 
@@ -79,9 +76,6 @@ void addRoutes(CLI::App* command, std::optional<Route>& route) {
   add("--samples", "FIRST:LAST", "samples FIRST to LAST of each trial, counted from 0", parseSpan);
   add("--split", "N", "each trial as N shorter ones", parsePieces);
   add("--trials", "LIST", "trials by number, counted from 0 (0,2,5-7)", parseTrials);
-  routes->add_flag_callback(
-      "--ask-resample", [&route] { route = AskToResample{}; },
-      "all of them, or every N-th: asked for more than 400 MB");
   add("--marker", "NAME", "the trials that carry the first marker of that name", parseMarker);
 }
 
@@ -103,7 +97,7 @@ std::vector<std::string> argumentsOf(std::vector<std::string> arguments) {
   return arguments;
 }
 
-/// The command line and what it fills in. One thing is asked for at a time, so that exit code is the
+/// The command line and what it fills in. One command runs at a time, so its exit code is the
 /// program's.
 class Definitions {
  public:
@@ -114,9 +108,8 @@ class Definitions {
  private:
   CLI::App* add(const char* name, const char* help, const std::function<int()>& run);
   void addInfo();
-  void addChannelTable();
-  void addTable(const char* name, const char* help, const char* identity, TableOptions& options,
-                int (*run)(const TableOptions&));
+  CLI::App* addTable(const char* name, const char* help, const char* identity, TableOptions& options,
+                     int (*run)(const TableOptions&));
   void addExport();
   void addScan();
   void addCheck();
@@ -124,27 +117,27 @@ class Definitions {
 
   CLI::App m_app{"Reads MEG recordings made on CTF systems.", "ctfmeg"};
   InfoOptions m_info;
-  ChannelsOptions m_channels;
-  TableOptions m_markers, m_headCoils;
+  TableOptions m_channels, m_markers, m_headCoils;
   ExportOptions m_export;
   ScanOptions m_scan;
   CheckOptions m_check;
-  std::string m_directory;
-  simulate::Options m_simulated;
-  bool m_quiet = false;
+  SimulateOptions m_simulate;
   int m_exitCode = kDone;
 };
 
 Definitions::Definitions() {
   m_app.allow_windows_style_options(false);  // "/" begins a path there, too
   m_app.failure_message([](const CLI::App*, const CLI::Error& error) {
-    return "ctfmeg: " + visible(error.what()) + "\nctfmeg: run it with --help to see what there is\n";
+    return "ctfmeg: " + output::visible(error.what()) + "\nctfmeg: run it with --help to see what there is\n";
   });
   m_app.footer("\nExamples:\n" + std::string(kExamples));
   m_app.set_version_flag("--version", "ctfmeg " CTFMEG_VERSION);
   m_app.require_subcommand(1);
   addInfo();
-  addChannelTable();
+  addChannels(
+      addTable("channels", "List channels with their kind, unit and gain",
+               "leave out what can name a person (nothing in this table does)", m_channels, runChannels),
+      m_channels.channels);
   addTable("markers", "List markers with the trials and times at which they occur",
            "leave out what can name a person (paths; marker names stay)", m_markers, runMarkers);
   addTable("headcoils", "List head-coil positions: x right, y front, z up, in mm",
@@ -168,28 +161,18 @@ void Definitions::addInfo() {
   command->add_flag("--json", m_info.json, "everything, as JSON");
   command->add_flag("--no-identity", m_info.reading.noIdentity, "leave out what can name a person");
   addRoutes(command, m_info.route);
-  addMemory(command, m_info.reading);
+  addMemory(command);
   addReading(command, m_info.reading);
 }
 
-void Definitions::addChannelTable() {
-  auto* command = add("channels", "List channels with their kind, unit and gain",
-                      [this] { return runChannels(m_channels); });
-  addDatasets(command, m_channels.datasets);
-  command->add_flag("--csv", m_channels.csv, "as CSV");
-  command->add_flag("--no-identity", m_channels.reading.noIdentity,
-                    "leave out what can name a person (nothing in this table does)");
-  addChannels(command, m_channels.channels);
-  addReading(command, m_channels.reading);
-}
-
-void Definitions::addTable(const char* name, const char* help, const char* identity, TableOptions& options,
-                           int (*run)(const TableOptions&)) {
+CLI::App* Definitions::addTable(const char* name, const char* help, const char* identity,
+                                TableOptions& options, int (*run)(const TableOptions&)) {
   auto* command = add(name, help, [&options, run] { return run(options); });
   addDatasets(command, options.datasets);
   command->add_flag("--csv", options.csv, "as CSV");
   command->add_flag("--no-identity", options.reading.noIdentity, identity);
   addReading(command, options.reading);
+  return command;
 }
 
 void Definitions::addExport() {
@@ -202,7 +185,7 @@ void Definitions::addExport() {
   command->add_flag("--physical", m_export.physical, "in tesla, volt and seconds (float64), not raw (int32)");
   addChannels(command, m_export.channels);
   addRoutes(command, m_export.route);
-  addMemory(command, m_export.reading);
+  addMemory(command);
   addReading(command, m_export.reading);
 }
 
@@ -224,27 +207,27 @@ void Definitions::addCheck() {
   command->add_option("DATASET", m_check.dataset, kDatasetHelp)->required()->type_name("");
   command->add_flag("--json", m_check.json, "as JSON");
   command->add_flag("--no-identity", m_check.reading.noIdentity, "leave out what can name a person");
-  addMemory(command, m_check.reading);
+  addMemory(command);
   addReading(command, m_check.reading);
 }
 
 void Definitions::addSimulate() {
-  auto* command = add("simulate", "Write a simulated dataset",
-                      [this] { return runSimulate(m_directory, m_simulated, m_quiet); });
-  command->add_option("OUT.ds", m_directory, "directory to make; must not exist")->required()->type_name("");
-  command->add_option("--channels", m_simulated.channels, "channels in all")->capture_default_str();
-  command->add_option("--trials", m_simulated.trials, "trials")->capture_default_str();
-  command->add_option("--samples", m_simulated.samples, "samples a trial")->capture_default_str();
-  command->add_option("--rate", m_simulated.rate, "samples a second")->type_name("HZ")->capture_default_str();
-  command->add_option("--pretrigger", m_simulated.preTrigger, "samples before the trigger")
+  auto* command = add("simulate", "Write a simulated dataset", [this] { return runSimulate(m_simulate); });
+  simulate::Options& dataset = m_simulate.dataset;
+  command->add_option("OUT.ds", m_simulate.directory, "directory to make; must not exist")
+      ->required()
+      ->type_name("");
+  command->add_option("--channels", dataset.channels, "channels in all")->capture_default_str();
+  command->add_option("--trials", dataset.trials, "trials")->capture_default_str();
+  command->add_option("--samples", dataset.samples, "samples a trial")->capture_default_str();
+  command->add_option("--rate", dataset.rate, "samples a second")->type_name("HZ")->capture_default_str();
+  command->add_option("--pretrigger", dataset.preTrigger, "samples before the trigger")
       ->capture_default_str();
-  command->add_option("--seed", m_simulated.seed, "the same seed gives the same bytes")
-      ->capture_default_str();
-  command
-      ->add_option("--split-after", m_simulated.splitAfter, "trials in each sample file (0: as many as fit)")
+  command->add_option("--seed", dataset.seed, "the same seed gives the same bytes")->capture_default_str();
+  command->add_option("--split-after", dataset.splitAfter, "trials in each sample file (0: as many as fit)")
       ->type_name("TRIALS")
       ->capture_default_str();
-  command->add_flag("--quiet", m_quiet, "no progress");
+  command->add_flag("--quiet", m_simulate.quiet, "no progress");
 }
 
 bool namesNoCommand(CLI::App& app, const std::string& first) {
@@ -269,7 +252,7 @@ PageOption describeOption(const CLI::Option& option) {
   return described;
 }
 
-/// The options of a group, which is an application without a name, stand among the others.
+/// The options of a group, which is an application without a name, are listed among the others.
 void describeInto(Page& page, const CLI::App& app) {
   for (const CLI::Option* option : app.get_options())
     if (!app.get_name().empty() || option != app.get_help_ptr())

@@ -3,11 +3,11 @@
 #include <string>
 #include <vector>
 
-#include "cli/pages/page.h"
+#include "cli/pages.h"
 
 namespace ctfmeg::cli {
 
-/// Does what the arguments (the program's name aside) ask for and gives the exit code. Throws CommandError
+/// Does what the arguments (the program's name aside) ask for and returns the exit code. Throws CommandError
 /// and Interrupted.
 int runCommandLine(const std::vector<std::string>& arguments);
 

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
-#include "cli/options.h"
+#include "host/recording.h"
 #include "simulate/options.h"
 
 namespace ctfmeg::cli {
@@ -25,15 +27,68 @@ class CommandError : public std::runtime_error {
   std::string m_path;
 };
 
-// Each runs one command and gives its exit code. They throw CommandError and Interrupted (process.h).
+/// What the commands that read have in common.
+struct ReadingOptions {
+  Rules rules = Rules::plain;
+  bool yes = false;
+  bool no = false;
+  bool quiet = false;
+  bool strict = false;
+  bool noIdentity = false;  ///< nothing that can name a person is shown
+};
+
+struct InfoOptions {
+  ReadingOptions reading;
+  std::optional<Route> route;  ///< without one only headers are read
+  std::vector<std::string> datasets;
+  bool json = false;
+};
+
+/// Of commands that print a table of each dataset.
+struct TableOptions {
+  ReadingOptions reading;
+  std::vector<std::string> datasets;
+  std::optional<std::string> channels;  ///< a list (selectChannels); without it all; for `channels` only
+  bool csv = false;
+};
+
+struct ScanOptions {
+  ReadingOptions reading;
+  std::string directory;
+  bool csv = false;
+  bool json = false;
+};
+
+struct CheckOptions {
+  ReadingOptions reading;
+  std::string dataset;
+  bool json = false;
+};
+
+struct ExportOptions {
+  ReadingOptions reading;
+  std::optional<Route> route;
+  std::string dataset;
+  std::string output;                   ///< "-": standard output
+  std::optional<std::string> channels;  ///< a list (selectChannels); without it all
+  bool physical = false;
+};
+
+struct SimulateOptions {
+  std::string directory;
+  simulate::Options dataset;
+  bool quiet = false;
+};
+
+// Each runs one command and returns its exit code. They throw CommandError and Interrupted (process.h).
 
 int runInfo(const InfoOptions& options);
-int runChannels(const ChannelsOptions& options);
+int runChannels(const TableOptions& options);
 int runMarkers(const TableOptions& options);
 int runHeadCoils(const TableOptions& options);
 int runExport(const ExportOptions& options);
 int runScan(const ScanOptions& options);
 int runCheck(const CheckOptions& options);
-int runSimulate(const std::string& directory, const simulate::Options& options, bool quiet);
+int runSimulate(const SimulateOptions& options);
 
 }  // namespace ctfmeg::cli

@@ -1,16 +1,17 @@
+#include <cstdio>
 #include <filesystem>
 
-#include "cli/channel_selection.h"
-#include "cli/commands.h"
-#include "cli/npy.h"
+#include "cli/messages.h"
 #include "cli/process.h"
-#include "cli/result_file.h"
-#include "cli/session.h"
+#include "cli/selection.h"
 #include "host/path_text.h"
-#include "ui/terminal_device.h"
+#include "output/npy.h"
+#include "output/result_file.h"
 
 namespace ctfmeg::cli {
 namespace {
+
+using output::ResultFile;
 
 void writeRaw(ResultFile& file, const Trial& trial, const std::vector<Channel>& channels) {
   if (static_cast<int>(channels.size()) == trial.channels()) return file.write(std::as_bytes(trial.raw()));
@@ -30,9 +31,10 @@ void writePhysical(ResultFile& file, const Trial& trial, const std::vector<Chann
 void writeTrials(ResultFile& file, const Recording& recording, const std::vector<Channel>& channels,
                  bool physical) {
   const auto& trials = recording.trialNumbers();
-  const std::string header = npyHeader(physical ? "<f8" : "<i4", {static_cast<std::int64_t>(trials.size()),
-                                                                  static_cast<std::int64_t>(channels.size()),
-                                                                  recording.trial(trials.front()).samples()});
+  const std::string header =
+      output::npyHeader(physical ? "<f8" : "<i4",
+                        {static_cast<std::int64_t>(trials.size()), static_cast<std::int64_t>(channels.size()),
+                         recording.trial(trials.front()).samples()});
   file.write(std::as_bytes(std::span(header)));
   std::vector<double> buffer;
   for (const int number : trials) {
@@ -45,7 +47,7 @@ void writeTrials(ResultFile& file, const Recording& recording, const std::vector
   }
 }
 
-/// Names that some systems take for the same are the same.
+/// Some systems take names that differ only in case for the same.
 std::string lowered(std::string name) {
   for (char& c : name)
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
@@ -66,6 +68,11 @@ void refuseOwnFile(const std::string& dataset, const std::string& output) {
     throw CommandError(output, "belongs to the recording: not written over");
 }
 
+ResultFile openResult(const std::string& name) {
+  return name == "-" ? ResultFile(stdout, "standard output")
+                     : ResultFile(reachable(pathFromText(name)), name);
+}
+
 }  // namespace
 
 int runExport(const ExportOptions& options) {
@@ -75,9 +82,9 @@ int runExport(const ExportOptions& options) {
   Session session(options.reading);
   session.attempt(options.dataset, [&] {
     refuseOwnFile(options.dataset, options.output);
-    ResultFile file(options.output);
+    ResultFile file = openResult(options.output);
     const Recording recording = session.read(options.dataset, options.route.value_or(Whole{}));
-    writeTrials(file, recording, selectChannels(recording, options.dataset, options.channels),
+    writeTrials(file, recording, selectChannels(recording.channels(), options.dataset, options.channels),
                 options.physical);
     stopIfInterrupted();
     file.commit();

@@ -1,78 +1,230 @@
 #include <algorithm>
+#include <cmath>
 #include <iostream>
+#include <utility>
 
-#include "cli/commands.h"
-#include "cli/identity.h"
-#include "cli/json_output.h"
-#include "cli/number_text.h"
-#include "cli/overview.h"
+#include "cli/json.h"
+#include "cli/messages.h"
 #include "cli/process.h"
-#include "cli/say.h"
-#include "cli/session.h"
-#include "cli/visible_text.h"
+#include "output/numbers.h"
+#include "output/visible_text.h"
 
 namespace ctfmeg::cli {
 namespace {
 
-/// A line of the overview; none without a value.
+using output::seconds;
+using output::shortest;
+
+// What the overview says of a dataset, each a line. Empty where there is nothing to say.
+
+/// Both texts, with `between` where there are both.
+std::string joined(const std::string& first, const char* between, const std::string& second) {
+  return first + (first.empty() || second.empty() ? "" : between) + second;
+}
+
+/// "273 gradiometer, 20 ref-gradiometer", in the order in which the names first occur.
+template <class List, class NameOf>
+std::string tally(const List& list, NameOf nameOfItem) {
+  std::vector<std::pair<std::string, int>> counts;
+  for (const auto& item : list) {
+    const std::string name = nameOfItem(item);
+    const auto known =
+        std::find_if(counts.begin(), counts.end(), [&](const auto& c) { return c.first == name; });
+    if (known == counts.end())
+      counts.emplace_back(name, 1);
+    else
+      ++known->second;
+  }
+  std::string text;
+  for (const auto& [name, count] : counts)
+    text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + name;
+  return text;
+}
+
+/// "1 segment", "2 segments"; empty for none.
+std::string counted(std::size_t count, const std::string& what) {
+  if (count == 0) return {};
+  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+/// The names in a list, as many as fit on a line or two.
+template <class List, class NameOf>
+std::string names(const List& list, NameOf nameOfItem) {
+  constexpr std::size_t kMost = 8;
+  std::string text;
+  for (std::size_t i = 0; i < std::min(list.size(), kMost); ++i)
+    text = joined(text, ", ", nameOfItem(list[i]));
+  if (list.size() > kMost) text += " and " + std::to_string(list.size() - kMost) + " more";
+  return text;
+}
+
+/// Seconds can be computed from samples: there is a rate.
+bool timed(const RecordInfo& record) { return std::isfinite(record.sampleRate) && record.sampleRate > 0.0; }
+
+/// Trials and samples of each: as stored when a route has read some, else as the header has them.
+struct Shape {
+  std::int64_t trials, samples;
+};
+
+Shape shapeOf(const ShownDataset& dataset) {
+  if (!dataset.stored) return {dataset.record.numTrials, dataset.record.samplesPerTrial};
+  return {static_cast<std::int64_t>(dataset.stored->fileTrials.size()), dataset.stored->samples};
+}
+
+std::string trialsText(const Shape& shape, const RecordInfo& record) {
+  std::string text = std::to_string(shape.trials) + " x " + std::to_string(shape.samples) + " samples at " +
+                     shortest(record.sampleRate) + " Hz";
+  if (!timed(record)) return text;
+  const double duration = static_cast<double>(shape.samples) / record.sampleRate;
+  text += ", " + seconds(duration) + " each";
+  if (shape.trials > 1) text += ", " + seconds(duration * static_cast<double>(shape.trials)) + " in all";
+  return text;
+}
+
+/// Where the trigger lies in the trials that were read, or in those of the file.
+std::string triggerText(const ShownDataset& dataset) {
+  const RecordInfo& record = dataset.record;
+  const auto& stored = dataset.stored;
+  if (!timed(record)) return {};
+  if (stored && stored->fileTrials.size() > 1 && stored->fileTrials[0] == stored->fileTrials[1])
+    return {};  // pieces of one trial: each has its own
+  const double start = stored ? stored->firstTime : -1.0 * record.preTrigSamples / record.sampleRate;
+  const std::int64_t sample = std::llround(-start * record.sampleRate);
+  if (sample == 0) return "at the first sample";
+  return start < 0.0 ? "at sample " + std::to_string(sample) + ", " + seconds(-start) + " into each trial"
+                     : seconds(start) + " before each trial";
+}
+
+std::string channelsText(const std::vector<Channel>& channels) {
+  return std::to_string(channels.size()) + ": " +
+         tally(channels, [](const Channel& channel) { return nameOf(channel.kind); });
+}
+
+std::string coefficientsText(const std::vector<CoefficientRecord>& records) {
+  if (records.empty()) return {};
+  return std::to_string(records.size()) + " coefficient records: " + tally(records, [](const auto& record) {
+           const std::string name = coefficientTypeName(record.type);
+           return name.empty() ? std::to_string(record.type) : name;
+         });
+}
+
+std::string filtersText(const RecordInfo& record) {
+  std::string text;
+  for (const Filter& filter : record.filters)
+    text = joined(text, ", ",
+                  shortest(filter.frequency) + " Hz (class " + std::to_string(filter.filterClass) +
+                      ", type " + std::to_string(filter.filterType) + ")");
+  return text;
+}
+
+std::string valueOf(const Information& information, const char* tag) {
+  const InformationEntry* entry = information.find(tag);
+  const auto* text = entry == nullptr ? nullptr : std::get_if<std::string>(&entry->value);
+  return text == nullptr ? "" : *text;
+}
+
+/// "20130429093618" as "2013-04-29"; empty for text that is no date.
+std::string dateText(const std::string& dateTime) {
+  constexpr std::size_t kDigits = 8;
+  if (dateTime.size() < kDigits || dateTime.find_first_not_of("0123456789") < kDigits) return {};
+  return dateTime.substr(0, 4) + "-" + dateTime.substr(4, 2) + "-" + dateTime.substr(6, 2);
+}
+
+std::string patientText(const Information& information) {
+  std::string text =
+      joined(valueOf(information, "_PATIENT_NAME_FIRST"), " ", valueOf(information, "_PATIENT_NAME_LAST"));
+  const std::string id = valueOf(information, "_PATIENT_ID");
+  if (id != text) text = joined(text, ", ", id.empty() ? "" : "ID " + id);
+  const std::string born = dateText(valueOf(information, "_PATIENT_BIRTHDATE"));
+  return joined(text, ", ", born.empty() ? "" : "born " + born);
+}
+
+std::string headText(const Fiducials& fiducials) {
+  std::string sets;
+  for (const auto& [name, set] : kFiducialSetNames)
+    if (fiducials.*set) sets = joined(sets, ", ", name);
+  const auto& measured = fiducials.dewarMeasured;
+  if (!measured || !measured->leftEarMm || !measured->rightEarMm) return sets.empty() ? "" : "coils: " + sets;
+  std::string centre;
+  for (std::size_t axis = 0; axis < 3; ++axis)
+    centre = joined(centre, ", ",
+                    output::millimetres(((*measured->leftEarMm)[axis] + (*measured->rightEarMm)[axis]) / 2));
+  return "midway between the ears at " + centre + " mm in the dewar (coils: " + sets + ")";
+}
+
+std::string markersText(const std::vector<Marker>& markers) {
+  return names(markers, [](const Marker& marker) {
+    return marker.name + " (" + std::to_string(marker.samples.size()) + ")";
+  });
+}
+
+std::string classesText(const std::vector<TrialClass>& classes) {
+  return names(classes, [](const TrialClass& trialClass) {
+    const auto count = static_cast<std::size_t>(trialClass.numTrials);
+    return trialClass.name + " (" + (count == 0 ? "no trials" : counted(count, "trial")) + ")";
+  });
+}
+
+/// None without a value.
 void line(const char* label, const std::string& value) {
   constexpr std::size_t kLabelWidth = 14;
   if (value.empty()) return;
   std::string padded(label);
   padded.resize(std::max(kLabelWidth, padded.size()), ' ');
-  std::cout << "  " << padded << visible(value) << '\n';
+  std::cout << "  " << padded << output::visible(value) << '\n';
 }
 
-void printOverview(const std::string& path, const Recording& recording, bool noIdentity) {
-  const RecordInfo& record = recording.record();
-  std::cout << visible(recording.name()) << '\n';
-  line("Path", shownPath(path, noIdentity));
-  if (!noIdentity) {
-    line("Recorded", joined(record.dataDate, " ", record.dataTime));
-    line("Subject", record.subjectId);
-    line("Operator", record.operatorName);
-    line("Run", joined(record.runName, " ", record.runTitle));
-    line("Data", record.dataDescription);
-    line("Description", record.runDescription);
-    line("Patient", patientText(recording.information()));
-    line("Software", softwareText(recording.information()));
-  }
-  const Shape shape = shapeOf(recording);
+void printOverview(const ShownDataset& dataset) {
+  const RecordInfo& record = dataset.record;
+  const auto itself = [](const std::string& text) { return text; };
+  std::cout << output::visible(dataset.name) << '\n';
+  line("Path", dataset.path);
+  line("Recorded", joined(record.dataDate, " ", record.dataTime));
+  line("Subject", record.subjectId);
+  line("Operator", record.operatorName);
+  line("Run", joined(record.runName, " ", record.runTitle));
+  line("Data", record.dataDescription);
+  line("Description", record.runDescription);
+  line("Patient", patientText(dataset.information));
+  line("Software", valueOf(dataset.information, "_DATASET_COLLECTIONSOFTWARE"));
+  const Shape shape = shapeOf(dataset);
   line("Trials", trialsText(shape, record));
-  line("Trigger", triggerText(recording));
-  line("Channels", channelsText(recording));
-  line("Bad", badText(shownBadChannels(recording, noIdentity), recording.badSegments()));
-  line("Markers", markersText(recording.markers()));
-  line("Classes", classesText(recording.classes()));
-  line("Head", headText(recording.fiducials()));
-  line("EEG", electrodesText(recording));
-  line("Virtual", virtualChannelsText(recording.virtualChannels()));
-  line("Compensation", coefficientsText(recording));
+  line("Trigger", triggerText(dataset));
+  line("Channels", channelsText(dataset.channels));
+  line("Bad",
+       joined(names(dataset.badChannels, itself), "; ", counted(dataset.badSegments.size(), "segment")));
+  line("Markers", markersText(dataset.markers));
+  line("Classes", classesText(dataset.classes));
+  line("Head", headText(dataset.fiducials));
+  line("EEG", joined(counted(dataset.electrodes.size(), "electrode"), ", ",
+                     counted(dataset.digitised.points.size(), "digitised point")));
+  line("Virtual", names(dataset.virtualChannels, [](const VirtualChannel& c) { return c.name; }));
+  line("Compensation", coefficientsText(dataset.coefficients));
   line("Filters", filtersText(record));
   const std::int64_t samples = shape.trials * record.numChannels * shape.samples;
-  if (samples > 0) line("Samples", bytes(samples * std::int64_t{sizeof(std::int32_t)}));
-  line("Warnings", warningsText(recording.warnings()));
+  if (samples > 0) line("Samples", output::bytes(samples * std::int64_t{sizeof(std::int32_t)}));
+  line("Warnings", tally(dataset.warningCodes, itself));
 }
 
 }  // namespace
 
 int runInfo(const InfoOptions& options) {
   Session session(options.reading);
-  JsonOutput json(std::cout, options.datasets.size(), options.reading.noIdentity);
+  InfoJson json(std::cout, options.datasets.size());
   bool first = true;
-  for (const std::string& dataset : options.datasets) {
+  for (const std::string& path : options.datasets) {
     stopIfInterrupted();
     session.attempt(
-        dataset,
+        path,
         [&] {
-          const Recording recording = session.read(dataset, options.route);
-          if (options.json) return json.add(dataset, options.reading.rules, recording);
+          const ShownDataset dataset = session.describe(path, session.read(path, options.route));
+          if (options.json) return json.add(dataset);
           if (!first) std::cout << '\n';
           first = false;
-          printOverview(dataset, recording, options.reading.noIdentity);
+          printOverview(dataset);
         },
-        [&](const Error& error) {
-          if (options.json) json.add(dataset, error);
+        [&](const ShownDataset& failed) {
+          if (options.json) json.add(failed);
         });
   }
   if (options.json) json.end();

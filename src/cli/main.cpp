@@ -1,11 +1,10 @@
-#include <iostream>
 #include <new>
 
 #include "cli/command_line.h"
 #include "cli/commands.h"
+#include "cli/messages.h"
 #include "cli/process.h"
-#include "cli/say.h"
-#include "ui/terminal.h"
+#include "cli/terminal.h"
 
 int main(int argc, char** argv) {
   using namespace ctfmeg::cli;

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstdio>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -20,12 +18,17 @@ bool interrupted();
 /// The arguments of the command line, the program's name aside, in UTF-8.
 std::vector<std::string> programArguments(int argc, char** argv);
 
-/// Opens a file for binary writing, a new one or in the place of what it held; null, and errno says why, when
-/// that fails.
-std::FILE* openForWriting(const std::filesystem::path& file, bool mustBeNew);
-
 inline void stopIfInterrupted() {
   if (interrupted()) throw Interrupted{};
 }
+
+/// Whether a person is at the other end of standard input, standard output or standard error.
+bool inputIsTerminal();
+bool outputIsTerminal();
+bool errorsAreTerminal();
+
+/// Waits a little for a line at the terminal. True when one is there, or when waiting for it can't be cut
+/// short on this system.
+bool inputIsReady();
 
 }  // namespace ctfmeg::cli

@@ -1,34 +1,125 @@
-#include "cli/scan.h"
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cmath>
 #include <condition_variable>
 #include <exception>
-#include <functional>
+#include <filesystem>
 #include <iostream>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <thread>
 #include <utility>
 
-#include "cli/commands.h"
-#include "cli/csv.h"
-#include "cli/identity.h"
-#include "cli/json_output.h"
-#include "cli/number_text.h"
+#include "cli/json.h"
+#include "cli/messages.h"
 #include "cli/process.h"
-#include "cli/say.h"
-#include "cli/table.h"
-#include "cli/visible_text.h"
+#include "cli/terminal.h"
 #include "host/path_text.h"
-#include "ui/terminal.h"
+#include "output/numbers.h"
+#include "output/table.h"
+#include "output/visible_text.h"
 
 namespace ctfmeg::cli {
 namespace {
 
 namespace fs = std::filesystem;
+
+using output::csvText;
+using output::shortest;
+using output::visible;
+
+// Finding datasets.
+
+/// What was found below a directory.
+struct FoundDatasets {
+  struct Problem {
+    std::string path, text;
+  };
+  std::vector<fs::path> datasets;  ///< in the order of their paths
+  std::vector<Problem> problems;   ///< directories and links that can't be followed
+};
+
+bool isDataset(const fs::path& path) { return path.extension() == ".ds"; }
+
+/// Every `.ds` directory at or below `directory`, those inside others too. Links to directories are not
+/// followed, except those that are themselves named `.ds`.
+FoundDatasets findDatasets(const fs::path& directory) {
+  FoundDatasets found;
+  // A directory that is named without its name, such as ".", may be a dataset all the same.
+  std::error_code unknown;
+  const fs::path itself = fs::canonical(directory, unknown);
+  const fs::path given = directory.has_filename() ? directory : directory.parent_path();
+  if (isDataset(given) || (!unknown && isDataset(itself))) found.datasets.push_back(directory);
+  std::vector<fs::path> open{directory};
+  while (!open.empty()) {
+    stopIfInterrupted();
+    const fs::path here = std::move(open.back());
+    open.pop_back();
+    std::error_code failed;
+    fs::directory_iterator entry(here, failed);
+    for (const fs::directory_iterator end; !failed && entry != end; entry.increment(failed)) {
+      std::error_code gone;
+      if (!entry->is_directory(gone)) {
+        if (entry->is_symlink() && isDataset(entry->path()) && !entry->exists(gone))
+          found.problems.push_back({textOf(entry->path()), "leads nowhere"});
+        continue;
+      }
+      if (isDataset(entry->path())) found.datasets.push_back(entry->path());
+      if (!entry->is_symlink(gone)) open.push_back(entry->path());
+    }
+    if (failed) found.problems.push_back({textOf(here), "can't be listed: " + failed.message()});
+  }
+  std::sort(found.datasets.begin(), found.datasets.end());
+  return found;
+}
+
+// Reading their headers.
+
+/// A dataset that was found, read or not: its record and its warnings.
+struct ScannedDataset {
+  ShownDataset dataset;
+  std::int64_t bytes = 0;  ///< of the files in its directory
+};
+
+std::int64_t bytesOfFilesIn(const fs::path& directory) {
+  std::int64_t bytes = 0;
+  std::error_code failed;
+  fs::directory_iterator entry(directory, failed);
+  for (const fs::directory_iterator end; !failed && entry != end; entry.increment(failed)) {
+    std::error_code unknown;
+    const std::uintmax_t size = entry->is_regular_file(unknown) ? entry->file_size(unknown) : 0;
+    if (!unknown) bytes += static_cast<std::int64_t>(size);
+  }
+  return bytes;
+}
+
+/// Reads one header. What goes wrong is in the result.
+ScannedDataset scanDataset(const fs::path& directory, Rules rules) {
+  const std::string path = textOf(directory);
+  const auto failed = [&](const std::string& text) {
+    return describe(path, {ErrorKind::damaged, directory, text});
+  };
+  ScannedDataset scanned{{}, bytesOfFilesIn(directory)};
+  try {
+    const Recording recording = Recording::read(directory, {.rules = rules, .samples = false});
+    scanned.dataset = describeRecord(path, rules, recording);
+  } catch (const Error& error) {
+    scanned.dataset = describe(path, error);
+  } catch (const std::bad_alloc&) {
+    scanned.dataset = failed("needs more memory than there is");
+  } catch (const std::exception& error) {
+    scanned.dataset = failed(error.what());
+  }
+  return scanned;
+}
+
+/// Seconds of all trials together; 0 without a sample rate.
+double durationOf(const RecordInfo& record) {
+  const double seconds = static_cast<double>(record.numTrials) * record.samplesPerTrial / record.sampleRate;
+  return std::isfinite(seconds) && seconds > 0.0 ? seconds : 0.0;
+}
 
 /// Reads headers on several threads and hands them over in their order.
 class HeaderReaders {
@@ -42,7 +133,7 @@ class HeaderReaders {
       for (std::size_t i = 0; i < threads; ++i)
         m_threads.emplace_back([this] { readNext(); });
     } catch (const std::exception&) {
-      // Fewer do as well.
+      // The threads that could be started do all of the work.
     }
   }
   HeaderReaders(const HeaderReaders&) = delete;
@@ -86,78 +177,79 @@ class HeaderReaders {
   std::vector<std::thread> m_threads;
 };
 
+// Showing them.
+
 /// Prints datasets in the form that the options ask for.
 class ScanPrinter {
  public:
   explicit ScanPrinter(const ScanOptions& options) : m_options(options), m_json(std::cout) {
     if (options.csv)
-      std::cout << csvLine({"path", "subject", "date", "time", "channels", "trials", "samplesPerTrial",
-                            "sampleRate", "durationSeconds", "bytes", "status", "error"});
+      std::cout << output::csvLine({"path", "subject", "date", "time", "channels", "trials",
+                                    "samplesPerTrial", "sampleRate", "durationSeconds", "bytes", "status",
+                                    "error"});
     else if (!options.json)
       m_rows.push_back(
           {"dataset", "subject", "date", "channels", "trials", "rate (Hz)", "seconds", "size", ""});
   }
 
-  void add(const ScannedDataset& scanned) {
+  void add(const ShownDataset& dataset, std::int64_t bytes) {
     if (m_options.json)
-      m_json.add(scanned, m_options.reading.noIdentity);
+      m_json.add(dataset, durationOf(dataset.record), bytes);
     else if (m_options.csv)
-      std::cout << csvLine(csvCells(scanned));
+      std::cout << output::csvLine(csvCells(dataset, bytes));
     else
-      m_rows.push_back(tableCells(scanned));
+      m_rows.push_back(tableCells(dataset, bytes));
   }
 
   void end() {
     if (m_options.json) m_json.end();
-    if (m_rows.size() > 1) printTable(m_rows);
+    if (m_rows.size() > 1) output::writeTable(std::cout, m_rows);
     if (m_rows.size() == 1) std::cout << "no datasets\n";
   }
 
  private:
-  std::string personal(const std::string& text) const { return m_options.reading.noIdentity ? "" : text; }
-  std::string shown(const ScannedDataset& scanned) const {
-    return shownPath(scanned.path, m_options.reading.noIdentity);
+  static std::vector<std::string> csvCells(const ShownDataset& dataset, std::int64_t bytes) {
+    const RecordInfo& record = dataset.record;
+    if (dataset.error)
+      return {csvText(dataset.path),         "", "", "", "", "", "", "", "", std::to_string(bytes), "error",
+              csvText(dataset.error->reason)};
+    return {csvText(dataset.path),
+            csvText(record.subjectId),
+            csvText(record.dataDate),
+            csvText(record.dataTime),
+            std::to_string(record.numChannels),
+            std::to_string(record.numTrials),
+            std::to_string(record.samplesPerTrial),
+            std::isfinite(record.sampleRate) ? shortest(record.sampleRate) : "",
+            shortest(durationOf(record)),
+            std::to_string(bytes),
+            "ok",
+            ""};
   }
 
-  std::vector<std::string> csvCells(const ScannedDataset& scanned) const {
-    std::vector<std::string> cells{csvText(shown(scanned))};
-    if (const auto& header = scanned.header) {
-      cells.insert(cells.end(), {csvText(personal(header->subject)), csvText(personal(header->date)),
-                                 csvText(personal(header->time)), std::to_string(header->channels),
-                                 std::to_string(header->trials), std::to_string(header->samplesPerTrial),
-                                 std::isfinite(header->sampleRate) ? shortest(header->sampleRate) : "",
-                                 shortest(header->durationSeconds)});
-    } else {
-      cells.resize(cells.size() + 8);
-    }
-    cells.insert(cells.end(),
-                 {std::to_string(scanned.bytes), scanned.header ? "ok" : "error", csvText(scanned.error)});
-    return cells;
-  }
-
-  std::vector<std::string> tableCells(const ScannedDataset& scanned) const {
-    const std::string path = visible(shown(scanned));
-    if (!scanned.header) return {path, "", "", "", "", "", "", bytes(scanned.bytes), visible(scanned.error)};
-    const ScannedHeader& header = *scanned.header;
+  static std::vector<std::string> tableCells(const ShownDataset& dataset, std::int64_t bytes) {
+    const RecordInfo& record = dataset.record;
+    const std::string path = visible(dataset.path), size = output::bytes(bytes);
+    if (dataset.error) return {path, "", "", "", "", "", "", size, visible(dataset.error->reason)};
     return {path,
-            visible(personal(header.subject)),
-            visible(personal(header.date)),
-            std::to_string(header.channels),
-            std::to_string(header.trials) + " x " + std::to_string(header.samplesPerTrial),
-            rounded(header.sampleRate),
-            rounded(header.durationSeconds),
-            bytes(scanned.bytes),
+            visible(record.subjectId),
+            visible(record.dataDate),
+            std::to_string(record.numChannels),
+            std::to_string(record.numTrials) + " x " + std::to_string(record.samplesPerTrial),
+            output::rounded(record.sampleRate),
+            output::rounded(durationOf(record)),
+            size,
             ""};
   }
 
   const ScanOptions& m_options;
-  JsonLines m_json;
-  std::vector<std::vector<std::string>> m_rows;
+  ScanJson m_json;
+  output::Rows m_rows;
 };
 
 /// A folder's name may be a person's; a dataset's own name may be shown.
-std::string shownFolder(const std::string& path, bool noIdentity) {
-  return noIdentity && !path.ends_with(".ds") ? "a folder" : shownPath(path, noIdentity);
+std::string shownFolder(const std::string& path, const ReadingOptions& options) {
+  return options.noIdentity && !path.ends_with(".ds") ? "a folder" : shown(path, options);
 }
 
 /// The directory to scan. Throws CommandError when it is none.
@@ -170,53 +262,53 @@ fs::path directoryOf(const ScanOptions& options) {
   else if (!fs::is_directory(status))
     failed = std::make_error_code(std::errc::not_a_directory);
   if (failed)
-    throw CommandError(shownFolder(options.directory, options.reading.noIdentity),
+    throw CommandError(shownFolder(options.directory, options.reading),
                        "can't be scanned: " + failed.message());
   return directory;
 }
 
 /// All headers, with a bar for as long as it takes: nothing else is written meanwhile.
 std::vector<ScannedDataset> scanAll(const std::vector<fs::path>& datasets, const ScanOptions& options) {
-  const std::string title = "Scanning " + visible(shownFolder(options.directory, options.reading.noIdentity));
-  const auto bar = options.reading.quiet ? nullptr : openTerminalBar(title);
-  if (bar) bar->setRange(0, static_cast<int>(datasets.size()));
+  const std::string title = "Scanning " + visible(shownFolder(options.directory, options.reading));
+  const auto bar = options.reading.quiet ? nullptr : openProgressBar(title);
   HeaderReaders readers(datasets, options.reading.rules);
   std::vector<ScannedDataset> all;
   for (std::size_t i = 0; i < datasets.size(); ++i) {
     all.push_back(readers.wait(i));
-    if (bar) bar->setPosition(static_cast<int>(i + 1));
+    if (bar) bar->show(static_cast<double>(i + 1), static_cast<double>(datasets.size()));
   }
   return all;
 }
 
 /// On standard error: why a dataset could not be read, or the first of its warnings.
-void sayOf(const ScannedDataset& scanned, const ReadingOptions& reading) {
-  const std::string path = shownPath(scanned.path, reading.noIdentity);
-  if (!scanned.header) return say(path, scanned.error);
-  if (scanned.warnings.empty()) return;
-  const Finding& first = scanned.warnings.front();
-  const std::size_t others = scanned.warnings.size() - 1;
-  say(path,
-      "warning: " +
-          (mayBeShown(first, reading.noIdentity) ? lastName(first.file) + " " + first.text : "see info") +
+void sayOf(const ShownDataset& dataset) {
+  if (dataset.error) return say(dataset.path, dataset.error->reason);
+  if (dataset.warningCodes.empty()) return;
+  const auto& findings = dataset.findings;
+  const auto first = std::find_if(findings.begin(), findings.end(), [](const Finding& finding) {
+    return finding.severity != Finding::Severity::remark;
+  });
+  const std::size_t others = dataset.warningCodes.size() - 1;
+  say(dataset.path,
+      "warning: " + (first == findings.end() ? "see info" : lastName(first->file) + " " + first->text) +
           (others > 0 ? "; and " + std::to_string(others) + " more" : ""));
 }
 
 }  // namespace
 
 int runScan(const ScanOptions& options) {
-  const ReadingOptions& reading = options.reading;
   const FoundDatasets found = findDatasets(directoryOf(options));
   for (const auto& problem : found.problems)
-    say(shownFolder(problem.path, reading.noIdentity), problem.text);
-  const std::vector<ScannedDataset> all = scanAll(found.datasets, options);
+    say(shownFolder(problem.path, options.reading), problem.text);
+  std::vector<ScannedDataset> all = scanAll(found.datasets, options);
 
   bool worthFailing = !found.problems.empty();
   ScanPrinter printer(options);
-  for (const ScannedDataset& scanned : all) {
-    printer.add(scanned);
-    sayOf(scanned, reading);
-    if (!scanned.header || (!scanned.warnings.empty() && reading.strict)) worthFailing = true;
+  for (ScannedDataset& scanned : all) {
+    const ShownDataset dataset = shown(std::move(scanned.dataset), options.reading);
+    printer.add(dataset, scanned.bytes);
+    sayOf(dataset);
+    if (dataset.error || (!dataset.warningCodes.empty() && options.reading.strict)) worthFailing = true;
   }
   printer.end();
   finishOutput();

@@ -1,22 +1,19 @@
 #include <filesystem>
-#include <iostream>
 
-#include "cli/commands.h"
+#include "cli/messages.h"
 #include "cli/process.h"
-#include "cli/say.h"
-#include "cli/visible_text.h"
+#include "cli/terminal.h"
 #include "host/path_text.h"
+#include "output/visible_text.h"
 #include "simulate/dataset.h"
-#include "ui/terminal.h"
 
 namespace ctfmeg::cli {
 
-int runSimulate(const std::string& directory, const simulate::Options& options, bool quiet) {
-  const auto bar = quiet ? nullptr : openTerminalBar("Writing " + visible(directory));
-  if (bar) bar->setRange(0, options.trials);
+int runSimulate(const SimulateOptions& options) {
+  const auto bar = options.quiet ? nullptr : openProgressBar("Writing " + output::visible(options.directory));
   try {
-    simulate::writeDataset(pathFromText(directory), options, [&](int done, int) {
-      if (bar) bar->setPosition(done);
+    simulate::writeDataset(pathFromText(options.directory), options.dataset, [&](int done, int trials) {
+      if (bar) bar->show(done, trials);
       return !interrupted();
     });
   } catch (const simulate::Stopped&) {
@@ -25,7 +22,7 @@ int runSimulate(const std::string& directory, const simulate::Options& options, 
     say("", wrong.what());
     return kWrongUsage;
   } catch (const std::filesystem::filesystem_error& failed) {
-    throw CommandError(directory, "can't be written: " + failed.code().message());
+    throw CommandError(options.directory, "can't be written: " + failed.code().message());
   }
   return kDone;
 }

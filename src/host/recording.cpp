@@ -123,7 +123,6 @@ class RouteReader {
     return m_facade.readTrialSplit(&m_array, std::min(pieces.count, m_samplesPerTrial), nullptr);
   }
   int operator()(const MarkedTrials&) { return 0; }  // read as a `TrialList`
-  int operator()(const AskToResample&) { return m_facade.readWithResamplePrompt(m_path, &m_array, nullptr); }
   int operator()(const TrialList& list) {
     CMarkerDatazk marker;
     for (const int number : list.numbers)
@@ -234,8 +233,7 @@ Recording Recording::read(const std::filesystem::path& path, const ReadOptions& 
         route = trialsOf(marked->marker, state->side.markers, file, header.numTrials, user);
       checkRoute(route, file, header.numTrials);
       const double trials = header.numTrials;
-      user.setProgressSteps(readsChannelByChannel(route) ? trials * header.numChannels : trials,
-                            trials * header.numChannels);
+      user.setProgressSteps(readsChannelByChannel(route) ? trials * header.numChannels : trials);
       RouteReader reader(reading, options, header.samplesPerTrial);
       if (!std::visit(reader, route)) throw errorFrom(file, user);
       state->data = reader.takeData();

@@ -55,17 +55,7 @@ struct TrialList {
 struct MarkedTrials {
   std::string marker;
 };
-/// All samples, or every n-th when the user wants a recording of more than 400,000,000 bytes so: asked by
-/// `ReadOptions::answer` and, for n (1 to 30, 2 when given up), by `ReadOptions::enter`.
-struct AskToResample {};
-using Route = std::variant<Whole, EveryNth, SampleSpan, Pieces, TrialList, MarkedTrials, AskToResample>;
-
-/// What a small dialog asks for.
-struct TextQuestion {
-  std::string caption, label;
-  std::string value;                    ///< what it would take as it is
-  std::vector<std::string> complaints;  ///< messages about what was entered before
-};
+using Route = std::variant<Whole, EveryNth, SampleSpan, Pieces, TrialList, MarkedTrials>;
 
 /// How far a reading has come.
 struct Progress {
@@ -85,9 +75,6 @@ struct ReadOptions {
   std::filesystem::path spillFolder{};
   /// Asked a question, gives true for Yes. Without it every answer is No.
   std::function<bool(const std::string& question)> answer{};
-  /// Asked for a text: gives what is entered, or nothing to give up. Called again, with what was said against
-  /// it, when that was refused. Without it everything is given up.
-  std::function<std::optional<std::string>(const TextQuestion& question)> enter{};
   /// Called while samples are read, on the same thread; false stops the reading.
   std::function<bool(const Progress&)> progress{};
 };

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "framework/encoding.h"
-#include "framework/text_dialog.h"
 #include "host/convert.h"
 
 namespace ctfmeg {
@@ -45,29 +44,12 @@ MessageAnswer RecordingInterface::messageBox(const CString& text, MessageStyle s
     add({Finding::Severity::remark, "message", "", shown + " Answered No."});
     return MessageAnswer::no;
   }
-  if (m_inDialog)
-    m_complaints.push_back(shown);
-  else
-    add({Finding::Severity::warning, "message", "", shown});
+  add({Finding::Severity::warning, "message", "", shown});
   return MessageAnswer::ok;
 }
 
 std::optional<CString> RecordingInterface::chooseFile(const CString& /*filter*/, int /*filterIndex*/) {
   return m_file;
-}
-
-bool RecordingInterface::modalDialog(const DialogTemplate& dialogTemplate, DialogOwner& owner) {
-  m_steps = m_stepsAfterDialog;
-  m_inDialog = true;
-  const bool accepted = runTextDialog(owner, [&](const CString& value) -> std::optional<CString> {
-    if (!m_options.enter) return std::nullopt;
-    const TextQuestion question{toUtf8(dialogTemplate.caption), toUtf8(dialogTemplate.label), toUtf8(value),
-                                std::exchange(m_complaints, {})};
-    const auto entered = m_options.enter(question);
-    return entered ? std::optional(fromUtf8(*entered)) : std::nullopt;
-  });
-  m_inDialog = false;
-  return accepted;
 }
 
 std::unique_ptr<ProgressWindow> RecordingInterface::openProgress(const CString& title) {

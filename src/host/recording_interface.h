@@ -23,19 +23,18 @@ class RecordingInterface : public UserInterface {
   /// The path that a file dialog is answered with.
   void setFile(const CString& path) { m_file = path; }
 
-  /// How often an importer will set its position, whatever range and positions it uses; `afterDialog` when a
-  /// dialog was shown before.
-  void setProgressSteps(double steps, double afterDialog) {
-    m_steps = steps;
-    m_stepsAfterDialog = afterDialog;
-  }
+  /// How often an importer will set its position, whatever range and positions it uses.
+  void setProgressSteps(double steps) { m_steps = steps; }
 
   /// Tells the caller that all is read, whatever a set that ends early has left out.
   void finishProgress() const;
 
   MessageAnswer messageBox(const CString& text, MessageStyle style) override;
   std::optional<CString> chooseFile(const CString& filter, int filterIndex) override;
-  bool modalDialog(const DialogTemplate& dialogTemplate, DialogOwner& owner) override;
+  /// No operation of the facade that a recording uses shows one.
+  bool modalDialog(const DialogTemplate& /*dialogTemplate*/, DialogOwner& /*owner*/) override {
+    return false;
+  }
   std::unique_ptr<ProgressWindow> openProgress(const CString& title) override;
   void report(const ::Finding& finding) override;
 
@@ -49,9 +48,7 @@ class RecordingInterface : public UserInterface {
  private:
   const ReadOptions& m_options;
   CString m_file;
-  double m_steps = 1.0, m_stepsAfterDialog = 1.0;
-  std::vector<std::string> m_complaints;  // shown while a dialog is open
-  bool m_inDialog = false;
+  double m_steps = 1.0;
   std::string m_progressTitle;
   std::set<std::string> m_known;  // a header that is read twice has its findings once
   std::map<std::string, int> m_ofAKind;

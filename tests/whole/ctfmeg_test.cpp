@@ -444,22 +444,13 @@ TEST_F(Ctfmeg, OddNumbersInTheHeader) {
   EXPECT_EQ(run({"export", given, "-o", "-"}).exitCode, 0);
 }
 
-TEST_F(Ctfmeg, AsksToResampleOnlyWhatIsLarge) {
+TEST_F(Ctfmeg, TakesMemoryOptionsOfOlderScripts) {
   const std::string given = write("a.ds");
-  const CommandResult asked = run({"export", given, "--ask-resample", "-o", "-"});
+  const CommandResult asked = run({"export", given, "--memory", "1", "--spill", path("none"), "-o", "-"});
   EXPECT_EQ(asked.err, "");
   EXPECT_EQ(asked.out, run({"export", given, "-o", "-"}).out);
-  EXPECT_EQ(run({"export", given, "--ask-resample", "--trials", "0", "-o", "-"}).exitCode, 2);
-
-  MinimalDataset large;
-  large.resize(1, 1, 3);
-  large.res4.put(1288, Bytes().i32(1000000));
-  large.res4.put(1312, Bytes().i16(101));
-  const std::string big = write("big.ds", large);
-  fs::resize_file(pathFromText(big + "/run.meg4"), 8 + 404'000'000);  // a hole: takes no room
-  const CommandResult info = run({"info", "--json", big, "--ask-resample", "--yes"});
-  EXPECT_EQ(json::parse(info.out).at("record").at("samplesPerTrial"), 500000)
-      << "nobody gives a number: by two";
+  EXPECT_EQ(run({"export", given, "--memory", "much", "-o", "-"}).exitCode, 2);
+  EXPECT_EQ(run({"export", given, "--ask-resample", "-o", "-"}).exitCode, 2);
 }
 
 TEST_F(Ctfmeg, RoutesGoIntoExportAndInfo) {

@@ -7,10 +7,8 @@
 #include "framework/native_path.h"
 #include "reader/meg_reader_face.h"
 #include "support/minimal_dataset.h"
+#include "support/scripted.h"
 #include "support/temporary_directory.h"
-#include "ui/scripted.h"
-#include "ui/terminal.h"
-#include "ui/terminal_device.h"
 
 namespace {
 
@@ -367,19 +365,6 @@ TEST(Facade, AFailedPromptTakesItsObjectOutOfTheArray) {
   const CString path = host.write(withSampleFiles({"no"}));
   EXPECT_EQ(host.facade.readWithResamplePrompt(path, &host.array, nullptr), 0);
   EXPECT_EQ(host.array.GetSize(), 0);
-}
-
-TEST(Facade, NobodyAtATerminalAnswersNo) {
-  if (inputIsTerminal() && errorsAreTerminal()) GTEST_SKIP() << "somebody is at the terminal";
-  struct : TerminalInterface {
-    void report(const Finding& finding) override { codes.push_back(finding.code); }
-    Lines codes;
-  } terminal;
-  const ThreadUserInterface installed(&terminal);
-  CPtrArray array;
-  EXPECT_EQ(CMEGReaderFacezk().checkCtfFileFormat(L"run.ds"), 0);
-  EXPECT_EQ(CMEGReaderFacezk().readResampling(&array, 2, nullptr), 0);
-  EXPECT_EQ(terminal.codes, Lines(2, "dialog.unshown"));
 }
 
 TEST(Facade, RulesSetLaterReachTheReaderThatIsThere) {

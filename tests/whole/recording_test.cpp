@@ -276,37 +276,6 @@ TEST(Recording, KeepsSamplesBeyondALimitInAFileWithoutAName) {
       << error;
 }
 
-TEST(Recording, AsksForAFactorUntilItIsOne) {
-  TemporaryDirectory directory;
-  D large;
-  large.resize(1, 1, 3);
-  large.res4.put(1288, Bytes().i32(1010000));
-  large.res4.put(1312, Bytes().i16(100));
-  const fs::path run = large.write(directory.path());
-  fs::resize_file(run.parent_path() / "run.meg4", 8 + 404'000'000);
-  std::string asked;
-  ReadOptions options;
-  options.route = AskToResample{};
-  options.answer = [&](const std::string& question) {
-    asked += question + "\n";
-    return true;
-  };
-  options.enter = [&](const TextQuestion& question) -> std::optional<std::string> {
-    asked += question.caption + "|" + question.label + "|" + question.value;
-    for (const std::string& complaint : question.complaints)
-      asked += "|" + complaint;
-    asked += "\n";
-    return question.complaints.empty() ? "31" : "10";
-  };
-  const Recording recording = Recording::read(run, options);
-  EXPECT_EQ(asked,
-            "This data is 404 MB, would you like to re-sample it?\nSampling Rate|Sampling Rate|2\n"
-            "Sampling Rate|Sampling Rate|2|Enter an integer between 1 and 30.|Enter an integer between 1 and "
-            "30.\n");
-  EXPECT_EQ(recording.trial(99).samples(), 101000);
-  EXPECT_TRUE(recording.warnings().empty());
-}
-
 TEST(Recording, ReadsTheRealRecordingByBothRules) {
   if (!fs::exists(REAL_RECORDING)) GTEST_SKIP() << "the real recording is not here";
   const Recording plain = Recording::read(REAL_RECORDING);

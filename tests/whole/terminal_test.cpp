@@ -79,47 +79,36 @@ class AtATerminal {
 
 class Terminal : public testing::Test {
  protected:
-  /// A recording that is worth a question: 404 MB of samples that take no room.
   Terminal() {
-    MinimalDataset large;
-    large.resize(1, 1, 3);
-    large.res4.put(1288, Bytes().i32(1000000));
-    large.res4.put(1312, Bytes().i16(101));
-    run = large.write(directory.path()).parent_path();
-    fs::resize_file(run / "run.meg4", 8 + 404'000'000);
+    run = MinimalDataset().write(directory.path()).parent_path();
+    other = run / "run.txt";  // no file of a dataset by its name: worth a question
+    writeFile(other, readFile(run / "run.res4"));
   }
 
   TemporaryDirectory directory;
-  fs::path run;
+  fs::path run, other;
 };
 
-TEST_F(Terminal, AsksForAFactorUntilItIsOne) {
+TEST_F(Terminal, AsksAndShowsABar) {
   const fs::path result = directory.path() / "out.npy";
-  AtATerminal user({"export", run.string(), "--ask-resample", "-o", result.string()});
-  ASSERT_TRUE(user.shows("MB")) << "how large it is";
-  user.types("y\n");
-  ASSERT_TRUE(user.shows("[2]: "));
-  user.types("31\n");
-  ASSERT_TRUE(user.shows("Enter an integer between 1 and 30."));
-  ASSERT_TRUE(user.shows(": "));
+  AtATerminal user({"export", other.string(), "-o", result.string()});
+  ASSERT_TRUE(user.shows("Would you like to continue?"));
   user.types(
-      "100\x15"
-      "100000\x15"
-      "20\n");  // Ctrl-U takes a line back
+      "n\x15"
+      "y\n");  // Ctrl-U takes a line back
   ASSERT_TRUE(user.shows("] 100%"));
   EXPECT_EQ(user.exitCode(), 0);
-  EXPECT_NE(readFile(result).find("(101, 1, 50000)"), std::string::npos);
+  EXPECT_TRUE(fs::exists(result));
 }
 
 TEST_F(Terminal, NoAndCtrlCLeaveNothing) {
-  const fs::path other = run / "run.txt", result = directory.path() / "out.npy";
-  writeFile(other, "");
+  const fs::path result = directory.path() / "out.npy";
   AtATerminal no({"info", other.string()});
   ASSERT_TRUE(no.shows("Would you like to continue?"));
   no.types("n\n");
   EXPECT_EQ(no.exitCode(), 1);
-  AtATerminal gone({"export", run.string(), "--ask-resample", "-o", result.string()});
-  ASSERT_TRUE(gone.shows("MB"));
+  AtATerminal gone({"export", other.string(), "-o", result.string()});
+  ASSERT_TRUE(gone.shows("Would you like to continue?"));
   gone.types("\x03");
   EXPECT_EQ(gone.exitCode(), 130);
   EXPECT_FALSE(fs::exists(result));

@@ -1,6 +1,7 @@
 #include "cli/process.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -16,7 +17,7 @@ volatile std::sig_atomic_t noted = 0;
 
 void note(int /*signal*/) { noted = 1; }
 
-/// The first signal is noted, so that what was begun is taken away; the second ends the program as it stands.
+/// The first signal is noted, so that what was begun is taken away; the second ends the program at once.
 /// A signal that whoever started the program wants ignored stays so.
 void noteSignal(int signal) {
   struct sigaction action {};
@@ -53,10 +54,16 @@ void prepareProcess() {
 
 std::vector<std::string> programArguments(int argc, char** argv) { return {argv + 1, argv + argc}; }
 
-std::FILE* openForWriting(const std::filesystem::path& file, bool mustBeNew) {
-  return std::fopen(file.c_str(), mustBeNew ? "wbx" : "wb");
-}
-
 bool interrupted() { return noted != 0; }
+
+bool inputIsTerminal() { return isatty(STDIN_FILENO) == 1; }
+bool outputIsTerminal() { return isatty(STDOUT_FILENO) == 1; }
+bool errorsAreTerminal() { return isatty(STDERR_FILENO) == 1; }
+
+bool inputIsReady() {
+  constexpr int kMilliseconds = 100;
+  pollfd input{STDIN_FILENO, POLLIN, 0};
+  return poll(&input, 1, kMilliseconds) > 0;
+}
 
 }  // namespace ctfmeg::cli

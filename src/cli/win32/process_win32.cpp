@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <io.h>
-#include <sys/stat.h>
 #include <windows.h>
 // After windows.h, which it needs.
 #include <shellapi.h>
@@ -27,6 +26,12 @@ BOOL WINAPI note(DWORD event) {
   // These end the process when this returns: what was begun has to be taken away before.
   if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) Sleep(kUntilTheSystemEndsIt);
   return TRUE;
+}
+
+/// Other devices, such as NUL, look like terminals to the runtime library.
+bool isConsole(DWORD stream) {
+  DWORD mode = 0;
+  return GetConsoleMode(GetStdHandle(stream), &mode) != 0;
 }
 
 /// Lets the console draw a bar over itself.
@@ -59,12 +64,12 @@ std::vector<std::string> programArguments(int /*argc*/, char** /*argv*/) {
   return arguments;
 }
 
-std::FILE* openForWriting(const std::filesystem::path& file, bool mustBeNew) {
-  const int flags = _O_WRONLY | _O_CREAT | _O_BINARY | (mustBeNew ? _O_EXCL : _O_TRUNC);
-  const int opened = _wopen(file.c_str(), flags, _S_IREAD | _S_IWRITE);
-  return opened < 0 ? nullptr : _fdopen(opened, "wb");
-}
-
 bool interrupted() { return noted; }
+
+bool inputIsTerminal() { return isConsole(STD_INPUT_HANDLE); }
+bool outputIsTerminal() { return isConsole(STD_OUTPUT_HANDLE); }
+bool errorsAreTerminal() { return isConsole(STD_ERROR_HANDLE); }
+
+bool inputIsReady() { return true; }  // reading from a console returns when it is interrupted
 
 }  // namespace ctfmeg::cli

@@ -1,0 +1,264 @@
+#include "cli/json.h"
+
+#include <array>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <vector>
+
+#include "host/record_fields.h"
+#include "output/json.h"
+
+namespace ctfmeg::cli {
+namespace {
+
+using output::dump;
+using output::Json;
+using output::JsonPieces;
+using output::writeJsonList;
+
+constexpr int kSchema = 1;
+
+std::string colorText(std::uint32_t rgb) {
+  std::array<char, 8> text{};
+  std::snprintf(text.data(), text.size(), "#%06x", static_cast<unsigned>(rgb & 0xFFFFFF));
+  return text.data();
+}
+
+/// A visitor that puts the members of `from` into `object`, of a redacted one only those that can't name a
+/// person.
+template <class Struct>
+auto putInto(Json& object, const Struct& from, bool redacted) {
+  return [&object, &from, redacted](const char* name, auto member, bool identifying) {
+    if (!redacted || !identifying) object[name] = member(from);
+  };
+}
+
+Json recordJson(const RecordInfo& record, bool redacted) {
+  Json object;
+  forEachRecordField(putInto(object, record, redacted));
+  object["filters"] = Json::array();
+  for (const Filter& filter : record.filters) {
+    Json entry;
+    forEachFilterField(putInto(entry, filter, redacted));
+    entry["params"] = filter.params;
+    object["filters"].push_back(std::move(entry));
+  }
+  return object;
+}
+
+Json coilsJson(const std::vector<Coil>& coils) {
+  Json list = Json::array();
+  for (const Coil& coil : coils)
+    list.push_back({{"position", coil.positionCm},
+                    {"orientation", coil.orientation},
+                    {"turns", coil.turns},
+                    {"area", coil.areaCm2}});
+  return list;
+}
+
+Json channelJson(const Channel& channel) {
+  Json object{{"index", channel.index},         {"name", channel.name},
+              {"shortName", channel.shortName}, {"sensorType", channel.sensorType},
+              {"kind", nameOf(channel.kind)},   {"unit", channel.unit},
+              {"gain", channel.gain},           {"good", channel.good}};
+  forEachSensorField(putInto(object, channel, false));
+  object["dewarCoils"] = coilsJson(channel.dewarCoils);
+  object["headCoils"] = coilsJson(channel.headCoils);
+  return object;
+}
+
+Json coefficientJson(const CoefficientRecord& record) {
+  Json object{{"sensor", record.sensor}};
+  const std::string type = coefficientTypeName(record.type);
+  if (type.empty())
+    object["type"] = record.type;
+  else
+    object["type"] = type;
+  object["references"] = Json::array();
+  for (const Coefficient& coefficient : record.references)
+    object["references"].push_back({{"name", coefficient.reference}, {"value", coefficient.value}});
+  return object;
+}
+
+template <class List, class Convert>
+Json listJson(const List& list, Convert convert) {
+  Json array = Json::array();
+  for (const auto& item : list)
+    array.push_back(convert(item));
+  return array;
+}
+
+Json groupJson(const EventGroup& group, bool redacted) {
+  Json object{{"name", group.name}};
+  if (!redacted) object["comment"] = group.comment;
+  object["color"] = group.color ? Json(colorText(*group.color)) : Json();
+  object["editable"] = group.editable;
+  object["classId"] = group.classId;
+  object["classGroupId"] = group.classGroupId;
+  return object;
+}
+
+Json markerJson(const Marker& marker, bool redacted) {
+  Json object = groupJson(marker, redacted);
+  object["numSamples"] = marker.numSamples;
+  object["samples"] = listJson(marker.samples, [](const MarkerSample& sample) {
+    return Json{{"trial", sample.trial}, {"timeMs", sample.timeMs}, {"sample", sample.sample}};
+  });
+  return object;
+}
+
+Json classJson(const TrialClass& trialClass, bool redacted) {
+  Json object = groupJson(trialClass, redacted);
+  object["numTrials"] = trialClass.numTrials;
+  object["trials"] = trialClass.trials ? Json(*trialClass.trials) : Json();
+  return object;
+}
+
+Json fiducialSetJson(const std::optional<FiducialSet>& set) {
+  if (!set) return {};
+  Json object{{"numPoints", set->numPoints}};
+  for (const auto& [name, point] : kFiducialNames)
+    object[name] = (*set).*point ? Json(*((*set).*point)) : Json();
+  return object;
+}
+
+Json fiducialsJson(const Fiducials& fiducials) {
+  Json object;
+  for (const auto& [name, set] : kFiducialSetNames)
+    object[name] = fiducialSetJson(fiducials.*set);
+  object["dewarToHead"] = fiducials.dewarToHead ? Json(*fiducials.dewarToHead) : Json();
+  return object;
+}
+
+Json pointJson(const DigitisedPoint& point) {
+  return {{"number", point.number}, {"position", point.positionCm}};
+}
+
+Json labelJson(const DigitisedFiducial& fiducial) {
+  return {{"label", fiducial.label}, {"position", fiducial.positionCm}};
+}
+
+Json electrodeJson(const Electrode& electrode) {
+  return {{"number", electrode.number}, {"name", electrode.name}, {"position", electrode.positionCm}};
+}
+
+Json segmentJson(const BadSegment& segment) {
+  return {{"trial", segment.trial}, {"startMs", segment.startMs}, {"endMs", segment.endMs}};
+}
+
+Json virtualChannelJson(const VirtualChannel& channel) {
+  return {{"name", channel.name},
+          {"unit", channel.unit},
+          {"references", listJson(channel.references, [](const VirtualChannel::Reference& reference) {
+             return Json{{"channel", reference.channel}, {"weight", reference.weight}};
+           })}};
+}
+
+Json warningJson(const Finding& finding) {
+  Json object{
+      {"severity", nameOf(finding.severity)}, {"code", finding.code}, {"file", lastName(finding.file)}};
+  if (finding.line) object["line"] = *finding.line;
+  if (finding.offset) object["offset"] = *finding.offset;
+  object["text"] = finding.text;
+  return object;
+}
+
+Json errorJson(const ShownError& error) { return {{"kind", nameOf(error.kind)}, {"text", error.reason}}; }
+
+void writeInformation(std::ostream& out, const Information& information) {
+  JsonPieces members(out, '{', '}', 1);
+  for (const InformationEntry& entry : information.entries)
+    std::visit([&](const auto& value) { members.next(entry.tag) << dump(value); }, entry.value);
+  members.end();
+}
+
+void writeDataset(std::ostream& out, const ShownDataset& dataset) {
+  JsonPieces object(out, '{', '}', 0);
+  const auto list = [&](const char* key, const auto& items, auto convert) {
+    object.next(key);
+    writeJsonList(out, items, 1, convert);
+  };
+  object.next("schema") << kSchema;
+  object.next("path") << dump(dataset.path);
+  object.next("dataset") << dump(dataset.name);
+  object.next("rules") << (dataset.rules == Rules::plain ? R"("plain")" : R"("host")");
+  object.next("record") << dump(recordJson(dataset.record, dataset.redacted));
+  if (dataset.stored) {
+    object.next("storedTrials") << dataset.stored->fileTrials.size();
+    object.next("trialNumbers") << dump(dataset.stored->fileTrials);
+  }
+  list("channels", dataset.channels, channelJson);
+  list("coefficients", dataset.coefficients, coefficientJson);
+  list("markers", dataset.markers,
+       [&](const Marker& marker) { return markerJson(marker, dataset.redacted); });
+  list("classes", dataset.classes,
+       [&](const TrialClass& group) { return classJson(group, dataset.redacted); });
+  object.next("fiducials") << dump(fiducialsJson(dataset.fiducials));
+  list("electrodes", dataset.electrodes, electrodeJson);
+  object.next("digitised");
+  JsonPieces digitised(out, '{', '}', 1);
+  digitised.next("points");
+  writeJsonList(out, dataset.digitised.points, 2, pointJson);
+  digitised.next("fiducials");
+  writeJsonList(out, dataset.digitised.fiducials, 2, labelJson);
+  digitised.end();
+  object.next("infods");
+  writeInformation(out, dataset.information);
+  if (!dataset.redacted) object.next("infodsText") << dump(dataset.information.text);
+  object.next("badChannels") << dump(dataset.badChannels);
+  list("badSegments", dataset.badSegments, segmentJson);
+  list("virtualChannels", dataset.virtualChannels, virtualChannelJson);
+  list("warnings", dataset.findings, warningJson);
+  object.end();
+}
+
+}  // namespace
+
+void InfoJson::add(const ShownDataset& dataset) {
+  if (m_entries != 1) m_out << (m_written == 0 ? "[\n" : ",\n");
+  ++m_written;
+  if (dataset.error)
+    m_out << dump(Json{{"schema", kSchema}, {"path", dataset.path}, {"error", errorJson(*dataset.error)}});
+  else
+    writeDataset(m_out, dataset);
+}
+
+void InfoJson::end() { m_out << (m_entries == 1 ? "\n" : "\n]\n"); }
+
+void ScanJson::add(const ShownDataset& dataset, double durationSeconds, std::int64_t bytes) {
+  Json entry{{"path", dataset.path}};
+  if (!dataset.error) {
+    const RecordInfo& record = dataset.record;
+    if (!dataset.redacted) {
+      entry["subject"] = record.subjectId;
+      entry["date"] = record.dataDate;
+      entry["time"] = record.dataTime;
+    }
+    entry["channels"] = record.numChannels;
+    entry["trials"] = record.numTrials;
+    entry["samplesPerTrial"] = record.samplesPerTrial;
+    entry["sampleRate"] = record.sampleRate;
+    entry["durationSeconds"] = durationSeconds;
+  }
+  entry["bytes"] = bytes;
+  entry["status"] = dataset.error ? "error" : "ok";
+  if (dataset.error) entry["error"] = dataset.error->reason;
+  m_out << (m_empty ? "[\n" : ",\n") << dump(entry);
+  m_empty = false;
+}
+
+void ScanJson::end() { m_out << (m_empty ? "[]\n" : "\n]\n"); }
+
+void writeCheck(std::ostream& out, const ShownDataset& dataset, const char* verdict) {
+  JsonPieces object(out, '{', '}', 0);
+  object.next("schema") << kSchema;
+  object.next("path") << dump(dataset.path);
+  object.next("verdict") << dump(verdict);
+  if (dataset.error) object.next("error") << dump(errorJson(*dataset.error));
+  object.next("findings");
+  writeJsonList(out, dataset.findings, 1, warningJson);
+  object.end();
+  out << '\n';
+}
+
+}  // namespace ctfmeg::cli
