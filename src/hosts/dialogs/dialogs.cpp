@@ -78,9 +78,7 @@ class WindowInterface : public UserInterface {
   MessageAnswer messageBox(const CString& text, MessageStyle style) override;
   std::optional<CString> chooseFile(const CString& filter, int filterIndex) override;
   /// From the dialog resource in this library or program.
-  bool modalDialog(const DialogTemplate& dialogTemplate, DialogOwner& owner) override {
-    return WindowDialog(dialogTemplate, owner).run();
-  }
+  bool modalDialog(const DialogTemplate& dialogTemplate, DialogOwner& owner) override;
   std::unique_ptr<ProgressWindow> openProgress(const CString& title) override {
     return openProgressWindow(title);
   }
