@@ -17,7 +17,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
 endif()
 # A product that decides which sample a time belongs to must not depend on whether a processor fuses it with a sum.
 target_compile_options(project_options INTERFACE -ffp-contract=off)
-target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_include_directories(project_options INTERFACE
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
 
 if(MEGREADER_FUZZ)
   target_compile_options(project_options INTERFACE -fsanitize=fuzzer-no-link)

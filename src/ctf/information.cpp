@@ -1,11 +1,11 @@
-#include "host/information.h"
-
 #include <algorithm>
+
+#include <ctfmeg/information.h>
 
 namespace ctfmeg {
 inline namespace v1 {
 
-const InformationEntry* Information::find(const std::string& tag) const {
+const InformationEntry* Information::find(const std::string& tag) const& {
   const auto last = std::find_if(entries.rbegin(), entries.rend(),
                                  [&](const InformationEntry& entry) { return entry.tag == tag; });
   return last == entries.rend() ? nullptr : &*last;

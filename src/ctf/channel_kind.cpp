@@ -1,4 +1,4 @@
-#include "host/channel_kind.h"
+#include "ctf/channel_kind.h"
 
 #include <algorithm>
 #include <array>

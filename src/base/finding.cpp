@@ -1,5 +1,5 @@
-#include "host/finding.h"
-#include "host/path_text.h"
+#include <ctfmeg/finding.h>
+#include <ctfmeg/path_text.h>
 
 namespace ctfmeg {
 inline namespace v1 {

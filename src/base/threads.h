@@ -1,0 +1,12 @@
+#pragma once
+
+#include <functional>
+#include <thread>
+
+namespace ctfmeg {
+
+/// A thread that works for its caller and that no signal of the process is delivered to: those are the
+/// host's. Throws std::system_error when the system has none left.
+std::thread startBackgroundThread(const std::function<void()>& work);
+
+}  // namespace ctfmeg

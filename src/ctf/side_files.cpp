@@ -1,0 +1,237 @@
+#include "ctf/side_files.h"
+
+#include <limits>
+#include <string_view>
+
+#include "base/encoding.h"
+
+namespace ctfmeg {
+namespace {
+
+bool holds(const std::string& line, const char* text) { return line.find(text) != std::string::npos; }
+
+void replaceAll(std::string& text, const std::string& from, const std::string& to) {
+  if (from.empty()) return;
+  for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
+    text.replace(at, from.size(), to);
+}
+
+/// The two lists of a .pos file.
+class DigitisedReader {
+ public:
+  DigitisedReader(TextLines& lines, const ReadingRules& rules,
+                  const std::function<void(const DigitisedPoint&)>& keepPoint,
+                  const std::function<void(const DigitisedFiducial&)>& keepFiducial)
+      : m_lines(lines), m_rules(rules), m_keepPoint(keepPoint), m_keepFiducial(keepFiducial) {}
+
+  bool readPoints() {
+    std::string line;
+    std::int32_t count = 0;
+    if (!m_lines.next(line)) return m_lines.passOver(Code::posShort, "is empty");
+    bool counted = scan(line, "%d", {&count}, ScanPrecision::full) == 1;
+    if (!counted && !m_lines.passOver(Code::posCount, "is not the number of points")) return false;
+    // Under host rules the number of a point that is here is taken for the count.
+    if (counted && parseDigitisedPoint(line, m_rules))
+      counted = !m_lines.passOver(Code::posCount, "is a point where the number of points should be");
+    if (!counted) {
+      count = std::numeric_limits<std::int32_t>::max();
+      m_lines.putBack();
+    }
+    for (std::int32_t i = 0; i < count; ++i) {
+      if (!m_lines.next(line))
+        return m_lines.passOver(Code::posShort, "is the last line, before all points were read");
+      const auto point = parseDigitisedPoint(line, m_rules);
+      if (point) {
+        m_keepPoint(*point);
+        continue;
+      }
+      if (!m_lines.passOver(Code::posPoint,
+                            "is not the number and the position of a point, of which there are more"))
+        return false;
+      if (parseDigitisedFiducial(line, m_rules)) {
+        m_lines.putBack();
+        return true;
+      }
+    }
+    return true;
+  }
+
+  bool readFiducials() {
+    constexpr int kFiducials = 3;
+    std::string line;
+    for (int i = 0; i < kFiducials;) {
+      if (!m_lines.next(line)) {
+        m_lines.note(Code::posFiducials, "does not end with the labels and positions of three fiducials");
+        return false;
+      }
+      const auto point = parseDigitisedPoint(line, m_rules);
+      if (point &&
+          m_lines.passOver(Code::posCount, "is a point beyond the number of points in the first line")) {
+        m_keepPoint(*point);
+        continue;
+      }
+      if (keepFiducial(line))
+        ++i;
+      else if (!m_lines.passOver(Code::posFiducial, kNoFiducial))
+        return false;
+    }
+    if (m_rules.extrasKept)
+      while (m_lines.next(line))
+        if (!keepFiducial(line)) m_lines.passOver(Code::posFiducial, kNoFiducial);
+    return true;
+  }
+
+ private:
+  static constexpr const char* kNoFiducial = "is not the label and the position of a fiducial";
+
+  bool keepFiducial(const std::string& line) {
+    const auto fiducial = parseDigitisedFiducial(line, m_rules);
+    if (fiducial && m_rules.extrasKept) m_keepFiducial(*fiducial);
+    return fiducial.has_value();
+  }
+
+  TextLines& m_lines;
+  const ReadingRules& m_rules;
+  const std::function<void(const DigitisedPoint&)>& m_keepPoint;
+  const std::function<void(const DigitisedFiducial&)>& m_keepFiducial;
+};
+
+/// What follows a keyword; nothing when the line does not hold it.
+std::optional<std::string> after(std::string line, const char* keyword) {
+  if (!holds(line, keyword)) return std::nullopt;
+  replaceAll(line, keyword, "");
+  return std::string(trimmed(line));
+}
+
+/// "MLC11, 0.5": the channel is what comes before the first ")" or ",".
+std::optional<VirtualChannel::Reference> parseReference(std::string text, const ReadingRules& rules) {
+  constexpr const char* kEnds = "),";
+  const std::size_t start = text.find_first_not_of(kEnds);
+  if (start == std::string::npos) return std::nullopt;
+  const std::string channel = text.substr(start, text.find_first_of(kEnds, start) - start);
+  replaceAll(text, channel + ",", "");
+  VirtualChannel::Reference reference{std::string(trimmed(channel))};
+  if (scan(text, "%f", {&reference.weight}, precisionOf(rules)) != 1) return std::nullopt;
+  return reference;
+}
+
+/// Definitions, from after the line that begins the first.
+std::vector<VirtualChannel> readDefinitions(TextLines& lines, const ReadingRules& rules) {
+  std::vector<VirtualChannel> channels(1);
+  std::string line;
+  while (lines.next(line)) {
+    if (holds(line, "{") || holds(line, "}")) continue;
+    if (const auto name = after(line, "Name:")) {
+      channels.back().name = *name;
+    } else if (const auto unit = after(line, "Unit:")) {
+      channels.back().unit = *unit;
+    } else if (const auto text = after(line, "Ref:")) {
+      if (const auto reference = parseReference(*text, rules))
+        channels.back().references.push_back(*reference);
+      else
+        lines.passOver(Code::virtualReference, "is not a channel and its weight");
+    } else if (holds(line, "VirtualChannel")) {
+      channels.emplace_back();
+    }
+  }
+  // A line may hold the word without beginning a definition.
+  std::erase_if(channels, [](const VirtualChannel& c) { return c.name.empty() && c.references.empty(); });
+  return channels;
+}
+
+}  // namespace
+
+std::optional<Electrode> parseElectrode(const std::string& line, const ReadingRules& rules) {
+  Electrode e;
+  auto& [x, y, z] = e.positionCm;
+  if (scan(line, "%d %s %f %f %f", {&e.number, &e.name, &x, &y, &z}, precisionOf(rules)) != 5)
+    return std::nullopt;
+  return e;
+}
+
+std::optional<DigitisedPoint> parseDigitisedPoint(const std::string& line, const ReadingRules& rules) {
+  DigitisedPoint p;
+  auto& [x, y, z] = p.positionCm;
+  if (scan(line, "%d %f %f %f", {&p.number, &x, &y, &z}, precisionOf(rules)) != 4) return std::nullopt;
+  return p;
+}
+
+std::optional<DigitisedFiducial> parseDigitisedFiducial(const std::string& line, const ReadingRules& rules) {
+  DigitisedFiducial f;
+  auto& [x, y, z] = f.positionCm;
+  if (scan(line, "%s %f %f %f", {&f.label, &x, &y, &z}, precisionOf(rules)) != 4) return std::nullopt;
+  return f;
+}
+
+std::optional<BadSegment> parseBadSegment(const std::string& line, const ReadingRules& rules) {
+  constexpr float kMsPerSecond = 1000.0F;
+  const ScanPrecision precision = precisionOf(rules);
+  std::int32_t trial = 0;
+  double start = 0.0, end = 0.0;
+  if (scan(line, "%d %f %f", {&trial, &start, &end}, precision) != 3) return std::nullopt;
+  // Single precision is multiplied as such too.
+  const auto toMs = [precision](double seconds) {
+    return precision == ScanPrecision::full ? seconds * double{kMsPerSecond}
+                                            : double{static_cast<float>(seconds) * kMsPerSecond};
+  };
+  return BadSegment{trial, toMs(start), toMs(end)};
+}
+
+void readElectrodes(const File& file, const ReadingRules& rules, Notices& notices,
+                    const std::function<void(const Electrode&)>& keep) {
+  TextLines lines(file, rules, notices);
+  std::string line;
+  while (lines.more() && lines.next(line)) {
+    if (const auto electrode = parseElectrode(line, rules))
+      keep(*electrode);
+    else
+      lines.passOver(Code::eegLine, "is not the number, name and position of an electrode");
+  }
+}
+
+bool readDigitised(const File& file, const ReadingRules& rules, Notices& notices,
+                   const std::function<void(const DigitisedPoint&)>& keepPoint,
+                   const std::function<void(const DigitisedFiducial&)>& keepFiducial) {
+  TextLines lines(file, rules, notices);
+  DigitisedReader reader(lines, rules, keepPoint, keepFiducial);
+  return reader.readPoints() && reader.readFiducials();
+}
+
+bool readBadChannels(const File& file, const ReadingRules& rules, Notices& notices,
+                     const std::function<bool(const std::string&)>& mark) {
+  TextLines lines(file, rules, notices);
+  std::string name;
+  while (lines.more()) {
+    if (!lines.next(name)) return false;
+    if (!mark(name)) lines.passOver(Code::badChannel, "is no channel of the recording");
+  }
+  return true;
+}
+
+bool readBadSegments(const File& file, const ReadingRules& rules, Notices& notices,
+                     const std::function<void(const BadSegment&)>& keep) {
+  TextLines lines(file, rules, notices);
+  std::string line;
+  while (lines.more()) {
+    if (!lines.next(line)) return false;
+    if (const auto segment = parseBadSegment(line, rules))
+      keep(*segment);
+    else if (!lines.passOver(Code::segmentLine, "is not a trial with start and end of a span"))
+      return false;
+  }
+  return true;
+}
+
+std::vector<VirtualChannel> readVirtualChannels(const File& file, const ReadingRules& rules,
+                                                Notices& notices) {
+  TextLines lines(file, rules, notices);
+  std::string line;
+  while (lines.more() && lines.next(line)) {
+    if (!holds(line, "VirtualChannel")) continue;
+    auto channels = readDefinitions(lines, rules);
+    return rules.extrasKept ? channels : std::vector<VirtualChannel>{};
+  }
+  return {};
+}
+
+}  // namespace ctfmeg
