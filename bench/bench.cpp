@@ -5,9 +5,9 @@
 #include <stdexcept>
 
 #include "floor.h"
-#include "framework/native_path.h"
-#include "host/recording.h"
-#include "reader/meg_reader_face.h"
+#include <megreader/framework/native_path.h>
+#include <ctfmeg/recording.h>
+#include <megreader/reader/meg_reader_face.h>
 
 // What reading a dataset costs, and what it costs at least. The dataset is named by the variable
 // BENCH_DATASET; scripts/bench runs this next to other programs and prints ratios.

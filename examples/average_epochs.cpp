@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "host/recording.h"
+#include <ctfmeg/recording.h>
 
 namespace {
 

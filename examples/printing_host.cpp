@@ -7,9 +7,9 @@
 #include <new>
 #include <vector>
 
-#include "framework/encoding.h"
-#include "framework/user_interface.h"
-#include "reader/meg_reader_face.h"
+#include <megreader/framework/encoding.h>
+#include <megreader/framework/user_interface.h>
+#include <megreader/reader/meg_reader_face.h>
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "host/recording.h"
+#include <ctfmeg/recording.h>
 
 int main(int argc, char** argv) {
   if (argc != 3 && argc != 4) {

@@ -6,8 +6,8 @@
 #include <string>
 #include <system_error>
 
-#include "host/path_text.h"
-#include "host/recording.h"
+#include <ctfmeg/path_text.h>
+#include <ctfmeg/recording.h>
 
 namespace {
 

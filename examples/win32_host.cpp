@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "framework/user_interface.h"
-#include "reader/meg_reader_face.h"
+#include <megreader/framework/user_interface.h>
+#include <megreader/reader/meg_reader_face.h>
 
 namespace {
 

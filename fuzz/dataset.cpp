@@ -2,9 +2,9 @@
 #include <array>
 #include <filesystem>
 
-#include "framework/native_path.h"
+#include <megreader/framework/native_path.h>
 #include "fuzz/fixture.h"
-#include "reader/meg_reader_face.h"
+#include <megreader/reader/meg_reader_face.h>
 
 // A whole dataset through the facade. The input is files one after another: a byte that says which, two bytes
 // for its length, most significant first, and its content.

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "framework/native_path.h"
+#include <megreader/framework/native_path.h>
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "reader/ctf_dataset_reader.h"
+#include "hosts/reader/ctf_dataset_reader.h"
 
 /// The entry point of every target here: reads the bytes as one file of a dataset, by host rules and by plain
 /// rules. Returns 0.

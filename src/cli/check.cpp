@@ -4,8 +4,8 @@
 #include "cli/json.h"
 #include "cli/messages.h"
 #include "cli/process.h"
-#include "host/inspect.h"
-#include "host/path_text.h"
+#include <ctfmeg/inspect.h>
+#include <ctfmeg/path_text.h>
 #include "output/table.h"
 #include "output/visible_text.h"
 

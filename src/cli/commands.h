@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/recording.h"
+#include <ctfmeg/recording.h>
 #include "simulate/options.h"
 
 namespace ctfmeg::cli {

@@ -4,7 +4,7 @@
 #include "cli/messages.h"
 #include "cli/process.h"
 #include "cli/selection.h"
-#include "host/path_text.h"
+#include <ctfmeg/path_text.h>
 #include "output/npy.h"
 #include "output/result_file.h"
 

@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <vector>
 
-#include "host/record_fields.h"
+#include "ctf/record_fields.h"
 #include "output/json.h"
 
 namespace ctfmeg::cli {

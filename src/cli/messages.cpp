@@ -9,7 +9,7 @@
 
 #include "cli/process.h"
 #include "cli/terminal.h"
-#include "host/path_text.h"
+#include <ctfmeg/path_text.h>
 #include "output/result_file.h"
 #include "output/visible_text.h"
 

@@ -16,7 +16,7 @@
 #include "cli/messages.h"
 #include "cli/process.h"
 #include "cli/terminal.h"
-#include "host/path_text.h"
+#include <ctfmeg/path_text.h>
 #include "output/numbers.h"
 #include "output/table.h"
 #include "output/visible_text.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "host/recording.h"
+#include <ctfmeg/recording.h>
 
 namespace ctfmeg::cli {
 

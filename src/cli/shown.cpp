@@ -7,8 +7,8 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "host/path_text.h"
-#include "host/record_fields.h"
+#include <ctfmeg/path_text.h>
+#include "ctf/record_fields.h"
 
 namespace ctfmeg::cli {
 namespace {

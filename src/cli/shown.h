@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "cli/commands.h"
-#include "host/recording.h"
+#include <ctfmeg/recording.h>
 
 namespace ctfmeg::cli {
 

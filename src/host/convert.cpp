@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "framework/encoding.h"
-#include "framework/native_path.h"
-#include "host/channel_kind.h"
-#include "host/record_fields.h"
+#include <megreader/framework/encoding.h>
+#include <megreader/framework/native_path.h>
+#include "ctf/channel_kind.h"
+#include "ctf/record_fields.h"
 
 namespace ctfmeg {
 namespace {

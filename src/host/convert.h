@@ -2,13 +2,13 @@
 
 #include <vector>
 
-#include "datamodel/meg/meg_datazk.h"
-#include "framework/finding.h"
-#include "host/events.h"
-#include "host/finding.h"
-#include "host/head.h"
-#include "host/information.h"
-#include "host/record.h"
+#include <megreader/datamodel/meg_datazk.h>
+#include <megreader/framework/finding.h>
+#include <ctfmeg/events.h>
+#include <ctfmeg/finding.h>
+#include <ctfmeg/head.h>
+#include <ctfmeg/information.h>
+#include <ctfmeg/record.h>
 
 namespace ctfmeg {
 

@@ -1,4 +1,4 @@
-#include "framework/encoding.h"
+#include <megreader/framework/encoding.h>
 #include "host/convert.h"
 
 namespace ctfmeg {

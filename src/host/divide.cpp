@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "framework/wide_instructions.h"
+#include "hosts/framework/wide_instructions.h"
 
 namespace ctfmeg {
 namespace {

@@ -3,9 +3,9 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "host/inspect.h"
-#include "host/path_text.h"
-#include "host/record_fields.h"
+#include <ctfmeg/inspect.h>
+#include <ctfmeg/path_text.h>
+#include "ctf/record_fields.h"
 
 namespace ctfmeg {
 inline namespace v1 {

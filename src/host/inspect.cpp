@@ -1,4 +1,4 @@
-#include "host/inspect.h"
+#include <ctfmeg/inspect.h>
 
 #include <algorithm>
 #include <cmath>
@@ -8,8 +8,8 @@
 #include <type_traits>
 #include <unordered_set>
 
-#include "host/path_text.h"
-#include "host/record_fields.h"
+#include <ctfmeg/path_text.h>
+#include "ctf/record_fields.h"
 
 namespace ctfmeg {
 inline namespace v1 {

@@ -1,4 +1,4 @@
-#include "host/recording.h"
+#include <ctfmeg/recording.h>
 
 #include <algorithm>
 #include <limits>
@@ -7,13 +7,13 @@
 #include <set>
 #include <stdexcept>
 
-#include "framework/file_error.h"
-#include "framework/native_path.h"
+#include <megreader/framework/file_error.h>
+#include <megreader/framework/native_path.h>
 #include "host/convert.h"
 #include "host/divide.h"
-#include "host/path_text.h"
+#include <ctfmeg/path_text.h>
 #include "host/recording_interface.h"
-#include "reader/meg_reader_face.h"
+#include <megreader/reader/meg_reader_face.h>
 
 namespace ctfmeg {
 inline namespace v1 {

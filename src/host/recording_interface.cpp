@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "framework/encoding.h"
+#include <megreader/framework/encoding.h>
 #include "host/convert.h"
 
 namespace ctfmeg {

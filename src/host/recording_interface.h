@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "framework/user_interface.h"
-#include "host/recording.h"
+#include <megreader/framework/user_interface.h>
+#include <ctfmeg/recording.h>
 
 namespace ctfmeg {
 

@@ -3,8 +3,8 @@
 #include <system_error>
 #include <vector>
 
-#include "host/path_text.h"
-#include "host/recording.h"
+#include <ctfmeg/path_text.h>
+#include <ctfmeg/recording.h>
 
 namespace ctfmeg {
 inline namespace v1 {

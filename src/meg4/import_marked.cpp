@@ -2,9 +2,9 @@
 #include <new>
 #include <vector>
 
-#include "framework/user_interface.h"
+#include <megreader/framework/user_interface.h>
 #include "meg4/sample_import.h"
-#include "reader/ctf_dataset_reader.h"
+#include "hosts/reader/ctf_dataset_reader.h"
 
 // Importers that keep only the trials in which a marker occurs. Buffers are made after the set is open, for
 // then it is known how much a file holds: no header can ask for more.

@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <new>
 
-#include "framework/user_interface.h"
+#include <megreader/framework/user_interface.h>
 #include "meg4/sample_import.h"
-#include "reader/ctf_dataset_reader.h"
+#include "hosts/reader/ctf_dataset_reader.h"
 #include "util/byte_order.h"
 
 // Importers that keep part of every channel block and then correct the record information.

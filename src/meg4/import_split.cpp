@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "meg4/sample_import.h"
-#include "reader/ctf_dataset_reader.h"
+#include "hosts/reader/ctf_dataset_reader.h"
 
 int CCtfReader1Samples::readCtfDataTsplit(const CString& path, int parts) {
   // Differs from the other importers' text in one word: hosts look for either.

@@ -1,5 +1,5 @@
 #include "meg4/sample_import.h"
-#include "reader/ctf_dataset_reader.h"
+#include "hosts/reader/ctf_dataset_reader.h"
 
 int CCtfReader1Samples::readCtfDataT(const CString& path) {
   CMEGDatazk* const data = m_currentData;

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "framework/finding.h"
+#include <megreader/framework/finding.h>
 
 /// Bytes before the first trial of every sample file.
 inline constexpr std::size_t kSampleHeaderSize = 8;

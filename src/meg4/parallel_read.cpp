@@ -5,7 +5,7 @@
 #include <system_error>
 #include <utility>
 
-#include "framework/background_thread.h"
+#include "hosts/framework/background_thread.h"
 #include "util/byte_order.h"
 
 namespace {

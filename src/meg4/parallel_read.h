@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "framework/cfile.h"
+#include <megreader/framework/cfile.h>
 
 /// Reads samples piece by piece, with several threads at once where that is asked for: a processor alone
 /// moves them more slowly than the memory can. Its threads begin with the first read that is worth it and end

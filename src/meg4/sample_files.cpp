@@ -4,8 +4,8 @@
 #include <array>
 #include <new>
 
-#include "datamodel/meg/meg_datazk.h"
-#include "framework/user_interface.h"
+#include <megreader/datamodel/meg_datazk.h>
+#include <megreader/framework/user_interface.h>
 #include "meg4/meg4_findings.h"
 #include "util/byte_order.h"
 #include "util/file_bytes.h"

@@ -5,10 +5,10 @@
 #include <memory>
 #include <span>
 
-#include "framework/cfile.h"
-#include "framework/cstring.h"
+#include <megreader/framework/cfile.h>
+#include <megreader/framework/cstring.h>
 #include "meg4/parallel_read.h"
-#include "util/reading_rules.h"
+#include <megreader/reader/reading_rules.h>
 
 class CMEGDatazk;
 

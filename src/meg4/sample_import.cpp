@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "framework/user_interface.h"
+#include <megreader/framework/user_interface.h>
 #include "meg4/meg4_findings.h"
-#include "util/basic_read_unix2window.h"
+#include <megreader/reader/basic_read_unix2window.h>
 #include "util/byte_order.h"
 
 SampleImport::SampleImport(const CString& path, const CMEGDatazk* source, const ReadingRules& rules,

@@ -4,8 +4,8 @@
 #include <optional>
 #include <span>
 
-#include "datamodel/meg/meg_datazk.h"
-#include "framework/cprogresszk.h"
+#include <megreader/datamodel/meg_datazk.h>
+#include <megreader/framework/cprogresszk.h>
 #include "meg4/sample_files.h"
 
 /// What every importer is made of: the file set, the progress window, the unit buffer and room in a data

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <array>
 
-#include "datamodel/meg/sample_count.h"
+#include "hosts/datamodel/sample_count.h"
 #include "meg4/meg4_findings.h"
 #include "meg4/sample_files.h"
 

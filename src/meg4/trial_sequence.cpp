@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <vector>
 
-#include "framework/file_search.h"
-#include "framework/user_interface.h"
+#include "hosts/framework/file_search.h"
+#include <megreader/framework/user_interface.h>
 #include "meg4/meg4_findings.h"
 #include "meg4/sample_files.h"
 

@@ -5,10 +5,10 @@
 #include <memory>
 #include <span>
 
-#include "datamodel/meg/record_info.h"
-#include "datamodel/sensors/meg_sensor.h"
-#include "framework/cstring.h"
-#include "util/reading_rules.h"
+#include <megreader/datamodel/record_info.h>
+#include <megreader/datamodel/meg_sensor.h>
+#include <megreader/framework/cstring.h>
+#include <megreader/reader/reading_rules.h>
 
 // The resource file's blocks from bytes to data-model structs. No function opens or shows anything.
 

@@ -1,6 +1,6 @@
 #include <new>
 
-#include "datamodel/sensors/coordinate_process.h"
+#include <megreader/datamodel/coordinate_process.h>
 #include "res4/decode.h"
 #include "res4/res4_layout.h"
 

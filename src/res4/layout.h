@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-#include "framework/cstring.h"
+#include <megreader/framework/cstring.h>
 #include "util/byte_order.h"
 #include "util/fixed_text.h"
 

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "framework/cstring.h"
+#include <megreader/framework/cstring.h>
 
 /// What names without a zero byte, each of which runs on through the rest of its block, may take together:
 /// the names of 500 channels that all do, and a bound on what a block of nothing else costs.

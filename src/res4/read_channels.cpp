@@ -1,5 +1,5 @@
-#include "framework/user_interface.h"
-#include "reader/ctf_dataset_reader.h"
+#include <megreader/framework/user_interface.h>
+#include "hosts/reader/ctf_dataset_reader.h"
 #include "res4/decode.h"
 #include "res4/name_budget.h"
 #include "res4/record_pieces.h"

@@ -1,6 +1,6 @@
 #include <memory>
 
-#include "reader/ctf_dataset_reader.h"
+#include "hosts/reader/ctf_dataset_reader.h"
 #include "res4/decode.h"
 #include "res4/name_budget.h"
 #include "res4/record_pieces.h"

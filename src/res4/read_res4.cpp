@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "framework/user_interface.h"
-#include "reader/ctf_dataset_reader.h"
+#include <megreader/framework/user_interface.h>
+#include "hosts/reader/ctf_dataset_reader.h"
 #include "res4/decode.h"
 #include "res4/res4_findings.h"
 #include "res4/res4_layout.h"

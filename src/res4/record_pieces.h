@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "framework/cfile.h"
+#include <megreader/framework/cfile.h>
 
 /// A block of records that is read piece by piece, for it may be large and most of it is never looked at
 /// twice. Throws what the file throws.

@@ -1,6 +1,6 @@
 #include "res4/res4_findings.h"
 
-#include "framework/user_interface.h"
+#include <megreader/framework/user_interface.h>
 
 void reportRes4(const CFile& file, const char* code, const wchar_t* text, std::uint64_t offset,
                 Finding::Severity severity) {

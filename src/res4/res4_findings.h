@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string>
 
-#include "framework/cfile.h"
-#include "framework/finding.h"
+#include <megreader/framework/cfile.h>
+#include <megreader/framework/finding.h>
 
 /// Reports a finding about the resource file, at byte `offset`.
 void reportRes4(const CFile& file, const char* code, const wchar_t* text, std::uint64_t offset,

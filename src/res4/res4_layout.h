@@ -1,7 +1,7 @@
 #pragma once
 
-#include "datamodel/meg/record_info.h"
-#include "datamodel/sensors/meg_sensor.h"
+#include <megreader/datamodel/record_info.h>
+#include <megreader/datamodel/meg_sensor.h>
 #include "res4/layout.h"
 
 // The resource file, all numbers big-endian:

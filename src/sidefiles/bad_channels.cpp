@@ -1,4 +1,4 @@
-#include "reader/ctf_dataset_reader.h"
+#include "hosts/reader/ctf_dataset_reader.h"
 #include "sidefiles/side_file.h"
 
 // BadChannels: the name of a channel that is not to be used on each line, taken whole.

@@ -1,6 +1,6 @@
 #include "sidefiles/bad_segments.h"
 
-#include "reader/ctf_dataset_reader.h"
+#include "hosts/reader/ctf_dataset_reader.h"
 #include "sidefiles/side_file.h"
 #include "util/scan.h"
 

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "reader/ctf_dataset_reader.h"
+#include "hosts/reader/ctf_dataset_reader.h"
 #include "sidefiles/marker_block.h"
 #include "sidefiles/side_file.h"
 #include "util/scan.h"

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "datamodel/markers/marker.h"
+#include <megreader/datamodel/marker.h>
 #include "util/line_source.h"
 
 /// A class of ClassFile.cls, from behind the line that holds "CLASSGROUPID:". Null when it is to be abandoned

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "datamodel/markers/marker.h"
-#include "util/reading_rules.h"
+#include <megreader/datamodel/marker.h>
+#include <megreader/reader/reading_rules.h>
 
 /// Sets a marker's colour from the text of its colour line. Returns 1, or 0 with black for a text that names
 /// no known colour.

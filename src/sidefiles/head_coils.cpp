@@ -1,6 +1,6 @@
 #include "sidefiles/head_coils.h"
 
-#include "datamodel/sensors/coordinate_process.h"
+#include <megreader/datamodel/coordinate_process.h>
 #include "util/scan.h"
 
 namespace {

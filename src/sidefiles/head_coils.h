@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "datamodel/meg/meg_data_localization.h"
+#include <megreader/datamodel/meg_data_localization.h>
 #include "util/line_source.h"
 
 // A head-coil file is a list of coils: a line that names the coil and its set, such as "measured nasion coil

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "framework/cfile.h"
+#include <megreader/framework/cfile.h>
 #include "sidefiles/info_fields.h"
 
 /// Stores a value in the member of its tag, converted to the member's type; `value` is then the converted

@@ -3,7 +3,7 @@
 #include <span>
 #include <variant>
 
-#include "datamodel/meg/dataset_information.h"
+#include <megreader/datamodel/dataset_information.h>
 
 /// Where the text of a nested block goes.
 struct InfoBlock {

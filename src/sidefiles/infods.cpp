@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "framework/encoding.h"
-#include "framework/user_interface.h"
+#include <megreader/framework/encoding.h>
+#include <megreader/framework/user_interface.h>
 #include "sidefiles/info_conversion.h"
 #include "sidefiles/side_file.h"
 #include "util/byte_order.h"

@@ -3,10 +3,10 @@
 #include <optional>
 #include <variant>
 
-#include "datamodel/meg/dataset_information.h"
-#include "framework/cfile.h"
+#include <megreader/datamodel/dataset_information.h>
+#include <megreader/framework/cfile.h>
 #include "sidefiles/info_fields.h"
-#include "util/reading_rules.h"
+#include <megreader/reader/reading_rules.h>
 
 // The information file: "WS1_", then entries up to one named "EndOfParameters". An entry is a name, a type
 // code and a value; a value may be a block of entries, again from "WS1_" on. Numbers are big-endian; names

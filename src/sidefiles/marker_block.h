@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "datamodel/markers/marker.h"
+#include <megreader/datamodel/marker.h>
 #include "util/line_source.h"
 
 // What the blocks of MarkerFile.mrk and ClassFile.cls have in common: a line with a keyword, then a line with

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "framework/user_interface.h"
+#include <megreader/framework/user_interface.h>
 #include "util/scan.h"
 
 namespace {

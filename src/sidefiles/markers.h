@@ -3,8 +3,8 @@
 #include <memory>
 #include <optional>
 
-#include "datamodel/markers/marker.h"
-#include "datamodel/meg/record_info.h"
+#include <megreader/datamodel/marker.h>
+#include <megreader/datamodel/record_info.h>
 #include "sidefiles/marker_block.h"
 
 inline constexpr MarkerBlockKind kMarkerBlock{

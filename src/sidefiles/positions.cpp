@@ -3,7 +3,7 @@
 #include <limits>
 #include <memory>
 
-#include "reader/ctf_dataset_reader.h"
+#include "hosts/reader/ctf_dataset_reader.h"
 #include "sidefiles/side_file.h"
 #include "util/scan.h"
 

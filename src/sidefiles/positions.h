@@ -2,9 +2,9 @@
 
 #include <optional>
 
-#include "datamodel/meg/meg_data_process.h"
-#include "datamodel/sensors/eeg_electrode.h"
-#include "util/reading_rules.h"
+#include <megreader/datamodel/meg_data_process.h>
+#include <megreader/datamodel/eeg_electrode.h>
+#include <megreader/reader/reading_rules.h>
 
 // Lines of the two files about electrodes. Each gives nothing when the line is not of its form.
 

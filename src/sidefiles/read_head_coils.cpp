@@ -1,4 +1,4 @@
-#include "reader/ctf_dataset_reader.h"
+#include "hosts/reader/ctf_dataset_reader.h"
 #include "sidefiles/head_coils.h"
 #include "sidefiles/side_file.h"
 

@@ -1,4 +1,4 @@
-#include "reader/ctf_dataset_reader.h"
+#include "hosts/reader/ctf_dataset_reader.h"
 #include "sidefiles/info_conversion.h"
 #include "sidefiles/infods.h"
 #include "sidefiles/side_file.h"

@@ -1,5 +1,5 @@
-#include "framework/file_error.h"
-#include "reader/ctf_dataset_reader.h"
+#include <megreader/framework/file_error.h>
+#include "hosts/reader/ctf_dataset_reader.h"
 #include "sidefiles/markers.h"
 #include "sidefiles/side_file.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "framework/file_search.h"
-#include "framework/user_interface.h"
+#include "hosts/framework/file_search.h"
+#include <megreader/framework/user_interface.h>
 #include "util/file_bytes.h"
 #include "util/guarded.h"
 #include "util/line_source.h"

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "datamodel/meg/virtual_channel.h"
+#include <megreader/datamodel/virtual_channel.h>
 #include "util/line_source.h"
 
 /// The definitions in VirtualChannels, from behind the first line that holds "VirtualChannel" to the end of

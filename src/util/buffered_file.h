@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "framework/cfile.h"
+#include <megreader/framework/cfile.h>
 
 /// Another file, from where it stands, read in blocks: for formats that are read a few bytes at a time.
 /// Reading only forward. Throws what the other file throws, but delivers every byte before the one that can't

@@ -1,6 +1,6 @@
 #include "util/byte_order.h"
 
-#include "framework/wide_instructions.h"
+#include "hosts/framework/wide_instructions.h"
 
 namespace {
 

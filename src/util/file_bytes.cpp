@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "framework/file_error.h"
-#include "framework/user_interface.h"
+#include <megreader/framework/file_error.h>
+#include <megreader/framework/user_interface.h>
 
 bool openForReading(CFile& file, const CString& path, unsigned flags, CFileException& error,
                     Finding::Severity severity) {

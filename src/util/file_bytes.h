@@ -5,8 +5,8 @@
 #include <optional>
 #include <vector>
 
-#include "framework/cfile.h"
-#include "framework/finding.h"
+#include <megreader/framework/cfile.h>
+#include <megreader/framework/finding.h>
 
 /// Opens a file for reading. On failure reports a finding that says why.
 bool openForReading(CFile& file, const CString& path, unsigned flags, CFileException& error,

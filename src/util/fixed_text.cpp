@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "framework/encoding.h"
+#include <megreader/framework/encoding.h>
 
 namespace {
 

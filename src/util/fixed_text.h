@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <span>
 
-#include "framework/cstring.h"
-#include "util/reading_rules.h"
+#include <megreader/framework/cstring.h>
+#include <megreader/reader/reading_rules.h>
 
 /// A text field of fixed width, trimmed.
 CString fixedTextToString(std::span<const std::byte> field, const ReadingRules& rules);

@@ -2,9 +2,9 @@
 
 #include <new>
 
-#include "framework/exceptions.h"
-#include "framework/file_error.h"
-#include "framework/user_interface.h"
+#include <megreader/framework/exceptions.h>
+#include <megreader/framework/file_error.h>
+#include <megreader/framework/user_interface.h>
 
 /// Runs `operation` and gives its result, or `failed`, without a message, when memory runs out. Other
 /// exceptions pass.

@@ -3,8 +3,8 @@
 #include <limits>
 #include <utility>
 
-#include "framework/encoding.h"
-#include "framework/user_interface.h"
+#include <megreader/framework/encoding.h>
+#include <megreader/framework/user_interface.h>
 
 RawLineReader::End RawLineReader::next(std::string& line, std::size_t limit, bool blankToo) {
   line.clear();

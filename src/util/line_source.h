@@ -5,10 +5,10 @@
 #include <new>
 #include <string>
 
-#include "framework/carchive.h"
-#include "framework/cstring.h"
-#include "framework/finding.h"
-#include "util/reading_rules.h"
+#include <megreader/framework/carchive.h>
+#include <megreader/framework/cstring.h>
+#include <megreader/framework/finding.h>
+#include <megreader/reader/reading_rules.h>
 
 /// The lines of an archive as bytes. CR, LF and CR LF end a line.
 class RawLineReader {

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "framework/cfile.h"
+#include <megreader/framework/cfile.h>
 
 /// A file whose content is at hand, for whoever wants to parse bytes that are not on a disk. Reading only
 /// forward.

@@ -4,8 +4,8 @@
 #include <initializer_list>
 #include <variant>
 
-#include "framework/cstring.h"
-#include "util/reading_rules.h"
+#include <megreader/framework/cstring.h>
+#include <megreader/reader/reading_rules.h>
 
 /// Where a conversion goes: %d to an integer, %f to a number, %s to a word.
 using ScanTarget = std::variant<std::int32_t*, double*, CString*>;

@@ -4,9 +4,9 @@
 #include <memory>
 #include <new>
 
-#include "framework/exceptions.h"
-#include "framework/native_path.h"
-#include "reader/meg_reader_face.h"
+#include <megreader/framework/exceptions.h>
+#include <megreader/framework/native_path.h>
+#include <megreader/reader/meg_reader_face.h>
 #include "simulate/dataset.h"
 
 namespace {

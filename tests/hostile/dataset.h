@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "framework/user_interface.h"
+#include <megreader/framework/user_interface.h>
 #include "support/minimal_dataset.h"
 #include "support/temporary_directory.h"
-#include "util/reading_rules.h"
+#include <megreader/reader/reading_rules.h>
 
 /// A dataset that has every file the reader knows, to be harmed.
 class VictimDataset {

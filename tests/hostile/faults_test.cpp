@@ -7,9 +7,9 @@
 #include <cerrno>
 #include <functional>
 
-#include "framework/native_path.h"
+#include <megreader/framework/native_path.h>
 #include "hostile/dataset.h"
-#include "reader/meg_reader_face.h"
+#include <megreader/reader/meg_reader_face.h>
 #include "support/allocations.h"
 #include "support/failing_calls.h"
 

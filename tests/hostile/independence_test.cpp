@@ -5,9 +5,9 @@
 #include <memory>
 #include <thread>
 
-#include "framework/native_path.h"
+#include <megreader/framework/native_path.h>
 #include "hostile/dataset.h"
-#include "reader/meg_reader_face.h"
+#include <megreader/reader/meg_reader_face.h>
 #include "support/allocations.h"
 
 // Loads leave nothing behind for one another, neither at the same time nor later.

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "framework/encoding.h"
-#include "framework/native_path.h"
+#include <megreader/framework/encoding.h>
+#include <megreader/framework/native_path.h>
 #include "support/temporary_directory.h"
-#include "util/basic_read_unix2window.h"
+#include <megreader/reader/basic_read_unix2window.h>
 #include "util/byte_order.h"
 
 namespace {

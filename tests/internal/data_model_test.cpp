@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "datamodel/meg/import_scope.h"
-#include "datamodel/meg/meg_datazk.h"
-#include "datamodel/sensors/sensor_type.h"
-#include "framework/encoding.h"
-#include "framework/native_path.h"
+#include <megreader/datamodel/import_scope.h>
+#include <megreader/datamodel/meg_datazk.h>
+#include <megreader/datamodel/sensor_type.h>
+#include <megreader/framework/encoding.h>
+#include <megreader/framework/native_path.h>
 #include "res4/decode.h"
 #include "support/allocations.h"
 #include "support/temporary_directory.h"

@@ -7,12 +7,12 @@
 #include <utility>
 #include <vector>
 
-#include "framework/carchive.h"
-#include "framework/cdialog.h"
-#include "framework/cfiledialog.h"
-#include "framework/collections.h"
-#include "framework/encoding.h"
-#include "framework/native_path.h"
+#include <megreader/framework/carchive.h>
+#include <megreader/framework/cdialog.h>
+#include <megreader/framework/cfiledialog.h>
+#include <megreader/framework/collections.h>
+#include <megreader/framework/encoding.h>
+#include <megreader/framework/native_path.h>
 #include "support/temporary_directory.h"
 #include "ui/scripted.h"
 

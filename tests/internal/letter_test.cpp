@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <iterator>
 
-#include "framework/granted_memory.h"
+#include "hosts/framework/granted_memory.h"
 #include "internal/import_probe.h"
 #include "internal/side_probe.h"
-#include "reader/meg_reader_face.h"
+#include <megreader/reader/meg_reader_face.h>
 #include "sidefiles/markers.h"
 #include "support/allocations.h"
 

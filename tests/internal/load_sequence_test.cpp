@@ -3,7 +3,7 @@
 #include <functional>
 
 #include "internal/probe.h"
-#include "reader/meg_reader_face.h"
+#include <megreader/reader/meg_reader_face.h>
 #include "support/allocations.h"
 #include "support/unreadable_file.h"
 

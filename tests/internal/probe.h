@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "framework/encoding.h"
-#include "framework/native_path.h"
-#include "reader/ctf_dataset_reader.h"
+#include <megreader/framework/encoding.h>
+#include <megreader/framework/native_path.h>
+#include "hosts/reader/ctf_dataset_reader.h"
 #include "support/minimal_dataset.h"
 #include "support/temporary_directory.h"
 #include "ui/scripted.h"

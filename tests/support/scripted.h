@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "framework/user_interface.h"
+#include <megreader/framework/user_interface.h>
 
 /// A user who follows a script: answers questions from one list (No when it is used up), chooses files from
 /// another (cancels when it is used up), types what a third one has into dialogs, each ended by OK (closes

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/path_text.h"
+#include <ctfmeg/path_text.h>
 #include "support/command.h"
 #include "support/minimal_dataset.h"
 #include "support/temporary_directory.h"

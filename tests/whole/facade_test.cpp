@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <memory>
 
-#include "framework/encoding.h"
-#include "framework/native_path.h"
-#include "reader/meg_reader_face.h"
+#include <megreader/framework/encoding.h>
+#include <megreader/framework/native_path.h>
+#include <megreader/reader/meg_reader_face.h>
 #include "support/minimal_dataset.h"
 #include "support/scripted.h"
 #include "support/temporary_directory.h"

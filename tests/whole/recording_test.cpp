@@ -1,4 +1,4 @@
-#include "host/recording.h"
+#include <ctfmeg/recording.h>
 
 #include <gtest/gtest.h>
 

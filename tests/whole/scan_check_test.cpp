@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "host/path_text.h"
+#include <ctfmeg/path_text.h>
 #include "support/command.h"
 #include "support/minimal_dataset.h"
 #include "support/temporary_directory.h"

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <set>
 
-#include "host/recording.h"
+#include <ctfmeg/recording.h>
 #include "simulate/dataset.h"
 #include "support/temporary_directory.h"
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "framework/native_path.h"
-#include "reader/meg_reader_face.h"
+#include <megreader/framework/native_path.h>
+#include <megreader/reader/meg_reader_face.h>
 #include "support/minimal_dataset.h"
 #include "support/temporary_directory.h"
 #include "windows/hands.h"

@@ -4,15 +4,15 @@
 #include <algorithm>
 #include <cstring>
 
-#include "framework/native_path.h"
-#include "framework/win32/long_path.h"
-#include "host/path_text.h"
-#include "host/recording.h"
-#include "reader/meg_reader_face.h"
+#include <megreader/framework/native_path.h>
+#include "hosts/framework/win32/long_path.h"
+#include <ctfmeg/path_text.h>
+#include <ctfmeg/recording.h>
+#include <megreader/reader/meg_reader_face.h>
 #include "support/command.h"
 #include "support/minimal_dataset.h"
 #include "support/temporary_directory.h"
-#include "util/basic_read_unix2window.h"
+#include <megreader/reader/basic_read_unix2window.h>
 
 // The library as Windows sees it.
 

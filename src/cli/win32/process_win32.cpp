@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "host/path_text.h"
+#include <ctfmeg/path_text.h>
 
 namespace ctfmeg::cli {
 namespace {

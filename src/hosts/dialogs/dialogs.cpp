@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "framework/default_interface.h"
+#include "hosts/framework/default_interface.h"
 #include "hosts/dialogs/dialogs.h"
 
 namespace {

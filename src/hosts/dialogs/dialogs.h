@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "framework/user_interface.h"
+#include <megreader/framework/user_interface.h>
 
 // Real windows on Windows: what hosts get that install no user interface of their own.
 

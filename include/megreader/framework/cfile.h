@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include <megreader/framework/cstring.h>
+#include <megreader/framework/exceptions.h>
+#include <megreader/framework/export.h>
+
+/// A file opened for reading. Positions and lengths are bytes. Not copyable; closes itself.
+/// Paths are in Windows form (backslashes); each system turns them into its own.
+class MEGREADER_API CFile {
+ public:
+  enum OpenFlags : unsigned { modeRead = 0x0, shareDenyNone = 0x40 };
+  enum SeekPosition { begin, current, end };
+
+  CFile() = default;
+  CFile(const CFile&) = delete;
+  CFile& operator=(const CFile&) = delete;
+  virtual ~CFile();
+
+  /// Opens a regular file, closing what was open. False when it can't be opened; `error` then says why.
+  bool Open(const CString& path, unsigned flags, CFileException* error = nullptr);
+
+  /// Reads up to `count` bytes; fewer only at the end of the file. Throws CFileException when the system
+  /// can't read, and when no file was opened.
+  virtual std::size_t Read(void* buffer, std::size_t count);
+
+  /// The same from `offset` on, wherever the file stands, from several threads at once. Where the file stands
+  /// afterwards is not said.
+  std::size_t ReadAt(std::uint64_t offset, void* buffer, std::size_t count) const;
+
+  /// Returns the new position. Throws CFileException for a position before the start, and when no file was
+  /// opened.
+  std::uint64_t Seek(std::int64_t offset, SeekPosition from);
+
+  virtual std::uint64_t GetLength() const;
+  virtual std::uint64_t GetPosition() const;
+  const CString& GetFilePath() const { return m_path; }  ///< as given to `Open`
+  void Close();
+
+ protected:
+  void setFilePath(const CString& path) { m_path = path; }
+
+ private:
+  [[noreturn]] void fail(int cause, int osError) const;
+  /// Says in `error` (may be null) why a file can't be opened. False.
+  static bool refuse(CFileException* error, const CString& path, int cause, int osError);
+
+  static constexpr std::intptr_t kClosed = -1;
+  std::intptr_t m_handle = kClosed;
+  CString m_path;
+};

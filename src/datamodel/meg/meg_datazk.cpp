@@ -1,3 +1,0 @@
-#include "datamodel/meg/meg_datazk.h"
-
-CMEGDatazk::~CMEGDatazk() = default;

@@ -1,3 +1,0 @@
-#include "framework/default_interface.h"
-
-UserInterface* defaultUserInterface() { return nullptr; }

@@ -1,3 +1,0 @@
-#pragma once
-
-#include "ctf/channel_kind.h"

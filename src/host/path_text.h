@@ -1,3 +1,0 @@
-#pragma once
-
-#include <ctfmeg/path_text.h>

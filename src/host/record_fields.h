@@ -1,3 +1,0 @@
-#pragma once
-
-#include "ctf/record_fields.h"

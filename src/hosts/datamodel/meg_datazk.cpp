@@ -1,0 +1,3 @@
+#include <megreader/datamodel/meg_datazk.h>
+
+CMEGDatazk::~CMEGDatazk() = default;

@@ -1,0 +1,119 @@
+#include <megreader/framework/encoding.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <optional>
+
+namespace {
+
+constexpr char32_t kRawByteBase = 0xDC00;  // U+DC00 + byte, for bytes 0x80 to 0xFF
+constexpr char32_t kReplacement = 0xFFFD;
+
+bool isHighSurrogate(char32_t c) { return c >= 0xD800 && c <= 0xDBFF; }
+bool isLowSurrogate(char32_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
+bool isRawByte(char32_t c) { return c >= kRawByteBase + 0x80 && c <= kRawByteBase + 0xFF; }
+
+void appendWide(std::wstring& text, char32_t c) {
+  if constexpr (sizeof(wchar_t) == 2) {
+    if (c > 0xFFFF) {
+      text += static_cast<wchar_t>(0xD800 + ((c - 0x10000) >> 10));
+      text += static_cast<wchar_t>(0xDC00 + ((c - 0x10000) & 0x3FF));
+      return;
+    }
+  }
+  text += static_cast<wchar_t>(c);
+}
+
+void appendUtf8(std::string& bytes, char32_t c) {
+  const auto put = [&bytes](char32_t value) { bytes += static_cast<char>(value); };
+  if (c < 0x80) {
+    put(c);
+  } else if (c < 0x800) {
+    put(0xC0 | (c >> 6));
+    put(0x80 | (c & 0x3F));
+  } else if (c < 0x10000) {
+    put(0xE0 | (c >> 12));
+    put(0x80 | ((c >> 6) & 0x3F));
+    put(0x80 | (c & 0x3F));
+  } else {
+    put(0xF0 | (c >> 18));
+    put(0x80 | ((c >> 12) & 0x3F));
+    put(0x80 | ((c >> 6) & 0x3F));
+    put(0x80 | (c & 0x3F));
+  }
+}
+
+/// The code point that starts at the front of `bytes`, and its length; nothing when it is not valid UTF-8.
+struct Decoded {
+  char32_t codePoint;
+  std::size_t length;
+};
+
+std::optional<Decoded> decodeUtf8(std::string_view bytes) {
+  const auto lead = static_cast<unsigned char>(bytes[0]);
+  if (lead < 0x80) return Decoded{lead, 1};
+  const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+  if (lead < 0xC2 || lead > 0xF4 || bytes.size() < length) return std::nullopt;
+  char32_t value = lead & (0xFFU >> (length + 1));
+  for (std::size_t i = 1; i < length; ++i) {
+    const auto byte = static_cast<unsigned char>(bytes[i]);
+    if ((byte & 0xC0) != 0x80) return std::nullopt;
+    value = (value << 6) | (byte & 0x3F);
+  }
+  constexpr std::array<char32_t, 5> smallest{0, 0, 0x80, 0x800, 0x10000};
+  if (value < smallest[length] || value > 0x10FFFF || isHighSurrogate(value) || isLowSurrogate(value))
+    return std::nullopt;
+  return Decoded{value, length};
+}
+
+/// Bytes 0x80 to 0x9F; everything else in Windows-1252 is Latin-1.
+constexpr std::array<wchar_t, 32> kWindows1252High{
+    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+    0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
+
+}  // namespace
+
+CString fromUtf8(std::string_view bytes) {
+  std::wstring text;
+  text.reserve(bytes.size());
+  while (!bytes.empty()) {
+    if (const auto decoded = decodeUtf8(bytes)) {
+      appendWide(text, decoded->codePoint);
+      bytes.remove_prefix(decoded->length);
+    } else {
+      appendWide(text, kRawByteBase + static_cast<unsigned char>(bytes[0]));
+      bytes.remove_prefix(1);
+    }
+  }
+  return CString(std::move(text));
+}
+
+std::string toUtf8(const CString& text) {
+  const std::wstring& wide = text.str();
+  // Nearly all text is ASCII.
+  const auto ascii =
+      std::find_if(wide.begin(), wide.end(), [](wchar_t c) { return static_cast<char32_t>(c) >= 0x80; });
+  std::string bytes(static_cast<std::size_t>(ascii - wide.begin()), '\0');
+  std::transform(wide.begin(), ascii, bytes.begin(), [](wchar_t c) { return static_cast<char>(c); });
+  for (std::size_t i = bytes.size(); i < wide.size(); ++i) {
+    auto c = static_cast<char32_t>(wide[i]);
+    if (isHighSurrogate(c) && i + 1 < wide.size() && isLowSurrogate(static_cast<char32_t>(wide[i + 1])))
+      c = 0x10000 + ((c - 0xD800) << 10) + (static_cast<char32_t>(wide[++i]) - 0xDC00);
+    if (isRawByte(c))
+      bytes += static_cast<char>(c - kRawByteBase);
+    else
+      appendUtf8(bytes, isHighSurrogate(c) || isLowSurrogate(c) || c > 0x10FFFF ? kReplacement : c);
+  }
+  return bytes;
+}
+
+CString fromWindows1252(std::string_view bytes) {
+  std::wstring text(bytes.size(), L'\0');
+  std::transform(bytes.begin(), bytes.end(), text.begin(), [](char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte >= 0x80 && byte <= 0x9F ? kWindows1252High[byte - 0x80U] : static_cast<wchar_t>(byte);
+  });
+  return CString(std::move(text));
+}

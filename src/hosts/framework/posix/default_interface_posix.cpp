@@ -1,0 +1,3 @@
+#include "hosts/framework/default_interface.h"
+
+UserInterface* defaultUserInterface() { return nullptr; }

@@ -1,8 +1,0 @@
-#include "reader/call_findings.h"
-
-#include "framework/user_interface.h"
-
-int failWithoutTarget(const CString& path) {
-  reportFinding({.code = "call.argument", .file = path, .text = L"there is nothing to read it into"});
-  return 0;
-}
