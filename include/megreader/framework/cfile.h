@@ -2,10 +2,15 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 #include <megreader/framework/cstring.h>
 #include <megreader/framework/exceptions.h>
 #include <megreader/framework/export.h>
+
+namespace ctfmeg {
+class File;
+}
 
 /// A file opened for reading. Positions and lengths are bytes. Not copyable; closes itself.
 /// Paths are in Windows form (backslashes); each system turns them into its own.
@@ -26,10 +31,6 @@ class MEGREADER_API CFile {
   /// can't read, and when no file was opened.
   virtual std::size_t Read(void* buffer, std::size_t count);
 
-  /// The same from `offset` on, wherever the file stands, from several threads at once. Where the file stands
-  /// afterwards is not said.
-  std::size_t ReadAt(std::uint64_t offset, void* buffer, std::size_t count) const;
-
   /// Returns the new position. Throws CFileException for a position before the start, and when no file was
   /// opened.
   std::uint64_t Seek(std::int64_t offset, SeekPosition from);
@@ -39,15 +40,12 @@ class MEGREADER_API CFile {
   const CString& GetFilePath() const { return m_path; }  ///< as given to `Open`
   void Close();
 
- protected:
-  void setFilePath(const CString& path) { m_path = path; }
+  /// The open file, for readers of formats; valid until it is closed. Throws CFileException when no file was
+  /// opened.
+  const ctfmeg::File& opened() const;
 
  private:
-  [[noreturn]] void fail(int cause, int osError) const;
-  /// Says in `error` (may be null) why a file can't be opened. False.
-  static bool refuse(CFileException* error, const CString& path, int cause, int osError);
-
-  static constexpr std::intptr_t kClosed = -1;
-  std::intptr_t m_handle = kClosed;
+  std::shared_ptr<const ctfmeg::File> m_file;
+  std::uint64_t m_position = 0;
   CString m_path;
 };

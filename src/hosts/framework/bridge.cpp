@@ -1,0 +1,38 @@
+#include "hosts/framework/bridge.h"
+
+#include "base/encoding.h"
+
+#include <ctfmeg/path_text.h>
+#include <megreader/framework/file_error.h>
+#include <megreader/framework/native_path.h>
+#include <megreader/framework/user_interface.h>
+
+static_assert(static_cast<int>(ctfmeg::FileError::Cause::notFound) == CFileException::fileNotFound &&
+              static_cast<int>(ctfmeg::FileError::Cause::accessDenied) == CFileException::accessDenied &&
+              static_cast<int>(ctfmeg::FileError::Cause::hardIO) == CFileException::hardIO &&
+              static_cast<int>(ctfmeg::FileError::Cause::lockViolation) == CFileException::lockViolation);
+
+CString hostText(const std::string& utf8) { return CString(ctfmeg::wideFromUtf8(utf8)); }
+
+std::filesystem::path nativePath(const CString& path) { return ctfmeg::pathFromText(toNativePath(path)); }
+
+Finding hostFinding(const ctfmeg::Finding& finding) {
+  return {.severity = static_cast<Finding::Severity>(finding.severity),
+          .code = finding.code,
+          .file = toWindowsPath(finding.file),
+          .text = hostText(finding.text),
+          .offset = finding.offset,
+          .line = finding.line};
+}
+
+void HostNotices::report(const ctfmeg::Finding& finding) { reportFinding(hostFinding(finding)); }
+
+void throwHostException(const ctfmeg::FileError& error) {
+  AfxThrowFileException(static_cast<int>(error.cause()), error.systemError(), toWindowsPath(error.path()));
+}
+
+Finding findingOf(const CFileException& error, Finding::Severity severity) {
+  const ctfmeg::FileError same(static_cast<ctfmeg::FileError::Cause>(error.m_cause), error.m_lOsError,
+                               toNativePath(error.m_strFileName));
+  return hostFinding(ctfmeg::findingOf(same, static_cast<ctfmeg::Finding::Severity>(severity)));
+}
