@@ -1,8 +1,8 @@
-#include "host/divide.h"
+#include "recording/physical.h"
 
 #include <cmath>
 
-#include "hosts/framework/wide_instructions.h"
+#include "base/wide_instructions.h"
 
 namespace ctfmeg {
 namespace {

@@ -8,7 +8,7 @@ namespace ctfmeg {
 /// Writes each of `values` divided by `divisor`, the nearest double, to the front of `out`, which is as long.
 void divideEach(std::span<const std::int32_t> values, double divisor, std::span<double> out);
 
-/// The same by the machine's division, for comparison.
+/// Does so by the machine's division, for comparison.
 void divideEachPlainly(std::span<const std::int32_t> values, double divisor, std::span<double> out);
 
 }  // namespace ctfmeg

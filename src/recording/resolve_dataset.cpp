@@ -70,11 +70,6 @@ fs::path resolveDataset(const fs::path& given) {
     fail(path, failed ? failed : std::make_error_code(std::errc::no_such_file_or_directory));
   fs::path file = fs::is_directory(status) ? resourceFileOf(path) : path;
   file.make_preferred();
-#ifndef _WIN32
-  if (file.native().find('\\') != std::string::npos)
-    throw Error(ErrorKind::refused, path,
-                "holds a backslash, which separates folders inside the reader: rename it");
-#endif
   return file;
 }
 

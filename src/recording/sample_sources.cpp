@@ -1,0 +1,166 @@
+#include "recording/sample_sources.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+
+#include "base/byte_order.h"
+#include "recording/physical.h"
+
+#include <ctfmeg/path_text.h>
+
+namespace ctfmeg {
+namespace {
+
+void requireRange(const char* what, std::int64_t first, std::int64_t count, std::int64_t there) {
+  if (first >= 0 && count >= 0 && first <= there && count <= there - first) return;
+  throw std::out_of_range(std::string(what) + " " + std::to_string(first) + " to " +
+                          std::to_string(first + count - 1) + " are not within 0 to " +
+                          std::to_string(there - 1));
+}
+
+/// What reading files throws as what users of a recording know.
+template <class Operation>
+void reading(Operation operation) {
+  try {
+    operation();
+  } catch (const FileError& error) {
+    Finding finding = findingOf(error);
+    const ErrorKind kind = kindOf(finding);
+    throw Error(kind, pathFromText(error.path()), error.text(), {std::move(finding)});
+  }
+}
+
+}  // namespace
+
+inline namespace v1 {
+SampleSource::~SampleSource() = default;
+}  // namespace v1
+
+FileSamples::FileSamples(std::shared_ptr<const void> owner, const SampleSet& set, const SampleScale& scale,
+                         std::vector<Piece> pieces, std::int64_t samples, std::int64_t step, int threads)
+    : m_owner(std::move(owner)),
+      m_set(set),
+      m_scale(scale),
+      m_pieces(std::move(pieces)),
+      m_shape{std::ssize(m_pieces), set.counts().channels, samples},
+      m_step(step),
+      m_parallel(threads) {}
+
+Origin FileSamples::origin(std::int64_t trial) const {
+  requireRange("trials", trial, 1, m_shape.trials);
+  return {piece(trial).fileTrial, piece(trial).firstSample, m_step};
+}
+
+double FileSamples::time(std::int64_t trial, std::int64_t sample) const {
+  requireRange("samples", sample, 1, m_shape.samples);
+  const Origin from = origin(trial);
+  return static_cast<double>(from.firstSample + sample * from.step - m_scale.preTrigSamples) /
+         m_scale.sampleRate;
+}
+
+std::int64_t FileSamples::valuesOf(const Window& window, std::size_t room) const {
+  requireRange("trials", window.trial, window.trials, m_shape.trials);
+  requireRange("channels", window.channel, window.channels, m_shape.channels);
+  requireRange("samples", window.first, window.samples, m_shape.samples);
+  const std::int64_t values = window.trials * window.channels * window.samples;
+  if (static_cast<std::uint64_t>(values) > room)
+    throw std::invalid_argument("there is room for " + std::to_string(room) + " of " +
+                                std::to_string(values) + " values");
+  return values;
+}
+
+bool FileSamples::isWholeTrials(const Window& window) const {
+  return m_step == 1 && window.channels == m_shape.channels && window.samples == m_set.counts().samples;
+}
+
+void FileSamples::readTogether(const File& file, std::uint64_t offset, std::span<std::int32_t> out) const {
+  std::unique_lock helpers(m_parallelMutex, std::defer_lock);
+  if (out.size_bytes() >= ParallelRead::kWorthIt && helpers.try_lock()) {
+    if (!m_parallel.read(file, offset, out)) SampleSet::failChanged(file);
+    return;
+  }
+  // In pieces that are still in the processor's own memory when their bytes are swapped.
+  constexpr std::size_t kPiece = std::size_t{1} << 16;
+  while (!out.empty()) {
+    const auto now = out.first(std::min(kPiece, out.size()));
+    if (file.readAt(offset, std::as_writable_bytes(now)) != now.size_bytes()) SampleSet::failChanged(file);
+    samplesToHostOrder(now);
+    offset += now.size_bytes();
+    out = out.subspan(now.size());
+  }
+}
+
+void FileSamples::readWholeTrials(const Window& window, std::span<std::int32_t> out) const {
+  const std::uint64_t bytes = m_set.counts().trialBytes();
+  const auto values = static_cast<std::size_t>(bytes / sizeof(std::int32_t));
+  for (std::int64_t trial = window.trial; trial < window.trial + window.trials;) {
+    const auto start = m_set.placeOf(piece(trial).fileTrial, 0);
+    // Trials that follow each other in one file are read at once: they may be short.
+    std::int64_t count = 1;
+    while (trial + count < window.trial + window.trials) {
+      const auto next = m_set.placeOf(piece(trial + count).fileTrial, 0);
+      if (next.file != start.file || next.offset != start.offset + static_cast<std::uint64_t>(count) * bytes)
+        break;
+      ++count;
+    }
+    const auto now = out.first(static_cast<std::size_t>(count) * values);
+    readTogether(*start.file, start.offset, now);
+    out = out.subspan(now.size());
+    trial += count;
+  }
+}
+
+void FileSamples::readBlock(std::int64_t trial, int channel, std::int64_t first,
+                            std::span<std::int32_t> out) const {
+  const auto place = m_set.placeOf(piece(trial).fileTrial, channel);
+  const auto offsetOf = [&](std::int64_t sample) {
+    const std::int64_t inFile = piece(trial).firstSample + sample * m_step;
+    return place.offset + static_cast<std::uint64_t>(inFile) * sizeof(std::int32_t);
+  };
+  if (m_step == 1) return readTogether(*place.file, offsetOf(first), out);
+  constexpr std::int64_t kMostValues = std::int64_t{1} << 18;
+  const std::int64_t most = std::max<std::int64_t>(kMostValues / m_step, 1);
+  std::vector<std::int32_t> span;
+  while (!out.empty()) {
+    const std::int64_t count = std::min(most, std::ssize(out));
+    span.resize(static_cast<std::size_t>((count - 1) * m_step + 1));
+    readTogether(*place.file, offsetOf(first), span);
+    for (std::int64_t i = 0; i < count; ++i)
+      out[static_cast<std::size_t>(i)] = span[static_cast<std::size_t>(i * m_step)];
+    out = out.subspan(static_cast<std::size_t>(count));
+    first += count;
+  }
+}
+
+void FileSamples::read(const Window& window, std::span<std::int32_t> out) const {
+  out = out.first(static_cast<std::size_t>(valuesOf(window, out.size())));
+  if (out.empty()) return;
+  reading([&] {
+    if (isWholeTrials(window)) return readWholeTrials(window, out);
+    for (std::int64_t trial = window.trial; trial < window.trial + window.trials; ++trial)
+      for (int channel = window.channel; channel < window.channel + window.channels; ++channel) {
+        const auto block = out.first(static_cast<std::size_t>(window.samples));
+        readBlock(trial, channel, window.first, block);
+        out = out.subspan(block.size());
+      }
+  });
+}
+
+void FileSamples::readPhysical(const Window& window, std::span<double> out) const {
+  out = out.first(static_cast<std::size_t>(valuesOf(window, out.size())));
+  constexpr std::int64_t kMostValues = std::int64_t{1} << 18;
+  std::vector<std::int32_t> raw(static_cast<std::size_t>(std::min(kMostValues, window.samples)));
+  for (std::int64_t trial = window.trial; trial < window.trial + window.trials; ++trial)
+    for (int channel = window.channel; channel < window.channel + window.channels; ++channel)
+      for (std::int64_t first = window.first; first < window.first + window.samples;) {
+        const std::int64_t count = std::min(kMostValues, window.first + window.samples - first);
+        const auto values = std::span(raw).first(static_cast<std::size_t>(count));
+        reading([&] { readBlock(trial, channel, first, values); });
+        divideEach(values, m_scale.gains[static_cast<std::size_t>(channel)], out.first(values.size()));
+        out = out.subspan(values.size());
+        first += count;
+      }
+}
+
+}  // namespace ctfmeg
