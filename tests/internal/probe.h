@@ -46,6 +46,7 @@ struct Probe : CCtfDatasetReader {
   using CCtfDatasetReader::m_channelNames;
   using CCtfDatasetReader::m_channelNameStart;
   using CCtfDatasetReader::m_channelShortNames;
+  using CCtfDatasetReader::m_electrodes;
   using CCtfDatasetReader::m_filterStart;
   using CCtfDatasetReader::m_infodsText;
   using CCtfDatasetReader::m_runDescLength;

@@ -3,12 +3,12 @@
 #include <clocale>
 #include <cmath>
 
-#include "internal/side_probe.h"
+#include "internal/probe.h"
 #include "support/unreadable_file.h"
 #include "util/memory_file.h"
 #include "util/scan.h"
 
-// What all side files share: lines, numbers, messages and their place in the load sequence.
+// What all side files share: lines, numbers, and messages where one can't be read.
 
 namespace {
 
@@ -76,10 +76,12 @@ TEST(SideFiles, ALocaleOfTheHostChangesNoNumber) {
   char comma[8];
   std::snprintf(comma, sizeof comma, "%.1f", 0.5);
   const std::string infods = Bytes().raw("WS1_").i32(1).raw("x").i32(4).f64(0.5).str();
-  WithFile reader("run.infods", infods, ReadingRules::plain());
+  Probe reader(ReadingRules::plain());
+  const CString base = Probe::getFilePathBasic(reader.writeDataset({}));
+  writeFile(reader.directory.path() / "run.ds" / "run.infods", infods);
   writeFile(reader.directory.path() / "run.ds" / "bad.segments", "1 0.5 1,5\n");
-  reader.readInfoDsFile(reader.base() + L"infods");
-  reader.readBadSegments(reader.base());
+  reader.readInfoDsFile(base + L"infods");
+  reader.readBadSegments(base);
   std::setlocale(LC_ALL, "C");
   ASSERT_STREQ(comma, "0,5") << "the locale has no comma";
   EXPECT_EQ(toUtf8(reader.info().information.text), "0.500000 \n");
@@ -155,46 +157,6 @@ TEST(SideFiles, MissingIsSilentAndUnreadableIsTold) {
     for (const Finding& finding : failing.user.findings())
       EXPECT_EQ(finding.severity, Finding::Severity::warning);
   }
-}
-
-TEST(SideFiles, AreReadInTheirOrder) {
-  // Each is a directory, so that its reader shows itself, in the order of the calls.
-  Probe reader;
-  const CString path = reader.writeDataset({});
-  const auto folder = reader.directory.path() / "run.ds";
-  for (const Reader& r : kReaders)
-    std::filesystem::create_directory(folder / r.file);
-  const auto opened = [&] {
-    std::string files;
-    for (const Finding& finding : reader.user.findings()) {
-      const std::string file = toUtf8(finding.file);
-      files += file.substr(file.find_last_of('\\') + 1) + " ";
-    }
-    return files;
-  };
-  const std::string rest = "ClassFile.cls bad.segments BadChannels run.pos VirtualChannels ";
-  EXPECT_EQ(reader.readDatasetInfo(path, &reader.data, nullptr), 1) << "a recording can be used without them";
-  EXPECT_EQ(opened(), "run.eeg MarkerFile.mrk MarkerFile.mrk.bak run.hc run.hc run.infods " + rest);
-
-  const std::size_t before = opened().size();
-  CMEGDatazk split;
-  CPtrArray array;
-  EXPECT_EQ(reader.readTrialSplitToArray(path, &array, 2, nullptr), 1);
-  EXPECT_EQ(opened().substr(before),
-            "run.eeg run.hc run.hc run.infods MarkerFile.mrk MarkerFile.mrk.bak " + rest);
-  delete static_cast<CMEGDatazk*>(array.GetAt(0));
-
-  const std::size_t info = opened().size();
-  CMarkerDatazk marker;
-  marker.samples.resize(12);
-  CMEGDatazk marked, checked;
-  EXPECT_EQ(reader.readDatasetInfo(path, &marked, &marker), 1);
-  EXPECT_EQ(opened().substr(info), "run.eeg run.hc run.hc run.infods " + rest)
-      << "the host's marker, not the file's";
-  EXPECT_EQ(marked.getTrigManager()->getTotalTrgMrkPts(), 12);
-  const std::size_t check = opened().size();
-  EXPECT_EQ(reader.checkDataset(path, &checked), 1);
-  EXPECT_EQ(opened().substr(check), "run.eeg MarkerFile.mrk MarkerFile.mrk.bak ");
 }
 
 }  // namespace

@@ -1,0 +1,290 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "internal/probe.h"
+#include "meg4/sample_files.h"
+#include <megreader/reader/meg_reader_face.h>
+#include "support/allocations.h"
+#include "support/unreadable_file.h"
+
+// What no file can cause, on the reader object and on the data object; what files cause is in tables/, what
+// they cause through the facade in facade_test.cpp.
+
+namespace {
+
+using D = MinimalDataset;
+
+/// A host that changes counts under the reader's hands, when it is told of the unusable gain of channel 1.
+struct Meddler : ScriptedInterface {
+  void report(const Finding& finding) override {
+    if (finding.code == "channel.gain") meddle();
+  }
+  std::function<void()> meddle;
+};
+
+struct Mismatch {
+  const char* what;
+  std::function<void(Probe&)> meddle;
+  Lines shown;
+};
+
+TEST(Reader, CountMismatchesAreToldAndEndInSuccessWithNothingImported) {
+  const Lines sensors(2,
+                      "message: Error in reading MEG sensor");  // after the records, and before the handover
+  const Lines names{"message: Error in reading channel name"};
+  const Mismatch cases[] = {
+      {"sensors", [](Probe& reader) { reader.current().getMEGRecordInfozk()->numChannels = 3; }, sensors},
+      {"names", [](Probe& reader) { reader.m_channelNames.SetSize(1); }, names},
+      {"short names", [](Probe& reader) { reader.m_channelShortNames.SetSize(1); }, names},
+  };
+  MinimalDataset dataset;
+  dataset.res4.put(MinimalDataset::kSensors + 1328 + 8, Bytes().f64(0.0));
+  for (const Mismatch& c : cases) {
+    Probe reader;
+    const CString path = reader.writeDataset(dataset);
+    CPtrArray array;
+    const auto outcome = [&](auto operation) {
+      Meddler host;
+      host.meddle = [&] { c.meddle(reader); };
+      const ThreadUserInterface installed(&host);
+      EXPECT_EQ(operation(), 1) << c.what;
+      EXPECT_EQ(host.transcript(), c.shown) << c.what;
+    };
+    outcome([&] { return reader.readDatasetInfo(path, &reader.data, nullptr); });
+    outcome([&] { return reader.checkDataset(path, &reader.data); });
+    EXPECT_TRUE(reader.data.channels().empty()) << c.what;
+    outcome([&] { return reader.readDatasetToArray(path, &array, nullptr, nullptr); });
+    const std::unique_ptr<CMEGDatazk> appended(static_cast<CMEGDatazk*>(array.GetAt(0)));
+    EXPECT_TRUE(appended->channels().empty()) << c.what;
+    EXPECT_EQ(appended->numStoredTrials(), 0) << c.what;
+  }
+}
+
+TEST(Reader, RefusesWhatItCannotFill) {
+  Probe reader;
+  const CString path = reader.writeDataset({});
+  EXPECT_EQ(reader.readDatasetInfo(path, nullptr, nullptr), 0);
+  EXPECT_EQ(reader.checkDataset(path, nullptr), 0);
+  EXPECT_EQ(reader.readDatasetToArray(path, nullptr, nullptr, nullptr), 0);
+}
+
+TEST(Reader, SaysWhenAFileCannotBeRead) {
+  Probe reader;
+  const auto link = reader.directory.path() / "run.res4";
+  const UnreadableFile unreadable(link);
+  if (!unreadable.works()) GTEST_SKIP() << "no file here that opens but can't be read";
+  EXPECT_EQ(reader.readDatasetInfo(toWindowsPath(link.string()), &reader.data, nullptr), 0);
+  EXPECT_EQ(reader.user.transcript(), Lines{"message: CTF File open error!"});
+  ASSERT_EQ(reader.user.findings().size(), 1u);
+  EXPECT_EQ(toNativePath(reader.user.findings()[0].file), link.string());
+}
+
+TEST(Reader, SaysWhenADataObjectDoesNotFitIntoMemory) {
+  Probe reader;
+  const CString path = reader.writeDataset({});
+  CPtrArray array;
+  const FailingNew noData(sizeof(CMEGDatazk));
+  EXPECT_EQ(reader.readDatasetToArray(path, &array, nullptr, nullptr), 0);
+  EXPECT_EQ(reader.user.transcript(), Lines{"message: Out of  memory!"});
+  EXPECT_EQ(array.GetSize(), 0);
+}
+
+TEST(Reader, AFacadeWithoutMemoryForItsReaderFailsSilently) {
+  Probe files;
+  CString path = files.writeDataset({});
+  CMEGReaderFacezk facade;
+  const FailingNew noReader(sizeof(CCtfDatasetReader));
+  EXPECT_EQ(facade.readCTFMEGDataInfo(path, &files.data), 0);
+  EXPECT_EQ(files.user.transcript(), Lines{});
+}
+
+TEST(Reader, DataObjectsRefuseListsThatDoNotFit) {
+  Probe reader;
+  ASSERT_EQ(reader.readRes4Of({}), 1);
+  CPtrArray electrodes;
+  const auto reading = [&](int trials, int channels) {
+    return reader.data.importTrialChannels(trials, channels, &reader.m_sensors, &electrodes,
+                                           &reader.m_channelNames, &reader.m_channelShortNames, nullptr);
+  };
+  EXPECT_EQ(reading(1, 0), 0);
+  EXPECT_EQ(reading(-1, 2), 0);
+  EXPECT_EQ(reading(1, 3), 0) << "lists of two";
+  EXPECT_EQ(reader.data.importTrialChannels(1, 2, nullptr, &electrodes, &reader.m_channelNames,
+                                            &reader.m_channelShortNames, nullptr),
+            0);
+  EXPECT_TRUE(reader.data.channels().empty());
+  EXPECT_EQ(reading(0, 2), 1) << "no trials is allowed";
+  EXPECT_EQ(reader.data.importCtfDataT(0, 2, 3, nullptr), 0) << "no import is open";
+}
+
+TEST(Reader, SaysWhenSensorsDoNotFitIntoMemory) {
+  Probe reader;
+  const CString path = reader.writeDataset({});
+  const FailingNew noSquids(sizeof(CMegSquidzk));
+  CFile file;
+  ASSERT_TRUE(file.Open(path, CFile::modeRead));
+  reader.info().numChannels = 1;
+  file.Seek(static_cast<std::int64_t>(D::kSensors), CFile::begin);
+  EXPECT_EQ(reader.readSensorRecords(file), 0);
+  EXPECT_EQ(reader.user.transcript(), Lines{"message: Is memory enough for making MEG sensors?!"});
+}
+
+TEST(Reader, LeavesTriggerCodesThatTheFileDoesNotGive) {
+  D dataset;
+  dataset.res4.put(1328, Bytes().raw("\x81\x01\x02\x03\x04\x05\x06\x07")).put(1340, Bytes().i16(1));
+  Probe reader;
+  reader.info().triggerCodes.fill(77);
+  reader.info().runDescription = L"as it was";
+  dataset.res4.put(1836, Bytes().i32(0));
+  reader.readRes4Of(dataset);
+  EXPECT_EQ(reader.info().triggerCodes,
+            (std::array<std::uint32_t, 10>{0x81010203, 0x04050607, 77, 77, 77, 77, 77, 77, 77, 77}));
+  EXPECT_EQ(reader.info().runDescription, L"as it was");
+}
+
+TEST(Reader, KeepsTheMarkersThatItHasRoomFor) {
+  std::string samples;
+  for (int i = 0; i < 1000; ++i)
+    samples += "0 0\n";
+  Probe reader;
+  const CString path = reader.writeDataset({});
+  writeFile(reader.directory.path() / "run.ds" / "MarkerFile.mrk",
+            "CLASSGROUPID:\n3\nNAME:\ntone\nCOMMENT:\nx\nCOLOR:\nred\nEDITABLE:\nYes\nCLASSID:\n1\n"
+            "NUMBER OF SAMPLES:\n1000\nLIST OF SAMPLES:\nTRIAL NUMBER TIME FROM SYNC POINT (in seconds)\n" +
+                samples);
+  {
+    const FailingNew failing(512 * sizeof(MarkerSample));
+    reader.readMarkers(path);
+  }
+  EXPECT_EQ(reader.user.transcript(), Lines{"message: Memory problem?!"});
+  auto& manager = *reader.data.getTrigManager();
+  ASSERT_EQ(manager.getTotalMarkzk(), 1);
+  EXPECT_EQ(manager.getMarker(0, false)->numSamples, 1000);
+  EXPECT_EQ(manager.getTotalTrgMrkPts(), 256);
+  EXPECT_EQ(manager.findMarker(L"tone"), manager.getMarker(0, true));
+  EXPECT_EQ(manager.findMarker(L"none"), nullptr);
+  EXPECT_EQ(manager.getMarker(1, false), nullptr);
+  manager.getMarker(0, false)->name = L"changed";
+  manager.restoreAllBackup();
+  EXPECT_EQ(manager.getMarker(0, false)->name, L"tone");
+}
+
+TEST(Reader, EveryTagOfAnInformationFileHasAMemberOfItsOwn) {
+  const auto sized = [](const std::string& text) {
+    return Bytes().i32(static_cast<std::int64_t>(text.size())).raw(text).str();
+  };
+  Bytes file;
+  file.raw("WS1_");
+  int value = 0;
+  for (const char* tag : {"_PATIENT_UID", "_PATIENT_NAME_LAST", "_PROCEDURE_LOCATION", "_DATASET_RPFILE",
+                          "_DATASET_SENSORSFILENAME"})
+    file.raw(sized(tag)).i32(10).raw(sized(std::to_string(++value)));
+  file.raw(sized("_PROCEDURE_ISINDB")).i32(5).i32(6).raw(sized("_DATASET_MOTIONTOLERANCE")).i32(4).f64(0.5);
+  Probe reader;
+  const CString prefix = Probe::getFilePathBasic(reader.writeDataset({}));
+  writeFile(reader.directory.path() / "run.ds" / "run.infods", file.raw(sized("EndOfParameters")).str());
+  EXPECT_EQ(reader.readInfoDsFile(prefix + L"infods"), 1);
+  const DatasetInformation& read = reader.info().information;
+  EXPECT_EQ(read.patientUid + read.patientNameLast + read.procedureLocation + read.datasetRpFile +
+                read.datasetSensorsFileName,
+            L"12345");
+  EXPECT_EQ(read.procedureIsInDb, 6);
+  EXPECT_EQ(read.datasetMotionTolerance, 0.5);
+}
+
+TEST(Reader, AHeadFrameNeedsAllThreePoints) {
+  CFiducialzk dewar;
+  dewar.points = {{{-90, 5, 7, 1}, {10, -65, 7, 1}, {10, 75, 7, 1}}};
+  EXPECT_TRUE(headFrameOf(dewar));
+  for (FiducialPoint& point : std::span(dewar.points).first(3)) {
+    point.valid = 0;
+    EXPECT_FALSE(headFrameOf(dewar));
+    point.valid = 1;
+  }
+}
+
+/// A reader whose record information says how many samples there are.
+struct Import : Probe {
+  Import(const D& dataset, int trials, int samples) : path(writeDataset(dataset)) {
+    info().numTrials = trials;
+    info().numChannels = 2;
+    info().samplesPerTrial = samples;
+    destination.getTrigManager()->addMarker(std::make_unique<CMarkerDatazk>());
+    destination.getTrigManager()->getMarker(0, true)->samples = {{1, 0.0, 0}, {4, 0.0, 0}};
+  }
+  /// What was shown, without progress.
+  Lines messages() const {
+    Lines lines = user.transcript();
+    std::erase_if(lines, [](const std::string& line) { return !line.starts_with("message"); });
+    return lines;
+  }
+  CString path;
+  CMEGDatazk destination;
+};
+
+/// What each importer that needs a buffer says without one.
+const std::pair<const char*, int (*)(Import&)> kImporters[] = {
+    {"Allocate Memeory error! Is dataset too big?!", [](Import& i) { return i.readCtfDataC(i.path); }},
+    {"Allocate Memeory error! Is dataset too big?!",
+     [](Import& i) {
+       return i.readCtfDataTrigger(i.path, i.destination.getTrigManager()->getMarker(0, true));
+     }},
+    {"", [](Import& i) { return i.readCtfDataMultiTrial(i.path, &i.data, &i.destination); }},
+    {"", [](Import& i) { return i.readCtfDataAccumulate(i.path, &i.destination, 2); }},
+    {"", [](Import& i) { return i.readCtfDataResample(i.path, 2); }},
+    {"", [](Import& i) { return i.readCtfDataSelected(i.path, 1, 1); }},
+    {"Allocate memeory error! Is dataset too big?!",
+     [](Import& i) { return i.readCtfDataTsplit(i.path, 2); }},
+    {"", [](Import& i) { return i.readCtfDataAverage(i.path, &i.destination); }},
+};
+
+TEST(Reader, ImportersWithoutMemoryFailSilentlyOrWithTheirText) {
+  constexpr int kSamples = 50000;  // so many that nothing else allocates as much
+  const D dataset = D::split({{0, 1, 2, 3, 4, 5}}, 2, kSamples);
+  for (const auto& [text, import] : kImporters) {
+    Import reading(dataset, 6, kSamples);
+    const FailingNew noBuffer(kSamples * sizeof(std::int32_t));
+    EXPECT_EQ(import(reading), 0) << text;
+    EXPECT_EQ(reading.messages(), *text ? Lines{"message: " + std::string(text)} : Lines{});
+    EXPECT_EQ(reading.info().samplesPerTrial, kSamples) << text;
+  }
+  {
+    Import reading(dataset, 6, kSamples);
+    const FailingNew noSums(sizeof(double) * 2 * kSamples);
+    EXPECT_EQ(reading.readCtfDataAverage(reading.path, &reading.destination), 0) << "no sums";
+  }
+  // More than any address space has room for; the files are opened, and eight are enough.
+  Import huge(D::split({{0}, {0}, {0}, {0}, {0}, {0}, {0}, {0}}, 2, 3), INT16_MAX, INT32_MAX);
+  EXPECT_EQ(huge.readCtfDataT(huge.path), 0);
+  EXPECT_EQ(huge.messages(), Lines{"message: Allocate Memeory error! Is dataset too big?!"});
+}
+
+TEST(Reader, ImportsNothingWithoutADataObject) {
+  CCtfDatasetReader empty(ReadingRules::host());
+  EXPECT_EQ(empty.readCtfDataT(L"run.meg4"), 0);
+}
+
+TEST(Reader, ByteCountsWrapByRule) {
+  const std::uint64_t bytes = trialBytes({1, 1, (std::int64_t{1} << 30) + 2});
+  EXPECT_EQ(countedBytes(bytes, ReadingRules::host()), 8u);
+  EXPECT_EQ(countedBytes(bytes, hostBut(&ReadingRules::wideCounts)), bytes);
+
+  // 5 GiB in one sparse file, which some importers count in 32 bits.
+  const SampleCounts counts{256, 1, 5 << 20};
+  D dataset;
+  dataset.sampleFiles = {D::sampleFile({})};
+  Probe reader;
+  const CString prefix = Probe::getFilePathBasic(reader.writeDataset(dataset));
+  std::filesystem::resize_file(reader.directory.path() / "run.ds" / "run.meg4",
+                               8 + (std::uintmax_t{5} << 30));
+  const auto opens = [&](const ReadingRules& rules, AvailableBytes available) {
+    return openSampleFiles(prefix, counts, rules, available) != nullptr;
+  };
+  EXPECT_TRUE(opens(ReadingRules::host(), AvailableBytes::wide));
+  EXPECT_FALSE(opens(ReadingRules::host(), AvailableBytes::narrow));
+  EXPECT_EQ(reader.codes(), "file.notFound");
+  EXPECT_TRUE(opens(hostBut(&ReadingRules::wideCounts), AvailableBytes::narrow));
+}
+
+}  // namespace
