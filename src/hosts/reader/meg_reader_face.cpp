@@ -17,6 +17,16 @@ constexpr const wchar_t* kFilter =
     L"(*.meg4)|*.meg4|"
     L"CTF Dataset (*.ds)|*.ds|CTF MEG Data (*.meg4)|*.meg4|All Files(*.*)|*.*||";
 
+/// Without its text where there is no memory for that either.
+void reportNoReader() {
+  for (const wchar_t* text : {L"there is not enough memory for a reader", L""})
+    try {
+      reportFinding({.code = "memory", .file = {}, .text = text});
+      return;
+    } catch (const std::bad_alloc&) {  // tried again, or nobody can be told
+    }
+}
+
 void openFirstTrials(const CPtrArray* array) {
   for (int i = 0; array != nullptr && i < array->GetSize(); ++i)
     if (auto* data = static_cast<CMEGDatazk*>(array->GetAt(i))) data->openTrial(0);
@@ -79,10 +89,10 @@ CCtfDatasetReader* CMEGReaderFace::reader() {
       m_reader->reader.setSampleMemory(m_sampleMemory);
       return &m_reader->reader;
     }
-    reportFinding({.code = "memory", .file = {}, .text = L"there is not enough memory for a reader"});
   } catch (const std::bad_alloc&) {
-    releaseReader();  // there is no memory for the name of a folder, or to report it
+    releaseReader();  // there is no memory for the name of the folder that samples go to
   }
+  reportNoReader();
   return nullptr;
 }
 
