@@ -20,9 +20,9 @@ struct Finding {
     error,    ///< why the operation fails
   };
   Severity severity = Severity::error;
-  std::string code;  ///< a stable word, such as "meg4.short"; docs/findings.md lists all
-  std::string file;  ///< path of the file it is about; empty when it is about none
-  std::string text;  ///< one plain sentence, without the file's name
+  std::string code;                      ///< a stable word, such as "meg4.short"; docs/findings.md lists all
+  std::string file;                      ///< path of the file it is about; empty when it is about none
+  std::string text;                      ///< one plain sentence, without the file's name
   std::optional<std::int64_t> offset{};  ///< byte in the file, from 0
   std::optional<std::int64_t> line{};    ///< line in the file, from 1
 };

@@ -43,7 +43,8 @@ struct OpenOptions {
 using ProgressFunction = std::function<bool(const Progress&)>;
 
 /// One trial in memory. Cheap to copy; copies share the samples and keep them alive. Channels and samples
-/// count from 0; an index out of range throws std::out_of_range. Every operation is safe from several threads.
+/// count from 0; an index out of range throws std::out_of_range. Every operation is safe from several
+/// threads.
 class CTFMEG_API Trial {
  public:
   int channels() const;

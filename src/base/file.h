@@ -143,7 +143,7 @@ class Cursor {
   const File* m_file;
   std::uint64_t m_position;
   std::uint64_t m_size;
-  std::vector<std::byte> m_block;    // bytes of the file from `m_blockStart` on
+  std::vector<std::byte> m_block;  // bytes of the file from `m_blockStart` on
   std::uint64_t m_blockStart = 0;
 };
 

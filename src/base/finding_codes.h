@@ -96,10 +96,10 @@ enum class Code {
 /// What there is to know of a code. The table of these is the only place where codes are spelled.
 struct CodeInfo {
   Code code;
-  const char* word;         ///< as findings carry it: stable, such as "meg4.short"
-  ErrorKind kind;           ///< of the error that a finding of severity `error` ends in
-  bool mayNamePerson;       ///< its text or file may hold a person's name: not shown where none may be
-  const char* meaning;      ///< for the documentation
+  const char* word;     ///< as findings carry it: stable, such as "meg4.short"
+  ErrorKind kind;       ///< of the error that a finding of severity `error` ends in
+  bool mayNamePerson;   ///< its text or file may hold a person's name: not shown where none may be
+  const char* meaning;  ///< for the documentation
 };
 
 /// One entry for each code, in the order of `Code`.

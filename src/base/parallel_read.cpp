@@ -5,8 +5,8 @@
 #include <system_error>
 #include <utility>
 
-#include "base/threads.h"
 #include "base/byte_order.h"
+#include "base/threads.h"
 
 namespace ctfmeg {
 namespace {

@@ -49,8 +49,8 @@ void readMarkers(const File& file, const TrialTiming& timing, const ReadingRules
                  const KeepMarker& keep);
 
 /// Reads classes; each keeps its trials' numbers, or without `ReadingRules::trialsKept` only their count.
-/// True when the file was read as far as a reader goes on (see `TextLines::more`), false when it ends or can't
-/// be understood before that. Throws FileError.
+/// True when the file was read as far as a reader goes on (see `TextLines::more`), false when it ends or
+/// can't be understood before that. Throws FileError.
 bool readClasses(const File& file, const ReadingRules& rules, Notices& notices, const KeepClass& keep);
 
 }  // namespace ctfmeg

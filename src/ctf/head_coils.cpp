@@ -171,8 +171,7 @@ bool readHeadCoilBlockOfSets(TextLines& lines, HeadCoilSets& sets, const Reading
 
 HeadCoilOutcome readHeadCoilSets(const File& file, const ReadingRules& rules, Notices& notices,
                                  HeadCoilSets& sets) {
-  if (!rules.blocksWhole && headCoilLayoutOf(file, rules, notices) < fiveCoils)
-    return {.recognised = false};
+  if (!rules.blocksWhole && headCoilLayoutOf(file, rules, notices) < fiveCoils) return {.recognised = false};
   TextLines lines(file, rules, notices);
   const int count = rules.blocksWhole ? readEveryCoil(lines, sets, rules) : readBlocks(lines, sets, rules);
   if (count == 0) lines.note(Code::coilNone, "holds no head-coil position");

@@ -273,7 +273,8 @@ class InformationParser {
     add(name, std::move(value));
   }
 
-  // Values: each is appended to the text as it is rendered. Codes 4 to 8 end their line, the others begin one.
+  // Values: each is appended to the text as it is rendered. Codes 4 to 8 end their line, the others begin
+  // one.
 
   template <class Number>
   std::optional<Number> readNumber() {

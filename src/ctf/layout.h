@@ -61,8 +61,8 @@ class LayoutDecoder {
   }
 
   /// Of `slots` texts as many leading ones as `m_record.*count` says, which a field before this one has set.
-  void texts(std::size_t offset, std::size_t width, std::size_t slots, std::vector<std::string> Record::*member,
-             std::int32_t Record::*count) {
+  void texts(std::size_t offset, std::size_t width, std::size_t slots,
+             std::vector<std::string> Record::*member, std::int32_t Record::*count) {
     (m_record.*member).resize(used(slots, m_record.*count));
     for (std::string& text : m_record.*member) {
       if (holds(offset, width)) text = decodeFixedText(m_bytes.subspan(offset - m_origin, width), m_rules);

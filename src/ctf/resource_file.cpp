@@ -183,8 +183,8 @@ HeaderOutcome decodeGeneralHeader(std::span<const std::byte> block, const Readin
   HeaderOutcome outcome;
   outcome.complete = decoder.complete();
   if (kGeneralHeaderStart + block.size() >= kTriggerFormatEnd)
-    outcome.triggerFormatUnknown = !decodeTriggers(
-        block.subspan(kTriggerBlockOffset - kGeneralHeaderStart, kTriggerBlockSize), record);
+    outcome.triggerFormatUnknown =
+        !decodeTriggers(block.subspan(kTriggerBlockOffset - kGeneralHeaderStart, kTriggerBlockSize), record);
   return outcome;
 }
 
@@ -316,7 +316,8 @@ ResourceFileReader::Header ResourceFileReader::readGeneralHeader(RecordInfo& rec
 
 bool ResourceFileReader::readFilters(std::int32_t descriptionLength, RecordInfo& record,
                                      const std::function<void(std::uint64_t)>& firstFilter) {
-  const std::int64_t place = std::int64_t{descriptionLength} + static_cast<std::int64_t>(kRunDescriptionStart);
+  const std::int64_t place =
+      std::int64_t{descriptionLength} + static_cast<std::int64_t>(kRunDescriptionStart);
   if (descriptionLength < 0)
     report(Code::res4Length, "gives its run description a negative length", kDescriptionLengthOffset,
            place < 0 ? Finding::Severity::error : Finding::Severity::warning);

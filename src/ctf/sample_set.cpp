@@ -23,11 +23,11 @@ std::optional<Finding> sampleHeaderProblem(const File& file) {
   std::array<std::byte, kSampleHeaderSize> header{};
   const bool whole = file.readAt(0, header) == header.size();
   if (whole && std::memcmp(header.data(), kHeader, header.size()) == 0) return std::nullopt;
-  return Finding{.severity = Finding::Severity::error,
-                 .code = wordOf(Code::meg4Magic),
-                 .file = file.path(),
-                 .text = file.size() == 0 ? "is empty"
-                                          : "is not a CTF sample file: it does not begin with MEG41CP"};
+  return Finding{
+      .severity = Finding::Severity::error,
+      .code = wordOf(Code::meg4Magic),
+      .file = file.path(),
+      .text = file.size() == 0 ? "is empty" : "is not a CTF sample file: it does not begin with MEG41CP"};
 }
 
 std::uint64_t sampleBytes(const File& file) {

@@ -54,8 +54,8 @@ class SampleSet {
  public:
   struct FileOfSet {
     std::string name;
-    std::uint64_t bytes = 0;   ///< after the header
-    std::int32_t trials = 0;   ///< whole ones that belong to the run
+    std::uint64_t bytes = 0;  ///< after the header
+    std::int32_t trials = 0;  ///< whole ones that belong to the run
     std::int32_t firstTrial = 0;
   };
 
@@ -108,8 +108,8 @@ class SampleSet {
   std::uint64_t m_extraBytes = 0;
   std::optional<Finding> m_failure;
 
-  mutable std::mutex m_mutex;                // for the files that are open
-  mutable std::map<int, OpenFile> m_open;    // by number
+  mutable std::mutex m_mutex;              // for the files that are open
+  mutable std::map<int, OpenFile> m_open;  // by number
 };
 
 }  // namespace ctfmeg

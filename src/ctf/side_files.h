@@ -36,9 +36,9 @@ bool readDigitised(const File& file, const ReadingRules& rules, Notices& notices
                    const std::function<void(const DigitisedPoint&)>& keepPoint,
                    const std::function<void(const DigitisedFiducial&)>& keepFiducial);
 
-/// BadChannels: the name of a channel that is not to be used on each line, taken whole. `mark` returns whether
-/// it is a channel's. True when the file was read as far as a reader goes on (see `TextLines::more`), false
-/// when it ends before.
+/// BadChannels: the name of a channel that is not to be used on each line, taken whole. `mark` returns
+/// whether it is a channel's. True when the file was read as far as a reader goes on (see `TextLines::more`),
+/// false when it ends before.
 bool readBadChannels(const File& file, const ReadingRules& rules, Notices& notices,
                      const std::function<bool(const std::string&)>& mark);
 

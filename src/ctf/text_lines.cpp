@@ -47,10 +47,8 @@ bool TextLines::passOver(Code code, const std::string& text, Finding::Severity s
 }
 
 void TextLines::note(Code code, const std::string& text) const {
-  m_notices.report({.severity = Finding::Severity::warning,
-                    .code = wordOf(code),
-                    .file = m_file.path(),
-                    .text = text});
+  m_notices.report(
+      {.severity = Finding::Severity::warning, .code = wordOf(code), .file = m_file.path(), .text = text});
 }
 
 }  // namespace ctfmeg

@@ -53,9 +53,8 @@ class DatasetReader {
       const KeepAnyway keep([&] { m_dataset.fiducials = fiducialsOf(sets); });
       readHeadCoilSets(file, m_rules, m_notices, sets);
     });
-    sideFile(m_stem + ".infods", [&](const File& file) {
-      readInformation(file, m_rules, m_notices, m_dataset.information);
-    });
+    sideFile(m_stem + ".infods",
+             [&](const File& file) { readInformation(file, m_rules, m_notices, m_dataset.information); });
     sideFile("ClassFile.cls", [&](const File& file) {
       readClasses(file, m_rules, m_notices, [&](TrialClass trialClass) {
         m_dataset.classes.push_back(std::move(trialClass));

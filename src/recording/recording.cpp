@@ -74,8 +74,7 @@ void checkFileFormat(const fs::path& file, const OpenOptions& options) {
                  [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; });
   for (const char* known : {"meg4", "res4", ".eeg", "fods"})
     if (name.ends_with(known)) return;
-  constexpr const char* kQuestion =
-      "The file does not like CTF format! Would you like to continue?";
+  constexpr const char* kQuestion = "The file does not like CTF format! Would you like to continue?";
   if (options.answer && options.answer(kQuestion)) return;
   refuse(file, "does not look like a CTF file; not read");
 }
@@ -235,7 +234,8 @@ std::vector<Trial> Recording::read(const Selection& selection, const ProgressFun
   const auto noMemory = [this] {
     return Error(ErrorKind::outOfMemory, resourceFile(), "needs more memory than there is for its samples");
   };
-  if (trials > SIZE_MAX / sizeof(std::int32_t) / values || trials * values * sizeof(std::int32_t) > grantedMemory() ||
+  if (trials > SIZE_MAX / sizeof(std::int32_t) / values ||
+      trials * values * sizeof(std::int32_t) > grantedMemory() ||
       !memory->reserve(trials * values * sizeof(std::int32_t)) ||
       memory->use(0, trials * values * sizeof(std::int32_t)))
     throw noMemory();
@@ -260,9 +260,9 @@ std::vector<Trial> Recording::read(const Selection& selection, const ProgressFun
   tell(shape.trials);
   std::vector<Trial> read;
   for (std::size_t t = 0; t < trials; ++t)
-    read.push_back(Trial(std::make_shared<Trial::State>(
-        Trial::State{source, memory, all.subspan(t * values, values), &m_state->scale.gains,
-                     static_cast<std::int64_t>(t)})));
+    read.push_back(Trial(
+        std::make_shared<Trial::State>(Trial::State{source, memory, all.subspan(t * values, values),
+                                                    &m_state->scale.gains, static_cast<std::int64_t>(t)})));
   return read;
 }
 

@@ -65,8 +65,8 @@ class LocalFile : public File {
   std::size_t readAt(std::uint64_t offset, std::span<std::byte> out) const override {
     std::size_t total = 0;
     while (total < out.size()) {
-      const ssize_t got = ::pread(m_descriptor, out.data() + total, out.size() - total,
-                                  static_cast<off_t>(offset + total));
+      const ssize_t got =
+          ::pread(m_descriptor, out.data() + total, out.size() - total, static_cast<off_t>(offset + total));
       if (got < 0 && errno == EINTR) continue;
       if (got < 0) throw FileError(Cause::hardIO, errno, path());
       if (got == 0) break;

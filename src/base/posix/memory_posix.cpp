@@ -128,7 +128,6 @@ void MemoryRange::release() {
 
 std::filesystem::path largeTemporaryFolder() { return "/var/tmp"; }
 
-
 std::uint64_t grantedMemory() {
   std::uint64_t granted =
       static_cast<std::uint64_t>(sysconf(_SC_PHYS_PAGES)) * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));

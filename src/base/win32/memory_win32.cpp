@@ -16,8 +16,8 @@ std::error_code lastError() { return {static_cast<int>(GetLastError()), std::sys
 HANDLE openTransient(const std::filesystem::path& directory) {
   constexpr int kMostNames = 10000;
   for (int number = 0; number < kMostNames; ++number) {
-    const std::filesystem::path name = directory / ("megreader-" + std::to_string(GetCurrentProcessId()) + "-" +
-                                                    std::to_string(number) + ".tmp");
+    const std::filesystem::path name = directory / ("megreader-" + std::to_string(GetCurrentProcessId()) +
+                                                    "-" + std::to_string(number) + ".tmp");
     const HANDLE file =
         CreateFileW(reachable(name).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                     FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);

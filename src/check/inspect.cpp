@@ -9,6 +9,7 @@
 #include <unordered_set>
 
 #include <ctfmeg/path_text.h>
+#include "base/finding_codes.h"
 #include "ctf/record_fields.h"
 
 namespace ctfmeg {
@@ -20,15 +21,15 @@ class Notes {
  public:
   explicit Notes(const std::filesystem::path& resourceFile) : m_resourceFile(resourceFile) {}
 
-  void resource(const char* code, const std::string& text) { add(code, m_resourceFile, text); }
-  void file(const char* name, const char* code, const std::string& text) {
+  void resource(Code code, const std::string& text) { add(code, m_resourceFile, text); }
+  void file(const char* name, Code code, const std::string& text) {
     add(code, m_resourceFile.parent_path() / name, text);
   }
   std::vector<Finding> take() { return std::move(m_findings); }
 
  private:
-  void add(const char* code, const std::filesystem::path& file, const std::string& text) {
-    m_findings.push_back({Finding::Severity::warning, code, textOf(file), text});
+  void add(Code code, const std::filesystem::path& file, const std::string& text) {
+    m_findings.push_back({Finding::Severity::warning, wordOf(code), textOf(file), text});
   }
 
   std::filesystem::path m_resourceFile;
@@ -56,7 +57,7 @@ void inspectMarkers(const Recording& recording, Notes& notes) {
         first = "trial " + std::to_string(sample.trial) + ", sample " + std::to_string(sample.sample);
     }
     if (outside > 0)
-      notes.file(kMarkerFile, "marker.outside",
+      notes.file(kMarkerFile, Code::markerOutside,
                  "places " + counted(outside, "occurrence") + " of marker " + marker.name +
                      " outside the trials, the first at " + first);
   }
@@ -69,7 +70,7 @@ void inspectClasses(const Recording& recording, Notes& notes) {
     const auto first = std::find_if(group.trials->begin(), group.trials->end(), isMissing);
     if (first == group.trials->end()) continue;
     const auto missing = static_cast<std::size_t>(std::count_if(first, group.trials->end(), isMissing));
-    notes.file(kClassFile, "class.outside",
+    notes.file(kClassFile, Code::classOutside,
                "lists " + counted(missing, "trial") + " in class " + group.name +
                    " that the run does not have, the first is " + std::to_string(*first));
   }
@@ -87,7 +88,7 @@ void inspectSegments(const Recording& recording, Notes& notes) {
   const auto first = std::find_if(segments.begin(), segments.end(), isOutside);
   if (first == segments.end()) return;
   const auto outside = static_cast<std::size_t>(std::count_if(first, segments.end(), isOutside));
-  notes.file("bad.segments", "segment.outside",
+  notes.file("bad.segments", Code::segmentOutside,
              "has " + counted(outside, "segment") + " outside the trials, the first in trial " +
                  std::to_string(first->trial));
 }
@@ -108,16 +109,16 @@ void inspectNames(const Recording& recording, Notes& notes) {
   for (const Channel& channel : recording.channels())
     if (!known.insert(channel.name).second) twice.push_back(channel.name);
   if (!twice.empty())
-    notes.resource("channel.twice", "gives " + counted(twice.size(), "channel") +
-                                        " a name that another has, the first is " +
-                                        std::string(twice.front()) + ": by name only one is found");
+    notes.resource(Code::channelTwice, "gives " + counted(twice.size(), "channel") +
+                                           " a name that another has, the first is " +
+                                           std::string(twice.front()) + ": by name only one is found");
   const auto names = namesOfChannels(recording);
   std::vector<std::string> unknown;
   for (const VirtualChannel& channel : recording.virtualChannels())
     for (const VirtualChannel::Reference& reference : channel.references)
       if (!names.contains(reference.channel)) unknown.push_back(reference.channel + " in " + channel.name);
   if (!unknown.empty())
-    notes.file("VirtualChannels", "virtual.channel",
+    notes.file("VirtualChannels", Code::virtualChannel,
                "names " + counted(unknown.size(), "reference") + " that no channel has, the first is " +
                    unknown.front());
   std::set<std::string_view> strangers;
@@ -127,7 +128,7 @@ void inspectNames(const Recording& recording, Notes& notes) {
       if (!names.contains(coefficient.reference)) strangers.insert(coefficient.reference);
   }
   if (!strangers.empty())
-    notes.resource("coefficient.channel",
+    notes.resource(Code::coefficientChannel,
                    "has compensation coefficients for " + counted(strangers.size(), "name") +
                        " that no channel has, the first is " + std::string(*strangers.begin()));
 }
@@ -136,7 +137,7 @@ void inspectNumbers(const Recording& recording, Notes& notes) {
   const RecordInfo& record = recording.record();
   if (!std::isfinite(record.sampleRate) || !std::isfinite(1.0 / record.sampleRate) ||
       record.sampleRate <= 0.0)
-    notes.resource("res4.rate", "gives a sample rate that can't be");
+    notes.resource(Code::res4Rate, "gives a sample rate that can't be");
 }
 
 bool isAscii(std::string_view text) {
@@ -190,9 +191,9 @@ void inspectTexts(const Recording& recording, Notes& notes) {
 
   const auto tell = [&](const std::string& file, const TextCheck& check) {
     const std::string text = check.sentence();
-    if (!text.empty()) notes.file(file.c_str(), "text.ascii", text);
+    if (!text.empty()) notes.file(file.c_str(), Code::textAscii, text);
   };
-  if (!resource.sentence().empty()) notes.resource("text.ascii", resource.sentence());
+  if (!resource.sentence().empty()) notes.resource(Code::textAscii, resource.sentence());
   tell(kMarkerFile, markers);
   tell(kClassFile, classes);
   tell(recording.name() + ".eeg", electrodes);
@@ -202,8 +203,8 @@ void inspectTexts(const Recording& recording, Notes& notes) {
 
 }  // namespace
 
-std::vector<Finding> inspect(const Recording& recording, const std::filesystem::path& resourceFile) {
-  Notes notes(resourceFile);
+std::vector<Finding> inspect(const Recording& recording) {
+  Notes notes(recording.resourceFile());
   inspectNumbers(recording, notes);
   inspectNames(recording, notes);
   inspectMarkers(recording, notes);
