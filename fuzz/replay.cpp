@@ -1,13 +1,15 @@
 // Replaces the fuzzer's own main: reads every file that is named, or that is in a folder that is
 // named, once.
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <vector>
 
-#include "fuzz/fixture.h"
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size);
 
 int main(int argc, char** argv) {
   namespace fs = std::filesystem;
