@@ -32,10 +32,11 @@ void FloorThreads(benchmark::State& state) {
     benchmark::DoNotOptimize(readFloorByThreads(dataset()));
 }
 
-/// The exported facade, as hosts call it.
-void Facade(benchmark::State& state) {
+/// The exported facade as hosts call it, and with as many threads as pay (0).
+void readByFacade(benchmark::State& state, int threads) {
   for (auto _ : state) {
     CMEGReaderFacezk facade;
+    facade.setReadingThreads(threads);
     CPtrArray array;
     if (facade.readCTFMEGData2HdPa(toWindowsPath(resourceFile().string()), &array, nullptr, nullptr) != 1)
       state.SkipWithError("can't be read");
@@ -44,35 +45,37 @@ void Facade(benchmark::State& state) {
   }
 }
 
+void Facade(benchmark::State& state) { readByFacade(state, 1); }
+void FacadeThreads(benchmark::State& state) { readByFacade(state, 0); }
+
 void RecordingWhole(benchmark::State& state) {
   for (auto _ : state)
-    benchmark::DoNotOptimize(ctfmeg::Recording::read(dataset(), {.samples = true}));
+    benchmark::DoNotOptimize(ctfmeg::Recording::open(dataset()).read());
 }
 
-/// Every sample in tesla or volt, a channel at a time.
+/// Every sample in tesla or volt, a trial at a time.
 void RecordingPhysical(benchmark::State& state) {
   std::vector<double> values;
   for (auto _ : state) {
-    const auto recording = ctfmeg::Recording::read(dataset(), {.samples = true});
-    for (const int number : recording.trialNumbers()) {
-      const ctfmeg::Trial trial = recording.trial(number);
-      values.resize(static_cast<std::size_t>(trial.samples()));
-      for (int channel = 0; channel < trial.channels(); ++channel) {
-        trial.physical(channel, values);
-        benchmark::DoNotOptimize(values.data());
-      }
+    const auto samples = ctfmeg::Recording::open(dataset()).samples();
+    const ctfmeg::Shape shape = samples->shape();
+    values.resize(static_cast<std::size_t>(shape.channels) * static_cast<std::size_t>(shape.samples));
+    for (std::int64_t trial = 0; trial < shape.trials; ++trial) {
+      samples->readPhysical({.trial = trial, .channels = shape.channels, .samples = shape.samples}, values);
+      benchmark::DoNotOptimize(values.data());
     }
   }
 }
 
 void RecordingHeader(benchmark::State& state) {
   for (auto _ : state)
-    benchmark::DoNotOptimize(ctfmeg::Recording::read(dataset(), {.samples = false}));
+    benchmark::DoNotOptimize(ctfmeg::Recording::open(dataset()));
 }
 
 BENCHMARK(Floor)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 BENCHMARK(FloorThreads)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 BENCHMARK(Facade)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+BENCHMARK(FacadeThreads)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 BENCHMARK(RecordingWhole)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 BENCHMARK(RecordingPhysical)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 BENCHMARK(RecordingHeader)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(10);

@@ -110,6 +110,7 @@ def whole_reads():
             "floor": lambda: in_process("Floor", path),
             "floor, all processors": lambda: in_process("FloorThreads", path),
             "facade": lambda: in_process("Facade", path),
+            "facade, several threads": lambda: in_process("FacadeThreads", path),
             "Recording": lambda: in_process("RecordingWhole", path),
             "NumPy, int32": lambda: numpy_seconds("int32", path),
             "cat": lambda: command_seconds(["cat", *sample_files(path)]),
@@ -117,10 +118,10 @@ def whole_reads():
         ratios(f"{name}, {sample_bytes(path) / 1e9:.2f} GB", best(contenders), "floor")
     path = recording("large", 300, 84, 12000)
     ratios("physical values", best({
-        "Recording, int32 kept, row by row": lambda: in_process("RecordingPhysical", path),
+        "Recording, trial by trial": lambda: in_process("RecordingPhysical", path),
         "NumPy, float64 kept": lambda: numpy_seconds("float64", path),
         "NumPy, nothing kept, row by row": lambda: numpy_seconds("rows", path)}),
-        "Recording, int32 kept, row by row")
+        "Recording, trial by trial")
     ratios("not in the cache", best({
         "floor": lambda: in_process("Floor", path),
         "facade": lambda: in_process("Facade", path)}, 3, lambda: drop_from_cache(path)), "floor")

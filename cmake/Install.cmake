@@ -14,11 +14,6 @@ install(TARGETS ctfmeg_shared EXPORT MEGReader
   ARCHIVE COMPONENT dev
   FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev)
 
-# The system finds libraries below /usr by itself.
-if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
-  file(RELATIVE_PATH libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
-  set_target_properties(ctfmeg PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries}")
-endif()
 install(TARGETS ctfmeg RUNTIME COMPONENT tools)
 
 # The manual page, and how shells complete the command.
@@ -50,7 +45,15 @@ set(pc_folder ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH PC_PREFIX ${pc_folder} ${CMAKE_INSTALL_PREFIX})
 file(RELATIVE_PATH PC_LIBDIR ${pc_folder} ${CMAKE_INSTALL_FULL_LIBDIR})
 file(RELATIVE_PATH PC_INCLUDEDIR ${pc_folder} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
-foreach(name megreader megreader-host)
+foreach(name megreader ctfmeg megreader-host)
   configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 endforeach()
+
+# What there is to read, and programs to begin with.
+set(documents ${CMAKE_INSTALL_DOCDIR})
+if(MEGREADER_PACKAGES)
+  set(documents ${CMAKE_INSTALL_DATADIR}/doc/libmegreader-dev)
+endif()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${documents} COMPONENT dev FILES_MATCHING PATTERN "*.md")
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${documents} COMPONENT dev)

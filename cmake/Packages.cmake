@@ -45,7 +45,6 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_COMPONENT_DEV_DEPENDS runtime)
-set(CPACK_COMPONENT_TOOLS_DEPENDS runtime)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${library_package})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
@@ -53,7 +52,8 @@ set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "reader for CTF MEG datasets - shared li
 MEGReader turns recordings of CTF whole-head systems into one data object:
 header, samples and what the small files next to them say.
 .
-This package holds what programs that use it need to run.")
+This package holds the libraries that programs need to run: ctfmeg, with the
+class Recording, and MEGReader, for hosts of the original interface.")
 
 # Installing the library makes the system look for libraries again. The two scripts are named, without being there, so
 # that CPack leaves out its own, which would do that a second time.
@@ -66,8 +66,8 @@ set(CPACK_COMPONENT_DEV_DESCRIPTION "reader for CTF MEG datasets - development f
 MEGReader turns recordings of CTF whole-head systems into one data object:
 header, samples and what the small files next to them say.
 .
-This package holds the headers, the static library of the Recording class,
-and files for CMake and pkg-config. Programs are written in C++20.")
+This package holds the headers, files for CMake and pkg-config, documents and
+examples. Programs are written in C++20.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ctfmeg)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION science)
