@@ -22,6 +22,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 SOURCES = ROOT / "src"
+PUBLIC = ROOT / "include"
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^">]+)[">]', re.MULTILINE)
 # A room is read as one: through a source that includes its sources.
 OF_ROOMS_ONLY = {"bugprone-suspicious-include"}
@@ -35,7 +36,8 @@ def reached(files):
         if file in seen or not file.exists():
             continue
         seen.add(file)
-        waiting += [SOURCES / name for _, name in INCLUDE.findall(file.read_text(encoding="utf-8"))]
+        names = [name for _, name in INCLUDE.findall(file.read_text(encoding="utf-8"))]
+        waiting += [root / name for name in names for root in (SOURCES, PUBLIC)]
     return sorted(seen)
 
 
@@ -90,7 +92,8 @@ def rooms_of(entries):
     """The sources of each room that are compiled with the same options, and these options."""
     rooms = {}
     for file, entry in sorted(entries.items()):
-        room = file.relative_to(SOURCES).parts[0]
+        parts = file.relative_to(SOURCES).parts
+        room = parts[:2] if parts[0] == "hosts" else parts[:1]
         own = {str(file), entry.get("output", "")}
         words = shlex.split(entry["command"])
         at = words.index("-o")
@@ -150,7 +153,7 @@ def main():
         jobs.append(lambda n=number, w=words, f=files: read_room(n, w, f))
     checker.notes.joinpath("compile_commands.json").write_text(json.dumps(database))
     jobs += [lambda f=file: checker.tidy(options.database, by_source, f, [f]) for file in entries]
-    compiler = ["clang++", "-std=c++20", f"-I{SOURCES}", "-fsyntax-only", "-Wall", "-Wextra", "-Werror", "-x", "c++",
+    compiler = ["clang++", "-std=c++20", f"-I{SOURCES}", f"-I{PUBLIC}", "-fsyntax-only", "-Wall", "-Wextra", "-Werror", "-x", "c++",
                 "-Wno-pragma-once-outside-header", "-Wno-unused-const-variable", *options.clang]
     jobs += [lambda h=header: checker.clean([*compiler, str(h)], [h], str(h))
              for header in lone_headers(entries, options.system)]
