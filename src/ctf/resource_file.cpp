@@ -45,7 +45,7 @@ void convertCoil(CoilRecord& coil, const ReadingRules& rules) {
 
 /// The bytes of the run description, of zero bytes in a row only the first: either rule makes the same text
 /// of that, and a damaged length may take in gigabytes of them.
-std::optional<std::vector<std::byte>> readRunDescription(Cursor& cursor, std::int64_t length) {
+std::optional<std::vector<std::byte>> readDescriptionBytes(Cursor& cursor, std::int64_t length) {
   const auto bothZero = [](std::byte a, std::byte b) { return a == std::byte{0} && a == b; };
   std::vector<std::byte> text, piece(65536);
   while (length > 0) {
@@ -65,7 +65,8 @@ class NameBudget {
  public:
   /// False when `name` is more than is left.
   bool take(const std::string& name) {
-    m_left -= std::ssize(name);
+    // Characters, not bytes: hosts count them so.
+    m_left -= std::count_if(name.begin(), name.end(), [](char c) { return (c & 0xC0) != 0x80; });
     return m_left >= 0;
   }
 
@@ -301,43 +302,56 @@ ResourceFileReader::Header ResourceFileReader::readGeneralHeader(RecordInfo& rec
   }
   header.descriptionLength =
       loadBigEndian<std::int32_t>(block, kDescriptionLengthOffset - kGeneralHeaderStart);
-  if (header.descriptionLength > 0) {
-    const auto description = readRunDescription(m_cursor, header.descriptionLength);
-    if (!description) {
-      failShort("its run description");
-      return header;
-    }
-    record.runDescription = decodeFixedText(*description, m_rules);
-  }
-  record.runDescriptionLength = header.descriptionLength;
   header.read = true;
   return header;
 }
 
-bool ResourceFileReader::readFilters(std::int32_t descriptionLength, RecordInfo& record,
+bool ResourceFileReader::readRunDescription(std::int32_t length, RecordInfo& record) {
+  if (length > 0) {
+    const auto description = readDescriptionBytes(m_cursor, length);
+    if (!description) return failShort("its run description");
+    record.runDescription = decodeFixedText(*description, m_rules);
+  }
+  record.runDescriptionLength = length;
+  return true;
+}
+
+bool ResourceFileReader::readFilters(std::int32_t descriptionLength, const std::function<void(Filter)>& keep,
                                      const std::function<void(std::uint64_t)>& firstFilter) {
+  // The length is then what is wrong with the file, wherever the reading ends.
+  const bool negative = descriptionLength < 0;
+  const auto reportNegative = [&](Finding::Severity severity) {
+    report(Code::res4Length, "gives its run description a negative length", kDescriptionLengthOffset,
+           severity);
+  };
+  const auto fail = [&](const char* what) {
+    if (!negative) return failShort(what);
+    reportNegative(Finding::Severity::error);
+    return false;
+  };
   const std::int64_t place =
       std::int64_t{descriptionLength} + static_cast<std::int64_t>(kRunDescriptionStart);
-  if (descriptionLength < 0)
-    report(Code::res4Length, "gives its run description a negative length", kDescriptionLengthOffset,
-           place < 0 ? Finding::Severity::error : Finding::Severity::warning);
-  if (place < 0) throw FileError(FileError::Cause::badSeek, -1, m_file.path());
+  if (place < 0) {
+    reportNegative(Finding::Severity::error);
+    throw FileError(FileError::Cause::badSeek, -1, m_file.path());
+  }
   m_cursor = Cursor(m_file, static_cast<std::uint64_t>(place));
   const auto countBytes = m_cursor.exactly(sizeof(std::int16_t));
-  if (!countBytes) return failShort("its number of filters");
+  if (!countBytes) return fail("its number of filters");
   if (firstFilter) firstFilter(position());
 
   const auto count = loadBigEndian<std::int16_t>(*countBytes, 0);
   for (std::int16_t i = 0; i < count; ++i) {
     const auto bytes = m_cursor.exactly(kFilterRecordSize);
-    if (!bytes) return failShort("its filter records");
+    if (!bytes) return fail("its filter records");
     Filter filter = decodeFilter(*bytes, m_rules);
     const auto parameters =
         m_cursor.exactly(std::max(filter.numParams, 0) * static_cast<std::int64_t>(sizeof(double)));
-    if (!parameters) return failShort("its filter parameters");
+    if (!parameters) return fail("its filter parameters");
     filter.params = decodeFilterParameters(*parameters, filter.numParams, m_rules);
-    record.filters.push_back(std::move(filter));
+    keep(std::move(filter));
   }
+  if (negative) reportNegative(Finding::Severity::warning);
   return true;
 }
 
@@ -403,7 +417,10 @@ std::optional<ResourceFile> readResourceFile(const File& file, const ReadingRule
   const auto magic = reader.readMagic();
   if (magic == ResourceFileReader::Magic::none) return std::nullopt;
   const auto header = reader.readGeneralHeader(resource.record);
-  if (!header.read || !reader.readFilters(header.descriptionLength, resource.record)) return std::nullopt;
+  if (!header.read || !reader.readRunDescription(header.descriptionLength, resource.record) ||
+      !reader.readFilters(header.descriptionLength,
+                          [&](Filter filter) { resource.record.filters.push_back(std::move(filter)); }))
+    return std::nullopt;
   std::vector<ChannelName> names;
   if (!reader.readChannelNames(resource.record.numChannels,
                                [&](ChannelName name) { names.push_back(std::move(name)); }))

@@ -77,9 +77,13 @@ class ResourceFileReader {
   };
   Header readGeneralHeader(RecordInfo& record);
 
+  /// The description of `length` bytes that follows the header, none below 1. The record's length is set only
+  /// once the description was read.
+  bool readRunDescription(std::int32_t length, RecordInfo& record);
+
   /// Filters are at byte 1844 + the length of the run description, which may lead before it or out of the
   /// file. `firstFilter`, when given, is called with the place of the first filter record.
-  bool readFilters(std::int32_t descriptionLength, RecordInfo& record,
+  bool readFilters(std::int32_t descriptionLength, const std::function<void(Filter)>& keep,
                    const std::function<void(std::uint64_t firstFilter)>& firstFilter = {});
 
   bool readChannelNames(std::int32_t channels, const std::function<void(ChannelName)>& keep);
