@@ -8,9 +8,9 @@
 
 #include <megreader/framework/encoding.h>
 #include <megreader/framework/native_path.h>
+#include "base/byte_order.h"
 #include "support/temporary_directory.h"
 #include <megreader/reader/basic_read_unix2window.h>
-#include "util/byte_order.h"
 
 namespace {
 
@@ -128,12 +128,12 @@ TEST(ByteOrder, SamplesAreSwappedAlikeByEveryInstructionSet) {
   for (std::size_t begin = 0; begin < 9; ++begin)
     for (std::size_t count = 0; begin + count <= samples.size(); ++count) {
       auto wide = samples, plain = samples;
-      samplesToHostOrder(std::span(wide).subspan(begin, count));
-      samplesToHostOrderPlainly(std::span(plain).subspan(begin, count));
+      ctfmeg::samplesToHostOrder(std::span(wide).subspan(begin, count));
+      ctfmeg::samplesToHostOrderPlainly(std::span(plain).subspan(begin, count));
       ASSERT_EQ(wide, plain) << begin << " " << count;
     }
   std::array<std::int32_t, 2> two{0x01020304, -2};
-  samplesToHostOrder(two);
+  ctfmeg::samplesToHostOrder(two);
   EXPECT_EQ(two, (std::array<std::int32_t, 2>{0x04030201, static_cast<std::int32_t>(0xFEFFFFFF)}));
 }
 

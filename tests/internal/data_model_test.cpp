@@ -10,7 +10,7 @@
 #include <megreader/datamodel/sensor_type.h>
 #include <megreader/framework/encoding.h>
 #include <megreader/framework/native_path.h>
-#include "res4/decode.h"
+#include "ctf/resource_file.h"
 #include "support/allocations.h"
 #include "support/temporary_directory.h"
 #include "ui/scripted.h"
@@ -249,7 +249,7 @@ TEST(DataModel, NamesTheTypesThatTheFileCounts) {
                                           "other",
                                           "other"};
   for (std::size_t index = 0; index < expected.size(); ++index)
-    EXPECT_EQ(toUtf8(sensorTypeName(mapSensorType(static_cast<std::int16_t>(index)))), expected[index])
+    EXPECT_EQ(toUtf8(sensorTypeName(ctfmeg::sensorTypeOf(static_cast<std::int32_t>(index)))), expected[index])
         << index;
   EXPECT_EQ(toUtf8(sensorTypeName(-1)), "other");
 }

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <iterator>
 
-#include "hosts/framework/granted_memory.h"
+#include "base/memory_range.h"
+#include "ctf/event_files.h"
 #include "internal/import_probe.h"
 #include "internal/side_probe.h"
 #include <megreader/reader/meg_reader_face.h>
-#include "sidefiles/markers.h"
 #include "support/allocations.h"
 
 // What hosts rely on where a file is damaged or odd, down to the byte.
@@ -144,7 +144,7 @@ TEST(Letter, ACharacterOfTheInformationFileIsWindows1252) {
 TEST(Letter, AMarkersSampleIsRoundedTwiceOnEveryProcessor) {
   // The product is -120 1/2 and a little less than its last digit; with 130 added before it is rounded, the
   // little would show.
-  const TrialTiming timing{1205.0, 130};
+  const ctfmeg::TrialTiming timing{1205.0, 130};
   EXPECT_EQ(timing.sampleAt(-0.1, ReadingRules::plain()), 10);
 }
 
@@ -219,7 +219,7 @@ TEST(Letter, SamplesStayInMemoryUnlessAskedOtherwise) {
   ScriptedInterface user;
   const ThreadUserInterface installed(&user);
   ImportPlan plan{.trials = 4, .channels = 1024};
-  plan.heldBytes = grantedMemory() / 4 * 3;
+  plan.heldBytes = ctfmeg::grantedMemory() / 4 * 3;
   plan.samples = static_cast<std::int64_t>(plan.heldBytes / (4 * 1024 * 4));
   TrialStorage storage;
   EXPECT_TRUE(storage.reserve(plan));

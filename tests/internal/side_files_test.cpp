@@ -3,22 +3,23 @@
 #include <clocale>
 #include <cmath>
 
+#include "base/scan.h"
+#include "ctf/text_lines.h"
 #include "internal/probe.h"
+#include "support/memory_file.h"
 #include "support/unreadable_file.h"
-#include "util/memory_file.h"
-#include "util/scan.h"
 
 // What all side files share: lines, numbers, and messages where one can't be read.
 
 namespace {
 
 TEST(SideFiles, LinesAndValues) {
-  MemoryFile file("a\r\n\r\n\nb\rc\n\n\r\nd");
+  const MemoryFile file("a\r\n\r\n\nb\rc\n\n\r\nd");
   ReadingRules rules = ReadingRules::plain();
-  LineSource lines(file, rules);
-  CString line;
-  std::string all;
-  const auto add = [&](bool there) { all += there ? toUtf8(line) + "|" : "end"; };
+  KeptNotices notices;
+  ctfmeg::TextLines lines(file, rules, notices);
+  std::string line, all;
+  const auto add = [&](bool there) { all += there ? line + "|" : "end"; };
   add(lines.next(line));
   add(lines.nextValue(line));
   add(lines.next(line));
@@ -36,32 +37,32 @@ TEST(SideFiles, LinesAndValues) {
 TEST(SideFiles, ScanTakesWhatTheFormatSays) {
   std::int32_t i = 0;
   double f = 0.0;
-  CString word;
-  const auto scanned = [&](const wchar_t* line, const wchar_t* format,
-                           std::initializer_list<ScanTarget> targets) {
-    return scan(line, format, targets, ScanPrecision::full);
+  std::string word;
+  const auto scanned = [&](const char* line, const char* format,
+                           std::initializer_list<ctfmeg::ScanTarget> targets) {
+    return ctfmeg::scan(line, format, targets, ctfmeg::ScanPrecision::full);
   };
-  EXPECT_EQ(scanned(L" x = -1.5e2z", L"%s = %f", {&word, &f}), 2);
-  EXPECT_EQ(toUtf8(word), "x");
+  EXPECT_EQ(scanned(" x = -1.5e2z", "%s = %f", {&word, &f}), 2);
+  EXPECT_EQ(word, "x");
   EXPECT_EQ(f, -150.0);
-  EXPECT_EQ(scanned(L"x=1", L"%s = %f", {&word, &f}), 1) << "the word takes it all";
-  EXPECT_EQ(scanned(L"-12abc", L"%d", {&i}), 1);
+  EXPECT_EQ(scanned("x=1", "%s = %f", {&word, &f}), 1) << "the word takes it all";
+  EXPECT_EQ(scanned("-12abc", "%d", {&i}), 1);
   EXPECT_EQ(i, -12);
-  EXPECT_EQ(scanned(L"+ 1", L"%d", {&i}), 0);
-  EXPECT_EQ(scanned(L"--1", L"%f", {&f}), 0);
-  EXPECT_EQ(scanned(L"+-1", L"%d", {&i}), 0);
-  EXPECT_EQ(scanned(L"", L"%d", {&i}), 0);
-  EXPECT_EQ(scanned(L"-99999999999", L"%d", {&i}), 1);
+  EXPECT_EQ(scanned("+ 1", "%d", {&i}), 0);
+  EXPECT_EQ(scanned("--1", "%f", {&f}), 0);
+  EXPECT_EQ(scanned("+-1", "%d", {&i}), 0);
+  EXPECT_EQ(scanned("", "%d", {&i}), 0);
+  EXPECT_EQ(scanned("-99999999999", "%d", {&i}), 1);
   EXPECT_EQ(i, INT32_MIN);
-  EXPECT_EQ(scanned(L"1e999", L"%f", {&f}), 0);
-  EXPECT_EQ(scan(L"1E39", L"%f", {&f}, ScanPrecision::single), 1);
+  EXPECT_EQ(scanned("1e999", "%f", {&f}), 0);
+  EXPECT_EQ(ctfmeg::scan("1E39", "%f", {&f}, ctfmeg::ScanPrecision::single), 1);
   EXPECT_TRUE(std::isinf(f)) << "hosts get single precision's";
-  for (const std::wstring& tiny : {std::wstring(L"1E-400"), L"0." + std::wstring(400, L'0') + L"1"}) {
-    EXPECT_EQ(scanned(tiny.c_str(), L"%f", {&f}), 1);
+  for (const std::string& tiny : {std::string("1E-400"), "0." + std::string(400, '0') + "1"}) {
+    EXPECT_EQ(scanned(tiny.c_str(), "%f", {&f}), 1);
     EXPECT_EQ(f, 0.0);
   }
-  EXPECT_EQ(scanned(L"inf", L"%f", {&f}), 0);
-  EXPECT_EQ(scanned(L"1,5", L"%f", {&f}), 1) << "a comma is no decimal point, whatever the locale";
+  EXPECT_EQ(scanned("inf", "%f", {&f}), 0);
+  EXPECT_EQ(scanned("1,5", "%f", {&f}), 1) << "a comma is no decimal point, whatever the locale";
   EXPECT_EQ(f, 1.0);
 }
 

@@ -3,17 +3,23 @@
 #include <cstring>
 #include <string>
 
+#include "base/byte_order.h"
+#include "base/lines.h"
+
 #include <megreader/framework/encoding.h>
-#include "util/byte_order.h"
-#include "util/line_source.h"
 
 namespace {
 
 template <class T>
 T reversed(T& value) {
-  reverseBytes(value);
+  ctfmeg::reverseBytes(value);
   return value;
 }
+
+struct ArchiveBytes {
+  CArchive& archive;
+  bool next(char& byte) { return archive.Read(&byte, 1) == 1; }
+};
 
 }  // namespace
 
@@ -55,9 +61,10 @@ long CBasicReadUnix2Windowzk::endianTransform(long& value) const { return revers
 
 int CBasicReadUnix2Windowzk::readANSI(CArchive& archive, CString& line) {
   std::string bytes;
-  const auto end = RawLineReader(archive).next(bytes, kLineBufferSize);
+  ArchiveBytes source{archive};
+  const auto end = ctfmeg::RawLines(source).next(bytes, kLineBufferSize);
   std::memset(m_lineBuffer, 0, sizeof m_lineBuffer);
   bytes.copy(m_lineBuffer, sizeof m_lineBuffer);
   line = fromAnsi(bytes.substr(0, bytes.find('\0')));
-  return end != RawLineReader::End::endOfData;
+  return end != ctfmeg::RawLines<ArchiveBytes>::End::endOfData;
 }

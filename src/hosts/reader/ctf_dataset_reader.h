@@ -8,13 +8,12 @@
 #include <megreader/framework/cfile.h>
 #include <megreader/framework/collections.h>
 #include <megreader/reader/basic_read_unix2window.h>
-#include "util/line_source.h"
 #include <megreader/reader/reading_rules.h>
 
 // The reader object: a chain of layers, base first, one for each family of files. Every reader is an
 // operation of it and fills `m_currentData`. Operations return 1 for success and 0 for failure unless they
 // say otherwise; `path` is any file of the dataset, `prefix` the path up to and including the dot before the
-// extension. The base, CBasicReadUnix2Windowzk (util/), holds `m_currentData` and `m_document`.
+// extension. The base, CBasicReadUnix2Windowzk, holds `m_currentData` and `m_document`.
 
 /// Sample files. Operations are in meg4/.
 class CCtfReader1Samples : public CBasicReadUnix2Windowzk {
@@ -77,7 +76,7 @@ class CCtfReader1Samples : public CBasicReadUnix2Windowzk {
   CPtrArray m_electrodes;  ///< CEEGelectrodezk*, owned until released
 };
 
-/// Resource file. Operations are in res4/.
+/// Resource file. Operations are in read_resource.cpp.
 class CCtfReader2Res4 : public CCtfReader1Samples {
  public:
   using CCtfReader1Samples::CCtfReader1Samples;
@@ -96,14 +95,12 @@ class CCtfReader2Res4 : public CCtfReader1Samples {
   bool sensorsMatchChannels() const;
 
  protected:
-  int appendFilters(CFile& file);
-  int addCoefficients(CFile& file);
-
   bool m_olderGeneration = false;  ///< the resource file is of the "MEG41RS" generation
 };
 
-// Side files: a recording can be used without them. Operations are in sidefiles/. One that is missing gives 0
-// without a message, one that can't be opened or read 0 with a message; what was read until then stays.
+// Side files: a recording can be used without them. Operations are in read_side_files.cpp. For one that is
+// missing they return 0 without a message, for one that can't be opened or read 0 with a message; what was
+// read until then stays.
 
 /// Head-coil file, `prefix` + "hc".
 class CCtfReader3HeadCoils : public CCtfReader2Res4 {
@@ -117,8 +114,6 @@ class CCtfReader3HeadCoils : public CCtfReader2Res4 {
   int readHeadCoilsToLocalization(const CString& prefix);
 
  protected:
-  int readHeadCoilBlocks(LineSource& lines);
-
   /// The list that was filled last; the data object's.
   CHeadLocalization::FiducialList* m_headLocation = nullptr;
 };
@@ -132,18 +127,16 @@ class CCtfReader4Markers : public CCtfReader3HeadCoils {
   /// "MarkerFile.mrk.bak". Returns 1.
   int readMarkers(const CString& path);
   /// The same for one marker file: 1 when it was parsed, whatever it holds.
-  int readMarkerFileAt(const CString& file);
+  int readMarkerFileAt(const CString& path);
   /// As `readMarkers`, but 0 when a file that is needed can't be read, and an error while reading shows
   /// nothing.
   int loadMarkerFile(const CString& path);
-  void parseMarkerFile(LineSource& lines);
+  /// Adds the markers of an open marker file. A file error ends the reading, and is reported.
+  void parseMarkerFile(const CFile& file);
 
   /// Adds the classes of "ClassFile.cls" to the class manager. 1 when the file was read as far as a reader
-  /// goes on (see `LineSource`), 0 when it ends or can't be understood before that.
+  /// goes on (see `ctfmeg::TextLines`), 0 when it ends or can't be understood before that.
   int readClassFile(const CString& path);
-
- protected:
-  void readMarkerBlocks(LineSource& lines);
 };
 
 /// Information file.
@@ -155,8 +148,8 @@ class CCtfReader5Infods : public CCtfReader4Markers {
   int readInfoDsFile(const CString& path);
 
  protected:
-  /// Values as text, as `InfoDsParser` gathers them. A top-level block empties it, nothing else does: hosts
-  /// get what earlier files left.
+  /// Values as text, without tags. A top-level block empties it, nothing else does: hosts find what earlier
+  /// files left.
   CString m_infodsText;
 };
 
@@ -171,16 +164,6 @@ class CCtfReader6Positions : public CCtfReader5Infods {
   int readPosFile(const CString& path);
   /// "VirtualChannels" in the directory of `path`. Returns 0.
   int readVirtualChannels(const CString& path);
-
- protected:
-  void keep(const DigitisedPoint& point);
-  bool readDigitisedPoints(LineSource& lines);
-  bool readDigitisedFiducials(LineSource& lines);
-  /// Hosts get virtual channels and digitised fiducials checked, not kept.
-  template <class Store>
-  void keepExtra(Store store) const {
-    if (m_rules.extrasKept) store();
-  }
 };
 
 /// Bad channels and bad segments. `path` is any path in the dataset's directory.
@@ -188,8 +171,8 @@ class CCtfReader7Bad : public CCtfReader6Positions {
  public:
   using CCtfReader6Positions::CCtfReader6Positions;
 
-  /// Each 1 when the file was read as far as a reader goes on (see `LineSource`), 0 when it ends or can't be
-  /// understood before that.
+  /// Each 1 when the file was read as far as a reader goes on (see `ctfmeg::TextLines`), 0 when it ends or
+  /// can't be understood before that.
   int readBadChannels(const CString& path);
   int readBadSegments(const CString& path);
 };

@@ -6,7 +6,7 @@
 #include <megreader/framework/user_interface.h>
 #include "hosts/reader/call_findings.h"
 #include "hosts/reader/ctf_dataset_reader.h"
-#include "util/guarded.h"
+#include "hosts/reader/guarded.h"
 
 namespace {
 
