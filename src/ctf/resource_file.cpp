@@ -318,23 +318,14 @@ bool ResourceFileReader::readRunDescription(std::int32_t length, RecordInfo& rec
 
 bool ResourceFileReader::readFilters(std::int32_t descriptionLength, const std::function<void(Filter)>& keep,
                                      const std::function<void(std::uint64_t)>& firstFilter) {
-  // The length is then what is wrong with the file, wherever the reading ends.
-  const bool negative = descriptionLength < 0;
-  const auto reportNegative = [&](Finding::Severity severity) {
-    report(Code::res4Length, "gives its run description a negative length", kDescriptionLengthOffset,
-           severity);
-  };
-  const auto fail = [&](const char* what) {
-    if (!negative) return failShort(what);
-    reportNegative(Finding::Severity::error);
-    return false;
-  };
   const std::int64_t place =
       std::int64_t{descriptionLength} + static_cast<std::int64_t>(kRunDescriptionStart);
-  if (place < 0) {
-    reportNegative(Finding::Severity::error);
-    throw FileError(FileError::Cause::badSeek, -1, m_file.path());
-  }
+  if (descriptionLength < 0)
+    report(Code::res4Length, "gives its run description a negative length", kDescriptionLengthOffset,
+           place < 0 ? Finding::Severity::error : Finding::Severity::warning);
+  if (place < 0) throw FileError(FileError::Cause::badSeek, -1, m_file.path());
+  // What is wrong with a file whose description has a negative length is reported by now.
+  const auto fail = [&](const char* what) { return descriptionLength >= 0 && failShort(what); };
   m_cursor = Cursor(m_file, static_cast<std::uint64_t>(place));
   const auto countBytes = m_cursor.exactly(sizeof(std::int16_t));
   if (!countBytes) return fail("its number of filters");
@@ -351,7 +342,6 @@ bool ResourceFileReader::readFilters(std::int32_t descriptionLength, const std::
     filter.params = decodeFilterParameters(*parameters, filter.numParams, m_rules);
     keep(std::move(filter));
   }
-  if (negative) reportNegative(Finding::Severity::warning);
   return true;
 }
 

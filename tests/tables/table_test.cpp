@@ -15,20 +15,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-#define DECISION(name) \
-  { #name, &ReadingRules::name }
-const std::map<std::string, bool ReadingRules::*> kDecisions{
-    DECISION(textEndsAtZero),      DECISION(nameEndsAtField),
-    DECISION(coilsAreCentimetres), DECISION(filterParametersSwapped),
-    DECISION(olderGeneration),     DECISION(filesAreOneSequence),
-    DECISION(wideCounts),          DECISION(everyLine),
-    DECISION(emptyValues),         DECISION(badLinesSkipped),
-    DECISION(doubleNumbers),       DECISION(nearestSample),
-    DECISION(groupKept),           DECISION(trialsKept),
-    DECISION(colourWords),         DECISION(blocksWhole),
-    DECISION(infoByType),          DECISION(extrasKept)};
-#undef DECISION
-static_assert(sizeof(ReadingRules) == 18, "each decision has a name above");
+const std::map<std::string, bool ReadingRules::*> kDecisions = [] {
+  std::map<std::string, bool ReadingRules::*> members;
+  for (const ReadingRules::Decision& decision : ReadingRules::decisions())
+    members[decision.name] = decision.member;
+  return members;
+}();
 
 /// Host rules, plain rules, or host rules with the decision of that name taken the other way.
 ReadingRules rulesNamed(const std::string& name) {
