@@ -2,9 +2,9 @@
 
 #include <functional>
 
+#include <megreader/reader/meg_reader_face.h>
 #include "internal/probe.h"
 #include "meg4/sample_files.h"
-#include <megreader/reader/meg_reader_face.h>
 #include "support/allocations.h"
 #include "support/unreadable_file.h"
 
