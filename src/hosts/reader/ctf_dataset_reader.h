@@ -126,7 +126,7 @@ class CCtfReader4Markers : public CCtfReader3HeadCoils {
   /// Adds the markers of "MarkerFile.mrk" to the trigger manager, and when it then holds none those of
   /// "MarkerFile.mrk.bak". Returns 1.
   int readMarkers(const CString& path);
-  /// The same for one marker file: 1 when it was parsed, whatever it holds.
+  /// Adds those of one marker file: 1 when it was parsed, whatever it holds.
   int readMarkerFileAt(const CString& path);
   /// As `readMarkers`, but 0 when a file that is needed can't be read, and an error while reading shows
   /// nothing.
@@ -137,6 +137,9 @@ class CCtfReader4Markers : public CCtfReader3HeadCoils {
   /// Adds the classes of "ClassFile.cls" to the class manager. 1 when the file was read as far as a reader
   /// goes on (see `ctfmeg::TextLines`), 0 when it ends or can't be understood before that.
   int readClassFile(const CString& path);
+
+ private:
+  int parseOpened(const CFile& file);
 };
 
 /// Information file.

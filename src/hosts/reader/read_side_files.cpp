@@ -12,6 +12,8 @@
 #include "hosts/reader/to_data_model.h"
 
 #include <megreader/framework/encoding.h>
+#include <megreader/framework/file_error.h>
+#include <megreader/framework/user_interface.h>
 
 // Files beside a recording, each of them optional.
 
@@ -175,22 +177,28 @@ int CCtfReader4Markers::readMarkers(const CString& path) {
 }
 
 int CCtfReader4Markers::readMarkerFileAt(const CString& path) {
-  return readSideFile(path, kMarkerManner, [this](const CFile& file) {
-    parseMarkerFile(file);
-    return 1;
-  });
+  return readSideFile(path, kMarkerManner, [this](const CFile& file) { return parseOpened(file); });
+}
+
+int CCtfReader4Markers::parseOpened(const CFile& file) {
+  file.GetLength();  // an error here is not one of parsing, which says nothing
+  parseMarkerFile(file);
+  return 1;
 }
 
 int CCtfReader4Markers::loadMarkerFile(const CString& path) {
   const auto load = [this](const CString& markers) {
-    return openSideFile(markers, kMarkerManner, [this](const CFile& file) {
-      parseMarkerFile(file);
-      return 1;
-    });
+    return openSideFile(markers, kMarkerManner, [this](const CFile& file) { return parseOpened(file); });
   };
-  if (!load(markerFileOf(path))) return 0;
-  if (m_currentData->getTrigManager()->getTotalMarkzk() > 0) return 1;
-  return load(markerFileOf(path) + L".bak");
+  try {
+    if (!load(markerFileOf(path))) return 0;
+    if (m_currentData->getTrigManager()->getTotalMarkzk() > 0) return 1;
+    return load(markerFileOf(path) + L".bak");
+  } catch (CFileException* error) {  // this way of reading says nothing to the user
+    reportFinding(findingOf(*error, kOptional));
+    error->Delete();
+    return 0;
+  }
 }
 
 void CCtfReader4Markers::parseMarkerFile(const CFile& file) {
