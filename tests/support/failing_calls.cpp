@@ -68,19 +68,20 @@ int __wrap_lstat(const char* path, struct stat* status) {
 }
 ssize_t __wrap_read(int descriptor, void* buffer, size_t bytes) {
   if (fails(descriptor)) return -1;
+  return __real_read(descriptor, buffer, bytes);
+}
+ssize_t __wrap_pread(int descriptor, void* buffer, size_t bytes, off_t offset) {
+  if (fails(descriptor)) return -1;
   struct stat status {};
   if (badFile != 0 && __real_fstat(descriptor, &status) == 0 && status.st_ino == badFile) {
-    const off_t left = badFrom - __real_lseek(descriptor, 0, SEEK_CUR);
+    const off_t left = badFrom - offset;
     if (left <= 0) {
       errno = EIO;
       return -1;
     }
     bytes = std::min(bytes, static_cast<size_t>(left));
   }
-  return __real_read(descriptor, buffer, bytes);
-}
-ssize_t __wrap_pread(int descriptor, void* buffer, size_t bytes, off_t offset) {
-  return fails(descriptor) ? -1 : __real_pread(descriptor, buffer, bytes, offset);
+  return __real_pread(descriptor, buffer, bytes, offset);
 }
 off_t __wrap_lseek(int descriptor, off_t offset, int whence) {
   return fails(descriptor) ? -1 : __real_lseek(descriptor, offset, whence);

@@ -44,9 +44,6 @@ class MEGREADER_API CFile {
   /// opened.
   const ctfmeg::File& opened() const;
 
- protected:
-  void setFilePath(const CString& path) { m_path = path; }
-
  private:
   std::shared_ptr<const ctfmeg::File> m_file;
   std::uint64_t m_position = 0;
