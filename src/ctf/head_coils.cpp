@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "ctf/geometry.h"
+#include "base/geometry.h"
 
 namespace ctfmeg {
 namespace {

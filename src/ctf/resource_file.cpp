@@ -7,7 +7,7 @@
 
 #include "base/encoding.h"
 #include "ctf/channel_kind.h"
-#include "ctf/geometry.h"
+#include "base/geometry.h"
 
 namespace ctfmeg {
 namespace {

@@ -64,6 +64,14 @@ void SampleSet::fail(Notices& notices, Code code, int index, const std::string& 
                  .text = text});
 }
 
+bool SampleSet::isThere(int index) const {
+  try {
+    return m_store.open(sampleFileName(m_stem, index)) != nullptr;
+  } catch (const FileError&) {
+    return true;  // it only can't be opened
+  }
+}
+
 void SampleSet::look(Notices& notices) {
   const std::uint64_t trialBytes = m_counts.trialBytes();
   std::uint64_t stray = 0;  // bytes of the last file after its whole trials
@@ -71,8 +79,8 @@ void SampleSet::look(Notices& notices) {
   for (; m_trials < m_counts.trials; ++index) {
     const OpenFile file = m_store.open(sampleFileName(m_stem, index));
     // An acquisition that crashed while it began a file leaves less than a header, and nothing after it.
-    const bool stump = file != nullptr && index > 0 && file->size() < kSampleHeaderSize &&
-                       m_store.open(sampleFileName(m_stem, index + 1)) == nullptr;
+    const bool stump =
+        file != nullptr && index > 0 && file->size() < kSampleHeaderSize && !isThere(index + 1);
     if (file == nullptr || stump) break;
     if (stray > 0)
       return fail(notices, Code::meg4Cut, index - 1,
@@ -103,8 +111,7 @@ void SampleSet::look(Notices& notices) {
   if (stray > 0)
     report(notices, Code::meg4Trailing, index - 1,
            "has " + std::to_string(stray) + " bytes after the last trial of the run");
-  if (m_store.open(sampleFileName(m_stem, index)) != nullptr)
-    report(notices, Code::meg4Trailing, index, "is not read: the run ends before it");
+  if (isThere(index)) report(notices, Code::meg4Trailing, index, "is not read: the run ends before it");
 }
 
 void SampleSet::endEarly(int missing, Notices& notices) {
@@ -113,7 +120,7 @@ void SampleSet::endEarly(int missing, Notices& notices) {
     return fail(notices, findingOf(FileError(FileError::Cause::notFound, kNoSuchFile,
                                              m_store.pathOf(sampleFileName(m_stem, 0)))));
   }
-  if (m_store.open(sampleFileName(m_stem, missing + 1)) != nullptr)
+  if (isThere(missing + 1))
     return fail(notices, Code::meg4Gap, missing,
                 "is missing although the set goes on: what follows can't be placed");
   if (m_trials == 0) return fail(notices, Code::meg4Empty, 0, "holds no whole trial");

@@ -92,6 +92,7 @@ class SampleSet {
 
  private:
   OpenFile open(int index) const;
+  bool isThere(int index) const;
   void look(Notices& notices);
   void endEarly(int missing, Notices& notices);
   void report(Notices& notices, Code code, int index, const std::string& text,

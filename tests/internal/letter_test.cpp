@@ -5,6 +5,7 @@
 
 #include "base/memory_range.h"
 #include "ctf/event_files.h"
+#include "hosts/datamodel/trial_storage.h"
 #include "internal/import_probe.h"
 #include "internal/side_probe.h"
 #include <megreader/reader/meg_reader_face.h>

@@ -4,7 +4,7 @@
 
 #include <megreader/reader/meg_reader_face.h>
 #include "internal/probe.h"
-#include "meg4/sample_files.h"
+#include "hosts/reader/sample_import.h"
 #include "support/allocations.h"
 #include "support/unreadable_file.h"
 
@@ -273,12 +273,12 @@ TEST(Reader, ImportsNothingWithoutADataObject) {
 }
 
 TEST(Reader, ByteCountsWrapByRule) {
-  const std::uint64_t bytes = trialBytes({1, 1, (std::int64_t{1} << 30) + 2});
+  const std::uint64_t bytes = ctfmeg::SampleCounts{1, 1, (std::int64_t{1} << 30) + 2}.trialBytes();
   EXPECT_EQ(countedBytes(bytes, ReadingRules::host()), 8u);
   EXPECT_EQ(countedBytes(bytes, hostBut(&ReadingRules::wideCounts)), bytes);
 
   // 5 GiB in one sparse file, which some importers count in 32 bits.
-  const SampleCounts counts{256, 1, 5 << 20};
+  const ctfmeg::SampleCounts counts{256, 1, 5 << 20};
   D dataset;
   dataset.sampleFiles = {D::sampleFile({})};
   Probe reader;

@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include <megreader/framework/native_path.h>
-#include "hosts/framework/win32/long_path.h"
 #include <ctfmeg/path_text.h>
 #include <ctfmeg/recording.h>
 #include <megreader/reader/meg_reader_face.h>
@@ -266,7 +265,7 @@ TEST(Library, GivesLongPathsTheSystemsPrefix) {
       {LR"(\\.\)" + tail, LR"(\\.\)" + tail},
   };
   for (const auto& [given, expected] : cases)
-    EXPECT_EQ(longPath(CString(given)), expected);
+    EXPECT_EQ(ctfmeg::reachable(given).native(), expected);
 }
 
 TEST(Library, TheCommandRunsWhereverItIsCopiedTo) {

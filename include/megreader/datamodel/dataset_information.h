@@ -59,6 +59,6 @@ struct DatasetInformation {
   CString datasetMaxHeadMotionCoil;
 
   std::vector<InformationEntry> entries;  ///< every value that was set, in file order
-  /// Values as text, without tags: those of the last top-level block, and unknown ones behind it.
+  /// Values as text, without tags: those of the last top-level block, and unknown ones after it.
   CString text;
 };

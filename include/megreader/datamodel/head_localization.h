@@ -3,8 +3,8 @@
 #include <array>
 #include <optional>
 
-#include <megreader/datamodel/owned_list.h>
 #include <megreader/datamodel/fiducial.h>
+#include <megreader/datamodel/owned_list.h>
 #include <megreader/framework/export.h>
 
 /// A rigid transform as the upper rows of a homogeneous matrix and its last row (0, 0, 0, 1): p' = M p for a

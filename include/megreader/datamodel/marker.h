@@ -33,7 +33,7 @@ class MEGREADER_API CMarkerData {
   CString displayName;
   CString comment;
   std::uint32_t color = 0;  ///< 0x00BBGGRR; black when none is given
-  bool colorKnown = false;  ///< the file gives a colour that the reader knows
+  bool colorKnown = false;  ///< the file names a colour that the reader knows
   bool editable = false;
   std::int32_t classId = 0;
   std::int32_t classGroupId = 0;

@@ -22,7 +22,7 @@ class MEGREADER_API CMarkerManager {
   /// Occurrences of all markers together.
   std::int64_t getTotalTrgMrkPts() const;
 
-  /// Takes a marker over, behind the others.
+  /// Takes a marker over, after the others.
   void addMarker(std::unique_ptr<CMarkerDatazk> marker) { m_markers.push_back(std::move(marker)); }
 
   /// Appends a copy of the marker. Returns 1, or 0 for null. The flag has no meaning.

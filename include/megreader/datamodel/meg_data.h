@@ -5,12 +5,15 @@
 #include <unordered_map>
 #include <vector>
 
-#include <megreader/datamodel/record_info.h>
-#include <megreader/datamodel/trial_storage.h>
 #include <megreader/datamodel/eeg_electrode.h>
+#include <megreader/datamodel/import_plan.h>
 #include <megreader/datamodel/meg_sensor.h>
+#include <megreader/datamodel/owned_list.h>
+#include <megreader/datamodel/record_info.h>
 #include <megreader/framework/cstring.h>
 #include <megreader/framework/export.h>
+
+class TrialStorage;
 
 /// One channel of a dataset, in file order.
 struct ChannelInfo {
@@ -26,7 +29,7 @@ struct ChannelInfo {
 /// throws std::bad_alloc.
 class MEGREADER_API CMEGData {
  public:
-  CMEGData() = default;
+  CMEGData();
   CMEGData(const CMEGData& other);
   CMEGData& operator=(const CMEGData& other);
   virtual ~CMEGData();
@@ -63,6 +66,9 @@ class MEGREADER_API CMEGData {
   std::vector<ChannelInfo> m_channels;
   ChannelIndex m_byName, m_byShortName;  // empty until they are asked for, and after channels were imported
   std::vector<CEEGelectrodezk> m_electrodes;
-  TrialStorage m_trials;
+  OwnedPointer<TrialStorage> m_trials;  // null before the first import: making a data object takes no memory
   int m_currentTrial = -1;
+
+ private:
+  const TrialStorage& storage() const;
 };

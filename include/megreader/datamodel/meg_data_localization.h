@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include <megreader/datamodel/meg_data.h>
 #include <megreader/datamodel/head_localization.h>
+#include <megreader/datamodel/meg_data.h>
 
 /// The layer that knows where the head was. Sets are the data object's own; none is ever null, and one that
 /// was not read has no valid point.

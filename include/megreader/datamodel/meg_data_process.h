@@ -11,7 +11,7 @@ struct DigitisedPoint {
   double x = 0.0, y = 0.0, z = 0.0;
 };
 
-/// A fiducial among the digitised positions, by the label that the file gives it.
+/// A fiducial among the digitised positions, by its label in the file.
 struct DigitisedFiducial {
   CString label;
   double x = 0.0, y = 0.0, z = 0.0;

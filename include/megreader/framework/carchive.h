@@ -6,7 +6,7 @@
 #include <megreader/framework/cfile.h>
 
 /// Buffered reading from a `CFile`, from its position at construction on. The archive loads blocks of
-/// `blockSize` bytes, so the file's own position stands at the end of the last block loaded, ahead of what
+/// `blockSize` bytes, so the file's own position is the end of the last block loaded, ahead of what
 /// was delivered: readers of text files test exactly that position. The file must outlive the archive.
 class MEGREADER_API CArchive {
  public:
@@ -21,7 +21,7 @@ class MEGREADER_API CArchive {
   /// the file throws.
   std::size_t Read(void* buffer, std::size_t count);
 
-  /// Ends the archive and moves the file back to just behind the last byte delivered.
+  /// Ends the archive and moves the file back to just after the last byte delivered.
   void Close();
 
  private:

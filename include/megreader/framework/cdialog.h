@@ -12,7 +12,7 @@ class MEGREADER_API CDataExchange {
   CDataExchange(CDialog& dialog, bool saveAndValidate)
       : m_pDlgWnd(&dialog), m_bSaveAndValidate(saveAndValidate) {}
 
-  /// A value was refused, and the user has been told: ends the exchange.
+  /// A value was refused, and a message shown: ends the exchange.
   [[noreturn]] void Fail();
 
   CDialog* m_pDlgWnd;

@@ -63,7 +63,7 @@ class MEGREADER_API CString {
   CString& operator+=(const CString& other);
   CString& operator+=(wchar_t character);
 
-  /// Replaces the text. Knows %s (CString or wide text), %d (signed), %u (unsigned), %f (six digits behind
+  /// Replaces the text. Knows %s (CString or wide text), %d (signed), %u (unsigned), %f (six digits after
   /// the point, whatever the locale), %c (a wide character) and %%; an argument that is missing or of another
   /// kind than its conversion renders nothing.
   template <class... Arguments>

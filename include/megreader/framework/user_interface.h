@@ -64,7 +64,8 @@ class MEGREADER_API UserInterface {
   UserInterface& operator=(const UserInterface&) = delete;
   virtual ~UserInterface();
 
-  /// Shows a text and gives how it was answered: `ok` for a box of style `ok`, `yes` or `no` for a question.
+  /// Shows a text and returns how it was answered: `ok` for a box of style `ok`, `yes` or `no` for a
+  /// question.
   virtual MessageAnswer messageBox(const CString& text, MessageStyle style) = 0;
 
   /// Lets the user choose a file to open; nothing when that was cancelled. `filter` is a list of pairs

@@ -22,7 +22,7 @@ class MEGREADER_API CBasicReadUnix2Window {
   /// `D:\data\`.
   static CString getFilePathUpDir(const CString& path);
 
-  /// The characters between the last backslash and the last "."; empty without a "." behind the last
+  /// The characters between the last backslash and the last "."; empty without a "." after the last
   /// backslash.
   static CString getFileName(const CString& path);
 };

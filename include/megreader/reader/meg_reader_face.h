@@ -17,7 +17,7 @@ class CCtfDatasetReader;
 ///
 /// A path is any file of a dataset; on POSIX systems slashes separate as well. A data object is best read
 /// into once: a second reading appends to its filters, markers and other lists. Where a file's counts of
-/// channels, names and sensors disagree, the user is told, nothing more is read, and the result is 1: the
+/// channels, names and sensors disagree, a message says so, nothing more is read, and the result is 1: the
 /// data object then has no channels.
 ///
 /// The reader is made by the first reading call and kept. Copies that are made of a facade from then on
@@ -44,12 +44,12 @@ class MEGREADER_API CMEGReaderFace {
   /// same.
   int checkCtfFileFormat(CString path);
 
-  /// Reads the resource file into `data` (the host's; null gives 0), as if it had one trial, without samples.
-  /// What a failure has read stays in `data`. Throws CFileException (as a pointer) when a file that opened
-  /// can't be read, and std::bad_alloc.
+  /// Reads the resource file into `data` (the host's; null returns 0), as if it had one trial, without
+  /// samples. What a failure has read stays in `data`. Throws CFileException (as a pointer) when a file that
+  /// opened can't be read, and std::bad_alloc.
   int checkCTFMEGData(CString& path, CMEGDatazk* data);
 
-  /// Reads everything but the samples into `data` (the host's; null gives 0). What a failure has read stays
+  /// Reads everything but the samples into `data` (the host's; null returns 0). What a failure has read stays
   /// there.
   int readCTFMEGDataInfo(CString& path, CMEGDatazk* data);
 

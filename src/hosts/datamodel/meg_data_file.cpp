@@ -1,9 +1,11 @@
 #include <megreader/datamodel/meg_data_file.h>
 
 #include <algorithm>
+#include <new>
 #include <string>
 
-#include "hosts/datamodel/sample_count.h"
+#include "base/counts.h"
+#include "hosts/datamodel/trial_storage.h"
 
 CMEGData9FileA00Basic::CMEGData9FileA00Basic(const CMEGData9FileA00Basic& other) : CMEGData6Classify(other) {}
 
@@ -19,7 +21,8 @@ bool CMEGData9FileA00Basic::openImport(const ImportPlan& plan) {
   m_blockTrial = -1;
   m_fileTrial = 0;
   m_import.reset();
-  if (!m_trials.reserve(plan)) return false;
+  if (!m_trials) m_trials.reset(new (std::nothrow) TrialStorage);
+  if (!m_trials || !m_trials->reserve(plan)) return false;
   m_import = plan;
   return true;
 }
@@ -27,7 +30,7 @@ bool CMEGData9FileA00Basic::openImport(const ImportPlan& plan) {
 int CMEGData9FileA00Basic::setTrialDataF(int trial, int channels, std::int64_t samples, const double* data) {
   trace("setTrialDataF", {trial, channels, samples});
   if (!importing(ImportUnit::summedTrial)) return 0;
-  return m_trials.storeSums(trial, data, m_import->unitValues) ? 1 : 0;
+  return m_trials->storeSums(trial, data, m_import->unitValues) ? 1 : 0;
 }
 
 void CMEGData9FileA00Basic::trace(const char* call, std::initializer_list<std::int64_t> arguments) const {
@@ -45,8 +48,8 @@ int CMEGData9FileA01CtfMISL::importTrialChannels(int trials, int channels, const
   if (sensors == nullptr || electrodes == nullptr || names == nullptr || shortNames == nullptr) return 0;
   if (channels < 1 || trials < 0) return 0;
   if (std::min({sensors->GetSize(), names->GetSize(), shortNames->GetSize()}) < channels) return 0;
-  if (countProduct({trials, channels, m_recordInfo.samplesPerTrial, std::int64_t{sizeof(std::int32_t)}}) ==
-      kCountOverflow)
+  if (ctfmeg::countProduct({trials, channels, m_recordInfo.samplesPerTrial,
+                            std::int64_t{sizeof(std::int32_t)}}) == ctfmeg::kCountOverflow)
     return 0;
 
   std::vector<ChannelInfo> imported;
@@ -73,14 +76,14 @@ int CMEGData9FileA01CtfMISL::importCtfDataT(int trial, int channels, std::int64_
   trace("importCtfDataT", {trial, channels, samples});
   if (importing(ImportUnit::decimatedBlock)) return storeNextBlock(trial, data);
   if (!importing(ImportUnit::trial)) return 0;
-  return m_trials.store(trial, 0, data, m_import->unitValues, m_fileTrial) ? 1 : 0;
+  return m_trials->store(trial, 0, data, m_import->unitValues, m_fileTrial) ? 1 : 0;
 }
 
 int CMEGData9FileA01CtfMISL::storeNextBlock(int trial, const std::int32_t* data) {
   if (trial != m_blockTrial) m_nextChannel = 0;
   m_blockTrial = trial;
   const std::int64_t count = std::min(m_import->unitValues, m_import->samples);
-  return m_trials.store(trial, m_nextChannel++, data, count, m_fileTrial) ? 1 : 0;
+  return m_trials->store(trial, m_nextChannel++, data, count, m_fileTrial) ? 1 : 0;
 }
 
 int CMEGData9FileA01CtfMISL::importCtfDataC(int trial, int channel, std::int64_t samples,
@@ -88,7 +91,7 @@ int CMEGData9FileA01CtfMISL::importCtfDataC(int trial, int channel, std::int64_t
   trace("importCtfDataC", {trial, channel, samples});
   if (!importing(ImportUnit::channelBlock)) return 0;
   const std::int64_t count = std::min(m_import->unitValues, m_import->samples);
-  return m_trials.store(trial, channel, data, count, m_fileTrial) ? 1 : 0;
+  return m_trials->store(trial, channel, data, count, m_fileTrial) ? 1 : 0;
 }
 
 int CMEGData9FileA01CtfMISL::importCtfDataTsplit(int trial, int parts, int channels, std::int64_t samples,
@@ -96,12 +99,12 @@ int CMEGData9FileA01CtfMISL::importCtfDataTsplit(int trial, int parts, int chann
   trace("importCtfDataTsplit", {trial, parts, channels, samples, pieceLength});
   if (!importing(ImportUnit::splitTrial) || data == nullptr) return 0;
   const ImportPlan& plan = *m_import;
-  if (trial < 0 || trial >= m_trials.numTrials() / plan.parts) return 0;
+  if (trial < 0 || trial >= m_trials->numTrials() / plan.parts) return 0;
   const std::int64_t channelValues = plan.unitValues / plan.channels;
   const std::int64_t pieces = std::min<std::int64_t>(plan.parts, channelValues / plan.samples);
   for (std::int32_t piece = 0; piece < pieces; ++piece)
     for (std::int32_t channel = 0; channel < plan.channels; ++channel)
-      m_trials.store(trial * plan.parts + piece, channel,
-                     data + channel * channelValues + piece * plan.samples, plan.samples, m_fileTrial);
+      m_trials->store(trial * plan.parts + piece, channel,
+                      data + channel * channelValues + piece * plan.samples, plan.samples, m_fileTrial);
   return 1;
 }

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "hosts/datamodel/sample_count.h"
+#include "base/counts.h"
 
 FilterInfo::FilterInfo(const FilterInfo& other)
     : filterClass(other.filterClass),
@@ -20,5 +20,5 @@ FilterInfo& FilterInfo::operator=(const FilterInfo& other) {
 }
 
 std::int64_t CMEGRecordInfo::getRecordedDataSizeByte() const {
-  return countProduct({numTrials, numChannels, samplesPerTrial, std::int64_t{sizeof(std::int32_t)}});
+  return ctfmeg::countProduct({numTrials, numChannels, samplesPerTrial, std::int64_t{sizeof(std::int32_t)}});
 }

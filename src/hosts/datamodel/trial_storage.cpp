@@ -1,14 +1,19 @@
-#include <megreader/datamodel/trial_storage.h>
+#include "hosts/datamodel/trial_storage.h"
 
 #include <algorithm>
 #include <cstring>
 #include <limits>
 #include <new>
 
-#include "hosts/datamodel/sample_count.h"
-#include <megreader/framework/encoding.h>
-#include "hosts/framework/granted_memory.h"
+#include "base/counts.h"
+#include "hosts/framework/bridge.h"
+
+#include <ctfmeg/path_text.h>
+#include <megreader/framework/native_path.h>
 #include <megreader/framework/user_interface.h>
+
+using ctfmeg::Code;
+using ctfmeg::wordOf;
 
 TrialStorage::TrialStorage(const TrialStorage& other) {
   if (!reserve(other.m_plan)) throw std::bad_alloc();
@@ -35,9 +40,10 @@ bool TrialStorage::reserve(const ImportPlan& plan) {
   if (plan.parts < 1) return false;
   const std::size_t valueSize = plan.unit == ImportUnit::summedTrial ? sizeof(double) : sizeof(std::int32_t);
   const std::int64_t bytes =
-      countProduct({plan.trials, plan.channels, plan.samples, static_cast<std::int64_t>(valueSize)});
+      ctfmeg::countProduct({plan.trials, plan.channels, plan.samples, static_cast<std::int64_t>(valueSize)});
   if (bytes == 0) return true;
-  if (bytes == kCountOverflow || static_cast<std::uint64_t>(bytes) > std::numeric_limits<std::size_t>::max())
+  if (bytes == ctfmeg::kCountOverflow ||
+      static_cast<std::uint64_t>(bytes) > std::numeric_limits<std::size_t>::max())
     return false;
   const std::uint64_t widest = valueSize / sizeof(std::int32_t);
   const auto all = static_cast<std::uint64_t>(bytes);
@@ -52,7 +58,7 @@ bool TrialStorage::reserve(const ImportPlan& plan) {
 }
 
 bool TrialStorage::obtain(const ImportPlan& plan, std::size_t bytes, std::uint64_t expected) {
-  const std::uint64_t granted = grantedMemory();
+  const std::uint64_t granted = ctfmeg::grantedMemory();
   if (!plan.memory) return expected <= granted && m_memory.reserve(bytes);
   const std::uint64_t limit = plan.memory->limit != 0 ? plan.memory->limit : granted / 2;
   if (expected > limit) {
@@ -66,22 +72,25 @@ bool TrialStorage::obtain(const ImportPlan& plan, std::size_t bytes, std::uint64
 
 bool TrialStorage::spill(const ImportPlan& plan, std::size_t bytes, std::uint64_t expected, bool mayStay) {
   const CString& named = plan.memory->spillDirectory;
-  const CString folder = named.IsEmpty() ? largeTemporaryFolder() : named;
+  const CString folder =
+      named.IsEmpty() ? toWindowsPath(ctfmeg::textOf(ctfmeg::largeTemporaryFolder())) : named;
   // Trials that are chosen lie anywhere in the range: room is taken for each when it comes.
   const std::size_t atOnce = plan.mostTrials == 0 ? static_cast<std::size_t>(expected) : 0;
-  const std::error_code failed = m_memory.reserveInFile(folder, bytes, atOnce);
+  const std::error_code failed = m_memory.reserveInFile(nativePath(folder), bytes, atOnce);
   CString text;
   if (failed) {
     text.Format(L"can't take the %u bytes of samples that are more than memory is to hold: %s", expected,
-                fromUtf8(failed.message()));
+                hostText(failed.message()));
     const auto severity = mayStay ? Finding::Severity::warning : Finding::Severity::error;
-    reportFinding({.severity = severity, .code = "memory.spill", .file = folder, .text = text});
+    reportFinding({.severity = severity, .code = wordOf(Code::memorySpill), .file = folder, .text = text});
     return false;
   }
   text.Format(L"holds the %u bytes of samples, which are more than memory is to hold: reading is slower",
               expected);
-  reportFinding(
-      {.severity = Finding::Severity::remark, .code = "samples.spilled", .file = folder, .text = text});
+  reportFinding({.severity = Finding::Severity::remark,
+                 .code = wordOf(Code::samplesSpilled),
+                 .file = folder,
+                 .text = text});
   return true;
 }
 
@@ -96,8 +105,8 @@ void TrialStorage::use(std::int32_t first, std::int32_t count, std::size_t value
   const auto offset = static_cast<std::size_t>(first) * bytes;
   if (const std::error_code failed = m_memory.use(offset, static_cast<std::size_t>(count) * bytes)) {
     CString text;
-    text.Format(L"there is no room for the samples of trial %d: %s", first, fromUtf8(failed.message()));
-    reportFinding({.code = "memory.spill", .file = {}, .text = text});
+    text.Format(L"there is no room for the samples of trial %d: %s", first, hostText(failed.message()));
+    reportFinding({.code = wordOf(Code::memorySpill), .file = {}, .text = text});
     throw std::bad_alloc();
   }
 }

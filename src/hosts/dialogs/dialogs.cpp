@@ -4,7 +4,6 @@
 
 #include <vector>
 
-#include "hosts/framework/default_interface.h"
 #include "hosts/dialogs/dialogs.h"
 
 namespace {

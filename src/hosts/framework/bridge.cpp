@@ -12,6 +12,25 @@ static_assert(static_cast<int>(ctfmeg::FileError::Cause::notFound) == CFileExcep
               static_cast<int>(ctfmeg::FileError::Cause::hardIO) == CFileException::hardIO &&
               static_cast<int>(ctfmeg::FileError::Cause::lockViolation) == CFileException::lockViolation);
 
+namespace {
+
+/// Hosts on Windows give paths as the system takes them; a slash separates nothing for them.
+constexpr bool kSlashesSeparate = std::filesystem::path::preferred_separator == '/';
+
+}  // namespace
+
+CString toWindowsPath(CString path) {
+  if (kSlashesSeparate) path.Replace(L'/', L'\\');
+  return path;
+}
+
+CString toWindowsPath(const std::string& path) { return toWindowsPath(hostText(path)); }
+
+std::string toNativePath(CString path) {
+  if (kSlashesSeparate) path.Replace(L'\\', L'/');
+  return ctfmeg::utf8FromWide(path.str());
+}
+
 CString hostText(const std::string& utf8) { return CString(ctfmeg::wideFromUtf8(utf8)); }
 
 std::filesystem::path nativePath(const CString& path) { return ctfmeg::pathFromText(toNativePath(path)); }

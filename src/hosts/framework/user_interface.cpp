@@ -2,12 +2,19 @@
 
 #include <atomic>
 
-#include "hosts/framework/default_interface.h"
+#include "base/finding_codes.h"
+#ifdef _WIN32
+#include "hosts/dialogs/dialogs.h"
+#endif
 
 namespace {
 
 std::atomic<UserInterface*> processInterface{nullptr};
 thread_local UserInterface* threadInterface = nullptr;
+
+#ifndef _WIN32
+UserInterface* defaultUserInterface() { return nullptr; }
+#endif
 
 }  // namespace
 
@@ -25,7 +32,10 @@ bool UserInterface::modalDialog(const DialogTemplate& /*dialogTemplate*/, Dialog
 }
 void UserInterface::report(const Finding& /*finding*/) {}
 void UserInterface::reportUnshown(const wchar_t* text) {
-  report({.severity = Finding::Severity::warning, .code = "dialog.unshown", .file = {}, .text = text});
+  report({.severity = Finding::Severity::warning,
+          .code = ctfmeg::wordOf(ctfmeg::Code::dialogUnshown),
+          .file = {},
+          .text = text});
 }
 
 UserInterface* currentUserInterface() {

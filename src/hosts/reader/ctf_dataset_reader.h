@@ -15,7 +15,10 @@
 // say otherwise; `path` is any file of the dataset, `prefix` the path up to and including the dot before the
 // extension. The base, CBasicReadUnix2Windowzk, holds `m_currentData` and `m_document`.
 
-/// Sample files. Operations are in meg4/.
+/// Reports that a call on `path` came without an object to fill; returns 0, the result of that call.
+int failWithoutTarget(const CString& path);
+
+/// Sample files.
 class CCtfReader1Samples : public CBasicReadUnix2Windowzk {
  public:
   explicit CCtfReader1Samples(const ReadingRules& rules) : m_rules(rules) {}
@@ -67,9 +70,9 @@ class CCtfReader1Samples : public CBasicReadUnix2Windowzk {
   int m_readingThreads = 1;                    ///< 0: as many as pay
   std::int32_t m_runDescLength = 0;            ///< bytes of the run description
   // Bytes in the resource file; kept beside the description's length, although reading goes on where it
-  // stands.
+  // is.
   std::int32_t m_filterStart = 0;       ///< where the first filter record starts
-  std::int32_t m_channelNameStart = 0;  ///< just behind the last filter record
+  std::int32_t m_channelNameStart = 0;  ///< just after the last filter record
   CStringArray m_channelNames;
   CStringArray m_channelShortNames;
   CPtrArray m_sensors;     ///< CMEGSensorzk*, owned until released
@@ -213,7 +216,7 @@ class CCtfDatasetReader : public CCtfReader7Bad {
   /// Outcome of reading what lies beside the samples.
   enum class Info {
     failed,
-    countsDiffer,  ///< names or sensors are not as many as channels: said to the user, nothing more is read,
+    countsDiffer,  ///< names or sensors are not as many as channels: a message says so, nothing more is read,
                    ///< success
     complete,
   };

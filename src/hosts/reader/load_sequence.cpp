@@ -4,21 +4,52 @@
 #include <new>
 
 #include <megreader/framework/user_interface.h>
-#include "hosts/reader/call_findings.h"
+#include "base/finding_codes.h"
 #include "hosts/reader/ctf_dataset_reader.h"
 #include "hosts/reader/guarded.h"
+
+using ctfmeg::Code;
+using ctfmeg::wordOf;
 
 namespace {
 
 constexpr const wchar_t* kFileError = L"CTF File open error!";
 
-void reportResource(const CString& path, const char* code, const wchar_t* text,
-                    Finding::Severity severity = Finding::Severity::error) {
+/// That the resource file's counts can't be used.
+void reportCounts(const CString& path, const wchar_t* text,
+                  Finding::Severity severity = Finding::Severity::error) {
   const CString file = CBasicReadUnix2Window::getFilePathBasic(path) + L"res4";
-  reportFinding({.severity = severity, .code = code, .file = file, .text = text});
+  reportFinding({.severity = severity, .code = wordOf(Code::res4Counts), .file = file, .text = text});
+}
+
+template <class Element>
+void deleteAll(CPtrArray& list) {
+  for (int i = 0; i < list.GetSize(); ++i)
+    delete static_cast<Element*>(list.GetAt(i));
+  list.SetSize(0);
 }
 
 }  // namespace
+
+int failWithoutTarget(const CString& path) {
+  reportFinding(
+      {.code = wordOf(Code::callArgument), .file = path, .text = L"there is nothing to read it into"});
+  return 0;
+}
+
+CCtfReader1Samples::~CCtfReader1Samples() { releaseSensorLists(); }
+
+void CCtfReader1Samples::releaseSensors() { deleteAll<CMEGSensorzk>(m_sensors); }
+
+void CCtfReader1Samples::releaseElectrodes() { deleteAll<CEEGelectrodezk>(m_electrodes); }
+
+int CCtfReader1Samples::releaseSensorLists() {
+  releaseSensors();
+  releaseElectrodes();
+  m_channelNames.SetSize(0);
+  m_channelShortNames.SetSize(0);
+  return 1;
+}
 
 CCtfDatasetReader::Info CCtfDatasetReader::readResource(const CString& path, CMEGDatazk* data) {
   if (data == nullptr) {
@@ -35,11 +66,11 @@ CCtfDatasetReader::Info CCtfDatasetReader::readResource(const CString& path, CME
 CCtfDatasetReader::Info CCtfDatasetReader::checkCounts(const CString& path) const {
   const CMEGRecordInfozkProzk& info = *m_currentData->getMEGRecordInfozk();
   if (info.numTrials < 1 || info.numChannels < 1) {
-    reportResource(path, "res4.counts", L"says that there are no trials");
+    reportCounts(path, L"says that there are no trials");
     return Info::failed;
   }
   if (info.samplesPerTrial < 1)
-    reportResource(path, "res4.counts", L"says that a trial has no samples", Finding::Severity::warning);
+    reportCounts(path, L"says that a trial has no samples", Finding::Severity::warning);
   if (!sensorsMatchChannels()) return Info::countsDiffer;
   if (m_channelNames.GetSize() != info.numChannels || m_channelShortNames.GetSize() != info.numChannels) {
     AfxMessageBox(L"Error in reading channel name");
@@ -53,7 +84,7 @@ CCtfDatasetReader::Info CCtfDatasetReader::handOverChannels(const CString& path,
   if (m_currentData->importTrialChannels(trials, channels, &m_sensors, &m_electrodes, &m_channelNames,
                                          &m_channelShortNames, m_document))
     return Info::complete;
-  reportResource(path, "res4.counts", L"promises more samples than can be counted");
+  reportCounts(path, L"promises more samples than can be counted");
   return Info::failed;
 }
 
@@ -103,7 +134,7 @@ bool CCtfDatasetReader::appendData(const CString& path, CPtrArray* array) {
   if (array == nullptr) return failWithoutTarget(path) != 0;
   std::unique_ptr<CMEGDatazk> data(new (std::nothrow) CMEGDatazk);
   if (!data) {
-    reportFinding({.code = "memory", .file = path, .text = L"needs more memory than there is"});
+    reportFinding({.code = wordOf(Code::memory), .file = path, .text = L"needs more memory than there is"});
     AfxMessageBox(L"Out of  memory!");
     return false;
   }

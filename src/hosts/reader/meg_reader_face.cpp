@@ -7,7 +7,7 @@
 #include <megreader/framework/cfiledialog.h>
 #include <megreader/framework/native_path.h>
 #include <megreader/framework/user_interface.h>
-#include "hosts/reader/call_findings.h"
+#include "base/finding_codes.h"
 #include "hosts/reader/ctf_dataset_reader.h"
 
 namespace {
@@ -21,7 +21,7 @@ constexpr const wchar_t* kFilter =
 void reportNoReader() {
   for (const wchar_t* text : {L"there is not enough memory for a reader", L""})
     try {
-      reportFinding({.code = "memory", .file = {}, .text = text});
+      reportFinding({.code = ctfmeg::wordOf(ctfmeg::Code::memory), .file = {}, .text = text});
       return;
     } catch (const std::bad_alloc&) {  // tried again, or nobody can be told
     }

@@ -2,18 +2,20 @@
 #include <new>
 #include <vector>
 
-#include <megreader/framework/user_interface.h>
-#include "meg4/sample_import.h"
 #include "hosts/reader/ctf_dataset_reader.h"
+#include "hosts/reader/sample_import.h"
 
-// Importers that keep only the trials in which a marker occurs. Buffers are made after the set is open, for
-// then it is known how much a file holds: no header can ask for more.
+#include <megreader/framework/user_interface.h>
+
+// Importers that keep only the trials in which a marker occurs. Buffers are made once the set is open: it is
+// then known how much a file holds, and no header can ask for more.
 
 namespace {
 
 int failWithoutMarker(const CString& path) {
-  reportFinding(
-      {.code = "call.marker", .file = path, .text = L"can't be read by marker: there is no marker"});
+  reportFinding({.code = ctfmeg::wordOf(ctfmeg::Code::callMarker),
+                 .file = path,
+                 .text = L"can't be read by marker: there is no marker"});
   return 0;
 }
 
@@ -22,7 +24,7 @@ const CMarkerDatazk* firstMarker(CMEGDatazk* data) {
 }
 
 /// Selection by occurrence: a trial is kept when it is the one that the next occurrence names. Occurrences
-/// must come in rising trial order: one that names a trial already passed keeps everything behind it out.
+/// must come in rising trial order: one that names a trial already passed keeps everything after it out.
 class Occurrences {
  public:
   explicit Occurrences(const CMarkerDatazk& marker) : m_marker(marker) {}
@@ -45,7 +47,7 @@ int CCtfReader1Samples::readCtfDataTrigger(const CString& path, const CMarkerDat
   if (marker == nullptr) return failWithoutMarker(path);
   CMEGDatazk* const data = m_currentData;
   SampleImport reading(path, m_currentData, m_rules, m_sampleMemory, m_readingThreads);
-  const SampleCounts counts = reading.counts();
+  const ctfmeg::SampleCounts counts = reading.counts();
   if (!reading.open()) return 0;
   reading.showProgress(L"Importing MEG data with triggers ...", counts.trials);
   const std::int64_t most = std::clamp<std::int64_t>(marker->getTotalTrgMrkPts(), 1, reading.trials());
@@ -88,7 +90,7 @@ int CCtfReader1Samples::importOccurrences(const CString& path, const CMEGDatazk*
   const CMarkerDatazk* marker = firstMarker(destination);
   if (marker == nullptr) return failWithoutMarker(path);
   SampleImport reading(path, source, m_rules, m_sampleMemory, m_readingThreads);
-  const SampleCounts counts = reading.counts();
+  const ctfmeg::SampleCounts counts = reading.counts();
   if (!reading.open()) return 0;
   const std::uint64_t bytes = reading.countedTrialBytes();
   const std::int64_t most = std::clamp<std::int64_t>(marker->getTotalTrgMrkPts(), 1, std::max(limit, 1));
@@ -112,7 +114,7 @@ int CCtfReader1Samples::readCtfDataAverage(const CString& path, CMEGDatazk* dest
   const CMarkerDatazk* marker = firstMarker(destination);
   if (marker == nullptr) return failWithoutMarker(path);
   SampleImport reading(path, m_currentData, m_rules, m_sampleMemory, m_readingThreads);
-  const SampleCounts counts = reading.counts();
+  const ctfmeg::SampleCounts counts = reading.counts();
   if (!reading.open(AvailableBytes::narrow)) return 0;
   const ImportPlan plan{.unit = ImportUnit::summedTrial, .trials = 1, .samples = counts.samples};
   if (!reading.prepare(*destination, plan, reading.countedTrialBytes(), nullptr)) return 0;

@@ -4,20 +4,32 @@
 #include <optional>
 #include <span>
 
+#include "base/parallel_read.h"
+#include "hosts/reader/sample_slots.h"
+
 #include <megreader/datamodel/meg_datazk.h>
 #include <megreader/framework/cprogresszk.h>
-#include "meg4/sample_files.h"
 
-/// What every importer is made of: the file set, the progress window, the unit buffer and room in a data
-/// object, all for as long as it lives. The two ways through a file set are here; what an importer keeps, and
-/// what it calls with which arguments, is its own.
+/// The counts of the data object's record information; all 0 without a data object.
+ctfmeg::SampleCounts sampleCounts(const CMEGDatazk* data);
+
+/// Opens the file set that the counts call for, as the rules say: in slots or as one sequence. Null when
+/// that fails: with a message, but without one when a count is below 1.
+std::unique_ptr<SampleFiles> openSampleFiles(const CString& prefix, const ctfmeg::SampleCounts& counts,
+                                             const ReadingRules& rules, AvailableBytes available);
+
+/// What every importer is made of: the file set, the progress window, the buffer for one unit (a trial or a
+/// channel block) and room in a data object, all for as long as it lives. The two ways through a file set are
+/// here; what an importer keeps, and what it calls with which arguments, is its own.
 class SampleImport {
  public:
   /// `path` is any file of the dataset; the counts are those of `source` (null: none, and `open` fails).
+  /// `threads` share a read; 0: as many as pay.
   SampleImport(const CString& path, const CMEGDatazk* source, const ReadingRules& rules,
                const std::optional<SampleMemory>& memory, int threads);
 
-  /// Opens the file set. False, the user told, when that fails; without a message when a count is below 1.
+  /// Opens the file set. False when that fails: with a message, but without one when a count is
+  /// below 1.
   bool open(AvailableBytes available = AvailableBytes::wide);
 
   void showProgress(const wchar_t* title, std::int32_t range);
@@ -27,21 +39,23 @@ class SampleImport {
   /// be null) is shown.
   bool prepare(CMEGDatazk& data, ImportPlan plan, std::uint64_t unitBytes, const wchar_t* message);
 
-  /// The same for whole trials that are all imported: no buffer is made where each can be read into its place
-  /// in `data`.
+  /// As `prepare`, for whole trials that are all imported: no buffer is made where each can be read into its
+  /// place in `data`.
   bool prepareInPlace(CMEGDatazk& data, ImportPlan plan, std::uint64_t unitBytes, const wchar_t* message);
 
-  /// Says that there is no memory, with `message` (may be null) on the screen, closes the files and gives 0.
+  /// Reports that there is no memory, shows `message` (may be null), closes the files and returns 0.
   int failWithoutMemory(const wchar_t* message);
 
   std::int32_t trials() const { return m_files->trials(); }
-  const SampleCounts& counts() const { return m_counts; }
+  const ctfmeg::SampleCounts& counts() const { return m_counts; }
 
   /// Bytes of a trial as the importers of whole trials count them. Reports a finding when the count wraps.
   std::uint64_t countedTrialBytes() const;
 
-  /// The unit last read whole, as it lies in the file; before, the room for it.
-  std::span<std::int32_t> unit() const { return m_files->unit(); }
+  /// The unit last read whole, as it is in the file; before that, the room for it.
+  std::span<std::int32_t> unit() const {
+    return {m_buffer.get(), static_cast<std::size_t>(m_bufferBytes / sizeof(std::int32_t))};
+  }
 
   /// The unit last read whole, in host order.
   const std::int32_t* samples() const;
@@ -69,7 +83,7 @@ class SampleImport {
     for (std::int32_t trial = 0; trial < trials(); ++trial)
       for (std::int32_t channel = 0; channel < m_counts.channels; ++channel) {
         m_progress.setPosition(channel);
-        if (m_files->readUnit()) {
+        if (readUnit()) {
           m_scope->setFileTrial(trial);
           store(trial, channel);
         } else if (m_files->nextFile()) {
@@ -81,18 +95,33 @@ class SampleImport {
   }
 
  private:
+  /// How large a unit is. A unit larger than every file gets room for the largest only: reading it ends
+  /// short.
+  void setUnit(std::uint64_t unitBytes);
+  bool makeBuffer();
   bool openScope(CMEGDatazk& data, ImportPlan plan, const wchar_t* message);
+
   bool readTrial(std::int32_t trial);
+  /// Reads the next unit into the buffer. False when the file at hand held less.
+  bool readUnit();
+  /// Reads the next unit into `values`, in host order.
+  bool readUnitInto(std::span<std::int32_t> values);
+  /// Reads all of `values`, in host order, from the file at hand, with several threads. False, nothing lost,
+  /// when it is too little to be worth it or the file holds less. Throws FileError.
+  bool readShared(const SampleFiles::Rest& here, std::span<std::int32_t> values);
   /// Reads short trials from `first` on into their places, several at once. False, nothing lost, when that is
   /// not worth it or fails.
   bool readTogether(std::int32_t first);
 
   CString m_prefix;
-  SampleCounts m_counts;
+  ctfmeg::SampleCounts m_counts;
   ReadingRules m_rules;
   std::optional<SampleMemory> m_memory;
-  int m_threads;
   std::unique_ptr<SampleFiles> m_files;
+  ctfmeg::ParallelRead m_parallel;
+  std::unique_ptr<std::int32_t[]> m_buffer;
+  std::uint64_t m_bufferBytes = 0;
+  std::uint64_t m_unitBytes = 0;
   CProgresszk m_progress;
   std::optional<ImportScope> m_scope;
   bool m_inPlace = false;
@@ -100,9 +129,6 @@ class SampleImport {
   std::int32_t m_readSinglyUpTo = 0;  // the first trial that may be read together with others again
   std::span<std::int32_t> m_place;    // of the trial read last, where trials are read into their places
 };
-
-/// Writes a new trial length into the record information.
-void setSamplesPerTrial(CMEGDatazk& data, std::int64_t samples);
 
 /// What importers show when there is no memory for their buffer.
 inline constexpr const wchar_t* kTooBig = L"Allocate Memeory error! Is dataset too big?!";

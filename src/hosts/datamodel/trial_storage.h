@@ -4,8 +4,9 @@
 #include <span>
 #include <vector>
 
+#include "base/memory_range.h"
+
 #include <megreader/datamodel/import_plan.h>
-#include <megreader/framework/memory_range.h>
 
 /// Samples of all trials of an import in one address range: trial, channel, sample; 32-bit in host order, or
 /// sums as doubles, never both. Nothing is touched before it is written; samples that were never written read
@@ -30,7 +31,7 @@ class TrialStorage {
   std::span<std::int32_t> room(std::int32_t first, std::int32_t count);
 
   /// Copies `count` values to channel `channel` of `trial`, and on into the following channels of that trial.
-  /// Takes what fits; a trial or channel out of range, or sums planned, stores nothing and gives false.
+  /// Takes what fits; a trial or channel out of range, or sums planned, stores nothing and returns false.
   bool store(std::int32_t trial, std::int32_t channel, const std::int32_t* values, std::int64_t count,
              std::int32_t fileTrial);
 
@@ -71,7 +72,7 @@ class TrialStorage {
   }
 
   ImportPlan m_plan{};
-  MemoryRange m_memory;
+  ctfmeg::MemoryRange m_memory;
   std::vector<bool> m_stored;
   std::vector<std::int32_t> m_fileTrials;
 };

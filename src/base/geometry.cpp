@@ -1,4 +1,4 @@
-#include "ctf/geometry.h"
+#include "base/geometry.h"
 
 #include <cmath>
 

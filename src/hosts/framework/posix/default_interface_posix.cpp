@@ -1,3 +1,0 @@
-#include "hosts/framework/default_interface.h"
-
-UserInterface* defaultUserInterface() { return nullptr; }
