@@ -1,27 +1,25 @@
 #include <algorithm>
 #include <iostream>
 
+#include "base/finding_codes.h"
+#include "check_host/check_host.h"
 #include "cli/json.h"
 #include "cli/messages.h"
 #include "cli/process.h"
-#include <ctfmeg/inspect.h>
-#include <ctfmeg/path_text.h>
+#include "cli/sample_windows.h"
 #include "output/table.h"
 #include "output/visible_text.h"
+
+#include <ctfmeg/inspect.h>
+#include <ctfmeg/path_text.h>
 
 namespace ctfmeg::cli {
 namespace {
 
 using output::visible;
 
-/// The samples that a reading stored, without keeping them.
-struct SamplesDigest {
-  std::size_t trials;
-  std::uint64_t digest;
-};
-
-void append(std::vector<Finding>& findings, std::vector<Finding> more) {
-  findings.insert(findings.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+void append(std::vector<Finding>& findings, const std::vector<Finding>& more) {
+  findings.insert(findings.end(), more.begin(), more.end());
 }
 
 /// What is wrong or odd in a dataset. Throws `Error` when it can't be read.
@@ -30,52 +28,59 @@ class Check {
   Check(const CheckOptions& options, Session& session) : m_options(options), m_session(session) {}
 
   std::vector<Finding> run() {
-    const Rules rules = m_options.reading.rules;
-    m_file = resolveDataset(pathFromText(m_options.dataset));
-    const Recording header = m_session.readSilently(m_options.dataset, std::nullopt, rules);
-    m_file = m_file.parent_path() / pathFromText(header.name() + ".res4");
-    const SamplesDigest samples = readSamples(rules);
-    append(m_findings, inspect(header, m_file));
-    if (rules == Rules::plain) compareWithHost(header, samples);
-    stopIfInterrupted();
+    const Recording recording = m_session.openSilently(m_options.dataset, m_options.reading.rules);
+    append(m_findings, recording.warnings());
+    const SelectedSamples samples = m_session.selectSilently(m_options.dataset, recording, {});
+    append(m_findings, samples.findings);
+    const std::uint64_t digest = digestOf(*samples.source, true);
+    append(m_findings, inspect(recording));
+    if (recording.rules() == Rules::plain) compareWithHost(recording, samples.source->shape().trials, digest);
     return std::move(m_findings);
   }
 
  private:
-  SamplesDigest readSamples(Rules rules) {
-    const Recording recording = m_session.readSilently(m_options.dataset, Whole{}, rules);
-    if (rules == m_options.reading.rules) m_findings = recording.warnings();
-    SamplesDigest samples{recording.trialNumbers().size(), 0};
-    for (const int number : recording.trialNumbers()) {
-      stopIfInterrupted();
-      samples.digest = digestOfSamples(recording.trial(number), samples.digest);
-    }
-    return samples;
+  /// A number that hardly any other samples have. All are read for it, and none kept.
+  std::uint64_t digestOf(const SampleSource& source, bool shown) const {
+    const Shape shape = source.shape();
+    const auto bar = shown ? m_session.openBar(m_options.dataset) : nullptr;
+    std::vector<std::int32_t> values;
+    std::uint64_t digest = 14695981039346656037U;  // FNV-1a, a value at a time
+    forEachWindow({0, shape.trials, 0, shape.channels, 0, shape.samples},
+                  kBytesAtOnce / std::int64_t{sizeof(std::int32_t)}, [&](const Window& window) {
+                    stopIfInterrupted();
+                    if (bar) bar->show(static_cast<double>(window.trial), static_cast<double>(shape.trials));
+                    values.resize(static_cast<std::size_t>(window.trials * window.channels * window.samples));
+                    source.read(window, values);
+                    for (const std::int32_t value : values)
+                      digest = (digest ^ static_cast<std::uint32_t>(value)) * 1099511628211U;
+                  });
+    return digest;
   }
 
-  void compareWithHost(const Recording& header, const SamplesDigest& samples) {
-    const auto lose = [this](const char* code, const std::filesystem::path& file, const std::string& text) {
-      m_findings.push_back({Finding::Severity::remark, code, textOf(file), "under host rules " + text});
+  void compareWithHost(const Recording& plain, std::int64_t trials, std::uint64_t digest) {
+    const auto lose = [this](Code code, const std::filesystem::path& file, const std::string& text) {
+      m_findings.push_back(
+          {Finding::Severity::remark, wordOf(code), textOf(file), "under host rules " + text});
     };
     try {
-      append(
-          m_findings,
-          hostLosses(header, m_session.readSilently(m_options.dataset, std::nullopt, Rules::host), m_file));
-      const SamplesDigest theirs = readSamples(Rules::host);
-      if (theirs.trials != samples.trials)
-        lose("host.samples", m_file,
-             "has " + std::to_string(theirs.trials) + " of " + std::to_string(samples.trials) + " trials");
-      else if (theirs.digest != samples.digest)
-        lose("host.samples", m_file, "has other samples");
+      const Recording host = m_session.openSilently(textOf(plain.resourceFile()), Rules::host);
+      append(m_findings, hostLosses(plain, host));
+      const SelectedSamples theirs = m_session.selectSilently(m_options.dataset, host, {});
+      if (theirs.source->shape().trials != trials)
+        lose(Code::hostSamples, plain.resourceFile(),
+             "has " + std::to_string(theirs.source->shape().trials) + " of " + std::to_string(trials) +
+                 " trials");
+      else if (digestOf(*theirs.source, false) != digest)
+        lose(Code::hostSamples, plain.resourceFile(), "has other samples");
     } catch (const Error& error) {
+      stopIfInterrupted();
       if (error.kind() == ErrorKind::outOfMemory) throw;
-      lose("host.unread", error.path(), error.text());
+      lose(Code::hostUnread, error.path(), error.text());
     }
   }
 
   const CheckOptions& m_options;
   Session& m_session;
-  std::filesystem::path m_file;
   std::vector<Finding> m_findings;
 };
 

@@ -35,7 +35,7 @@ void addReading(CLI::App* command, ReadingOptions& options) {
           [&options](const std::string& name) {
             options.rules = name == "host" ? Rules::host : Rules::plain;
           },
-          "plain (what the files say) or host (to the letter what hosts get)")
+          "plain (what the files say) or host (to the letter as hosts read)")
       ->check(CLI::IsMember({"plain", "host"}).description(""))
       ->default_str("plain")
       ->type_name("plain|host");
@@ -60,23 +60,29 @@ CLI::Option* addDatasets(CLI::App* command, std::vector<std::string>& datasets) 
   return command->add_option("DATASET", datasets, kDatasetHelp)->required()->type_name("");
 }
 
-/// At most one of these: routes can't be combined.
-void addRoutes(CLI::App* command, std::optional<Route>& route) {
-  auto* routes = command->add_option_group("Routes", "which samples are read (one of these)");
-  routes->require_option(0, 1);
-  const auto add = [&](const char* name, const char* type, const char* help, auto parse) {
-    routes
-        ->add_option_function<std::string>(
-            name, [&route, parse](const std::string& text) { route = *parse(text); }, help)
+/// At most one of these.
+template <class Target>
+void addSelection(CLI::App* command, Target& selection) {
+  auto* group = command->add_option_group("Selection", "which samples are read (one of these)");
+  group->require_option(0, 1);
+  const auto add = [&](const char* name, const char* type, const char* help, auto parse, auto member) {
+    const auto keep = [&selection, parse, member](const std::string& text) {
+      Selection chosen;
+      chosen.*member = *parse(text);
+      selection = std::move(chosen);
+    };
+    group->add_option_function<std::string>(name, keep, help)
         ->check(
             [parse](const std::string& text) { return parse(text) ? "" : "can't be understood: " + text; })
         ->type_name(type);
   };
-  add("--resample", "N", "every N-th sample of each trial", parseEveryNth);
-  add("--samples", "FIRST:LAST", "samples FIRST to LAST of each trial, counted from 0", parseSpan);
-  add("--split", "N", "each trial as N shorter ones", parsePieces);
-  add("--trials", "LIST", "trials by number, counted from 0 (0,2,5-7)", parseTrials);
-  add("--marker", "NAME", "the trials that carry the first marker of that name", parseMarker);
+  add("--resample", "N", "every N-th sample of each trial", parseCount, &Selection::step);
+  add("--samples", "FIRST:LAST", "samples FIRST to LAST of each trial, counted from 0", parseSpan,
+      &Selection::samples);
+  add("--split", "N", "each trial as N shorter ones", parseCount, &Selection::pieces);
+  add("--trials", "LIST", "trials by number, counted from 0 (0,2,5-7)", parseTrials, &Selection::trials);
+  const auto anyName = [](const std::string& text) { return std::optional(text); };
+  add("--marker", "NAME", "the trials that carry the first marker of that name", anyName, &Selection::marker);
 }
 
 void addChannels(CLI::App* command, std::optional<std::string>& channels) {
@@ -160,7 +166,7 @@ void Definitions::addInfo() {
   addDatasets(command, m_info.datasets);
   command->add_flag("--json", m_info.json, "everything, as JSON");
   command->add_flag("--no-identity", m_info.reading.noIdentity, "leave out what can name a person");
-  addRoutes(command, m_info.route);
+  addSelection(command, m_info.selection);
   addMemory(command);
   addReading(command, m_info.reading);
 }
@@ -184,7 +190,7 @@ void Definitions::addExport() {
       ->type_name("FILE");
   command->add_flag("--physical", m_export.physical, "in tesla, volt and seconds (float64), not raw (int32)");
   addChannels(command, m_export.channels);
-  addRoutes(command, m_export.route);
+  addSelection(command, m_export.selection);
   addMemory(command);
   addReading(command, m_export.reading);
 }

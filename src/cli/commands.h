@@ -5,8 +5,9 @@
 #include <string>
 #include <vector>
 
-#include <ctfmeg/recording.h>
 #include "simulate/options.h"
+
+#include <ctfmeg/recording.h>
 
 namespace ctfmeg::cli {
 
@@ -39,7 +40,7 @@ struct ReadingOptions {
 
 struct InfoOptions {
   ReadingOptions reading;
-  std::optional<Route> route;  ///< without one only headers are read
+  std::optional<Selection> selection;  ///< without one only headers are read
   std::vector<std::string> datasets;
   bool json = false;
 };
@@ -67,7 +68,7 @@ struct CheckOptions {
 
 struct ExportOptions {
   ReadingOptions reading;
-  std::optional<Route> route;
+  Selection selection;
   std::string dataset;
   std::string output;                   ///< "-": standard output
   std::optional<std::string> channels;  ///< a list (selectChannels); without it all

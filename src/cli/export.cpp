@@ -1,50 +1,74 @@
 #include <cstdio>
 #include <filesystem>
+#include <type_traits>
 
 #include "cli/messages.h"
 #include "cli/process.h"
+#include "cli/sample_windows.h"
 #include "cli/selection.h"
-#include <ctfmeg/path_text.h>
 #include "output/npy.h"
 #include "output/result_file.h"
+
+#include <ctfmeg/path_text.h>
 
 namespace ctfmeg::cli {
 namespace {
 
 using output::ResultFile;
 
-void writeRaw(ResultFile& file, const Trial& trial, const std::vector<Channel>& channels) {
-  if (static_cast<int>(channels.size()) == trial.channels()) return file.write(std::as_bytes(trial.raw()));
+/// Channels that follow each other in the recording: read, and written, together.
+struct Run {
+  int first = 0, count = 0;
+};
+
+std::vector<Run> runsOf(const std::vector<Channel>& channels) {
+  std::vector<Run> runs;
   for (const Channel& channel : channels)
-    file.write(std::as_bytes(trial.raw(channel.index)));
-}
-
-void writePhysical(ResultFile& file, const Trial& trial, const std::vector<Channel>& channels,
-                   std::vector<double>& buffer) {
-  buffer.resize(static_cast<std::size_t>(trial.samples()));
-  for (const Channel& channel : channels) {
-    trial.physical(channel.index, buffer);
-    file.write(std::as_bytes(std::span<const double>(buffer)));
-  }
-}
-
-void writeTrials(ResultFile& file, const Recording& recording, const std::vector<Channel>& channels,
-                 bool physical) {
-  const auto& trials = recording.trialNumbers();
-  const std::string header =
-      output::npyHeader(physical ? "<f8" : "<i4",
-                        {static_cast<std::int64_t>(trials.size()), static_cast<std::int64_t>(channels.size()),
-                         recording.trial(trials.front()).samples()});
-  file.write(std::as_bytes(std::span(header)));
-  std::vector<double> buffer;
-  for (const int number : trials) {
-    stopIfInterrupted();
-    const Trial trial = recording.trial(number);
-    if (physical)
-      writePhysical(file, trial, channels, buffer);
+    if (!runs.empty() && runs.back().first + runs.back().count == channel.index)
+      ++runs.back().count;
     else
-      writeRaw(file, trial, channels);
-  }
+      runs.push_back({channel.index, 1});
+  return runs;
+}
+
+/// Calls `visit` for windows of a source that are the array of some of its channels, one after another.
+template <class Visit>
+void forEachWindowOf(const Shape& shape, const std::vector<Run>& runs, std::int64_t most, Visit visit) {
+  const auto window = [&](std::int64_t trial, std::int64_t trials, const Run& run) {
+    forEachWindow({trial, trials, run.first, run.count, 0, shape.samples}, most, visit);
+  };
+  if (runs.size() == 1) return window(0, shape.trials, runs[0]);
+  for (std::int64_t trial = 0; trial < shape.trials; ++trial)
+    for (const Run& run : runs)
+      window(trial, 1, run);
+}
+
+/// Writes the array of some channels, a window at a time, so that memory does not grow with the recording.
+template <class Value>
+void writeArray(ResultFile& file, const SampleSource& source, const std::vector<Channel>& channels,
+                ProgressBar* bar) {
+  constexpr bool kPhysical = std::is_same_v<Value, double>;
+  const Shape shape = source.shape();
+  const auto count = std::ssize(channels);
+  const std::string header =
+      output::npyHeader(kPhysical ? "<f8" : "<i4", {shape.trials, count, shape.samples});
+  file.write(std::as_bytes(std::span(header)));
+  std::vector<Value> values;
+  double done = 0.0;
+  const double all = static_cast<double>(shape.trials * count) * static_cast<double>(shape.samples);
+  forEachWindowOf(shape, runsOf(channels), kBytesAtOnce / std::int64_t{sizeof(Value)},
+                  [&](const Window& window) {
+                    if (bar) bar->show(done, all);
+                    stopIfInterrupted();
+                    values.resize(static_cast<std::size_t>(window.trials * window.channels * window.samples));
+                    if constexpr (kPhysical)
+                      source.readPhysical(window, values);
+                    else
+                      source.read(window, values);
+                    file.write(std::as_bytes(std::span(values)));
+                    done += static_cast<double>(values.size());
+                  });
+  if (bar) bar->show(all, all);
 }
 
 /// Some systems take names that differ only in case for the same.
@@ -82,10 +106,13 @@ int runExport(const ExportOptions& options) {
   Session session(options.reading);
   session.attempt(options.dataset, [&] {
     refuseOwnFile(options.dataset, options.output);
+    const Recording recording = session.open(options.dataset);
+    const auto channels = selectChannels(recording.channels(), options.dataset, options.channels);
     ResultFile file = openResult(options.output);
-    const Recording recording = session.read(options.dataset, options.route.value_or(Whole{}));
-    writeTrials(file, recording, selectChannels(recording.channels(), options.dataset, options.channels),
-                options.physical);
+    const SelectedSamples selected = session.select(options.dataset, recording, options.selection);
+    const auto bar = session.openBar(options.dataset);
+    const auto write = options.physical ? writeArray<double> : writeArray<std::int32_t>;
+    write(file, *selected.source, channels, bar.get());
     stopIfInterrupted();
     file.commit();
   });

@@ -61,7 +61,7 @@ std::string names(const List& list, NameOf nameOfItem) {
 /// Seconds can be computed from samples: there is a rate.
 bool timed(const RecordInfo& record) { return std::isfinite(record.sampleRate) && record.sampleRate > 0.0; }
 
-/// Trials and samples of each: as stored when a route has read some, else as the header has them.
+/// Trials and samples of each: as a selection leaves them, else as the header has them.
 struct Shape {
   std::int64_t trials, samples;
 };
@@ -81,7 +81,7 @@ std::string trialsText(const Shape& shape, const RecordInfo& record) {
   return text;
 }
 
-/// Where the trigger lies in the trials that were read, or in those of the file.
+/// Where the trigger lies in the trials of a selection, or in those of the file.
 std::string triggerText(const ShownDataset& dataset) {
   const RecordInfo& record = dataset.record;
   const auto& stored = dataset.stored;
@@ -217,7 +217,10 @@ int runInfo(const InfoOptions& options) {
     session.attempt(
         path,
         [&] {
-          const ShownDataset dataset = session.describe(path, session.read(path, options.route));
+          const Recording recording = session.open(path);
+          std::optional<SelectedSamples> selected;
+          if (options.selection) selected = session.select(path, recording, *options.selection);
+          const ShownDataset dataset = shown(describe(path, recording, selected), options.reading);
           if (options.json) return json.add(dataset);
           if (!first) std::cout << '\n';
           first = false;

@@ -62,6 +62,7 @@ Json channelJson(const Channel& channel) {
               {"kind", nameOf(channel.kind)},   {"unit", channel.unit},
               {"gain", channel.gain},           {"good", channel.good}};
   forEachSensorField(putInto(object, channel, false));
+  object["polarity"] = channel.polarity;
   object["dewarCoils"] = coilsJson(channel.dewarCoils);
   object["headCoils"] = coilsJson(channel.headCoils);
   return object;

@@ -1,21 +1,45 @@
 #include "cli/messages.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <iostream>
-#include <memory>
+#include <map>
 #include <new>
 #include <system_error>
 
+#include "base/finding_codes.h"
+#include "check_host/check_host.h"
 #include "cli/process.h"
-#include "cli/terminal.h"
-#include <ctfmeg/path_text.h>
 #include "output/result_file.h"
 #include "output/visible_text.h"
+#include "recording/collected.h"
+
+#include <ctfmeg/path_text.h>
 
 namespace ctfmeg::cli {
 
 using output::visible;
+
+namespace {
+
+/// Occurrences of the marker that a selection goes by, in trials that the run does not have.
+std::vector<Finding> occurrencesElsewhere(const Recording& recording, const Selection& selection) {
+  std::vector<Finding> findings;
+  if (!selection.marker) return findings;
+  const auto& markers = recording.markers();
+  const auto marker = std::find_if(markers.begin(), markers.end(),
+                                   [&](const Marker& m) { return m.name == *selection.marker; });
+  if (marker == markers.end()) return findings;
+  for (const MarkerSample& sample : marker->samples)
+    if (sample.trial < 0 || sample.trial >= recording.record().numTrials)
+      findings.push_back(
+          {Finding::Severity::warning, wordOf(Code::markerTrial), textOf(recording.resourceFile()),
+           "has no trial " + std::to_string(sample.trial) + ", in which marker " + marker->name + " occurs"});
+  return findings;
+}
+
+}  // namespace
 
 void say(const std::string& path, const std::string& text) {
   std::cerr << "ctfmeg: " << (path.empty() ? "" : visible(path) + ": ") << visible(text) << '\n';
@@ -32,42 +56,57 @@ void finishOutput() {
   }
 }
 
-bool Session::answer(const std::string& dataset, const std::string& question) {
-  if (m_options.yes || m_options.no) return m_options.yes;
-  const std::string asked = visible(shown(dataset, m_options) + ": " + question);
-  const auto known = m_answers.find(asked);
-  if (known != m_answers.end()) return known->second;
-  return m_answers[asked] = ask(asked);
-}
-
-Recording Session::read(const std::string& dataset, const std::optional<Route>& route) {
-  Recording recording = readSilently(dataset, route, m_options.rules);
+Recording Session::open(const std::string& dataset) {
+  Recording recording = openSilently(dataset, m_options.rules);
   sayWarnings(dataset, recording.warnings());
   return recording;
 }
 
-Recording Session::readSilently(const std::string& dataset, const std::optional<Route>& route, Rules rules) {
-  std::unique_ptr<ProgressBar> bar;
-  ReadOptions options;
-  options.rules = rules;
-  options.samples = route.has_value();
-  options.route = route.value_or(Whole{});
-  options.answer = [&](const std::string& question) { return answer(dataset, question); };
-  options.progress = [&](const Progress& progress) {
-    if (!bar && !m_options.quiet) bar = openProgressBar("Reading " + visible(shown(dataset, m_options)));
-    if (bar) bar->show(progress.fraction, 1.0);
-    return !interrupted();
+Recording Session::openSilently(const std::string& dataset, Rules rules) const {
+  const auto answer = [&](const std::string& question) {
+    if (m_options.yes || m_options.no) return m_options.yes;
+    return ask(visible(shown(dataset, m_options) + ": " + question));
   };
-  try {
-    return Recording::read(pathFromText(dataset), options);
-  } catch (const Error& error) {
-    if (error.kind() == ErrorKind::stopped || interrupted()) throw Interrupted{};
-    throw;
-  }
+  return Recording::open(pathFromText(dataset), {.rules = rules, .answer = answer});
 }
 
-ShownDataset Session::describe(const std::string& dataset, const Recording& recording) const {
-  return shown(cli::describe(dataset, m_options.rules, recording), m_options);
+SelectedSamples Session::select(const std::string& dataset, const Recording& recording,
+                                const Selection& selection) {
+  SelectedSamples selected = selectSilently(dataset, recording, selection);
+  sayWarnings(dataset, selected.findings);
+  return selected;
+}
+
+SelectedSamples Session::selectSilently(const std::string& dataset, const Recording& recording,
+                                        const Selection& selection) const {
+  CollectedFindings findings;
+  for (const Finding& known : recording.warnings())
+    findings.report(known);
+  const auto beyondKnown = [&](const std::vector<Finding>& more) {
+    for (const Finding& finding : more)
+      findings.report(finding);
+    for (const Finding& finding : occurrencesElsewhere(recording, selection))
+      findings.report(finding);
+    auto all = findings.take();
+    all.erase(all.begin(), all.begin() + std::ssize(recording.warnings()));
+    return all;
+  };
+  if (recording.rules() == Rules::plain) {
+    auto source = recording.samples(selection);
+    return {recording.record(selection), std::move(source), beyondKnown(recording.sampleWarnings())};
+  }
+  // The resource file was found: nothing is left to be asked.
+  const auto bar = openBar(dataset);
+  const auto progress = [&](const Progress& now) {
+    if (bar) bar->show(now.fraction, 1.0);
+    return !interrupted();
+  };
+  HostReading reading = readAsHost(recording.resourceFile(), selection, {}, progress);
+  return {std::move(reading.record), std::move(reading.samples), beyondKnown(reading.findings)};
+}
+
+std::unique_ptr<ProgressBar> Session::openBar(const std::string& dataset) const {
+  return m_options.quiet ? nullptr : openProgressBar("Reading " + visible(shown(dataset, m_options)));
 }
 
 void Session::attempt(const std::string& dataset, const std::function<void()>& work,
@@ -81,6 +120,7 @@ void Session::attempt(const std::string& dataset, const std::function<void()>& w
   try {
     work();
   } catch (const Error& error) {
+    stopIfInterrupted();  // what was stopped is no error of the dataset
     fail(error);
   } catch (const CommandError& error) {
     fail({ErrorKind::refused, pathFromText(error.path()), error.what()});

@@ -1,12 +1,13 @@
 #pragma once
 
 #include <functional>
-#include <map>
-#include <optional>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "cli/commands.h"
 #include "cli/shown.h"
+#include "cli/terminal.h"
 
 namespace ctfmeg::cli {
 
@@ -16,21 +17,26 @@ void say(const std::string& path, const std::string& text);
 /// Ends what was written to standard output; throws CommandError when it could not be written.
 void finishOutput();
 
-/// Reads datasets for a command: asks and shows progress as the options say, reports errors and warnings on
+/// Opens datasets for a command: asks and shows progress as the options say, reports errors and warnings on
 /// standard error and remembers what they mean for the exit code.
 class Session {
  public:
   explicit Session(const ReadingOptions& options) : m_options(options) {}
 
-  /// The recording, with the samples of `route`, or without a route only its header. Throws `Error` when it
-  /// can't be read and Interrupted after Ctrl-C.
-  Recording read(const std::string& dataset, const std::optional<Route>& route);
+  /// The recording, its warnings reported. Throws `Error` when it can't be read.
+  Recording open(const std::string& dataset);
+  /// The same under rules of the caller's choice, in silence.
+  Recording openSilently(const std::string& dataset, Rules rules) const;
 
-  /// As above under rules of the caller's choice, without reporting warnings.
-  Recording readSilently(const std::string& dataset, const std::optional<Route>& route, Rules rules);
+  /// What a selection leaves of a recording: under plain rules to be read on demand, under host rules all
+  /// that hosts import, in memory. Throws `Error`, and Interrupted after Ctrl-C.
+  SelectedSamples select(const std::string& dataset, const Recording& recording, const Selection& selection);
+  /// The same in silence.
+  SelectedSamples selectSilently(const std::string& dataset, const Recording& recording,
+                                 const Selection& selection) const;
 
-  /// What may be shown of a recording that was read.
-  ShownDataset describe(const std::string& dataset, const Recording& recording) const;
+  /// A bar for a dataset's samples; null where none is to be seen.
+  std::unique_ptr<ProgressBar> openBar(const std::string& dataset) const;
 
   /// Runs `work` on one dataset. Of what it throws, Error, CommandError, WriteError and std::bad_alloc are
   /// reported, remembered and passed to `onError` as what may be shown, and the command goes on with the next
@@ -42,11 +48,9 @@ class Session {
   int exitCode() const;
 
  private:
-  bool answer(const std::string& dataset, const std::string& question);
   void sayWarnings(const std::string& dataset, const std::vector<Finding>& findings);
 
   ReadingOptions m_options;
-  std::map<std::string, bool> m_answers;  // `check` reads a dataset several times and asks once
   bool m_failed = false;
   bool m_warned = false;
 };

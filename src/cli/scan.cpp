@@ -15,11 +15,12 @@
 #include "cli/json.h"
 #include "cli/messages.h"
 #include "cli/process.h"
-#include "cli/terminal.h"
-#include <ctfmeg/path_text.h>
 #include "output/numbers.h"
 #include "output/table.h"
 #include "output/visible_text.h"
+#include "recording/catalog.h"
+
+#include <ctfmeg/path_text.h>
 
 namespace ctfmeg::cli {
 namespace {
@@ -29,51 +30,6 @@ namespace fs = std::filesystem;
 using output::csvText;
 using output::shortest;
 using output::visible;
-
-// Finding datasets.
-
-/// What was found below a directory.
-struct FoundDatasets {
-  struct Problem {
-    std::string path, text;
-  };
-  std::vector<fs::path> datasets;  ///< in the order of their paths
-  std::vector<Problem> problems;   ///< directories and links that can't be followed
-};
-
-bool isDataset(const fs::path& path) { return path.extension() == ".ds"; }
-
-/// Every `.ds` directory at or below `directory`, those inside others too. Links to directories are not
-/// followed, except those that are themselves named `.ds`.
-FoundDatasets findDatasets(const fs::path& directory) {
-  FoundDatasets found;
-  // A directory that is named without its name, such as ".", may be a dataset all the same.
-  std::error_code unknown;
-  const fs::path itself = fs::canonical(directory, unknown);
-  const fs::path given = directory.has_filename() ? directory : directory.parent_path();
-  if (isDataset(given) || (!unknown && isDataset(itself))) found.datasets.push_back(directory);
-  std::vector<fs::path> open{directory};
-  while (!open.empty()) {
-    stopIfInterrupted();
-    const fs::path here = std::move(open.back());
-    open.pop_back();
-    std::error_code failed;
-    fs::directory_iterator entry(here, failed);
-    for (const fs::directory_iterator end; !failed && entry != end; entry.increment(failed)) {
-      std::error_code gone;
-      if (!entry->is_directory(gone)) {
-        if (entry->is_symlink() && isDataset(entry->path()) && !entry->exists(gone))
-          found.problems.push_back({textOf(entry->path()), "leads nowhere"});
-        continue;
-      }
-      if (isDataset(entry->path())) found.datasets.push_back(entry->path());
-      if (!entry->is_symlink(gone)) open.push_back(entry->path());
-    }
-    if (failed) found.problems.push_back({textOf(here), "can't be listed: " + failed.message()});
-  }
-  std::sort(found.datasets.begin(), found.datasets.end());
-  return found;
-}
 
 // Reading their headers.
 
@@ -103,8 +59,7 @@ ScannedDataset scanDataset(const fs::path& directory, Rules rules) {
   };
   ScannedDataset scanned{{}, bytesOfFilesIn(directory)};
   try {
-    const Recording recording = Recording::read(directory, {.rules = rules, .samples = false});
-    scanned.dataset = describeRecord(path, rules, recording);
+    scanned.dataset = describeRecord(path, Recording::open(directory, {.rules = rules}));
   } catch (const Error& error) {
     scanned.dataset = describe(path, error);
   } catch (const std::bad_alloc&) {
@@ -297,9 +252,10 @@ void sayOf(const ShownDataset& dataset) {
 }  // namespace
 
 int runScan(const ScanOptions& options) {
-  const FoundDatasets found = findDatasets(directoryOf(options));
-  for (const auto& problem : found.problems)
-    say(shownFolder(problem.path, options.reading), problem.text);
+  const Catalog found = findDatasets(directoryOf(options), interrupted);
+  stopIfInterrupted();
+  for (const Catalog::Problem& problem : found.problems)
+    say(shownFolder(textOf(problem.path), options.reading), problem.text);
   std::vector<ScannedDataset> all = scanAll(found.datasets, options);
 
   bool worthFailing = !found.problems.empty();

@@ -33,11 +33,6 @@ std::optional<Number> parseNumber(std::string_view text) {
   return number;
 }
 
-std::optional<int> parseCount(const std::string& text) {
-  const auto count = parseNumber<int>(text);
-  return count && *count >= 1 ? count : std::nullopt;
-}
-
 bool matches(std::string_view pattern, std::string_view name) {
   // On a mismatch after a `*`, that star takes one character more.
   constexpr std::size_t kNone = std::string_view::npos;
@@ -61,14 +56,9 @@ bool matches(std::string_view pattern, std::string_view name) {
 
 }  // namespace
 
-std::optional<EveryNth> parseEveryNth(const std::string& text) {
-  const auto n = parseCount(text);
-  return n ? std::optional(EveryNth{*n}) : std::nullopt;
-}
-
-std::optional<Pieces> parsePieces(const std::string& text) {
-  const auto count = parseCount(text);
-  return count ? std::optional(Pieces{*count}) : std::nullopt;
+std::optional<int> parseCount(const std::string& text) {
+  const auto count = parseNumber<int>(text);
+  return count && *count >= 1 ? count : std::nullopt;
 }
 
 std::optional<SampleSpan> parseSpan(const std::string& text) {
@@ -81,7 +71,7 @@ std::optional<SampleSpan> parseSpan(const std::string& text) {
   return SampleSpan{*first, *last};
 }
 
-std::optional<TrialList> parseTrials(const std::string& text) {
+std::optional<std::vector<int>> parseTrials(const std::string& text) {
   constexpr int kBeyond = 32767;  // the first number that no dataset has: where a range to nowhere may stop
   std::set<int> numbers;
   for (const std::string& item : itemsOf(text)) {
@@ -94,10 +84,8 @@ std::optional<TrialList> parseTrials(const std::string& text) {
     for (int number = *first; number < std::min(*last, kBeyond); ++number)
       numbers.insert(number + 1);
   }
-  return TrialList{{numbers.begin(), numbers.end()}};
+  return std::vector<int>(numbers.begin(), numbers.end());
 }
-
-std::optional<MarkedTrials> parseMarker(const std::string& text) { return MarkedTrials{text}; }
 
 std::vector<Channel> selectChannels(const std::vector<Channel>& channels, const std::string& dataset,
                                     const std::optional<std::string>& list) {

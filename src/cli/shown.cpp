@@ -1,21 +1,18 @@
 #include "cli/shown.h"
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 
-#include <ctfmeg/path_text.h>
+#include "base/finding_codes.h"
 #include "ctf/record_fields.h"
+
+#include <ctfmeg/path_text.h>
 
 namespace ctfmeg::cli {
 namespace {
-
-/// Codes of findings whose text may name a person: messages may hold paths, and findings about temporary
-/// files name folders. Others hold no names but those of channels, markers and classes.
-constexpr std::array<std::string_view, 3> kMayNameAPerson{"message", "samples.spilled", "memory.spill"};
 
 /// Each tag once, where it was set first, with its last value.
 Information withoutRepeats(const Information& information) {
@@ -28,14 +25,13 @@ Information withoutRepeats(const Information& information) {
   return once;
 }
 
-std::optional<StoredSamples> storedSamples(const Recording& recording) {
-  if (recording.trialNumbers().empty()) return std::nullopt;
+StoredSamples storedSamples(const SampleSource& source) {
+  const Shape shape = source.shape();
   StoredSamples stored;
-  for (const int number : recording.trialNumbers())
-    stored.fileTrials.push_back(recording.trial(number).origin().fileTrial);
-  const Trial first = recording.trial(recording.trialNumbers().front());
-  stored.samples = first.samples();
-  stored.firstTime = first.time(0);
+  for (std::int64_t trial = 0; trial < shape.trials; ++trial)
+    stored.fileTrials.push_back(source.origin(trial).fileTrial);
+  stored.samples = shape.samples;
+  stored.firstTime = source.time(0, 0);
   return stored;
 }
 
@@ -53,20 +49,26 @@ std::string lastName(const std::string& path) {
   return textOf((given.has_filename() ? given : given.parent_path()).filename());
 }
 
-ShownDataset describeRecord(const std::string& path, Rules rules, const Recording& recording) {
+ShownDataset describeRecord(const std::string& path, const Recording& recording) {
   ShownDataset dataset;
   dataset.path = path;
   dataset.name = recording.name();
-  dataset.rules = rules;
+  dataset.rules = recording.rules();
   dataset.record = recording.record();
   dataset.findings = recording.warnings();
   dataset.warningCodes = warningCodes(dataset.findings);
   return dataset;
 }
 
-ShownDataset describe(const std::string& path, Rules rules, const Recording& recording) {
-  ShownDataset dataset = describeRecord(path, rules, recording);
-  dataset.stored = storedSamples(recording);
+ShownDataset describe(const std::string& path, const Recording& recording,
+                      const std::optional<SelectedSamples>& selected) {
+  ShownDataset dataset = describeRecord(path, recording);
+  if (selected) {
+    dataset.record = selected->record;
+    dataset.stored = storedSamples(*selected->source);
+    dataset.findings.insert(dataset.findings.end(), selected->findings.begin(), selected->findings.end());
+    dataset.warningCodes = warningCodes(dataset.findings);
+  }
   dataset.channels = recording.channels();
   dataset.coefficients = recording.coefficients();
   dataset.markers = recording.markers();
@@ -96,7 +98,8 @@ std::string redacted(const std::string& path) { return lastName(path); }
 
 std::vector<Finding> redacted(std::vector<Finding> findings) {
   std::erase_if(findings, [](const Finding& finding) {
-    return std::find(kMayNameAPerson.begin(), kMayNameAPerson.end(), finding.code) != kMayNameAPerson.end();
+    const CodeInfo* info = findCode(finding.code);
+    return info == nullptr || info->mayNamePerson;
   });
   for (Finding& finding : findings)
     finding.file = lastName(finding.file);
@@ -123,9 +126,7 @@ ShownDataset redacted(ShownDataset dataset) {
   }
   std::erase_if(dataset.badChannels, [&](const std::string& name) { return !names.contains(name); });
   dataset.findings = redacted(std::move(dataset.findings));
-  if (auto& error = dataset.error)
-    // Where samples were to be kept is no part of the dataset.
-    error->file = error->kind == ErrorKind::outOfMemory ? dataset.path : lastName(error->file);
+  if (dataset.error) dataset.error->file = lastName(dataset.error->file);
   return dataset;
 }
 

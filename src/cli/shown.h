@@ -1,11 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "cli/commands.h"
+
 #include <ctfmeg/recording.h>
 
 namespace ctfmeg::cli {
@@ -18,9 +20,9 @@ struct ShownError {
   std::string reason;  ///< the same about the dataset: names the file where that is another
 };
 
-/// The samples that were read of a dataset.
+/// The samples that a selection leaves of a dataset.
 struct StoredSamples {
-  std::vector<std::int64_t> fileTrials;  ///< for each stored trial its number in the file
+  std::vector<std::int64_t> fileTrials;  ///< for each trial its number in the file
   std::int64_t samples = 0;              ///< of each trial
   double firstTime = 0.0;                ///< seconds from the trigger to the first sample of the first trial
 };
@@ -33,7 +35,7 @@ struct ShownDataset {
   std::string name;
   Rules rules = Rules::plain;
   RecordInfo record;
-  std::optional<StoredSamples> stored;  ///< nothing when samples were not read
+  std::optional<StoredSamples> stored;  ///< nothing without a selection
   std::vector<Channel> channels;
   std::vector<CoefficientRecord> coefficients;
   std::vector<Marker> markers;
@@ -50,9 +52,17 @@ struct ShownDataset {
   std::optional<ShownError> error;
 };
 
-ShownDataset describe(const std::string& path, Rules rules, const Recording& recording);
+/// What a selection leaves of a recording.
+struct SelectedSamples {
+  RecordInfo record;
+  std::shared_ptr<const SampleSource> source;
+  std::vector<Finding> findings;  ///< beyond those of the recording
+};
+
+ShownDataset describe(const std::string& path, const Recording& recording,
+                      const std::optional<SelectedSamples>& selected = {});
 /// Only path, name, rules, record and findings: what is kept of each of thousands of datasets.
-ShownDataset describeRecord(const std::string& path, Rules rules, const Recording& recording);
+ShownDataset describeRecord(const std::string& path, const Recording& recording);
 ShownDataset describe(const std::string& path, const Error& error);
 
 /// The last name of a path: a dataset's own name, without the folders above it, which may be a person's.

@@ -3,9 +3,10 @@
 #include "cli/messages.h"
 #include "cli/process.h"
 #include "cli/terminal.h"
-#include <ctfmeg/path_text.h>
 #include "output/visible_text.h"
 #include "simulate/dataset.h"
+
+#include <ctfmeg/path_text.h>
 
 namespace ctfmeg::cli {
 

@@ -431,4 +431,17 @@ std::optional<ResourceFile> readResourceFile(const File& file, const ReadingRule
   return resource;
 }
 
+inline namespace v1 {
+
+std::string coefficientTypeName(std::uint32_t type) {
+  std::string name;
+  for (int shift = 24; shift >= 0; shift -= 8) {
+    const auto character = static_cast<char>((type >> shift) & 0xFF);
+    if (character < 0x20 || character > 0x7E) return {};
+    name += character;
+  }
+  return name;
+}
+
+}  // namespace v1
 }  // namespace ctfmeg

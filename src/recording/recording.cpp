@@ -2,7 +2,6 @@
 #include <cctype>
 #include <mutex>
 #include <new>
-#include <set>
 #include <stdexcept>
 
 #include "base/memory_range.h"
@@ -10,6 +9,7 @@
 #include "recording/dataset.h"
 #include "recording/physical.h"
 #include "recording/sample_sources.h"
+#include "recording/selection.h"
 
 #include <ctfmeg/path_text.h>
 #include <ctfmeg/recording.h>
@@ -63,10 +63,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-[[noreturn]] void refuse(const fs::path& file, const std::string& text) {
-  throw Error(ErrorKind::refused, file, text);
-}
-
 /// What hosts have always asked about a path that does not look like a dataset's.
 void checkFileFormat(const fs::path& file, const OpenOptions& options) {
   std::string name = textOf(file.filename());
@@ -76,68 +72,7 @@ void checkFileFormat(const fs::path& file, const OpenOptions& options) {
     if (name.ends_with(known)) return;
   constexpr const char* kQuestion = "The file does not like CTF format! Would you like to continue?";
   if (options.answer && options.answer(kQuestion)) return;
-  refuse(file, "does not look like a CTF file; not read");
-}
-
-/// Numbers of a file's trials in file order, each once.
-std::vector<int> chosenTrials(const Selection& selection, const std::vector<Marker>& markers,
-                              const fs::path& file, std::int32_t trials) {
-  std::set<int> chosen;
-  for (int t = 0; t < trials && !selection.trials; ++t)
-    chosen.insert(t);
-  if (selection.trials) {
-    if (selection.trials->empty()) refuse(file, "can't be read by a list of no trials");
-    for (const int number : *selection.trials) {
-      if (number < 0 || number >= trials)
-        refuse(file, "has no trial " + std::to_string(number) + ": there are trials 0 to " +
-                         std::to_string(trials - 1));
-      chosen.insert(number);
-    }
-  }
-  if (selection.marker) {
-    const auto marker = std::find_if(markers.begin(), markers.end(),
-                                     [&](const Marker& m) { return m.name == *selection.marker; });
-    if (marker == markers.end()) {
-      std::string there;
-      for (const Marker& m : markers)
-        there += (there.empty() ? "" : ", ") + m.name;
-      refuse(file, "has no marker " + *selection.marker + ": " +
-                       (there.empty() ? "there are none" : "there are " + there));
-    }
-    std::set<int> marked;
-    for (const MarkerSample& sample : marker->samples)
-      if (chosen.contains(sample.trial)) marked.insert(sample.trial);
-    if (marked.empty()) refuse(file, "has no trial in which marker " + *selection.marker + " occurs");
-    chosen = std::move(marked);
-  }
-  return {chosen.begin(), chosen.end()};
-}
-
-/// What a selection makes of each trial.
-struct Cut {
-  std::int64_t first = 0;   ///< sample of the trial with which the first piece begins
-  std::int64_t length = 0;  ///< of a piece, in samples of the file
-  std::int64_t pieces = 1;
-  std::int64_t samples = 0;  ///< of a piece, after the step
-  std::int64_t step = 1;
-};
-
-Cut cutOf(const Selection& selection, const fs::path& file, std::int64_t samples) {
-  if (selection.step < 1)
-    refuse(file, "can't be resampled by " + std::to_string(selection.step) + ": 1 keeps every sample");
-  if (selection.pieces < 1) refuse(file, "can't be cut into " + std::to_string(selection.pieces) + " pieces");
-  Cut cut{.length = samples};
-  if (selection.samples) {
-    cut.first = std::max<std::int64_t>(selection.samples->first, 0);
-    cut.length = std::min(selection.samples->last, samples - 1) - cut.first + 1;
-    if (selection.samples->last < cut.first || cut.length < 1)
-      refuse(file, "has no samples in that span: a trial has samples 0 to " + std::to_string(samples - 1));
-  }
-  cut.pieces = std::clamp<std::int64_t>(selection.pieces, 1, std::max<std::int64_t>(cut.length, 1));
-  cut.length /= cut.pieces;
-  cut.step = std::clamp<std::int64_t>(selection.step, 1, std::max<std::int64_t>(cut.length, 1));
-  cut.samples = cut.length / cut.step;
-  return cut;
+  throw Error(ErrorKind::refused, file, "does not look like a CTF file; not read");
 }
 
 }  // namespace
@@ -203,7 +138,7 @@ std::shared_ptr<const SampleSource> Recording::samples(const Selection& selectio
   const fs::path& file = resourceFile();
   const RecordInfo& header = record();
   const std::vector<int> chosen = chosenTrials(selection, markers(), file, header.numTrials);
-  if (header.samplesPerTrial < 1) refuse(file, "says that a trial has no samples");
+  if (header.samplesPerTrial < 1) throw Error(ErrorKind::refused, file, "says that a trial has no samples");
   const Cut cut = cutOf(selection, file, header.samplesPerTrial);
   const SampleSet& set = m_state->sampleSet();
   if (const auto& failure = set.failure())
@@ -212,10 +147,7 @@ std::shared_ptr<const SampleSource> Recording::samples(const Selection& selectio
   for (const int trial : chosen) {
     if (trial >= set.trials()) {
       if (!selection.trials && !selection.marker) break;
-      std::string text = "does not have trial " + std::to_string(trial) + " whole";
-      for (const Finding& finding : m_state->sampleWarnings)
-        if (is(finding, Code::meg4Short)) text += ": the set " + finding.text;
-      throw Error(ErrorKind::damaged, file, text, m_state->sampleWarnings);
+      throw missingTrial(trial, file, m_state->sampleWarnings);
     }
     for (std::int64_t piece = 0; piece < cut.pieces; ++piece)
       pieces.push_back({trial, cut.first + piece * cut.length});

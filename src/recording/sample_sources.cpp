@@ -12,13 +12,6 @@
 namespace ctfmeg {
 namespace {
 
-void requireRange(const char* what, std::int64_t first, std::int64_t count, std::int64_t there) {
-  if (first >= 0 && count >= 0 && first <= there && count <= there - first) return;
-  throw std::out_of_range(std::string(what) + " " + std::to_string(first) + " to " +
-                          std::to_string(first + count - 1) + " are not within 0 to " +
-                          std::to_string(there - 1));
-}
-
 /// What reading files throws as what users of a recording know.
 template <class Operation>
 void reading(Operation operation) {
@@ -37,6 +30,28 @@ inline namespace v1 {
 SampleSource::~SampleSource() = default;
 }  // namespace v1
 
+void requireRange(const char* what, std::int64_t first, std::int64_t count, std::int64_t there) {
+  if (first >= 0 && count >= 0 && first <= there && count <= there - first) return;
+  throw std::out_of_range(std::string(what) + " " + std::to_string(first) + " to " +
+                          std::to_string(first + count - 1) + " are not within 0 to " +
+                          std::to_string(there - 1));
+}
+
+std::int64_t valuesOf(const Window& window, const Shape& shape, std::size_t room) {
+  requireRange("trials", window.trial, window.trials, shape.trials);
+  requireRange("channels", window.channel, window.channels, shape.channels);
+  requireRange("samples", window.first, window.samples, shape.samples);
+  const std::int64_t values = window.trials * window.channels * window.samples;
+  if (static_cast<std::uint64_t>(values) > room)
+    throw std::invalid_argument("there is room for " + std::to_string(room) + " of " +
+                                std::to_string(values) + " values");
+  return values;
+}
+
+double timeOf(const Origin& from, std::int64_t sample, std::int64_t preTrigSamples, double sampleRate) {
+  return static_cast<double>(from.firstSample + sample * from.step - preTrigSamples) / sampleRate;
+}
+
 FileSamples::FileSamples(std::shared_ptr<const void> owner, const SampleSet& set, const SampleScale& scale,
                          std::vector<Piece> pieces, std::int64_t samples, std::int64_t step, int threads)
     : m_owner(std::move(owner)),
@@ -54,20 +69,7 @@ Origin FileSamples::origin(std::int64_t trial) const {
 
 double FileSamples::time(std::int64_t trial, std::int64_t sample) const {
   requireRange("samples", sample, 1, m_shape.samples);
-  const Origin from = origin(trial);
-  return static_cast<double>(from.firstSample + sample * from.step - m_scale.preTrigSamples) /
-         m_scale.sampleRate;
-}
-
-std::int64_t FileSamples::valuesOf(const Window& window, std::size_t room) const {
-  requireRange("trials", window.trial, window.trials, m_shape.trials);
-  requireRange("channels", window.channel, window.channels, m_shape.channels);
-  requireRange("samples", window.first, window.samples, m_shape.samples);
-  const std::int64_t values = window.trials * window.channels * window.samples;
-  if (static_cast<std::uint64_t>(values) > room)
-    throw std::invalid_argument("there is room for " + std::to_string(room) + " of " +
-                                std::to_string(values) + " values");
-  return values;
+  return timeOf(origin(trial), sample, m_scale.preTrigSamples, m_scale.sampleRate);
 }
 
 bool FileSamples::isWholeTrials(const Window& window) const {
@@ -134,7 +136,7 @@ void FileSamples::readBlock(std::int64_t trial, int channel, std::int64_t first,
 }
 
 void FileSamples::read(const Window& window, std::span<std::int32_t> out) const {
-  out = out.first(static_cast<std::size_t>(valuesOf(window, out.size())));
+  out = out.first(static_cast<std::size_t>(valuesOf(window, m_shape, out.size())));
   if (out.empty()) return;
   reading([&] {
     if (isWholeTrials(window)) return readWholeTrials(window, out);
@@ -148,7 +150,7 @@ void FileSamples::read(const Window& window, std::span<std::int32_t> out) const 
 }
 
 void FileSamples::readPhysical(const Window& window, std::span<double> out) const {
-  out = out.first(static_cast<std::size_t>(valuesOf(window, out.size())));
+  out = out.first(static_cast<std::size_t>(valuesOf(window, m_shape, out.size())));
   constexpr std::int64_t kMostValues = std::int64_t{1} << 18;
   std::vector<std::int32_t> raw(static_cast<std::size_t>(std::min(kMostValues, window.samples)));
   for (std::int64_t trial = window.trial; trial < window.trial + window.trials; ++trial)

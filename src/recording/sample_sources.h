@@ -19,6 +19,16 @@ struct SampleScale {
   std::int64_t preTrigSamples = 0;
 };
 
+/// Throws std::out_of_range for items `first` to `first + count - 1` of those from 0 to `there - 1`.
+void requireRange(const char* what, std::int64_t first, std::int64_t count, std::int64_t there);
+
+/// How many values a window of samples of that shape has. Throws std::out_of_range for one that is not within
+/// it and std::invalid_argument where there is no room for so many.
+std::int64_t valuesOf(const Window& window, const Shape& shape, std::size_t room);
+
+/// Seconds from the trigger, by the rate of the acquisition.
+double timeOf(const Origin& from, std::int64_t sample, std::int64_t preTrigSamples, double sampleRate);
+
 /// Trials of a set, each from a sample on, every n-th sample.
 class FileSamples : public SampleSource {
  public:
@@ -40,7 +50,6 @@ class FileSamples : public SampleSource {
 
  private:
   const Piece& piece(std::int64_t trial) const { return m_pieces[static_cast<std::size_t>(trial)]; }
-  std::int64_t valuesOf(const Window& window, std::size_t room) const;
   bool isWholeTrials(const Window& window) const;
   void readWholeTrials(const Window& window, std::span<std::int32_t> out) const;
   void readBlock(std::int64_t trial, int channel, std::int64_t first, std::span<std::int32_t> out) const;

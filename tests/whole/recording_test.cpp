@@ -1,5 +1,3 @@
-#include <ctfmeg/recording.h>
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,9 +6,12 @@
 #include <cstring>
 #include <random>
 
-#include "host/divide.h"
+#include "check_host/check_host.h"
+#include "recording/physical.h"
 #include "support/minimal_dataset.h"
 #include "support/temporary_directory.h"
+
+#include <ctfmeg/recording.h>
 
 namespace {
 
@@ -18,10 +19,11 @@ using namespace ctfmeg;
 using D = MinimalDataset;
 namespace fs = std::filesystem;
 
-/// Kind and text of the error that reading ends in.
-std::string errorOf(const fs::path& path, const ReadOptions& options = {}) {
+/// Kind, file and text of the error that it ends in.
+template <class Operation>
+std::string errorOf(Operation operation) {
   try {
-    Recording::read(path, options);
+    operation();
   } catch (const Error& error) {
     return std::string(nameOf(error.kind())) + " | " + error.path().filename().string() + " | " +
            error.text();
@@ -29,12 +31,20 @@ std::string errorOf(const fs::path& path, const ReadOptions& options = {}) {
   return "none";
 }
 
-TEST(Recording, GivesSamplesUnitsAndTimes) {
+std::string errorOfReading(const fs::path& path, const OpenOptions& options = {}) {
+  return errorOf([&] { Recording::open(path, options).read(); });
+}
+
+std::string errorAsHost(const fs::path& path, const Selection& selection = {}) {
+  return errorOf([&] { readAsHost(path, selection, {}); });
+}
+
+TEST(Recording, HasSamplesUnitsAndTimes) {
   TemporaryDirectory directory;
   D().write(directory.path());
-  const Recording recording = Recording::read(directory.path() / "run.ds");
+  const Recording recording = Recording::open(directory.path() / "run.ds");
   EXPECT_EQ(recording.name(), "run");
-  EXPECT_EQ(recording.trialNumbers(), (std::vector{0, 1}));
+  EXPECT_EQ(recording.read().size(), 2U);
   const Trial trial = recording.trial(1);
   EXPECT_EQ(trial.channels(), 2);
   ASSERT_EQ(trial.samples(), 3);
@@ -52,24 +62,63 @@ TEST(Recording, GivesSamplesUnitsAndTimes) {
   EXPECT_THROW(trial.time(3), std::out_of_range);
 }
 
+/// All values of a window, as text.
+std::string textOf(const SampleSource& source, const Window& window) {
+  std::vector<std::int32_t> values(
+      static_cast<std::size_t>(window.trials * window.channels * window.samples));
+  source.read(window, values);
+  std::string text;
+  for (const std::int32_t value : values)
+    text += (text.empty() ? "" : " ") + std::to_string(value);
+  std::vector<double> physical(values.size(), -1.0);
+  source.readPhysical(window, physical);
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const bool first =
+        i / static_cast<std::size_t>(window.samples) % static_cast<std::size_t>(window.channels) +
+            static_cast<std::size_t>(window.channel) ==
+        0;
+    EXPECT_EQ(physical[i], values[i] / (first ? -2.0e9 * 1048576.0 : 1.0)) << i;
+  }
+  return text;
+}
+
+TEST(Recording, ReadsAnyWindowUnderBothRules) {
+  TemporaryDirectory directory;
+  const fs::path run = D().write(directory.path());
+  const auto plain = Recording::open(run).samples();
+  const auto host = readAsHost(run, {}, {}).samples;
+  for (const auto& source : {plain, host}) {
+    EXPECT_EQ(textOf(*source, {0, 2, 0, 2, 0, 3}), "0 1 2 100 101 102 1000 1001 1002 1100 1101 1102");
+    EXPECT_EQ(textOf(*source, {0, 2, 0, 2, 1, 2}), "1 2 101 102 1001 1002 1101 1102");
+    EXPECT_EQ(textOf(*source, {1, 1, 1, 1, 2, 1}), "1102");
+    EXPECT_EQ(textOf(*source, {2, 0, 0, 2, 0, 3}), "");
+    EXPECT_DOUBLE_EQ(source->time(1, 2), 1 / 600.0);
+    std::vector<std::int32_t> out(12);
+    for (const Window& outside : {Window{1, 2, 0, 1, 0, 1}, Window{0, 1, 1, 2, 0, 1},
+                                  Window{0, 1, 0, 1, 1, 3}, Window{0, 1, -1, 1, 0, 1}})
+      EXPECT_THROW(source->read(outside, out), std::out_of_range);
+    EXPECT_THROW(source->origin(2), std::out_of_range);
+    EXPECT_THROW(source->time(0, 3), std::out_of_range);
+    out.resize(11);
+    EXPECT_THROW(source->read({0, 2, 0, 2, 0, 3}, out), std::invalid_argument);
+  }
+}
+
 TEST(Recording, TrialsKeepTheirSamplesAlive) {
   TemporaryDirectory directory;
   D().write(directory.path());
-  const auto trial = [&] { return Recording::read(directory.path() / "run.ds").trial(0); }();
+  const auto trial = [&] { return Recording::open(directory.path() / "run.ds").trial(0); }();
   EXPECT_EQ(trial.raw()[5], D::value(0, 1, 2));
 }
 
-TEST(Recording, HeaderOnlyTouchesNoSamples) {
+TEST(Recording, OpeningTouchesNoSamples) {
   TemporaryDirectory directory;
   D dataset;
   dataset.sampleFiles = {};
   dataset.write(directory.path());
-  ReadOptions options;
-  options.samples = false;
-  const Recording recording = Recording::read(directory.path() / "run.ds", options);
-  EXPECT_TRUE(recording.trialNumbers().empty());
+  const Recording recording = Recording::open(directory.path() / "run.ds");
   EXPECT_EQ(recording.channels().size(), 2u);
-  EXPECT_THROW(recording.trial(0), std::out_of_range);
+  EXPECT_TRUE(errorOf([&] { recording.trial(0); }).starts_with("notFound | run.meg4"));
 }
 
 TEST(Recording, FindsTheResourceFileOfADirectory) {
@@ -82,27 +131,28 @@ TEST(Recording, FindsTheResourceFileOfADirectory) {
   EXPECT_EQ(resolveDataset(dataset), dataset / "run.res4") << "its own, whatever else is there";
   fs::rename(dataset, directory.path() / "renamed.ds");
   EXPECT_EQ(
-      errorOf(directory.path() / "renamed.ds"),
+      errorOfReading(directory.path() / "renamed.ds"),
       "notADataset | renamed.ds | holds several CTF resource files and none is renamed.res4: name one of "
       "other.res4, run.res4");
   fs::remove(directory.path() / "renamed.ds" / "other.res4");
-  EXPECT_EQ(Recording::read(directory.path() / "renamed.ds").name(), "run");
+  const Recording renamed = Recording::open(directory.path() / "renamed.ds");
+  EXPECT_EQ(renamed.name(), "run");
 }
 
 TEST(Recording, SaysWhatAndWhere) {
   TemporaryDirectory directory;
   const fs::path run = directory.path() / "run.ds";
-  EXPECT_EQ(errorOf(run), "notFound | run.ds | can't be read: No such file or directory");
+  EXPECT_EQ(errorOfReading(run), "notFound | run.ds | can't be read: No such file or directory");
   fs::create_directory(run);
   EXPECT_EQ(
-      errorOf(run),
+      errorOfReading(run),
       "notADataset | run.ds | holds no CTF resource file: looked for run.res4 and for any other *.res4");
   writeFile(run / "run.res4", "");
-  EXPECT_EQ(errorOf(run), "notADataset | run.res4 | is empty");
+  EXPECT_EQ(errorOfReading(run), "notADataset | run.res4 | is empty");
   D cut;
   cut.res4 = Bytes().raw(cut.res4.str().substr(0, 1500));
   cut.write(directory.path());
-  EXPECT_EQ(errorOf(run),
+  EXPECT_EQ(errorOfReading(run),
             "damaged | run.res4 | is cut short: it ends at byte 1500, within its general header");
 
   D noSamples;
@@ -110,118 +160,142 @@ TEST(Recording, SaysWhatAndWhere) {
   fs::remove(run / "run.meg4");
   noSamples.write(directory.path());
   const std::string notFound = std::system_category().message(ENOENT);
-  EXPECT_EQ(errorOf(run), "notFound | run.meg4 | can't be read: " + notFound);
+  EXPECT_EQ(errorOfReading(run), "notFound | run.meg4 | can't be read: " + notFound);
   writeFile(run / "run.txt", "");
-  EXPECT_EQ(errorOf(run / "run.txt"), "refused | run.txt | does not look like a CTF file; not read");
+  EXPECT_EQ(errorOfReading(run / "run.txt"), "refused | run.txt | does not look like a CTF file; not read");
 #ifndef _WIN32
-  writeFile(run / "a\\b.res4", "");
-  EXPECT_TRUE(errorOf(run / "a\\b.res4").starts_with("refused | a\\b.res4 | holds a backslash"));
+  fs::rename(run / "run.res4", run / "a\\b.res4");
+  EXPECT_EQ(errorOf([&] { Recording::open(run / "a\\b.res4"); }), "none");
+  EXPECT_TRUE(errorAsHost(run / "a\\b.res4").starts_with("refused | a\\b.res4 | holds a backslash"));
 #endif
 }
 
-TEST(Recording, TurnsFileErrorsAndMessagesIntoFindings) {
+TEST(Recording, NoticesThatASetEndsEarly) {
   TemporaryDirectory directory;
   D dataset;
-  dataset.res4.put(1340, Bytes().i16(9));
   dataset.sampleFiles = {D::sampleFile({D::trial(0, 2, 3)})};
   dataset.write(directory.path());
-  const Recording recording = Recording::read(directory.path() / "run.ds");
-  ASSERT_EQ(recording.warnings().size(), 2u);
-  EXPECT_EQ(recording.warnings()[0].text, "Trigger format error!");
-  EXPECT_EQ(recording.warnings()[1].code, "meg4.short");
-  EXPECT_EQ(recording.warnings()[1].text, "ends early: 1 of 2 trials are there whole");
-  EXPECT_EQ(recording.trialNumbers(), std::vector{0});
-
-  ReadOptions hostRules;
-  hostRules.rules = Rules::host;
-  EXPECT_TRUE(errorOf(directory.path() / "run.ds", hostRules).starts_with("notFound | run.1_meg4"));
+  const Recording recording = Recording::open(directory.path() / "run.ds");
+  EXPECT_TRUE(recording.warnings().empty());
+  ASSERT_EQ(recording.sampleWarnings().size(), 1u);
+  EXPECT_EQ(recording.sampleWarnings()[0].code, "meg4.short");
+  EXPECT_EQ(recording.sampleWarnings()[0].text, "ends early: 1 of 2 trials are there whole");
+  ASSERT_EQ(recording.read().size(), 1u);
+  EXPECT_TRUE(errorAsHost(directory.path() / "run.ds").starts_with("notFound | run.1_meg4"));
 }
 
 TEST(Recording, AsksAndStopsAsTheCallerWants) {
   TemporaryDirectory directory;
   const fs::path run = D().write(directory.path()).parent_path();
   writeFile(run / "run.txt", "");
-  ReadOptions options;
+  OpenOptions options;
   std::vector<std::string> questions;
   options.answer = [&](const std::string& question) {
     questions.push_back(question);
     return true;
   };
-  EXPECT_EQ(Recording::read(run / "run.txt", options).trialNumbers().size(), 2u);
+  EXPECT_EQ(Recording::open(run / "run.txt", options).read().size(), 2u);
   EXPECT_EQ(questions.size(), 1u);
+  EXPECT_EQ(readAsHost(run / "run.txt", {}, options).samples->shape().trials, 2);
+  EXPECT_EQ(questions.size(), 2u);
+  EXPECT_TRUE(errorAsHost(run / "run.txt").starts_with("refused | run.txt"));
 
   std::vector<double> fractions;
-  options.progress = [&](const Progress& progress) {
+  const auto atMostOnce = [&](const Progress& progress) {
     fractions.push_back(progress.fraction);
     return fractions.size() < 2;
   };
-  EXPECT_TRUE(errorOf(run, options).starts_with("stopped"));
+  EXPECT_TRUE(errorOf([&] { Recording::open(run).read({}, atMostOnce); }).starts_with("stopped"));
+  EXPECT_EQ(fractions, (std::vector{0.0, 1.0}));
+  fractions.clear();
+  EXPECT_TRUE(errorOf([&] { readAsHost(run, {}, {}, atMostOnce); }).starts_with("stopped"));
   EXPECT_EQ(fractions, (std::vector{0.0, 0.5}));
 }
 
-/// Trial numbers in the file, first samples, samples and the time of the last one, of every trial read.
-std::string routeOf(const fs::path& dataset, const Route& route, ReadOptions options = {}) {
-  options.route = route;
-  std::vector<double> fractions;
-  options.progress = [&](const Progress& progress) {
-    fractions.push_back(progress.fraction);
-    return true;
+/// The trials of a selection, a line each: number in the file, first sample, samples and the time of the last
+/// one. Hosts read the same of it wherever they read anything.
+std::string selected(const fs::path& dataset, const Selection& selection, bool byHost = true) {
+  const auto linesOf = [](const SampleSource& source) {
+    const Shape shape = source.shape();
+    std::string text;
+    for (std::int64_t t = 0; t < shape.trials; ++t) {
+      const Origin origin = source.origin(t);
+      std::vector<std::int32_t> values(static_cast<std::size_t>(shape.channels * shape.samples));
+      source.read({t, 1, 0, shape.channels, 0, shape.samples}, values);
+      text += std::to_string(origin.fileTrial) + "+" + std::to_string(origin.firstSample) + ":";
+      for (const std::int32_t value : values)
+        text += " " + std::to_string(value);
+      text += " @" + std::to_string(std::lround(source.time(t, shape.samples - 1) * 600.0)) + "\n";
+    }
+    return text;
   };
-  const Recording recording = Recording::read(dataset, options);
-  EXPECT_TRUE(std::is_sorted(fractions.begin(), fractions.end())) << "the bar fills once";
-  EXPECT_EQ(fractions.front(), 0.0);
-  EXPECT_EQ(fractions.back(), 1.0);
-  std::string text;
-  for (const int number : recording.trialNumbers()) {
-    const Trial trial = recording.trial(number);
-    text += std::to_string(trial.origin().fileTrial) + "+" + std::to_string(trial.origin().firstSample) + ":";
-    for (const std::int32_t value : trial.raw())
-      text += " " + std::to_string(value);
-    text += " @" + std::to_string(std::lround(trial.time(trial.samples() - 1) * 600.0)) + "\n";
+  const Recording recording = Recording::open(dataset);
+  std::string text = linesOf(*recording.samples(selection));
+  if (byHost) {
+    std::vector<double> fractions;
+    const HostReading host = readAsHost(dataset, selection, {}, [&](const Progress& progress) {
+      fractions.push_back(progress.fraction);
+      return true;
+    });
+    EXPECT_TRUE(std::is_sorted(fractions.begin(), fractions.end())) << "the bar fills once";
+    EXPECT_EQ(fractions.front(), 0.0);
+    EXPECT_EQ(fractions.back(), 1.0);
+    EXPECT_EQ(linesOf(*host.samples), text);
+    const RecordInfo record = recording.record(selection);
+    EXPECT_EQ(host.record.samplesPerTrial, record.samplesPerTrial);
+    EXPECT_EQ(host.record.sampleRate, record.sampleRate);
+    EXPECT_EQ(host.record.numTrialsDone, record.numTrialsDone);
   }
   return text;
 }
 
-TEST(Recording, RoutesKeepTimes) {
+TEST(Recording, SelectionsKeepTimesAndCombine) {
   TemporaryDirectory directory;
   D dataset;  // one sample before the trigger
   dataset.resize(2, 1, 5);
   const fs::path run = dataset.write(directory.path());
-  EXPECT_EQ(routeOf(run, Whole{}), "0+0: 0 1 2 3 4 @3\n1+0: 1000 1001 1002 1003 1004 @3\n");
-  EXPECT_EQ(routeOf(run, EveryNth{1}), routeOf(run, Whole{}));
-  EXPECT_EQ(routeOf(run, EveryNth{2}), "0+0: 0 2 @1\n1+0: 1000 1002 @1\n");
-  EXPECT_EQ(routeOf(run, SampleSpan{-1, 2}), "0+0: 0 1 2 @1\n1+0: 1000 1001 1002 @1\n");
-  EXPECT_EQ(routeOf(run, SampleSpan{3, 1LL << 40}), "0+3: 3 4 @3\n1+3: 1003 1004 @3\n");
-  EXPECT_EQ(routeOf(run, Pieces{2}), "0+0: 0 1 @0\n0+2: 2 3 @2\n1+0: 1000 1001 @0\n1+2: 1002 1003 @2\n");
-  EXPECT_EQ(routeOf(run, TrialList{{1}}), "1+0: 1000 1001 1002 1003 1004 @3\n");
-  EXPECT_EQ(routeOf(run, TrialList{{1, 0, 1}}), routeOf(run, Whole{}));
+  const std::string whole = "0+0: 0 1 2 3 4 @3\n1+0: 1000 1001 1002 1003 1004 @3\n";
+  EXPECT_EQ(selected(run, {}), whole);
+  EXPECT_EQ(selected(run, {.step = 2}), "0+0: 0 2 @1\n1+0: 1000 1002 @1\n");
+  EXPECT_EQ(selected(run, {.samples = {{-1, 2}}}), "0+0: 0 1 2 @1\n1+0: 1000 1001 1002 @1\n");
+  EXPECT_EQ(selected(run, {.samples = {{3, 1LL << 40}}}), "0+3: 3 4 @3\n1+3: 1003 1004 @3\n");
+  EXPECT_EQ(selected(run, {.pieces = 2}), "0+0: 0 1 @0\n0+2: 2 3 @2\n1+0: 1000 1001 @0\n1+2: 1002 1003 @2\n");
+  EXPECT_EQ(selected(run, {.trials = {{1}}}), "1+0: 1000 1001 1002 1003 1004 @3\n");
+  EXPECT_EQ(selected(run, {.trials = {{1, 0, 1}}}), whole);
+  EXPECT_EQ(selected(run, {.samples = {{0, 4}}}, false), whole);
+  EXPECT_EQ(selected(run, {.trials = {{1}}, .samples = {{1, 4}}, .pieces = 2, .step = 2}, false),
+            "1+1: 1001 @0\n1+3: 1003 @2\n");
 
-  const auto refused = [&](const Route& route) {
-    ReadOptions options;
-    options.route = route;
-    return errorOf(run, options);
+  const auto refused = [&](const Selection& selection, const std::string& text, bool byHost = true) {
+    EXPECT_EQ(errorOf([&] { Recording::open(run).samples(selection); }), text);
+    if (byHost) {
+      EXPECT_EQ(errorAsHost(run, selection), text);
+    }
   };
-  EXPECT_EQ(refused(SampleSpan{0, 4}),
+  EXPECT_EQ(errorAsHost(run, {.samples = {{0, 4}}}),
             "refused | run.res4 | is not cut down by that span: it is a whole trial, samples 0 to 4");
-  EXPECT_EQ(refused(SampleSpan{3, 2}),
-            "refused | run.res4 | has no samples in that span: a trial has samples 0 to 4");
-  EXPECT_EQ(refused(TrialList{{0, 2}}), "refused | run.res4 | has no trial 2: there are trials 0 to 1");
-  EXPECT_EQ(refused(MarkedTrials{"tone"}), "refused | run.res4 | has no marker tone: there are none");
-  EXPECT_TRUE(refused(EveryNth{0}).starts_with("refused"));
-  EXPECT_TRUE(refused(Pieces{0}).starts_with("refused"));
+  EXPECT_EQ(errorAsHost(run, {.pieces = 2, .step = 2}),
+            "refused | run.res4 | can't be read by several selections at once under host rules");
+  refused({.samples = {{3, 2}}},
+          "refused | run.res4 | has no samples in that span: a trial has samples 0 to 4");
+  refused({.trials = {{0, 2}}}, "refused | run.res4 | has no trial 2: there are trials 0 to 1");
+  refused({.trials = std::vector<int>{}}, "refused | run.res4 | can't be read by a list of no trials");
+  refused({.marker = "tone"}, "refused | run.res4 | has no marker tone: there are none");
+  refused({.step = 0}, "refused | run.res4 | can't be resampled by 0: 1 keeps every sample");
+  refused({.pieces = 0}, "refused | run.res4 | can't be cut into 0 pieces");
   fs::resize_file(run.parent_path() / "run.meg4", 8 + 20);
-  EXPECT_EQ(
-      refused(TrialList{{0, 1}}),
-      "damaged | run.res4 | does not have trial 1 whole: the set ends early: 1 of 2 trials are there whole");
-  EXPECT_TRUE(refused(TrialList{}).starts_with("refused"));
+  refused(
+      {.trials = {{0, 1}}},
+      "damaged | run.res4 | does not have trial 1 whole: the set ends early: 1 of 2 trials are there whole",
+      false);
 }
 
-TEST(Recording, MarkersInTrialsThatAreNotThereAreTold) {
+TEST(Recording, SelectsTrialsByMarker) {
   TemporaryDirectory directory;
   const fs::path run = D().write(directory.path());
   const auto marker = [](const std::string& name, const std::string& samples) {
     return "CLASSGROUPID:\n+3\nNAME:\n" + name +
-           "\nCOMMENT:\n\nCOLOR:\nred\nEDITABLE:\nYes\nCLASSID:\n+1\nNUMBER OF SAMPLES:\n2\nLIST OF "
+           "\nCOMMENT:\nnone\nCOLOR:\nred\nEDITABLE:\nYes\nCLASSID:\n+1\nNUMBER OF SAMPLES:\n2\nLIST OF "
            "SAMPLES:\n"
            "TRIAL NUMBER\t\tTIME FROM SYNC POINT (in seconds)\n" +
            samples + "\n";
@@ -229,56 +303,14 @@ TEST(Recording, MarkersInTrialsThatAreNotThereAreTold) {
   writeFile(run.parent_path() / "MarkerFile.mrk", "PATH OF DATASET:\nx\nNUMBER OF MARKERS:\n2\n" +
                                                       marker("tone", "+1 0\n+5 0\n") +
                                                       marker("gone", "+7 0\n-1 0\n"));
-  const Recording tone = Recording::read(run, {.route = MarkedTrials{"tone"}});
-  ASSERT_EQ(tone.trialNumbers().size(), 1u);
-  EXPECT_EQ(tone.trial(0).origin().fileTrial, 1);
-  const auto& warnings = tone.warnings();
-  const auto told = std::find_if(warnings.begin(), warnings.end(),
-                                 [](const Finding& f) { return f.code == "marker.trial"; });
-  ASSERT_NE(told, warnings.end());
-  EXPECT_EQ(told->text, "has no trial 5, in which marker tone occurs");
-  EXPECT_EQ(errorOf(run, {.route = MarkedTrials{"gone"}}),
+  EXPECT_EQ(selected(run, {.marker = "tone"}), "1+0: 1000 1001 1002 1100 1101 1102 @1\n");
+  EXPECT_EQ(errorOf([&] { Recording::open(run).samples({.marker = "gone"}); }),
             "refused | run.res4 | has no trial in which marker gone occurs");
-}
-
-TEST(Recording, KeepsSamplesBeyondALimitInAFileWithoutAName) {
-  TemporaryDirectory directory;
-  D dataset;
-  dataset.resize(2, 1, 5);
-  const fs::path run = dataset.write(directory.path()), folder = directory.path() / "spill";
-  fs::create_directory(folder);
-  ReadOptions options;
-  options.memory = 1;
-  options.spillFolder = folder;
-  for (const Rules rules : {Rules::host, Rules::plain}) {
-    options.rules = rules;
-    for (const Route& route :
-         std::initializer_list<Route>{Whole{}, EveryNth{2}, SampleSpan{-1, 2}, Pieces{2}, TrialList{{1}}})
-      EXPECT_EQ(routeOf(run, route, options), routeOf(run, route));
-    const Recording spilled = Recording::read(run, options);
-    ASSERT_EQ(spilled.warnings().size(), 1U);
-    EXPECT_EQ(spilled.warnings()[0].code, "samples.spilled");
-    EXPECT_EQ(spilled.warnings()[0].severity, Finding::Severity::remark);
-    EXPECT_EQ(fs::path(spilled.warnings()[0].file), folder);
-#ifndef _WIN32  // where the name goes with the file
-    EXPECT_TRUE(fs::is_empty(folder));
-#endif
-  }
-  EXPECT_TRUE(fs::is_empty(folder));
-  options.memory = 40;
-  EXPECT_TRUE(Recording::read(run, options).warnings().empty()) << "just as much as may be held";
-  options.memory = 39;
-  options.spillFolder = directory.path() / "none";
-  const std::string error = errorOf(run, options);
-  EXPECT_TRUE(
-      error.starts_with("outOfMemory | none | can't take the 40 bytes of samples that are more than memory "
-                        "is to hold: "))
-      << error;
 }
 
 TEST(Recording, ReadsTheRealRecordingByBothRules) {
   if (!fs::exists(REAL_RECORDING)) GTEST_SKIP() << "the real recording is not here";
-  const Recording plain = Recording::read(REAL_RECORDING);
+  const Recording plain = Recording::open(REAL_RECORDING);
   const RecordInfo& record = plain.record();
   EXPECT_EQ(record.numTrials, 2);
   EXPECT_EQ(record.numChannels, 356);
@@ -329,22 +361,23 @@ TEST(Recording, ReadsTheRealRecordingByBothRules) {
   EXPECT_EQ(plain.classes()[0].trials, std::vector<std::int32_t>{});
   EXPECT_TRUE(plain.markers().empty());
   EXPECT_TRUE(plain.badChannels().empty());
-  const auto told = [&plain](const char* tag) { return plain.information().find(tag)->value; };
-  EXPECT_EQ(std::get<std::string>(told("_PATIENT_ID")), "Anonymized4977_1448272137_0");
-  EXPECT_EQ(std::get<std::int64_t>(told("_PATIENT_SEX")), 2);
-  EXPECT_EQ(std::get<std::string>(told("_DATASET_SYSTEMTYPE")), "cmeg");
-  EXPECT_EQ(std::get<double>(told("_DATASET_UPPERBANDWIDTH")), 300.0);
-  EXPECT_EQ(std::get<std::int64_t>(told("_DATASET_MAXHEADMOTIONTRIAL")), 1);
+  const auto valueOf = [&plain](const char* tag) { return plain.information().find(tag)->value; };
+  EXPECT_EQ(std::get<std::string>(valueOf("_PATIENT_ID")), "Anonymized4977_1448272137_0");
+  EXPECT_EQ(std::get<std::int64_t>(valueOf("_PATIENT_SEX")), 2);
+  EXPECT_EQ(std::get<std::string>(valueOf("_DATASET_SYSTEMTYPE")), "cmeg");
+  EXPECT_EQ(std::get<double>(valueOf("_DATASET_UPPERBANDWIDTH")), 300.0);
+  EXPECT_EQ(std::get<std::int64_t>(valueOf("_DATASET_MAXHEADMOTIONTRIAL")), 1);
 
-  ReadOptions hostRules;
-  hostRules.rules = Rules::host;
-  const Recording host = Recording::read(REAL_RECORDING, hostRules);
+  const Recording host = Recording::open(REAL_RECORDING, {.rules = Rules::host});
   EXPECT_TRUE(host.coefficients()[0].references[0].reference.starts_with("BG1-4304@k"));
   EXPECT_NEAR(baseline(host.channels()[32]), 500.0, 10.0);
   EXPECT_TRUE(host.classes().empty());
   EXPECT_TRUE(host.fiducials().headMeasured);
-  EXPECT_EQ(host.record().sensorFileName, "\x01") << "rubbish behind the zero bytes of an empty field";
-  EXPECT_TRUE(std::ranges::equal(host.trial(1).raw(), plain.trial(1).raw()));
+  EXPECT_EQ(host.record().sensorFileName, "\x01") << "rubbish after the zero bytes of an empty field";
+  const Trial trial = plain.trial(1);
+  std::vector<std::int32_t> values(trial.raw().size());
+  readAsHost(REAL_RECORDING, {}, {}).samples->read({1, 1, 0, 356, 0, 1201}, values);
+  EXPECT_TRUE(std::ranges::equal(values, trial.raw()));
 }
 
 TEST(Recording, TrialsReadTogetherAreThoseOfTheirFiles) {
@@ -357,23 +390,30 @@ TEST(Recording, TrialsReadTogetherAreThoseOfTheirFiles) {
   D dataset;
   dataset.resize(kAll, 2, kSamples);
   dataset.sampleFiles = D::split(files, 2, kSamples).sampleFiles;
-  const auto expectTrials = [&](int trials, Rules rules) {
-    const Recording recording = Recording::read(directory.path() / "run.ds", {.rules = rules});
-    ASSERT_EQ(recording.trialNumbers().size(), static_cast<std::size_t>(trials));
+  const auto expectTrials = [&](int trials, const Recording& recording) {
+    const auto read = recording.read();
+    ASSERT_EQ(read.size(), static_cast<std::size_t>(trials));
     for (int t = 0; t < trials; ++t)
       for (int c = 0; c < 2; ++c) {
-        const auto values = recording.trial(t).raw(c);
+        const auto values = read[static_cast<std::size_t>(t)].raw(c);
         ASSERT_EQ(values.size(), static_cast<std::size_t>(kSamples));
         for (int s = 0; s < kSamples; ++s)
           if (values[static_cast<std::size_t>(s)] != D::value(t, c, s)) FAIL() << t << " " << c << " " << s;
       }
   };
-  dataset.write(directory.path());
-  expectTrials(kAll, Rules::plain);
-  expectTrials(kAll, Rules::host);
+  const fs::path run = dataset.write(directory.path());
+  expectTrials(kAll, Recording::open(run));
+  const auto host = readAsHost(run, {}, {}).samples;
+  std::vector<std::int32_t> values(kSamples);
+  for (int t = 0; t < kAll; ++t)
+    for (int c = 0; c < 2; ++c) {
+      host->read({t, 1, c, 1, 0, kSamples}, values);
+      for (int s = 0; s < kSamples; ++s)
+        if (values[static_cast<std::size_t>(s)] != D::value(t, c, s)) FAIL() << t << " " << c << " " << s;
+    }
   dataset.sampleFiles[1].pop_back();
   dataset.write(directory.path());
-  expectTrials(kAll - 1, Rules::plain);
+  expectTrials(kAll - 1, Recording::open(run));
 }
 
 TEST(Recording, PhysicalValuesAreTheNearestDoublesToTheQuotients) {

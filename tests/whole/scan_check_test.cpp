@@ -6,10 +6,11 @@
 #include <string>
 #include <vector>
 
-#include <ctfmeg/path_text.h>
 #include "support/command.h"
 #include "support/minimal_dataset.h"
 #include "support/temporary_directory.h"
+
+#include <ctfmeg/path_text.h>
 
 namespace {
 
@@ -91,7 +92,7 @@ TEST_F(ManyDatasets, AreScannedAtEveryDepthAndBrokenOnesSurvived) {
   }
 }
 
-/// What is odd in a dataset, remarks aside: "code file text", a line each, behind the exit code. (The minimal
+/// What is odd in a dataset, remarks aside: "code file text", a line each, after the exit code. (The minimal
 /// dataset has coefficients for references that are not among its two channels.)
 std::string oddities(const std::string& dataset) {
   const auto result = runCommand(CTFMEG_COMMAND, {"check", "--json", dataset});
@@ -157,7 +158,7 @@ TEST_F(ManyDatasets, AreCheckedToTheLastByteAndByBothReadings) {
   MinimalDataset trailing, cut, older, broken;
   trailing.sampleFiles[0] += "abc";
   EXPECT_EQ(oddities(write("trailing.ds", trailing)),
-            "3\nmeg4.trailing run.meg4 has 3 bytes behind the last trial of the run\n");
+            "3\nmeg4.trailing run.meg4 has 3 bytes after the last trial of the run\n");
   EXPECT_EQ(remarks("trailing.ds"), always);
   cut.sampleFiles[0].pop_back();
   EXPECT_EQ(oddities(write("cut.ds", cut)),
