@@ -10,7 +10,7 @@
 
 #include <ctfmeg/path_text.h>
 #include "base/finding_codes.h"
-#include "ctf/record_fields.h"
+#include <ctfmeg/record_fields.h>
 
 namespace ctfmeg {
 inline namespace v1 {

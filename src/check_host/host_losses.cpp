@@ -6,7 +6,7 @@
 #include <ctfmeg/path_text.h>
 #include "base/finding_codes.h"
 #include "check_host/check_host.h"
-#include "ctf/record_fields.h"
+#include <ctfmeg/record_fields.h>
 
 namespace ctfmeg {
 namespace {

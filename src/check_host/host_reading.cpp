@@ -6,7 +6,7 @@
 #include <string>
 
 #include "check_host/check_host.h"
-#include "ctf/record_fields.h"
+#include <ctfmeg/record_fields.h>
 #include "recording/collected.h"
 #include "recording/physical.h"
 #include "recording/sample_sources.h"

@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <vector>
 
-#include "ctf/record_fields.h"
+#include <ctfmeg/record_fields.h>
 #include "output/json.h"
 
 namespace ctfmeg::cli {

@@ -7,7 +7,7 @@
 #include <unordered_set>
 
 #include "base/finding_codes.h"
-#include "ctf/record_fields.h"
+#include <ctfmeg/record_fields.h>
 
 #include <ctfmeg/path_text.h>
 

@@ -4,17 +4,15 @@
 
 #include "base/finding_codes.h"
 #ifdef _WIN32
-#include "hosts/dialogs/dialogs.h"
+UserInterface* defaultUserInterface();  // real windows: dialogs/
+#else
+static UserInterface* defaultUserInterface() { return nullptr; }
 #endif
 
 namespace {
 
 std::atomic<UserInterface*> processInterface{nullptr};
 thread_local UserInterface* threadInterface = nullptr;
-
-#ifndef _WIN32
-UserInterface* defaultUserInterface() { return nullptr; }
-#endif
 
 }  // namespace
 

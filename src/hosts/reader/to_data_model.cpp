@@ -9,7 +9,7 @@
 #include <variant>
 
 #include "ctf/information_file.h"
-#include "ctf/record_fields.h"
+#include <ctfmeg/record_fields.h>
 #include "ctf/resource_file.h"
 #include "hosts/framework/bridge.h"
 
