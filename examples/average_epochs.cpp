@@ -28,21 +28,24 @@ void average(const ctfmeg::Recording& recording, const ctfmeg::Marker& marker, c
   const auto before = std::llround(secondsBefore * rate), after = std::llround(secondsAfter * rate);
   if (before < 0 || after < 0)
     throw std::invalid_argument("an epoch begins before its marker and ends after it");
-  std::vector<double> sum(static_cast<std::size_t>(before + after + 1)), values;
-  const auto& trials = recording.trialNumbers();
+  const auto samples = recording.samples();
+  std::vector<double> sum(static_cast<std::size_t>(before + after + 1)), epoch(sum.size());
   int averaged = 0, skipped = 0;
   for (const ctfmeg::MarkerSample& event : marker.samples) {
     // The file may have markers in trials that an interrupted recording no longer holds.
-    const bool there = std::binary_search(trials.begin(), trials.end(), event.trial);
-    if (!there || event.sample < before || event.sample + after >= recording.trial(event.trial).samples()) {
+    const ctfmeg::Shape there = samples->shape();
+    if (event.trial < 0 || event.trial >= there.trials || event.sample < before ||
+        event.sample + after >= there.samples) {
       ++skipped;
       continue;
     }
-    const auto trial = recording.trial(event.trial);
-    values.resize(static_cast<std::size_t>(trial.samples()));
-    trial.physical(channel.index, values);
+    samples->readPhysical({.trial = event.trial,
+                           .channel = channel.index,
+                           .first = event.sample - before,
+                           .samples = before + after + 1},
+                          epoch);
     for (std::size_t i = 0; i < sum.size(); ++i)
-      sum[i] += values[static_cast<std::size_t>(event.sample - before) + i];
+      sum[i] += epoch[i];
     ++averaged;
   }
   std::printf("# %s around %s: %d averaged, %d too near an edge; seconds, %s\n", channel.name.c_str(),
@@ -61,7 +64,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   try {
-    const auto recording = ctfmeg::Recording::read(argv[1]);
+    const auto recording = ctfmeg::Recording::open(argv[1]);
     average(recording, named(recording.markers(), argv[2]), named(recording.channels(), argv[3]),
             std::atof(argv[4]), std::atof(argv[5]));
   } catch (const std::exception& error) {  // ctfmeg::Error among them

@@ -23,11 +23,9 @@ std::string quoted(const std::string& text) {
 
 /// A line for the dataset; false when it can't be read.
 bool list(const fs::path& dataset) {
-  ctfmeg::ReadOptions options;
-  options.samples = false;
   const std::string path = quoted(ctfmeg::textOf(dataset));
   try {
-    const auto recording = ctfmeg::Recording::read(dataset, options);
+    const auto recording = ctfmeg::Recording::open(dataset);
     const ctfmeg::RecordInfo& record = recording.record();
     std::printf("%s,%zu,%d,%d,%g,%zu,%zu,\n", path.c_str(), recording.channels().size(), record.numTrials,
                 record.samplesPerTrial, record.sampleRate, recording.markers().size(),

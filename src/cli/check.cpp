@@ -28,9 +28,9 @@ class Check {
   Check(const CheckOptions& options, Session& session) : m_options(options), m_session(session) {}
 
   std::vector<Finding> run() {
-    const Recording recording = m_session.openSilently(m_options.dataset, m_options.reading.rules);
+    const Recording recording = m_session.open(m_options.dataset);
     append(m_findings, recording.warnings());
-    const SelectedSamples samples = m_session.selectSilently(m_options.dataset, recording, {});
+    const SelectedSamples samples = m_session.select(m_options.dataset, recording, {});
     append(m_findings, samples.findings);
     const std::uint64_t digest = digestOf(*samples.source, true);
     append(m_findings, inspect(recording));
@@ -63,9 +63,9 @@ class Check {
           {Finding::Severity::remark, wordOf(code), textOf(file), "under host rules " + text});
     };
     try {
-      const Recording host = m_session.openSilently(textOf(plain.resourceFile()), Rules::host);
+      const Recording host = m_session.open(textOf(plain.resourceFile()), Rules::host);
       append(m_findings, hostLosses(plain, host));
-      const SelectedSamples theirs = m_session.selectSilently(m_options.dataset, host, {});
+      const SelectedSamples theirs = m_session.select(m_options.dataset, host, {});
       if (theirs.source->shape().trials != trials)
         lose(Code::hostSamples, plain.resourceFile(),
              "has " + std::to_string(theirs.source->shape().trials) + " of " + std::to_string(trials) +

@@ -110,6 +110,8 @@ int runExport(const ExportOptions& options) {
     const auto channels = selectChannels(recording.channels(), options.dataset, options.channels);
     ResultFile file = openResult(options.output);
     const SelectedSamples selected = session.select(options.dataset, recording, options.selection);
+    session.sayWarnings(options.dataset, recording.warnings());
+    session.sayWarnings(options.dataset, selected.findings);
     const auto bar = session.openBar(options.dataset);
     const auto write = options.physical ? writeArray<double> : writeArray<std::int32_t>;
     write(file, *selected.source, channels, bar.get());

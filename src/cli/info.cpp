@@ -220,6 +220,8 @@ int runInfo(const InfoOptions& options) {
           const Recording recording = session.open(path);
           std::optional<SelectedSamples> selected;
           if (options.selection) selected = session.select(path, recording, *options.selection);
+          session.sayWarnings(path, recording.warnings());
+          if (selected) session.sayWarnings(path, selected->findings);
           const ShownDataset dataset = shown(describe(path, recording, selected), options.reading);
           if (options.json) return json.add(dataset);
           if (!first) std::cout << '\n';

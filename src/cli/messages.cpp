@@ -56,13 +56,7 @@ void finishOutput() {
   }
 }
 
-Recording Session::open(const std::string& dataset) {
-  Recording recording = openSilently(dataset, m_options.rules);
-  sayWarnings(dataset, recording.warnings());
-  return recording;
-}
-
-Recording Session::openSilently(const std::string& dataset, Rules rules) const {
+Recording Session::open(const std::string& dataset, Rules rules) const {
   const auto answer = [&](const std::string& question) {
     if (m_options.yes || m_options.no) return m_options.yes;
     return ask(visible(shown(dataset, m_options) + ": " + question));
@@ -71,14 +65,7 @@ Recording Session::openSilently(const std::string& dataset, Rules rules) const {
 }
 
 SelectedSamples Session::select(const std::string& dataset, const Recording& recording,
-                                const Selection& selection) {
-  SelectedSamples selected = selectSilently(dataset, recording, selection);
-  sayWarnings(dataset, selected.findings);
-  return selected;
-}
-
-SelectedSamples Session::selectSilently(const std::string& dataset, const Recording& recording,
-                                        const Selection& selection) const {
+                                const Selection& selection) const {
   CollectedFindings findings;
   for (const Finding& known : recording.warnings())
     findings.report(known);

@@ -23,17 +23,17 @@ class Session {
  public:
   explicit Session(const ReadingOptions& options) : m_options(options) {}
 
-  /// The recording, its warnings reported. Throws `Error` when it can't be read.
-  Recording open(const std::string& dataset);
-  /// The same under rules of the caller's choice, in silence.
-  Recording openSilently(const std::string& dataset, Rules rules) const;
+  /// The recording, under the rules of the options or others. Throws `Error` when it can't be read.
+  Recording open(const std::string& dataset) const { return open(dataset, m_options.rules); }
+  Recording open(const std::string& dataset, Rules rules) const;
 
   /// What a selection leaves of a recording: under plain rules to be read on demand, under host rules all
   /// that hosts import, in memory. Throws `Error`, and Interrupted after Ctrl-C.
-  SelectedSamples select(const std::string& dataset, const Recording& recording, const Selection& selection);
-  /// The same in silence.
-  SelectedSamples selectSilently(const std::string& dataset, const Recording& recording,
-                                 const Selection& selection) const;
+  SelectedSamples select(const std::string& dataset, const Recording& recording,
+                         const Selection& selection) const;
+
+  /// Reports what was noticed.
+  void sayWarnings(const std::string& dataset, const std::vector<Finding>& findings);
 
   /// A bar for a dataset's samples; null where none is to be seen.
   std::unique_ptr<ProgressBar> openBar(const std::string& dataset) const;
@@ -48,8 +48,6 @@ class Session {
   int exitCode() const;
 
  private:
-  void sayWarnings(const std::string& dataset, const std::vector<Finding>& findings);
-
   ReadingOptions m_options;
   bool m_failed = false;
   bool m_warned = false;

@@ -25,7 +25,9 @@ int forEachDataset(const TableOptions& options, Print print) {
   for (const std::string& path : options.datasets) {
     stopIfInterrupted();
     session.attempt(path, [&] {
-      ShownDataset dataset = shown(describe(path, session.open(path)), options.reading);
+      const Recording recording = session.open(path);
+      session.sayWarnings(path, recording.warnings());
+      ShownDataset dataset = shown(describe(path, recording), options.reading);
       if (!options.csv && options.datasets.size() > 1) std::cout << visible(dataset.path) << ":\n";
       if (options.channels) dataset.channels = selectChannels(dataset.channels, path, options.channels);
       print(dataset);

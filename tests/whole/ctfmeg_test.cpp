@@ -459,10 +459,11 @@ TEST_F(Ctfmeg, RoutesGoIntoExportAndInfo) {
   EXPECT_TRUE(contains(run({"info", given, "--samples", "2:3"}).out, "0.002 s before each"));
   EXPECT_FALSE(contains(run({"info", given, "--split", "2"}).out, "Trigger"));
   const std::vector<std::vector<std::string>> refused{
-      {"--trials", "99999999999"}, {"--trials", "0-99999999999"}, {"--samples", "0:99999999999999999999"}};
+      {"--trials", "99999999999"}, {"--trials", "0-99999999999"}, {"--samples", "4:99999999999999999999"}};
   for (const auto& route : refused)
     expectFailed(run({"export", given, "-o", "-", route[0], route[1]}), given + "/run.res4");
-  const std::vector<std::string> wholeSpan{"export", given, "-o", "-", "--samples", "-1:9"};
+  const std::vector<std::string> wholeSpan{"export", given,       "-o",
+                                           "-",      "--samples", "-1:99999999999999999999"};
   EXPECT_TRUE(Array(run(wholeSpan).out).is("<i4", "3, 1, 4"));
   auto hostSpan = wholeSpan;
   hostSpan.emplace_back("--rules=host");
@@ -500,11 +501,12 @@ TEST_F(Ctfmeg, SpanOfFiveGibibytes) {
 
 #if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__)
 TEST_F(Ctfmeg, ExportingTakesNoMemoryForTheRecording) {
-  constexpr int kTrials = 10, kChannels = 10, kSamples = 5000000;
+  constexpr int kTrials = 10, kChannels = 10, kSamples = 1000000;
   const std::string given = write("a.ds", sparseDataset(kTrials, kChannels, kSamples));
-  fs::resize_file(given + "/run.meg4", 8 + std::uintmax_t{kTrials} * kChannels * kSamples * 4);  // 2 GB
-  for (const std::vector<std::string>& how :
-       {std::vector<std::string>{}, {"--resample", "10"}, {"--physical", "--channels", "STIM*,MLC*"}}) {
+  fs::resize_file(given + "/run.meg4", 8 + std::uintmax_t{kTrials} * kChannels * kSamples * 4);  // 400 MB
+  for (const std::vector<std::string>& how : {std::vector<std::string>{},
+                                              {"--resample", "10"},
+                                              {"--physical", "--channels", "MLC11,MLC13*,MLC14"}}) {
     std::vector<std::string> arguments{"export", given, "-o", "/dev/null"};
     arguments.insert(arguments.end(), how.begin(), how.end());
     EXPECT_EQ(run(arguments).exitCode, 0);
