@@ -71,10 +71,6 @@ ssize_t __wrap_read(int descriptor, void* buffer, size_t bytes) {
 }
 ssize_t __wrap_pread(int descriptor, void* buffer, size_t bytes, off_t offset) {
   if (fails(descriptor)) return -1;
-  return __real_read(descriptor, buffer, bytes);
-}
-ssize_t __wrap_pread(int descriptor, void* buffer, size_t bytes, off_t offset) {
-  if (fails(descriptor)) return -1;
   struct stat status {};
   if (badFile != 0 && __real_fstat(descriptor, &status) == 0 && status.st_ino == badFile) {
     const off_t left = badFrom - offset;
