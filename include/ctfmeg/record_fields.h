@@ -1,7 +1,8 @@
 #pragma once
 
-// Every member of the structs in record.h, once, for whoever shows or compares them. A visitor is called as v(name, member, identifying): `member` gives the member of any struct that
-// has one of that name, `identifying` says that its content can name a person.
+// Every member of the structs in record.h, once, for whoever shows or compares them. A visitor is called as
+// v(name, member, identifying): `member` gives the member of any struct that has one of that name,
+// `identifying` says that its content can name a person.
 
 #define CTFMEG_FIELD(name, identifying) \
   v(                                    \

@@ -9,8 +9,8 @@
 #include <unordered_set>
 
 #include <ctfmeg/path_text.h>
-#include "base/finding_codes.h"
 #include <ctfmeg/record_fields.h>
+#include "base/finding_codes.h"
 
 namespace ctfmeg {
 inline namespace v1 {

@@ -4,9 +4,9 @@
 #include <unordered_map>
 
 #include <ctfmeg/path_text.h>
+#include <ctfmeg/record_fields.h>
 #include "base/finding_codes.h"
 #include "check_host/check_host.h"
-#include <ctfmeg/record_fields.h>
 
 namespace ctfmeg {
 namespace {

@@ -5,8 +5,8 @@
 #include <set>
 #include <string>
 
-#include "check_host/check_host.h"
 #include <ctfmeg/record_fields.h>
+#include "check_host/check_host.h"
 #include "recording/collected.h"
 #include "recording/physical.h"
 #include "recording/sample_sources.h"

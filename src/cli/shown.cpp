@@ -6,8 +6,8 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "base/finding_codes.h"
 #include <ctfmeg/record_fields.h>
+#include "base/finding_codes.h"
 
 #include <ctfmeg/path_text.h>
 

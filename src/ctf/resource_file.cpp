@@ -6,8 +6,8 @@
 #include <iterator>
 
 #include "base/encoding.h"
-#include "ctf/channel_kind.h"
 #include "base/geometry.h"
+#include "ctf/channel_kind.h"
 
 namespace ctfmeg {
 namespace {

@@ -4,9 +4,9 @@
 #include <vector>
 
 #include <megreader/framework/user_interface.h>
+#include <megreader/reader/reading_rules.h>
 #include "support/minimal_dataset.h"
 #include "support/temporary_directory.h"
-#include <megreader/reader/reading_rules.h>
 
 /// A dataset that has every file the reader knows, to be harmed.
 class VictimDataset {

@@ -8,8 +8,8 @@
 #include <functional>
 
 #include <megreader/framework/native_path.h>
-#include "hostile/dataset.h"
 #include <megreader/reader/meg_reader_face.h>
+#include "hostile/dataset.h"
 #include "support/allocations.h"
 #include "support/failing_calls.h"
 

@@ -6,8 +6,8 @@
 #include <thread>
 
 #include <megreader/framework/native_path.h>
-#include "hostile/dataset.h"
 #include <megreader/reader/meg_reader_face.h>
+#include "hostile/dataset.h"
 #include "support/allocations.h"
 
 // Loads leave nothing behind for one another, neither at the same time nor later.

@@ -8,9 +8,9 @@
 
 #include <megreader/framework/encoding.h>
 #include <megreader/framework/native_path.h>
+#include <megreader/reader/basic_read_unix2window.h>
 #include "base/byte_order.h"
 #include "support/temporary_directory.h"
-#include <megreader/reader/basic_read_unix2window.h>
 
 namespace {
 

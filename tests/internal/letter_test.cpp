@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <iterator>
 
+#include <megreader/reader/meg_reader_face.h>
 #include "base/memory_range.h"
 #include "ctf/event_files.h"
 #include "hosts/datamodel/trial_storage.h"
 #include "internal/import_probe.h"
 #include "internal/side_probe.h"
-#include <megreader/reader/meg_reader_face.h>
 #include "support/allocations.h"
 
 // What hosts rely on where a file is damaged or odd, down to the byte.

@@ -3,8 +3,8 @@
 #include <functional>
 
 #include <megreader/reader/meg_reader_face.h>
-#include "internal/probe.h"
 #include "hosts/reader/sample_import.h"
+#include "internal/probe.h"
 #include "support/allocations.h"
 #include "support/unreadable_file.h"
 

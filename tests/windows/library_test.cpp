@@ -4,14 +4,14 @@
 #include <algorithm>
 #include <cstring>
 
-#include <megreader/framework/native_path.h>
 #include <ctfmeg/path_text.h>
 #include <ctfmeg/recording.h>
+#include <megreader/framework/native_path.h>
+#include <megreader/reader/basic_read_unix2window.h>
 #include <megreader/reader/meg_reader_face.h>
 #include "support/command.h"
 #include "support/minimal_dataset.h"
 #include "support/temporary_directory.h"
-#include <megreader/reader/basic_read_unix2window.h>
 
 // The library as Windows sees it.
 

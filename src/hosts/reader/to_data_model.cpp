@@ -8,8 +8,8 @@
 #include <utility>
 #include <variant>
 
-#include "ctf/information_file.h"
 #include <ctfmeg/record_fields.h>
+#include "ctf/information_file.h"
 #include "ctf/resource_file.h"
 #include "hosts/framework/bridge.h"
 
