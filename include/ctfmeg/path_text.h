@@ -12,7 +12,7 @@ inline namespace v1 {
 CTFMEG_API std::filesystem::path pathFromText(const std::string& text);
 CTFMEG_API std::string textOf(const std::filesystem::path& path);
 
-/// The same path in a form that the system takes whatever its length: on Windows a long one becomes absolute
+/// A path in a form that the system takes whatever its length: on Windows a long one becomes absolute
 /// and gets the prefix that lifts the limit of 260 characters.
 CTFMEG_API std::filesystem::path reachable(const std::filesystem::path& path);
 

@@ -89,7 +89,7 @@ class CTFMEG_API Recording {
 
   /// What the resource file says.
   const RecordInfo& record() const&;
-  /// The same as a selection leaves it: samples in a trial and sample rate are those of the selection.
+  /// What it says once a selection is made: samples in a trial and sample rate are those of the selection.
   /// Throws `Error` for a selection that can't be made.
   RecordInfo record(const Selection& selection) const;
   const std::vector<Channel>& channels() const&;

@@ -53,7 +53,7 @@ class CTFMEG_API SampleSource {
   /// The converter's values of a window, to the front of `out`: trial by trial, channel by channel.
   virtual void read(const Window& window, std::span<std::int32_t> out) const = 0;
 
-  /// The same places as raw / gain, in each channel's unit.
+  /// The values of a window as raw / gain, in each channel's unit, placed as `read` places them.
   virtual void readPhysical(const Window& window, std::span<double> out) const = 0;
 };
 

@@ -44,7 +44,7 @@ class MEGREADER_API CMEGData {
   /// Raw samples of a trial, storedChannels() x storedSamples() in host order; null when the trial holds
   /// none. Owned by the data object and valid until the next import.
   const std::int32_t* trialSamples(int trial) const;
-  /// The same of a trial that holds sums instead: a trial is raw or summed, never both.
+  /// The sums of a trial that holds sums instead: a trial is raw or summed, never both.
   const double* trialSums(int trial) const;
   TrialOrigin trialOrigin(int trial) const;
   /// Shape of what is stored: trial numbers run from 0 to `trialSlots()` - 1, not all need hold samples.

@@ -65,7 +65,7 @@ struct TriggerInfo {
   std::int64_t occurrences = 0;
 };
 
-/// The same with the triggers, the information file and the coefficient records.
+/// The record information with the triggers, the information file and the coefficient records.
 class MEGREADER_API CMEGRecordInfozkPro : public CMEGRecordInfo {
  public:
   std::vector<TriggerInfo> triggers;  ///< of the trigger manager's markers, in its order

@@ -9,7 +9,7 @@
 /// become backslashes.
 MEGREADER_API CString toWindowsPath(CString path);
 
-/// The same for a path in this system's bytes: UTF-8, other bytes carried along (see `fromUtf8`).
+/// Does so for a path in this system's bytes: UTF-8, other bytes carried along (see `fromUtf8`).
 MEGREADER_API CString toWindowsPath(const std::string& path);
 
 /// A path in Windows form as this system writes it.

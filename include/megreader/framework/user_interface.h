@@ -73,7 +73,8 @@ class MEGREADER_API UserInterface {
   /// An interface that has no such dialog leaves this alone: it counts as cancelled, which is reported.
   virtual std::optional<CString> chooseFile(const CString& filter, int filterIndex);
 
-  /// Shows a modal dialog; true when OK closed it, false when it was cancelled. The same holds here.
+  /// Shows a modal dialog; true when OK closed it, false when it was cancelled. By default it is cancelled,
+  /// which is reported.
   virtual bool modalDialog(const DialogTemplate& dialogTemplate, DialogOwner& owner);
 
   /// Null when this interface shows no progress.

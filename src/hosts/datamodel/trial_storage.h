@@ -35,7 +35,7 @@ class TrialStorage {
   bool store(std::int32_t trial, std::int32_t channel, const std::int32_t* values, std::int64_t count,
              std::int32_t fileTrial);
 
-  /// The same for `count` sums of a whole trial.
+  /// Stores `count` sums of a whole trial as `store` does samples.
   bool storeSums(std::int32_t trial, const double* values, std::int64_t count);
 
   /// channels x samples values, or null when the trial holds none. Valid until the next `reserve`.

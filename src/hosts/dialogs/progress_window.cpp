@@ -38,7 +38,7 @@ class WindowProgress : public ProgressWindow {
 
   HWND m_window = nullptr;
   HWND m_bar = nullptr;
-  bool m_quit = false;  // the host was told to end
+  bool m_quit = false;  // the host was asked to end
   int m_exitCode = 0;
 };
 

@@ -23,7 +23,7 @@ void reportNoReader() {
     try {
       reportFinding({.code = ctfmeg::wordOf(ctfmeg::Code::memory), .file = {}, .text = text});
       return;
-    } catch (const std::bad_alloc&) {  // tried again, or nobody can be told
+    } catch (const std::bad_alloc&) {  // tried again, or there is no way to say so
     }
 }
 

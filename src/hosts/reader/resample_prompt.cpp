@@ -45,7 +45,7 @@ bool CDlgSampleRateSet::OnInitDialog() {
 }
 
 void CDlgSampleRateSet::OnOK() {
-  // Once here and once in the base: users are told twice of a value that is refused.
+  // Once here and once in the base: users see the message about a refused value twice.
   UpdateData(true);
   CDialog::OnOK();
 }
