@@ -72,8 +72,8 @@ double FileSamples::time(std::int64_t trial, std::int64_t sample) const {
   return timeOf(origin(trial), sample, m_scale.preTrigSamples, m_scale.sampleRate);
 }
 
-bool FileSamples::isWholeTrials(const Window& window) const {
-  return m_step == 1 && window.channels == m_shape.channels && window.samples == m_set.counts().samples;
+bool FileSamples::isWholeBlocks(const Window& window) const {
+  return m_step == 1 && window.samples == m_set.counts().samples;
 }
 
 void FileSamples::readTogether(const File& file, std::uint64_t offset, std::span<std::int32_t> out) const {
@@ -139,29 +139,39 @@ void FileSamples::read(const Window& window, std::span<std::int32_t> out) const 
   out = out.first(static_cast<std::size_t>(valuesOf(window, m_shape, out.size())));
   if (out.empty()) return;
   reading([&] {
-    if (isWholeTrials(window)) return readWholeTrials(window, out);
+    const bool whole = isWholeBlocks(window);
+    if (whole && window.channels == m_shape.channels) return readWholeTrials(window, out);
+    const int together = whole ? window.channels : 1;  // their blocks follow each other in the file
+    const auto values = static_cast<std::size_t>(together) * static_cast<std::size_t>(window.samples);
     for (std::int64_t trial = window.trial; trial < window.trial + window.trials; ++trial)
-      for (int channel = window.channel; channel < window.channel + window.channels; ++channel) {
-        const auto block = out.first(static_cast<std::size_t>(window.samples));
-        readBlock(trial, channel, window.first, block);
-        out = out.subspan(block.size());
+      for (int c = 0; c < window.channels; c += together) {
+        readBlock(trial, window.channel + c, window.first, out.first(values));
+        out = out.subspan(values);
       }
   });
 }
 
 void FileSamples::readPhysical(const Window& window, std::span<double> out) const {
-  out = out.first(static_cast<std::size_t>(valuesOf(window, m_shape, out.size())));
-  constexpr std::int64_t kMostValues = std::int64_t{1} << 18;
-  std::vector<std::int32_t> raw(static_cast<std::size_t>(std::min(kMostValues, window.samples)));
-  for (std::int64_t trial = window.trial; trial < window.trial + window.trials; ++trial)
-    for (int channel = window.channel; channel < window.channel + window.channels; ++channel)
-      for (std::int64_t first = window.first; first < window.first + window.samples;) {
-        const std::int64_t count = std::min(kMostValues, window.first + window.samples - first);
-        const auto values = std::span(raw).first(static_cast<std::size_t>(count));
-        reading([&] { readBlock(trial, channel, first, values); });
-        divideEach(values, m_scale.gains[static_cast<std::size_t>(channel)], out.first(values.size()));
-        out = out.subspan(values.size());
-        first += count;
+  if (valuesOf(window, m_shape, out.size()) == 0) return;
+  constexpr std::int64_t kMostValues = std::int64_t{1} << 21;
+  const std::int64_t samplesAtOnce = std::min(kMostValues, window.samples);
+  const auto channelsAtOnce =
+      static_cast<int>(std::clamp<std::int64_t>(kMostValues / samplesAtOnce, 1, window.channels));
+  std::vector<std::int32_t> raw(static_cast<std::size_t>(samplesAtOnce * channelsAtOnce));
+  for (std::int64_t trial = 0; trial < window.trials; ++trial)
+    for (int c = 0; c < window.channels; c += channelsAtOnce)
+      for (std::int64_t s = 0; s < window.samples; s += samplesAtOnce) {
+        const int channels = std::min(channelsAtOnce, window.channels - c);
+        const auto samples = static_cast<std::size_t>(std::min(samplesAtOnce, window.samples - s));
+        read({window.trial + trial, 1, window.channel + c, channels, window.first + s,
+              static_cast<std::int64_t>(samples)},
+             raw);
+        for (int k = 0; k < channels; ++k) {
+          const std::int64_t place = (trial * window.channels + c + k) * window.samples + s;
+          divideEach(std::span(raw).subspan(static_cast<std::size_t>(k) * samples, samples),
+                     m_scale.gains[static_cast<std::size_t>(window.channel + c + k)],
+                     out.subspan(static_cast<std::size_t>(place), samples));
+        }
       }
 }
 

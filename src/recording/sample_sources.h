@@ -50,8 +50,9 @@ class FileSamples : public SampleSource {
 
  private:
   const Piece& piece(std::int64_t trial) const { return m_pieces[static_cast<std::size_t>(trial)]; }
-  bool isWholeTrials(const Window& window) const;
+  bool isWholeBlocks(const Window& window) const;
   void readWholeTrials(const Window& window, std::span<std::int32_t> out) const;
+  /// Of a channel, from a sample on; without a step also on into the channels after it.
   void readBlock(std::int64_t trial, int channel, std::int64_t first, std::span<std::int32_t> out) const;
   void readTogether(const File& file, std::uint64_t offset, std::span<std::int32_t> out) const;
 
