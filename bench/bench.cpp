@@ -1,13 +1,13 @@
 #include <benchmark/benchmark.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 
+#include "floor.h"
+
 #include <ctfmeg/recording.h>
 #include <megreader/framework/native_path.h>
 #include <megreader/reader/meg_reader_face.h>
-#include "floor.h"
 
 // What reading a dataset costs, and what it costs at least. The dataset is named by the variable
 // BENCH_DATASET; scripts/bench runs this next to other programs and prints ratios.

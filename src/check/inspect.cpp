@@ -8,9 +8,10 @@
 #include <type_traits>
 #include <unordered_set>
 
+#include "base/finding_codes.h"
+
 #include <ctfmeg/path_text.h>
 #include <ctfmeg/record_fields.h>
-#include "base/finding_codes.h"
 
 namespace ctfmeg {
 inline namespace v1 {

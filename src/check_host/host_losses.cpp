@@ -3,10 +3,11 @@
 #include <string_view>
 #include <unordered_map>
 
-#include <ctfmeg/path_text.h>
-#include <ctfmeg/record_fields.h>
 #include "base/finding_codes.h"
 #include "check_host/check_host.h"
+
+#include <ctfmeg/path_text.h>
+#include <ctfmeg/record_fields.h>
 
 namespace ctfmeg {
 namespace {

@@ -5,7 +5,6 @@
 #include <set>
 #include <string>
 
-#include <ctfmeg/record_fields.h>
 #include "check_host/check_host.h"
 #include "recording/collected.h"
 #include "recording/physical.h"
@@ -13,6 +12,7 @@
 #include "recording/selection.h"
 
 #include <ctfmeg/path_text.h>
+#include <ctfmeg/record_fields.h>
 #include <megreader/framework/encoding.h>
 #include <megreader/framework/file_error.h>
 #include <megreader/framework/native_path.h>

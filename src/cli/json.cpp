@@ -5,8 +5,9 @@
 #include <nlohmann/json.hpp>
 #include <vector>
 
-#include <ctfmeg/record_fields.h>
 #include "output/json.h"
+
+#include <ctfmeg/record_fields.h>
 
 namespace ctfmeg::cli {
 namespace {

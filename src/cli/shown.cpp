@@ -6,10 +6,10 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include <ctfmeg/record_fields.h>
 #include "base/finding_codes.h"
 
 #include <ctfmeg/path_text.h>
+#include <ctfmeg/record_fields.h>
 
 namespace ctfmeg::cli {
 namespace {

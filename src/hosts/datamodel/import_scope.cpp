@@ -1,8 +1,8 @@
 #include <megreader/datamodel/import_scope.h>
 
-#include <megreader/datamodel/meg_data_file.h>
-
 #include "hosts/datamodel/trial_storage.h"
+
+#include <megreader/datamodel/meg_data_file.h>
 
 ImportScope::ImportScope(CMEGData9FileA00Basic& data, const ImportPlan& plan)
     : m_data(data), m_ready(data.openImport(plan)) {}

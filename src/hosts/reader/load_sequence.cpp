@@ -3,10 +3,11 @@
 #include <memory>
 #include <new>
 
-#include <megreader/framework/user_interface.h>
 #include "base/finding_codes.h"
 #include "hosts/reader/ctf_dataset_reader.h"
 #include "hosts/reader/guarded.h"
+
+#include <megreader/framework/user_interface.h>
 
 using ctfmeg::Code;
 using ctfmeg::wordOf;

@@ -4,11 +4,12 @@
 #include <new>
 #include <utility>
 
+#include "base/finding_codes.h"
+#include "hosts/reader/ctf_dataset_reader.h"
+
 #include <megreader/framework/cfiledialog.h>
 #include <megreader/framework/native_path.h>
 #include <megreader/framework/user_interface.h>
-#include "base/finding_codes.h"
-#include "hosts/reader/ctf_dataset_reader.h"
 
 namespace {
 

@@ -1,8 +1,9 @@
 #include "hosts/reader/resample_prompt.h"
 
-#include <megreader/framework/user_interface.h>
 #include "hosts/reader/ctf_dataset_reader.h"
 #include "hosts/reader/resource.h"
+
+#include <megreader/framework/user_interface.h>
 
 namespace {
 

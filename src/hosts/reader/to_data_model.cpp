@@ -8,11 +8,11 @@
 #include <utility>
 #include <variant>
 
-#include <ctfmeg/record_fields.h>
 #include "ctf/information_file.h"
 #include "ctf/resource_file.h"
 #include "hosts/framework/bridge.h"
 
+#include <ctfmeg/record_fields.h>
 #include <megreader/framework/encoding.h>
 
 namespace {
