@@ -30,12 +30,19 @@ FileError::FileError(Cause cause, int systemError, const std::string& path, std:
       m_path(path),
       m_text(std::move(text)) {}
 
+FileError FileError::ofDirectory(int systemError, const std::string& path) {
+  // As Windows refuses to open one.
+  FileError error(Cause::accessDenied, systemError, path, "can't be read: Is a directory");
+  error.m_directory = true;
+  return error;
+}
+
 Finding findingOf(const FileError& error, Finding::Severity severity) {
   using Cause = FileError::Cause;
   Code code = Code::fileError;
   if (error.cause() == Cause::notFound || means(error, std::errc::no_such_file_or_directory))
     code = Code::fileNotFound;
-  else if (error.cause() == Cause::accessDenied && !means(error, std::errc::is_a_directory))
+  else if (error.cause() == Cause::accessDenied && !error.isDirectory())
     code = Code::fileNoPermission;
   return {.severity = severity, .code = wordOf(code), .file = error.path(), .text = error.text()};
 }

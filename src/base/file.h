@@ -35,18 +35,22 @@ class FileError : public std::runtime_error {
   FileError(Cause cause, int systemError, const std::string& path);
   /// With a sentence of the caller's.
   FileError(Cause cause, int systemError, const std::string& path, std::string text);
+  /// A directory is where a file should be.
+  static FileError ofDirectory(int systemError, const std::string& path);
 
   Cause cause() const { return m_cause; }
   int systemError() const { return m_systemError; }
   const std::string& path() const { return m_path; }
   /// `what()` without the path: one plain sentence, in the system's words.
   const std::string& text() const { return m_text; }
+  bool isDirectory() const { return m_directory; }
 
  private:
   Cause m_cause;
   int m_systemError;
   std::string m_path;
   std::string m_text;
+  bool m_directory = false;
 };
 
 /// Which file, why, in the system's words.

@@ -50,10 +50,9 @@ class LocalFile : public File {
       throw FileError(dangling ? Cause::badPath : causeOf(reason), reason, path());
     }
     struct stat status {};
-    if (fstat(m_descriptor, &status) != 0 || !S_ISREG(status.st_mode))
-      // A directory as on Windows; a pipe or device has no error number of its own.
-      throw S_ISDIR(status.st_mode) ? FileError(Cause::accessDenied, EISDIR, path())
-                                    : FileError(Cause::generic, -1, path());
+    if (fstat(m_descriptor, &status) == 0 && S_ISREG(status.st_mode)) return;
+    if (S_ISDIR(status.st_mode)) throw FileError::ofDirectory(EISDIR, path());
+    throw FileError(Cause::generic, -1, path());  // a pipe or device has no error number of its own
   }
 
   std::uint64_t size() const override {

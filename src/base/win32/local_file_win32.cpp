@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <system_error>
 
 #include "base/file.h"
 
@@ -46,6 +47,9 @@ class LocalFile : public File {
                            FILE_ATTRIBUTE_NORMAL, nullptr);
     if (m_handle == INVALID_HANDLE_VALUE) {
       const DWORD reason = GetLastError();
+      std::error_code unknown;
+      if (reason == ERROR_ACCESS_DENIED && std::filesystem::is_directory(file, unknown))
+        throw FileError::ofDirectory(static_cast<int>(reason), path());
       throw FileError(causeOf(reason), static_cast<int>(reason), path());
     }
     if (GetFileType(m_handle) != FILE_TYPE_DISK)  // a device or pipe may never answer

@@ -1,5 +1,7 @@
 #include "hosts/framework/bridge.h"
 
+#include <system_error>
+
 #include "base/encoding.h"
 
 #include <ctfmeg/path_text.h>
@@ -51,7 +53,13 @@ void throwHostException(const ctfmeg::FileError& error) {
 }
 
 Finding findingOf(const CFileException& error, Finding::Severity severity) {
-  const ctfmeg::FileError same(static_cast<ctfmeg::FileError::Cause>(error.m_cause), error.m_lOsError,
-                               toNativePath(error.m_strFileName));
+  using ctfmeg::FileError;
+  const std::string path = toNativePath(error.m_strFileName);
+  std::error_code unknown;
+  const bool directory = error.m_cause == CFileException::accessDenied &&
+                         std::filesystem::is_directory(ctfmeg::pathFromText(path), unknown);
+  const FileError same =
+      directory ? FileError::ofDirectory(error.m_lOsError, path)
+                : FileError(static_cast<FileError::Cause>(error.m_cause), error.m_lOsError, path);
   return hostFinding(ctfmeg::findingOf(same, static_cast<ctfmeg::Finding::Severity>(severity)));
 }
