@@ -79,8 +79,10 @@ void appendUtf8(std::string& text, char32_t c) {
 }
 
 std::wstring wideFromUtf8(std::string_view text) {
-  std::wstring wide;
-  wide.reserve(text.size());
+  // Nearly all text is ASCII.
+  const auto* ascii = std::find_if_not(text.begin(), text.end(), isAscii);
+  std::wstring wide(text.begin(), ascii);
+  text.remove_prefix(static_cast<std::size_t>(ascii - text.begin()));
   while (!text.empty()) {
     if (const auto decoded = decodeUtf8(text)) {
       appendWide(wide, decoded->codePoint);
@@ -94,7 +96,6 @@ std::wstring wideFromUtf8(std::string_view text) {
 }
 
 std::string utf8FromWide(std::wstring_view wide) {
-  // Nearly all text is ASCII.
   const auto ascii =
       std::find_if(wide.begin(), wide.end(), [](wchar_t c) { return static_cast<char32_t>(c) >= 0x80; });
   std::string text(static_cast<std::size_t>(ascii - wide.begin()), '\0');

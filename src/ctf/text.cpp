@@ -14,7 +14,9 @@ std::string_view asText(std::span<const std::byte> bytes) {
 std::string_view upToZero(std::string_view text) { return text.substr(0, text.find('\0')); }
 
 /// Hosts rely on the bytes of fixed text being widened as signed characters.
-std::string widened(std::string_view bytes) {
+std::string widened(const std::string& bytes) {
+  const auto isAscii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+  if (std::all_of(bytes.begin(), bytes.end(), isAscii)) return bytes;
   std::string text;
   for (const char c : bytes) {
     const auto byte = static_cast<unsigned char>(c);
