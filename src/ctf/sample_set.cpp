@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstring>
 #include <system_error>
 #include <utility>
@@ -12,6 +13,14 @@ namespace ctfmeg {
 namespace {
 
 constexpr char kHeader[kSampleHeaderSize] = {'M', 'E', 'G', '4', '1', 'C', 'P', '\0'};
+
+/// The number in the name of a file of the set that is not the first; 0 for any other name.
+int continuationNumber(const std::string& stem, const std::string& name) {
+  int number = 0;
+  if (name.size() > stem.size())
+    std::from_chars(name.data() + stem.size() + 1, name.data() + name.size(), number);
+  return name == sampleFileName(stem, number) ? number : 0;
+}
 
 }  // namespace
 
@@ -72,6 +81,17 @@ bool SampleSet::isThere(int index) const {
   }
 }
 
+bool SampleSet::goesOnAfter(int index) const {
+  if (isThere(index + 1)) return true;
+  try {
+    const auto names = m_store.list();
+    return std::any_of(names.begin(), names.end(),
+                       [&](const std::string& name) { return continuationNumber(m_stem, name) > index; });
+  } catch (const FileError&) {
+    return false;  // a directory may let its files be opened and not be listed
+  }
+}
+
 void SampleSet::look(Notices& notices) {
   const std::uint64_t trialBytes = m_counts.trialBytes();
   std::uint64_t stray = 0;  // bytes of the last file after its whole trials
@@ -80,7 +100,7 @@ void SampleSet::look(Notices& notices) {
     const OpenFile file = m_store.open(sampleFileName(m_stem, index));
     // An acquisition that crashed while it began a file leaves less than a header, and nothing after it.
     const bool stump =
-        file != nullptr && index > 0 && file->size() < kSampleHeaderSize && !isThere(index + 1);
+        file != nullptr && index > 0 && file->size() < kSampleHeaderSize && !goesOnAfter(index);
     if (file == nullptr || stump) break;
     if (stray > 0)
       return fail(notices, Code::meg4Cut, index - 1,
@@ -120,7 +140,7 @@ void SampleSet::endEarly(int missing, Notices& notices) {
     return fail(notices, findingOf(FileError(FileError::Cause::notFound, kNoSuchFile,
                                              m_store.pathOf(sampleFileName(m_stem, 0)))));
   }
-  if (isThere(missing + 1))
+  if (goesOnAfter(missing))
     return fail(notices, Code::meg4Gap, missing,
                 "is missing although the set goes on: what follows can't be placed");
   if (m_trials == 0) return fail(notices, Code::meg4Empty, 0, "holds no whole trial");

@@ -93,6 +93,8 @@ class SampleSet {
  private:
   OpenFile open(int index) const;
   bool isThere(int index) const;
+  /// Whether a file of the set with a greater number is there.
+  bool goesOnAfter(int index) const;
   void look(Notices& notices);
   void endEarly(int missing, Notices& notices);
   void report(Notices& notices, Code code, int index, const std::string& text,
