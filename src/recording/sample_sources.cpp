@@ -32,9 +32,8 @@ SampleSource::~SampleSource() = default;
 
 void requireRange(const char* what, std::int64_t first, std::int64_t count, std::int64_t there) {
   if (first >= 0 && count >= 0 && first <= there && count <= there - first) return;
-  throw std::out_of_range(std::string(what) + " " + std::to_string(first) + " to " +
-                          std::to_string(first + count - 1) + " are not within 0 to " +
-                          std::to_string(there - 1));
+  throw std::out_of_range(std::string(what) + ": " + std::to_string(count) + " from " +
+                          std::to_string(first) + " on are not within 0 to " + std::to_string(there - 1));
 }
 
 std::int64_t valuesOf(const Window& window, const Shape& shape, std::size_t room) {

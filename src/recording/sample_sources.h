@@ -19,7 +19,7 @@ struct SampleScale {
   std::int64_t preTrigSamples = 0;
 };
 
-/// Throws std::out_of_range for items `first` to `first + count - 1` of those from 0 to `there - 1`.
+/// Throws std::out_of_range for `count` items from `first` on that are not all within 0 to `there - 1`.
 void requireRange(const char* what, std::int64_t first, std::int64_t count, std::int64_t there);
 
 /// How many values a window of samples of that shape has. Throws std::out_of_range for one that is not within

@@ -57,8 +57,9 @@ Cut cutOf(const Selection& selection, const fs::path& file, std::int64_t samples
   Cut cut{.length = samples};
   if (selection.samples) {
     cut.first = std::max<std::int64_t>(selection.samples->first, 0);
-    cut.length = std::min(selection.samples->last, samples - 1) - cut.first + 1;
-    if (selection.samples->last < cut.first || cut.length < 1)
+    const std::int64_t last = std::max<std::int64_t>(std::min(selection.samples->last, samples - 1), -1);
+    cut.length = last - cut.first + 1;
+    if (cut.length < 1)
       refuse(file, "has no samples in that span: a trial has samples 0 to " + std::to_string(samples - 1));
   }
   cut.pieces = std::clamp<std::int64_t>(selection.pieces, 1, std::max<std::int64_t>(cut.length, 1));

@@ -94,14 +94,22 @@ TEST(Recording, ReadsAnyWindowUnderBothRules) {
     EXPECT_EQ(textOf(*source, {2, 0, 0, 2, 0, 3}), "");
     EXPECT_DOUBLE_EQ(source->time(1, 2), 1 / 600.0);
     std::vector<std::int32_t> out(12);
-    for (const Window& outside : {Window{1, 2, 0, 1, 0, 1}, Window{0, 1, 1, 2, 0, 1},
-                                  Window{0, 1, 0, 1, 1, 3}, Window{0, 1, -1, 1, 0, 1}})
+    for (const Window& outside :
+         {Window{1, 2, 0, 1, 0, 1}, Window{0, 1, 1, 2, 0, 1}, Window{0, 1, 0, 1, 1, 3},
+          Window{0, 1, -1, 1, 0, 1}, Window{0, 1, 0, 1, INT64_MAX, INT64_MAX}})
       EXPECT_THROW(source->read(outside, out), std::out_of_range);
     EXPECT_THROW(source->origin(2), std::out_of_range);
     EXPECT_THROW(source->time(0, 3), std::out_of_range);
     out.resize(11);
     EXPECT_THROW(source->read({0, 2, 0, 2, 0, 3}, out), std::invalid_argument);
   }
+}
+
+TEST(Recording, RefusesASpanThatEndsFarBeforeItBegins) {
+  TemporaryDirectory directory;
+  const Recording recording = Recording::open(D().write(directory.path()));
+  EXPECT_THROW(recording.samples({.samples = SampleSpan{2, INT64_MIN}}), Error);
+  EXPECT_THROW(recording.samples({.samples = SampleSpan{INT64_MAX, 2}}), Error);
 }
 
 TEST(Recording, TrialsKeepTheirSamplesAlive) {
