@@ -23,8 +23,8 @@ class Notes {
   explicit Notes(const std::filesystem::path& resourceFile) : m_resourceFile(resourceFile) {}
 
   void resource(Code code, const std::string& text) { add(code, m_resourceFile, text); }
-  void file(const char* name, Code code, const std::string& text) {
-    add(code, m_resourceFile.parent_path() / name, text);
+  void file(const std::string& name, Code code, const std::string& text) {
+    add(code, m_resourceFile.parent_path() / pathFromText(name), text);
   }
   std::vector<Finding> take() { return std::move(m_findings); }
 
@@ -192,7 +192,7 @@ void inspectTexts(const Recording& recording, Notes& notes) {
 
   const auto tell = [&](const std::string& file, const TextCheck& check) {
     const std::string text = check.sentence();
-    if (!text.empty()) notes.file(file.c_str(), Code::textAscii, text);
+    if (!text.empty()) notes.file(file, Code::textAscii, text);
   };
   if (!resource.sentence().empty()) notes.resource(Code::textAscii, resource.sentence());
   tell(kMarkerFile, markers);

@@ -29,7 +29,7 @@ Catalog findDatasets(const fs::path& directory, const std::function<bool()>& sto
     for (const fs::directory_iterator end; !failed && entry != end; entry.increment(failed)) {
       std::error_code gone;
       if (!entry->is_directory(gone)) {
-        if (entry->is_symlink() && isDataset(entry->path()) && !entry->exists(gone))
+        if (entry->is_symlink(gone) && isDataset(entry->path()) && !entry->exists(gone))
           found.problems.push_back({entry->path(), "leads nowhere"});
         continue;
       }
