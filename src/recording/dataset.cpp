@@ -48,11 +48,9 @@ class DatasetReader {
     });
     readMarkerFile("MarkerFile.mrk");
     if (m_dataset.markers.empty()) readMarkerFile("MarkerFile.mrk.bak");
-    sideFile(m_stem + ".hc", [&](const File& file) {
-      HeadCoilSets sets;
-      const KeepAnyway keep([&] { m_dataset.fiducials = fiducialsOf(sets); });
-      readHeadCoilSets(file, m_rules, m_notices, sets);
-    });
+    HeadCoilSets sets;
+    sideFile(m_stem + ".hc", [&](const File& file) { readHeadCoilSets(file, m_rules, m_notices, sets); });
+    m_dataset.fiducials = fiducialsOf(sets);  // also of what was read before an error
     sideFile(m_stem + ".infods",
              [&](const File& file) { readInformation(file, m_rules, m_notices, m_dataset.information); });
     sideFile("ClassFile.cls", [&](const File& file) {
@@ -81,19 +79,6 @@ class DatasetReader {
 
  private:
   using Severity = Finding::Severity;
-
-  /// Stores what was read, also when an error ends the reading.
-  template <class Store>
-  class KeepAnyway {
-   public:
-    explicit KeepAnyway(Store store) : m_store(std::move(store)) {}
-    KeepAnyway(const KeepAnyway&) = delete;
-    KeepAnyway& operator=(const KeepAnyway&) = delete;
-    ~KeepAnyway() { m_store(); }
-
-   private:
-    Store m_store;
-  };
 
   bool reportCounts(const char* text, Severity severity) const {
     m_notices.report({.severity = severity,
