@@ -59,13 +59,14 @@ struct Electrode {
   std::array<double, 3> positionCm{};
 };
 
-/// A position that was digitised on the head: as above.
+/// A position that was digitised on the head, in the axes and the unit of electrodes.
 struct DigitisedPoint {
   std::int32_t number = 0;
   std::array<double, 3> positionCm{};
 };
 
-/// A fiducial among the digitised positions, by the label that the file gives it: as above.
+/// A fiducial among the digitised positions, by its label in the file, in the axes and the unit of
+/// electrodes.
 struct DigitisedFiducial {
   std::string label;
   std::array<double, 3> positionCm{};

@@ -13,7 +13,7 @@ struct InformationEntry {
 };
 
 /// What the information file says of patient, procedure and dataset. Texts are empty and numbers 0 where it
-/// says nothing. Members stand in the order of the system's tags; dates are the file's "YYYYMMDDhhmmss".
+/// says nothing. Members are in the order of the system's tags; dates are the file's "YYYYMMDDhhmmss".
 struct DatasetInformation {
   CString patientInfo;  ///< what the patient's block holds, as text
   CString patientUid;

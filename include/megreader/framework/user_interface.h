@@ -80,7 +80,7 @@ class MEGREADER_API UserInterface {
   /// Null when this interface shows no progress.
   virtual std::unique_ptr<ProgressWindow> openProgress(const CString& title) = 0;
 
-  /// Told of everything that readers notice; most interfaces do not care.
+  /// Takes everything that readers notice; by default does nothing with it.
   virtual void report(const Finding& finding);
 
  protected:

@@ -12,14 +12,14 @@ class CMEGDatazk;
 /// Cuts paths in Windows form: only the backslash separates.
 class MEGREADER_API CBasicReadUnix2Window {
  public:
-  /// The path up to and including its last "."; empty if it has none. `D:\x.ds\run.res4` gives `D:\x.ds\run.`
+  /// The path up to and including its last "."; empty if it has none: `D:\x.ds\run.` for `D:\x.ds\run.res4`.
   static CString getFilePathBasic(const CString& path);
 
   /// The path up to and including its last backslash; empty if it has none.
   static CString getFilePathDir(const CString& path);
 
-  /// The parent of the file's directory, with its trailing backslash: `D:\data\run.ds\run.meg4` gives
-  /// `D:\data\`.
+  /// The parent of the file's directory, with its trailing backslash: `D:\data\` for
+  /// `D:\data\run.ds\run.meg4`.
   static CString getFilePathUpDir(const CString& path);
 
   /// The characters between the last backslash and the last "."; empty without a "." after the last

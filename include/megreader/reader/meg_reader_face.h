@@ -87,7 +87,7 @@ class MEGREADER_API CMEGReaderFacezk : public CMEGReaderFace {
 
   /// As `readCTFMEGData2HdPa` for all trials, but the user is asked about more than 400,000,000 bytes of
   /// samples whether to resample them, and by which factor; a dialog that is cancelled, or that the interface
-  /// can't show, means 2. File errors are shown and give 0; what else the interface throws leaves what was
+  /// can't show, means 2. File errors are shown and return 0; what else the interface throws leaves what was
   /// appended in the array.
   int readWithResamplePrompt(CString path, CPtrArray* array, CDocument* document);
 
