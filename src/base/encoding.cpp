@@ -129,4 +129,10 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kWhiteSpace) + 1 - first);
 }
 
+std::string lowered(std::string text) {
+  for (char& c : text)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
+  return text;
+}
+
 }  // namespace ctfmeg

@@ -25,4 +25,7 @@ std::string utf8FromAnsi(std::string_view bytes);
 /// `text` without white space (blank, tab, line feed, vertical tab, form feed, carriage return) at its ends.
 std::string_view trimmed(std::string_view text);
 
+/// `text` with ASCII letters in lower case.
+std::string lowered(std::string text);
+
 }  // namespace ctfmeg

@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <type_traits>
 
+#include "base/encoding.h"
 #include "cli/messages.h"
 #include "cli/process.h"
 #include "cli/sample_windows.h"
@@ -71,14 +72,8 @@ void writeArray(ResultFile& file, const SampleSource& source, const std::vector<
   if (bar) bar->show(all, all);
 }
 
-/// Some systems take names that differ only in case for the same.
-std::string lowered(std::string name) {
-  for (char& c : name)
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
-  return name;
-}
-
-/// A slip in a command line must not cost a recording one of its files.
+/// A slip in a command line must not cost a recording one of its files. Some systems take names that differ
+/// only in case for the same.
 void refuseOwnFile(const std::string& dataset, const std::string& output) {
   namespace fs = std::filesystem;
   std::error_code unknown;

@@ -53,8 +53,6 @@ constexpr BlockKind kClassBlock{
 
 enum class Found { here, missing, endOfFile };
 
-bool holds(const std::string& line, const char* text) { return line.find(text) != std::string::npos; }
-
 bool readNumber(const TextLines& lines, const BlockKind& kind, std::string text, bool plusSignsRemoved,
                 std::int32_t& number) {
   if (plusSignsRemoved) std::erase(text, '+');
@@ -211,8 +209,7 @@ bool readTrialList(TextLines& lines, std::int64_t count, TrialClass& trialClass)
   std::string line;
   const Found found = seekKeyword(lines, kClassBlock, kList);
   if (found == Found::endOfFile) return endInsideBlock(lines, kClassBlock);
-  if (found == Found::missing &&
-      !lines.passOver(Code::classHeader, "is where a list of trials is to begin"))
+  if (found == Found::missing && !lines.passOver(Code::classHeader, "is where a list of trials is to begin"))
     return false;
   if (!lines.next(line)) return endInsideBlock(lines, kClassBlock);
   if (!holds(line, kClassBlock.keywords[kColumns]) &&
@@ -272,9 +269,7 @@ std::optional<std::uint32_t> hexColor(std::string_view text) {
 }
 
 std::optional<std::uint32_t> htmlColor(const std::string& given) {
-  std::string text(trimmed(given));
-  for (char& c : text)
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
+  const std::string text = lowered(std::string(trimmed(given)));
   for (const NamedColor& color : kHtmlColors)
     if (text == color.name) return color.rgb;
   return hexColor(text);

@@ -9,8 +9,6 @@ namespace {
 
 using Set = HeadCoilSet;
 
-bool holds(const std::string& line, const char* text) { return line.find(text) != std::string::npos; }
-
 constexpr std::array kPlaces{Set::nasion, Set::leftEar, Set::rightEar, Set::inion, Set::cz};
 constexpr std::array kCoilNames{"nasion", "left ear", "right ear", "inion", "Cz"};
 

@@ -8,8 +8,6 @@
 namespace ctfmeg {
 namespace {
 
-bool holds(const std::string& line, const char* text) { return line.find(text) != std::string::npos; }
-
 void replaceAll(std::string& text, const std::string& from, const std::string& to) {
   if (from.empty()) return;
   for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())

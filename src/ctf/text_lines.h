@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "base/lines.h"
 #include "base/notices.h"
@@ -9,6 +10,11 @@
 #include <ctfmeg/reading_rules.h>
 
 namespace ctfmeg {
+
+/// Whether `part` is anywhere in `line`: how keywords are found.
+inline bool holds(std::string_view line, std::string_view part) {
+  return line.find(part) != std::string_view::npos;
+}
 
 /// The precision of numbers in text files.
 inline ScanPrecision precisionOf(const ReadingRules& rules) {

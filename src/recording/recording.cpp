@@ -1,9 +1,9 @@
 #include <algorithm>
-#include <cctype>
 #include <mutex>
 #include <new>
 #include <stdexcept>
 
+#include "base/encoding.h"
 #include "base/memory_range.h"
 #include "recording/collected.h"
 #include "recording/dataset.h"
@@ -65,9 +65,7 @@ namespace fs = std::filesystem;
 
 /// What hosts have always asked about a path that does not look like a dataset's.
 void checkFileFormat(const fs::path& file, const OpenOptions& options) {
-  std::string name = textOf(file.filename());
-  std::transform(name.begin(), name.end(), name.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; });
+  const std::string name = lowered(textOf(file.filename()));
   for (const char* known : {"meg4", "res4", ".eeg", "fods"})
     if (name.ends_with(known)) return;
   constexpr const char* kQuestion = "The file does not like CTF format! Would you like to continue?";
