@@ -74,6 +74,7 @@ std::string LocalStore::pathOf(const std::string& name) const {
 }
 
 std::size_t Cursor::read(std::span<std::byte> out) {
+  if (out.empty()) return 0;
   constexpr std::size_t kBlock = 16384;
   const auto copyHeld = [&] {
     if (m_position < m_blockStart || m_position - m_blockStart >= m_block.size()) return std::size_t{0};
