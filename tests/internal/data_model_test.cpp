@@ -13,7 +13,7 @@
 #include "ctf/resource_file.h"
 #include "support/allocations.h"
 #include "support/temporary_directory.h"
-#include "ui/scripted.h"
+#include "support/scripted.h"
 
 namespace {
 

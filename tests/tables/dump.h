@@ -17,7 +17,7 @@ std::string shownAs(T value) {
 }
 /// UTF-8, with control characters as escapes; of a long text its start and its length.
 inline std::string shownAs(const CString& value) {
-  constexpr int kLongest = 200;
+  constexpr int kLongest = 300;
   if (value.GetLength() > kLongest) return shownAs(value.Left(10)) + "... of " + shownAs(value.GetLength());
   std::string text;
   for (const char c : toUtf8(value)) {
@@ -44,6 +44,7 @@ class Dump {
     markers("class", *reader.data.getClassManager());
     sideFiles(reader);
     trials("", reader.data);
+    add("open trial", reader.data.currentTrial());
   }
 
   /// The trials of another data object, each line led by `name`.
@@ -51,7 +52,10 @@ class Dump {
     add(name + "stored", data.numStoredTrials(), "of", data.trialSlots(), "x", data.storedChannels(), "x",
         data.storedSamples());
     const CMEGRecordInfozkProzk& info = *data.getMEGRecordInfozk();
-    if (!name.empty()) add(name + "trials", info.numTrials, "averaged", info.numTrialsAvgd);
+    if (!name.empty())
+      add(name + "trials", info.numTrials, "averaged", info.numTrialsAvgd, "open", data.currentTrial(),
+          "rate", info.sampleRate, "markers", data.getTrigManager()->getTotalMarkzk(), "channels",
+          data.channels().size());
     for (int t = 0; t < data.trialSlots(); ++t) {
       const TrialOrigin origin = data.trialOrigin(t);
       const std::string from =

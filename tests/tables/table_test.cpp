@@ -3,10 +3,17 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
+#include <nlohmann/json.hpp>
+#include <regex>
 #include <set>
 #include <sstream>
 
+#include <megreader/reader/meg_reader_face.h>
+#include "support/command.h"
+#include "support/unreadable_file.h"
 #include "tables/dump.h"
+
+#include <ctfmeg/path_text.h>
 
 // Runs the cases in tests/tables/*.txt, each as a test of its own; README.md beside them describes the
 // format. With WRITE_TABLES set in the environment, what came out is written into the tables.
@@ -21,6 +28,8 @@ const std::map<std::string, bool ReadingRules::*> kDecisions = [] {
     members[decision.name] = decision.member;
   return members;
 }();
+
+bool isCommand(const std::string& section) { return section.starts_with("$ "); }
 
 /// Host rules, plain rules, or host rules with the decision of that name taken the other way.
 ReadingRules rulesNamed(const std::string& name) {
@@ -137,7 +146,13 @@ struct Case {
   std::map<std::string, std::string> files;
   std::vector<std::string> directories;
   std::map<std::string, std::uintmax_t> grown;
-  std::string lastFile, before, run, show, against;
+  std::vector<std::pair<std::string, std::string>> copies, renamed, links;
+  std::vector<std::string> unreadable;
+  bool onlyPosix = false;
+  std::deque<MessageAnswer> answers;
+  std::deque<CString> typed;
+  int chosen = 0;
+  std::string lastFile, before, run, show, against, path = "run.ds/run.res4";
   bool ownSampleFiles = false;
 
   void apply(const std::string& line) {
@@ -167,6 +182,26 @@ struct Case {
     } else if (what == "grow") {
       const std::string name = words.word();
       grown[name] = static_cast<std::uintmax_t>(words.number());
+    } else if (what == "copy" || what == "rename") {
+      const std::string from = words.word();
+      (what == "copy" ? copies : renamed).emplace_back(from, words.word());
+    } else if (what == "link") {
+      const std::string target = words.word();
+      links.emplace_back(target, words.word());
+    } else if (what == "unreadable") {
+      unreadable.push_back(words.word());
+    } else if (what == "posix") {
+      onlyPosix = true;
+    } else if (what == "answer") {
+      while (!words.end())
+        answers.push_back(words.word() == "yes" ? MessageAnswer::yes : MessageAnswer::no);
+    } else if (what == "type") {
+      while (!words.end())
+        typed.push_back(fromUtf8(words.word()));
+    } else if (what == "choose") {
+      chosen = static_cast<int>(words.number());
+    } else if (what == "path") {
+      path = words.word();
     } else if (what == "at") {
       const std::size_t place = placeOf(words.word());
       dataset.res4.put(place, bytesOf(Words(rest().substr(rest().find(' ') + 1))));
@@ -207,19 +242,35 @@ struct Case {
 };
 
 /// A reader of a case's dataset, and what it did.
-struct Run : Probe {
-  Run(const Case& c, const ReadingRules& rules) : Probe(rules), path(writeDataset(c.dataset)) {
+struct CaseRun : Probe {
+  CaseRun(const Case& c, const ReadingRules& rules)
+      : Probe(rules),
+        path(toWindowsPath((directory.path() / ctfmeg::pathFromText(c.path)).make_preferred().string())) {
+    writeDataset(c.dataset);
     const fs::path folder = directory.path() / "run.ds";
-    for (const auto& [name, content] : c.files)
-      writeFile(folder / name, content);
     for (const std::string& name : c.directories)
-      fs::create_directory(folder / name);
+      fs::create_directories(folder / ctfmeg::pathFromText(name));
+    for (const auto& [name, content] : c.files)
+      writeFile(folder / ctfmeg::pathFromText(name), content);
     for (const auto& [name, size] : c.grown)
       fs::resize_file(folder / name, size);
+    for (const auto& [from, to] : c.copies) {
+      const fs::path target = directory.path() / ctfmeg::pathFromText(to);
+      fs::create_directories(target.parent_path());
+      fs::copy(directory.path() / from, target, fs::copy_options::recursive);
+    }
+    for (const auto& [from, to] : c.renamed)
+      fs::rename(folder / from, folder / to);
+    for (const auto& [target, name] : c.links)
+      fs::create_symlink(target, directory.path() / name);
+    for (const std::string& name : c.unreadable)
+      unreadable.push_back(std::make_unique<UnreadableFile>(folder / name));
+    user.follow(c.answers, std::deque<CString>(static_cast<std::size_t>(c.chosen), path), c.typed);
+    facade.setReadingRules(rules);
     data.setImportTrace(&trace);
     destination.setImportTrace(&trace);
   }
-  ~Run() {
+  ~CaseRun() {
     for (int i = 0; i < array.GetSize(); ++i)
       delete static_cast<CMEGDatazk*>(array.GetAt(i));
   }
@@ -257,6 +308,8 @@ struct Run : Probe {
   CMEGDatazk destination;
   CPtrArray array;
   ImportTrace trace;
+  CMEGReaderFacezk facade;
+  std::vector<std::unique_ptr<UnreadableFile>> unreadable;
 };
 
 /// Operations that take a path: what follows its dot.
@@ -276,10 +329,10 @@ const std::map<std::string, std::pair<int (CCtfDatasetReader::*)(const CString&)
     {"bad", {&CCtfDatasetReader::readBadChannels, L"res4"}},
     {"segments", {&CCtfDatasetReader::readBadSegments, L"res4"}}};
 
-int Run::operation(const std::string& name, const Numbers& n) {
+int CaseRun::operation(const std::string& name, const Numbers& n) {
   if (const auto found = kOfAPath.find(name); found != kOfAPath.end())
     return (this->*found->second.first)(getFilePathBasic(path) + found->second.second);
-  const CMarkerDatazk marker = markerIn(n);
+  CMarkerDatazk marker = markerIn(n);
   const int first = n.empty() ? 0 : static_cast<int>(n[0]);
   if (name == "channels")
     return data.importTrialChannels(1, info().numChannels, &m_sensors, &m_electrodes, &m_channelNames,
@@ -298,16 +351,131 @@ int Run::operation(const std::string& name, const Numbers& n) {
   if (name == "resample") return readCtfDataResample(path, first);
   if (name == "select") return readCtfDataSelected(path, n.at(0), n.at(1));
   if (name == "split") return readCtfDataTsplit(path, first);
+  if (name == "facadeInfo") return facade.readCTFMEGDataInfo(path, &data);
+  if (name == "facadeCheck") return facade.checkCTFMEGData(path, &data);
+  if (name == "facadeArray") return facade.readCTFMEGData2HdPa(path, &array, nullptr, nullptr);
+  if (name == "facadePrompt") return facade.readWithResamplePrompt(path, &array, nullptr);
+  if (name == "chosenArray")
+    return facade.openReadCTFMEGData2HdPa(&array, nullptr, n.empty() ? nullptr : &marker);
+  if (name == "chosenResample") return facade.readResampling(&array, first, nullptr);
+  if (name == "chosenSelect")
+    return facade.readSelectSample(&array, first, static_cast<int>(n.at(1)), nullptr);
+  if (name == "chosenSplit") return facade.readTrialSplit(&array, first, nullptr);
   throw std::runtime_error("no such operation: " + name);
+}
+
+void replaceAll(std::string& text, const std::string& old, const std::string& replacement) {
+  for (std::size_t at = 0; (at = text.find(old, at)) != std::string::npos; at += replacement.size())
+    text.replace(at, old.size(), replacement);
+}
+
+/// The values of a NumPy array after its header.
+template <class T>
+std::string valuesIn(std::string_view bytes) {
+  std::string text;
+  for (std::size_t i = 0; i + sizeof(T) <= bytes.size(); i += sizeof(T)) {
+    T value;
+    std::memcpy(&value, bytes.data() + i, sizeof(T));
+    text += " " + shownAs(value);
+  }
+  return text;
+}
+
+/// A NumPy file as its header and its values, JSON as what is found at `pointers`, else the text.
+std::string readable(const std::string& bytes, const std::vector<std::string>& pointers) {
+  if (bytes.starts_with(std::string("\x93NUMPY\x01\x00", 8)) && bytes.size() > 10) {
+    const std::size_t start =
+        10U + static_cast<unsigned char>(bytes[8]) + 256U * static_cast<unsigned char>(bytes[9]);
+    const std::string header = bytes.substr(10, start - 10), data = bytes.substr(start);
+    const bool whole = header.find("'<i4'") != std::string::npos;
+    return header.substr(0, header.find('}') + 1) +
+           (start % 64 == 0 && header.back() == '\n' ? "" : " misplaced") +
+           (whole ? valuesIn<std::int32_t>(data) : valuesIn<double>(data)) + "\n";
+  }
+  std::string text;
+  const auto all = pointers.empty() ? nlohmann::json() : nlohmann::json::parse(bytes);
+  for (const std::string& pointer : pointers) {
+    const nlohmann::json::json_pointer place(pointer == "/" ? "" : pointer);
+    if (!all.contains(place)) {
+      text += pointer + " none\n";
+    } else if (const auto& value = all.at(place); pointer == "/") {
+      text += value.dump(1) + "\n";
+    } else if (value.is_array() && !value.empty() && value[0].is_object()) {
+      for (const auto& each : value)
+        text += pointer + " " + each.dump() + "\n";
+    } else {
+      text += pointer + " " + value.dump() + "\n";
+    }
+  }
+  return pointers.empty() ? bytes : text;
+}
+
+/// What commands print, one after another: the exit code other than 0, output, and errors after "! ".
+std::string printedBy(const CaseRun& run, const std::string& commands) {
+  std::string text;
+  std::istringstream in(commands);
+  const std::string here = ctfmeg::textOf(run.directory.path());
+  for (std::string each; std::getline(in, each, ';');) {
+    std::vector<std::string> arguments, pointers;
+    bool ofJson = false;
+    for (Words words(each); !words.end();) {
+      std::string word = words.word();
+      replaceAll(word, "HERE", here);
+      if (word == "|")
+        ofJson = true;
+      else
+        (ofJson ? pointers : arguments).push_back(word);
+    }
+    CommandResult result{0, "", ""};
+    if (arguments.at(0) == "cat") {
+      result.out = readFile(ctfmeg::pathFromText(arguments.at(1)));
+    } else if (arguments[0] == "ls") {
+      std::set<std::string> names;
+      for (const auto& entry : fs::directory_iterator(run.directory.path()))
+        names.insert(ctfmeg::textOf(entry.path().filename()) + "\n");
+      for (const std::string& name : names)
+        result.out += name;
+    } else {
+      result = runCommand(CTFMEG_COMMAND, {arguments.begin() + 1, arguments.end()});
+    }
+    if (result.exitCode != 0) text += "exit " + std::to_string(result.exitCode) + "\n";
+    std::istringstream errors(result.err);
+    text += readable(result.out, pointers);
+    if (!text.empty() && text.back() != '\n') text += "(no line end)\n";
+    for (std::string line; std::getline(errors, line);)
+      text += "! " + (line.ends_with('\r') ? line.substr(0, line.size() - 1) : line) + "\n";
+  }
+#ifdef _WIN32  // paths are shown with slashes
+  std::string inJson = here;
+  replaceAll(inJson, "\\", "\\\\");
+  for (const std::string& form : {inJson, here})
+    for (std::size_t at = 0; (at = text.find(form, at)) != std::string::npos; ++at) {
+      const std::size_t end = std::min(text.find_first_of("\n\",", at), text.size());
+      std::string path = text.substr(at, end - at);
+      replaceAll(path, form, "HERE");
+      text.replace(at, end - at, std::regex_replace(path, std::regex(R"(\\{1,2}(?![xu]))"), "/"));
+    }
+#endif
+  replaceAll(text, here, "HERE");
+  // The system's own sentences differ from system to system.
+  text = std::regex_replace(text, std::regex("(can't be (read|scanned|written): )[A-Z][^\n\"]*"), "$1...");
+  std::string shown;
+  for (const char c : text) {
+    char escaped[8];
+    std::snprintf(escaped, sizeof escaped, c == '\r' ? "\\r" : "\\x%02X", static_cast<unsigned char>(c));
+    shown += static_cast<unsigned char>(c) < 0x20 && c != '\n' ? escaped : std::string(1, c);
+  }
+  return shown;
 }
 
 /// What comes of a case, as lines: outcomes, what is held that was not before, what was shown, findings.
 std::string resultOf(const Case& c, const std::string& rules) {
-  Run run(c, rulesNamed(rules));
+  if (isCommand(rules)) return printedBy(CaseRun(c, ReadingRules::host()), rules.substr(2));
+  CaseRun run(c, rulesNamed(rules));
   run.perform(c.before);
   Dump base = run.dump();
   if (!c.against.empty()) {
-    Run other(Case{}, ReadingRules::host());
+    CaseRun other(Case{}, ReadingRules::host());
     other.perform(c.against);
     base = other.dump();
   }
@@ -325,10 +493,12 @@ std::string resultOf(const Case& c, const std::string& rules) {
   for (std::string line : run.user.transcript()) {
     for (std::size_t at = 0; (at = line.find(folder)) != std::string::npos;)
       line.replace(at, folder.size() + 1, "DATASET ");
-    if (line.starts_with("message") || line.starts_with("question"))
-      text += shownAs(fromUtf8(line)) + "\n";
-    else
+    replaceAll(line, toUtf8(toWindowsPath(run.directory.path().string())), "HERE");
+    const std::string kind = line.substr(0, line.find_first_of(": "));
+    if (kind == "progress" || kind == "range" || kind == "position" || kind == "closed")
       progress += (progress.empty() ? "" : ", ") + line;
+    else
+      text += shownAs(fromUtf8(line)) + "\n";
   }
   if (shows("progress")) text += (progress.empty() ? "no progress" : progress) + "\n";
   for (const Finding& f : run.user.findings()) {
@@ -370,9 +540,15 @@ class TableCase : public testing::Test {
  public:
   explicit TableCase(const Written& written) : m_written(written) {}
   void TestBody() override {
+    const Case c = m_written.prepared();
+#ifdef _WIN32
+    if (c.onlyPosix) GTEST_SKIP();
+#endif
+    if (!c.unreadable.empty() && !CaseRun(c, ReadingRules::host()).unreadable[0]->works())
+      GTEST_SKIP() << "no file here that opens but can't be read";
     for (const auto& [rules, expected] : m_written.expected)
       for (const std::string& each : rulesIn(rules))
-        EXPECT_EQ(resultOf(m_written.prepared(), each), expected) << each << " rules";
+        EXPECT_EQ(resultOf(c, each), expected) << each << " rules";
   }
 
  private:
@@ -392,7 +568,7 @@ std::vector<Written> read(const fs::path& file, std::string* rewritten) {
     if (results.size() == 2 && results[1].first == "plain" && results[0].second == results[1].second)
       results = {{"both", results[0].second}};
     for (const auto& [name, text] : results) {
-      *rewritten += name + ":\n";
+      *rewritten += name + (isCommand(name) ? "\n" : ":\n");
       std::istringstream in(text);
       for (std::string line; std::getline(in, line);)
         *rewritten += "  " + line + "\n";
@@ -402,13 +578,13 @@ std::vector<Written> read(const fs::path& file, std::string* rewritten) {
   };
   std::istringstream in(readFile(file));
   for (std::string line; std::getline(in, line);) {
-    const bool section =
-        line.ends_with(':') && line.find(' ') == std::string::npos && line[0] != '|' && line[0] != ':';
+    const bool section = isCommand(line) || (line.ends_with(':') && line.find(' ') == std::string::npos &&
+                                             line[0] != '|' && line[0] != ':');
     if (line.starts_with("== ")) {
       finish();
       cases.push_back({file.stem().string(), line.substr(3), start, {}});
     } else if (section) {
-      rules.push_back(line.substr(0, line.size() - 1));
+      rules.push_back(isCommand(line) ? line : line.substr(0, line.size() - 1));
       cases.back().expected.emplace_back(rules.back(), "");
     } else if (line.starts_with("  ")) {
       cases.back().expected.back().second += line.substr(2) + "\n";
