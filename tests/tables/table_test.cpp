@@ -148,7 +148,7 @@ struct Case {
   std::map<std::string, std::uintmax_t> grown;
   std::vector<std::pair<std::string, std::string>> copies, renamed, links;
   std::vector<std::string> unreadable;
-  bool onlyPosix = false;
+  bool onlyPosix = false, real = false;
   std::deque<MessageAnswer> answers;
   std::deque<CString> typed;
   int chosen = 0;
@@ -190,8 +190,8 @@ struct Case {
       links.emplace_back(target, words.word());
     } else if (what == "unreadable") {
       unreadable.push_back(words.word());
-    } else if (what == "posix") {
-      onlyPosix = true;
+    } else if (what == "posix" || what == "real") {
+      (what == "posix" ? onlyPosix : real) = true;
     } else if (what == "answer") {
       while (!words.end())
         answers.push_back(words.word() == "yes" ? MessageAnswer::yes : MessageAnswer::no);
@@ -421,6 +421,7 @@ std::string printedBy(const CaseRun& run, const std::string& commands) {
     for (Words words(each); !words.end();) {
       std::string word = words.word();
       replaceAll(word, "HERE", here);
+      replaceAll(word, "REAL", REAL_RECORDING);
       if (word == "|")
         ofJson = true;
       else
@@ -457,6 +458,7 @@ std::string printedBy(const CaseRun& run, const std::string& commands) {
     }
 #endif
   replaceAll(text, here, "HERE");
+  replaceAll(text, REAL_RECORDING, "REAL");
   // The system's own sentences differ from system to system.
   text = std::regex_replace(text, std::regex("(can't be (read|scanned|written): )[A-Z][^\n\"]*"), "$1...");
   std::string shown;
@@ -544,6 +546,7 @@ class TableCase : public testing::Test {
 #ifdef _WIN32
     if (c.onlyPosix) GTEST_SKIP();
 #endif
+    if (c.real && !fs::exists(REAL_RECORDING)) GTEST_SKIP() << "the real recording is not here";
     if (!c.unreadable.empty() && !CaseRun(c, ReadingRules::host()).unreadable[0]->works())
       GTEST_SKIP() << "no file here that opens but can't be read";
     for (const auto& [rules, expected] : m_written.expected)

@@ -131,12 +131,6 @@ TEST_F(Ctfmeg, ExportingTakesNoMemoryForTheRecording) {
 TEST_F(Ctfmeg, RealRecording) {
   const fs::path recording = REAL_RECORDING;
   if (!fs::exists(recording)) GTEST_SKIP() << "there is no recording at " << recording;
-  const std::string overview = run({"info", recording.string()}).out;
-  for (const char* count : {"1201", "1200 Hz", "356"})
-    EXPECT_NE(overview.find(count), std::string::npos) << overview;
-  const auto split = nlohmann::json::parse(run({"info", "--json", recording.string(), "--split", "3"}).out);
-  EXPECT_EQ(split.at("record").at("numTrialsDone"), 6);
-
   std::string samples = readFile(recording / recording.stem().concat(".meg4")).substr(8);
   for (std::size_t i = 0; i + 4 <= samples.size(); i += 4)
     std::reverse(&samples[i], &samples[i] + 4);
