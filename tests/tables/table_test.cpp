@@ -139,21 +139,27 @@ CMarkerDatazk markerIn(const std::vector<std::int64_t>& trials) {
   return marker;
 }
 
+const std::set<std::string> kTexts{"before", "run", "show", "against", "path"};
+const std::set<std::string> kLists{"directory", "grow", "copy",   "rename", "link",  "unreadable",
+                                   "posix",     "real", "answer", "type",   "choose"};
+
 /// What a case is about: the dataset with its other files, and what is done with it.
 struct Case {
   MinimalDataset dataset;
   int channels = 2, samples = 3;
   std::map<std::string, std::string> files;
-  std::vector<std::string> directories;
-  std::map<std::string, std::uintmax_t> grown;
-  std::vector<std::pair<std::string, std::string>> copies, renamed, links;
-  std::vector<std::string> unreadable;
-  bool onlyPosix = false, real = false;
-  std::deque<MessageAnswer> answers;
-  std::deque<CString> typed;
-  int chosen = 0;
-  std::string lastFile, before, run, show, against, path = "run.ds/run.res4";
+  std::string lastFile;
   bool ownSampleFiles = false;
+  std::map<std::string, std::string> texts{{"path", "run.ds/run.res4"}};  // what follows "run", ...
+  std::map<std::string, std::vector<std::vector<std::string>>> lists;     // words of each line of "copy", ...
+
+  std::string text(const char* word) const { return texts.contains(word) ? texts.at(word) : ""; }
+  std::vector<std::vector<std::string>> list(const char* word) const {
+    return lists.contains(word) ? lists.at(word) : std::vector<std::vector<std::string>>();
+  }
+  std::vector<std::string> words(const char* word) const {
+    return lists.contains(word) ? lists.at(word).back() : std::vector<std::string>();
+  }
 
   void apply(const std::string& line) {
     if (line[0] == '|' || line[0] == ':') {
@@ -176,32 +182,6 @@ struct Case {
       content.replace(content.find(old), old.size(), replacement);
     } else if (what == "without") {
       files.erase(words.word());
-    } else if (what == "directory") {
-      directories.push_back(words.word());
-      files.erase(directories.back());
-    } else if (what == "grow") {
-      const std::string name = words.word();
-      grown[name] = static_cast<std::uintmax_t>(words.number());
-    } else if (what == "copy" || what == "rename") {
-      const std::string from = words.word();
-      (what == "copy" ? copies : renamed).emplace_back(from, words.word());
-    } else if (what == "link") {
-      const std::string target = words.word();
-      links.emplace_back(target, words.word());
-    } else if (what == "unreadable") {
-      unreadable.push_back(words.word());
-    } else if (what == "posix" || what == "real") {
-      (what == "posix" ? onlyPosix : real) = true;
-    } else if (what == "answer") {
-      while (!words.end())
-        answers.push_back(words.word() == "yes" ? MessageAnswer::yes : MessageAnswer::no);
-    } else if (what == "type") {
-      while (!words.end())
-        typed.push_back(fromUtf8(words.word()));
-    } else if (what == "choose") {
-      chosen = static_cast<int>(words.number());
-    } else if (what == "path") {
-      path = words.word();
     } else if (what == "at") {
       const std::size_t place = placeOf(words.word());
       dataset.res4.put(place, bytesOf(Words(rest().substr(rest().find(' ') + 1))));
@@ -221,8 +201,13 @@ struct Case {
       if (first != "none")
         dataset.sampleFiles.push_back(first == "bytes" ? bytesOf(std::move(words)).str() : trials(rest()));
       if (first == "none" && !words.end()) dataset.sampleFiles.emplace_back();
-    } else if (what == "before" || what == "run" || what == "show" || what == "against") {
-      (what == "before" ? before : what == "run" ? run : what == "show" ? show : against) = rest();
+    } else if (kTexts.contains(what)) {
+      texts[what] = rest();
+    } else if (kLists.contains(what)) {
+      auto& list = lists[what].emplace_back();
+      while (!words.end())
+        list.push_back(words.word());
+      if (what == "directory") files.erase(list.at(0));
     } else {
       throw std::runtime_error("no such word: " + what);
     }
@@ -245,27 +230,36 @@ struct Case {
 struct CaseRun : Probe {
   CaseRun(const Case& c, const ReadingRules& rules)
       : Probe(rules),
-        path(toWindowsPath((directory.path() / ctfmeg::pathFromText(c.path)).make_preferred().string())) {
+        path(toWindowsPath(
+            (directory.path() / ctfmeg::pathFromText(c.text("path"))).make_preferred().string())) {
     writeDataset(c.dataset);
     const fs::path folder = directory.path() / "run.ds";
-    for (const std::string& name : c.directories)
-      fs::create_directories(folder / ctfmeg::pathFromText(name));
+    for (const auto& line : c.list("directory"))
+      fs::create_directories(folder / ctfmeg::pathFromText(line.at(0)));
     for (const auto& [name, content] : c.files)
       writeFile(folder / ctfmeg::pathFromText(name), content);
-    for (const auto& [name, size] : c.grown)
-      fs::resize_file(folder / name, size);
-    for (const auto& [from, to] : c.copies) {
-      const fs::path target = directory.path() / ctfmeg::pathFromText(to);
+    for (const auto& line : c.list("grow"))
+      fs::resize_file(folder / line.at(0), std::stoull(line.at(1)));
+    for (const auto& line : c.list("copy")) {
+      const fs::path target = directory.path() / ctfmeg::pathFromText(line.at(1));
       fs::create_directories(target.parent_path());
-      fs::copy(directory.path() / from, target, fs::copy_options::recursive);
+      fs::copy(directory.path() / line[0], target, fs::copy_options::recursive);
     }
-    for (const auto& [from, to] : c.renamed)
-      fs::rename(folder / from, folder / to);
-    for (const auto& [target, name] : c.links)
-      fs::create_symlink(target, directory.path() / name);
-    for (const std::string& name : c.unreadable)
-      unreadable.push_back(std::make_unique<UnreadableFile>(folder / name));
-    user.follow(c.answers, std::deque<CString>(static_cast<std::size_t>(c.chosen), path), c.typed);
+    for (const auto& line : c.list("rename"))
+      fs::rename(folder / line.at(0), folder / line.at(1));
+    for (const auto& line : c.list("link"))
+      fs::create_symlink(line.at(0), directory.path() / line.at(1));
+    for (const auto& line : c.list("unreadable"))
+      unreadable.push_back(std::make_unique<UnreadableFile>(folder / line.at(0)));
+    std::deque<MessageAnswer> answers;
+    for (const std::string& answer : c.words("answer"))
+      answers.push_back(answer == "yes" ? MessageAnswer::yes : MessageAnswer::no);
+    std::deque<CString> typed, chosen;
+    for (const std::string& text : c.words("type"))
+      typed.push_back(fromUtf8(text));
+    for (const std::string& times : c.words("choose"))
+      chosen.resize(std::stoul(times), path);
+    user.follow(answers, chosen, typed);
     facade.setReadingRules(rules);
     data.setImportTrace(&trace);
     destination.setImportTrace(&trace);
@@ -474,19 +468,19 @@ std::string printedBy(const CaseRun& run, const std::string& commands) {
 std::string resultOf(const Case& c, const std::string& rules) {
   if (isCommand(rules)) return printedBy(CaseRun(c, ReadingRules::host()), rules.substr(2));
   CaseRun run(c, rulesNamed(rules));
-  run.perform(c.before);
+  run.perform(c.text("before"));
   Dump base = run.dump();
-  if (!c.against.empty()) {
+  if (!c.text("against").empty()) {
     CaseRun other(Case{}, ReadingRules::host());
-    other.perform(c.against);
+    other.perform(c.text("against"));
     base = other.dump();
   }
-  std::string text = run.perform(c.run) + "\n";
+  std::string text = run.perform(c.text("run")) + "\n";
   const std::multiset<std::string> known(base.lines().begin(), base.lines().end());
   const Dump after = run.dump();
   for (const std::string& line : after.lines())
     if (!known.contains(line)) text += line + "\n";
-  const auto shows = [&](const char* what) { return c.show.find(what) != std::string::npos; };
+  const auto shows = [&](const char* what) { return c.text("show").find(what) != std::string::npos; };
   std::string calls, progress;
   for (const std::string& call : run.trace.calls)
     calls += " " + call.substr(call.starts_with("import") ? 6 : 0);
@@ -544,10 +538,11 @@ class TableCase : public testing::Test {
   void TestBody() override {
     const Case c = m_written.prepared();
 #ifdef _WIN32
-    if (c.onlyPosix) GTEST_SKIP();
+    if (c.lists.contains("posix")) GTEST_SKIP();
 #endif
-    if (c.real && !fs::exists(REAL_RECORDING)) GTEST_SKIP() << "the real recording is not here";
-    if (!c.unreadable.empty() && !CaseRun(c, ReadingRules::host()).unreadable[0]->works())
+    if (c.lists.contains("real") && !fs::exists(REAL_RECORDING))
+      GTEST_SKIP() << "the real recording is not here";
+    if (c.lists.contains("unreadable") && !CaseRun(c, ReadingRules::host()).unreadable[0]->works())
       GTEST_SKIP() << "no file here that opens but can't be read";
     for (const auto& [rules, expected] : m_written.expected)
       for (const std::string& each : rulesIn(rules))
