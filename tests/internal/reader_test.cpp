@@ -17,7 +17,8 @@ namespace {
 
 using D = MinimalDataset;
 
-/// A host that changes counts under the reader's hands, when it is told of the unusable gain of channel 1.
+/// A host that changes counts under the reader's hands, when the unusable gain of channel 1 is
+/// reported.
 struct Meddler : ScriptedInterface {
   void report(const Finding& finding) override {
     if (finding.code == "channel.gain") meddle();
@@ -168,62 +169,6 @@ TEST(Reader, AHeadFrameNeedsAllThreePoints) {
     EXPECT_FALSE(headFrameOf(dewar));
     point.valid = 1;
   }
-}
-
-/// A reader whose record information says how many samples there are.
-struct Import : Probe {
-  Import(const D& dataset, int trials, int samples) : path(writeDataset(dataset)) {
-    info().numTrials = trials;
-    info().numChannels = 2;
-    info().samplesPerTrial = samples;
-    destination.getTrigManager()->addMarker(std::make_unique<CMarkerDatazk>());
-    destination.getTrigManager()->getMarker(0, true)->samples = {{1, 0.0, 0}, {4, 0.0, 0}};
-  }
-  /// What was shown, without progress.
-  Lines messages() const {
-    Lines lines = user.transcript();
-    std::erase_if(lines, [](const std::string& line) { return !line.starts_with("message"); });
-    return lines;
-  }
-  CString path;
-  CMEGDatazk destination;
-};
-
-/// What each importer that needs a buffer says without one.
-const std::pair<const char*, int (*)(Import&)> kImporters[] = {
-    {"Allocate Memeory error! Is dataset too big?!", [](Import& i) { return i.readCtfDataC(i.path); }},
-    {"Allocate Memeory error! Is dataset too big?!",
-     [](Import& i) {
-       return i.readCtfDataTrigger(i.path, i.destination.getTrigManager()->getMarker(0, true));
-     }},
-    {"", [](Import& i) { return i.readCtfDataMultiTrial(i.path, &i.data, &i.destination); }},
-    {"", [](Import& i) { return i.readCtfDataAccumulate(i.path, &i.destination, 2); }},
-    {"", [](Import& i) { return i.readCtfDataResample(i.path, 2); }},
-    {"", [](Import& i) { return i.readCtfDataSelected(i.path, 1, 1); }},
-    {"Allocate memeory error! Is dataset too big?!",
-     [](Import& i) { return i.readCtfDataTsplit(i.path, 2); }},
-    {"", [](Import& i) { return i.readCtfDataAverage(i.path, &i.destination); }},
-};
-
-TEST(Reader, ImportersWithoutMemoryFailSilentlyOrWithTheirText) {
-  constexpr int kSamples = 50000;  // so many that nothing else allocates as much
-  const D dataset = D::split({{0, 1, 2, 3, 4, 5}}, 2, kSamples);
-  for (const auto& [text, import] : kImporters) {
-    Import reading(dataset, 6, kSamples);
-    const FailingNew noBuffer(kSamples * sizeof(std::int32_t));
-    EXPECT_EQ(import(reading), 0) << text;
-    EXPECT_EQ(reading.messages(), *text ? Lines{"message: " + std::string(text)} : Lines{});
-    EXPECT_EQ(reading.info().samplesPerTrial, kSamples) << text;
-  }
-  {
-    Import reading(dataset, 6, kSamples);
-    const FailingNew noSums(sizeof(double) * 2 * kSamples);
-    EXPECT_EQ(reading.readCtfDataAverage(reading.path, &reading.destination), 0) << "no sums";
-  }
-  // More than any address space has room for; the files are opened, and eight are enough.
-  Import huge(D::split({{0}, {0}, {0}, {0}, {0}, {0}, {0}, {0}}, 2, 3), INT16_MAX, INT32_MAX);
-  EXPECT_EQ(huge.readCtfDataT(huge.path), 0);
-  EXPECT_EQ(huge.messages(), Lines{"message: Allocate Memeory error! Is dataset too big?!"});
 }
 
 TEST(Reader, ImportsNothingWithoutADataObject) {

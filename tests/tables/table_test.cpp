@@ -4,11 +4,13 @@
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <regex>
 #include <set>
 #include <sstream>
 
 #include <megreader/reader/meg_reader_face.h>
+#include "support/allocations.h"
 #include "support/command.h"
 #include "support/unreadable_file.h"
 #include "tables/dump.h"
@@ -140,8 +142,8 @@ CMarkerDatazk markerIn(const std::vector<std::int64_t>& trials) {
 }
 
 const std::set<std::string> kTexts{"before", "run", "show", "against", "path"};
-const std::set<std::string> kLists{"directory", "grow", "copy",   "rename", "link",  "unreadable",
-                                   "posix",     "real", "answer", "type",   "choose"};
+const std::set<std::string> kLists{"directory", "grow", "copy",   "rename", "link",   "unreadable",
+                                   "posix",     "real", "answer", "type",   "choose", "noMemory"};
 
 /// What a case is about: the dataset with its other files, and what is done with it.
 struct Case {
@@ -475,7 +477,11 @@ std::string resultOf(const Case& c, const std::string& rules) {
     other.perform(c.text("against"));
     base = other.dump();
   }
+  std::optional<FailingNew> failing;
+  for (const std::string& bytes : c.words("noMemory"))
+    failing.emplace(static_cast<std::size_t>(std::stoull(bytes)));
   std::string text = run.perform(c.text("run")) + "\n";
+  failing.reset();
   const std::multiset<std::string> known(base.lines().begin(), base.lines().end());
   const Dump after = run.dump();
   for (const std::string& line : after.lines())
@@ -506,7 +512,7 @@ std::string resultOf(const Case& c, const std::string& rules) {
   return text;
 }
 
-/// The rules that "both" stands for, or those alone.
+/// The rules that "both" means, or those alone.
 std::vector<std::string> rulesIn(const std::string& section) {
   return section == "both" ? std::vector<std::string>{"host", "plain"} : std::vector{section};
 }
