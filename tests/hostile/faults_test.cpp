@@ -76,7 +76,7 @@ TEST_P(MemoryFaults, EndALoadInOrderWhereverTheyHappen) {
         lost = result.lostInSilence(whole);
       }
       const std::size_t left = bytesAllocated() - before;
-      EXPECT_EQ(left, 0U) << "behind allocation " << n << ", " << name;
+      EXPECT_EQ(left, 0U) << "after allocation " << n << ", " << name;
       EXPECT_FALSE(lost) << "at allocation " << n << ", " << name;
     }
     std::printf("memory, %s rules: 0: %d, 1: %d, file error: %d, memory error: %d\n", name, outcomes[0],
@@ -88,7 +88,7 @@ TEST_P(MemoryFaults, EndALoadInOrderWhereverTheyHappen) {
 
 INSTANTIATE_TEST_SUITE_P(Of, MemoryFaults, testing::Values(&FailingNew::nth, &FailingNew::from),
                          [](const auto& faults) {
-                           return std::string(faults.index == 0 ? "One" : "AllBehind");
+                           return std::string(faults.index == 0 ? "One" : "AllAfter");
                          });
 
 TEST(Faults, MemoryThatRunsOutWhileThreadsShareARead) {

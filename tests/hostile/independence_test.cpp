@@ -10,7 +10,7 @@
 #include "hostile/dataset.h"
 #include "support/allocations.h"
 
-// Loads leave nothing behind for one another, neither at the same time nor later.
+// Loads leave nothing for one another, neither at the same time nor later.
 
 namespace {
 

@@ -113,7 +113,7 @@ expect_line "mean clock" "0.000000 5.000000000e-01" "$mean"
 pulse=$(average_epochs tree/a.ds tone UPPT001 0.05 0.1)
 expect_line "before the pulse" "-0.001667 0.000000000e+00" "$pulse"
 expect_line "its start" "0.000000 1.000000000e+00" "$pulse"
-# The last sample lies 179 behind the trigger: 180 leave nothing to average.
+# The last sample is 179 after the trigger: 180 leave nothing to average.
 expect "epochs past the end" "# UPPT001 around tone: 0 averaged, 3 too near an edge; seconds, 1" \
   "$(average_epochs tree/a.ds tone UPPT001 0 0.3)"
 sed -i '0,/+1\t\t\t\t     +0/s//+1\t\t\t\t     -0.06/' tree/a.ds/MarkerFile.mrk

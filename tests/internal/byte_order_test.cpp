@@ -2,15 +2,19 @@
 
 #include <array>
 #include <bit>
+#include <clocale>
+#include <cmath>
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include <megreader/framework/encoding.h>
-#include <megreader/framework/native_path.h>
-#include <megreader/reader/basic_read_unix2window.h>
 #include "base/byte_order.h"
-#include "support/temporary_directory.h"
+#include "base/scan.h"
+#include "ctf/text_lines.h"
+#include "internal/probe.h"
+#include "support/memory_file.h"
+
+// Numbers, lines and paths: what every format is made of.
 
 namespace {
 
@@ -120,6 +124,84 @@ TEST(ReadAnsi, Lines) {
   for (const Case& c : cases)
     EXPECT_EQ(linesOf(c.content), c.lines) << testing::PrintToString(c.content.substr(0, 40));
 }
+
+TEST(Text, LinesAndValues) {
+  const MemoryFile file("a\r\n\r\n\nb\rc\n\n\r\nd");
+  ReadingRules rules = ReadingRules::plain();
+  KeptNotices notices;
+  ctfmeg::TextLines lines(file, rules, notices);
+  std::string line, all;
+  const auto add = [&](bool there) { all += there ? line + "|" : "end"; };
+  add(lines.next(line));
+  add(lines.nextValue(line));
+  add(lines.next(line));
+  lines.putBack();
+  add(lines.nextValue(line));
+  add(lines.nextValue(line));
+  add(lines.nextValue(line));
+  add(lines.next(line));
+  add(lines.next(line));
+  lines.putBack();
+  add(lines.next(line));
+  EXPECT_EQ(all, "a||b|b|c||d|endend");
+}
+
+TEST(Text, ScanTakesWhatTheFormatSays) {
+  std::int32_t i = 0;
+  double f = 0.0;
+  std::string word;
+  const auto scanned = [&](const char* line, const char* format,
+                           std::initializer_list<ctfmeg::ScanTarget> targets) {
+    return ctfmeg::scan(line, format, targets, ctfmeg::ScanPrecision::full);
+  };
+  EXPECT_EQ(scanned(" x = -1.5e2z", "%s = %f", {&word, &f}), 2);
+  EXPECT_EQ(word, "x");
+  EXPECT_EQ(f, -150.0);
+  EXPECT_EQ(scanned("x=1", "%s = %f", {&word, &f}), 1) << "the word takes it all";
+  EXPECT_EQ(scanned("-12abc", "%d", {&i}), 1);
+  EXPECT_EQ(i, -12);
+  EXPECT_EQ(scanned("+ 1", "%d", {&i}), 0);
+  EXPECT_EQ(scanned("--1", "%f", {&f}), 0);
+  EXPECT_EQ(scanned("+-1", "%d", {&i}), 0);
+  EXPECT_EQ(scanned("", "%d", {&i}), 0);
+  EXPECT_EQ(scanned("-99999999999", "%d", {&i}), 1);
+  EXPECT_EQ(i, INT32_MIN);
+  EXPECT_EQ(scanned("1e999", "%f", {&f}), 0);
+  EXPECT_EQ(ctfmeg::scan("1E39", "%f", {&f}, ctfmeg::ScanPrecision::single), 1);
+  EXPECT_TRUE(std::isinf(f)) << "single precision ends earlier";
+  for (const std::string& tiny : {std::string("1E-400"), "0." + std::string(400, '0') + "1"}) {
+    EXPECT_EQ(scanned(tiny.c_str(), "%f", {&f}), 1);
+    EXPECT_EQ(f, 0.0);
+  }
+  EXPECT_EQ(scanned("inf", "%f", {&f}), 0);
+  EXPECT_EQ(scanned("1,5", "%f", {&f}), 1) << "a comma is no decimal point, whatever the locale";
+  EXPECT_EQ(f, 1.0);
+}
+
+#if defined(TEST_LOCALES) || defined(_WIN32)
+TEST(Text, ALocaleOfTheHostChangesNoNumber) {
+#ifdef _WIN32
+  ASSERT_NE(std::setlocale(LC_ALL, "German_Germany.1252"), nullptr);
+#else
+  setenv("LOCPATH", TEST_LOCALES, 1);
+  ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
+#endif
+  char comma[8];
+  std::snprintf(comma, sizeof comma, "%.1f", 0.5);
+  const std::string infods = Bytes().raw("WS1_").i32(1).raw("x").i32(4).f64(0.5).str();
+  Probe reader(ReadingRules::plain());
+  const CString base = Probe::getFilePathBasic(reader.writeDataset({}));
+  writeFile(reader.directory.path() / "run.ds" / "run.infods", infods);
+  writeFile(reader.directory.path() / "run.ds" / "bad.segments", "1 0.5 1,5\n");
+  reader.readInfoDsFile(base + L"infods");
+  reader.readBadSegments(base);
+  std::setlocale(LC_ALL, "C");
+  ASSERT_STREQ(comma, "0,5") << "the locale has no comma";
+  EXPECT_EQ(toUtf8(reader.info().information.text), "0.500000 \n");
+  EXPECT_EQ(reader.data.badSegments().at(0).startMs, 500.0);
+  EXPECT_EQ(reader.data.badSegments().at(0).endMs, 1000.0);
+}
+#endif
 
 TEST(ByteOrder, SamplesAreSwappedAlikeByEveryInstructionSet) {
   std::vector<std::int32_t> samples(100);

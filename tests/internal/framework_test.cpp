@@ -14,7 +14,7 @@
 #include <megreader/framework/encoding.h>
 #include <megreader/framework/native_path.h>
 #include "support/temporary_directory.h"
-#include "ui/scripted.h"
+#include "support/scripted.h"
 
 #ifndef _WIN32
 #include <sys/stat.h>

@@ -9,7 +9,7 @@
 #include "hosts/reader/ctf_dataset_reader.h"
 #include "support/minimal_dataset.h"
 #include "support/temporary_directory.h"
-#include "ui/scripted.h"
+#include "support/scripted.h"
 
 /// The reader object with its members in reach, and a scripted user: of several, the one made last hears
 /// everything.

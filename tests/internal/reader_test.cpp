@@ -1,21 +1,24 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <iterator>
 
 #include <megreader/reader/meg_reader_face.h>
+#include "base/memory_range.h"
+#include "ctf/event_files.h"
+#include "hosts/datamodel/trial_storage.h"
 #include "hosts/reader/sample_import.h"
 #include "internal/probe.h"
 #include "support/allocations.h"
-#include "support/unreadable_file.h"
 
-// What no file can cause, on the reader object and on the data object; what files cause is in tables/, what
-// they cause through the facade in facade_test.cpp.
+// What no file can cause, on the reader object and on the data object; what files cause is in tables/.
 
 namespace {
 
 using D = MinimalDataset;
 
-/// A host that changes counts under the reader's hands, when it is told of the unusable gain of channel 1.
+/// A host that changes counts under the reader's hands, when the unusable gain of channel 1 is
+/// reported.
 struct Meddler : ScriptedInterface {
   void report(const Finding& finding) override {
     if (finding.code == "channel.gain") meddle();
@@ -69,17 +72,6 @@ TEST(Reader, RefusesWhatItCannotFill) {
   EXPECT_EQ(reader.readDatasetToArray(path, nullptr, nullptr, nullptr), 0);
 }
 
-TEST(Reader, SaysWhenAFileCannotBeRead) {
-  Probe reader;
-  const auto link = reader.directory.path() / "run.res4";
-  const UnreadableFile unreadable(link);
-  if (!unreadable.works()) GTEST_SKIP() << "no file here that opens but can't be read";
-  EXPECT_EQ(reader.readDatasetInfo(toWindowsPath(link.string()), &reader.data, nullptr), 0);
-  EXPECT_EQ(reader.user.transcript(), Lines{"message: CTF File open error!"});
-  ASSERT_EQ(reader.user.findings().size(), 1u);
-  EXPECT_EQ(toNativePath(reader.user.findings()[0].file), link.string());
-}
-
 TEST(Reader, SaysWhenADataObjectDoesNotFitIntoMemory) {
   Probe reader;
   const CString path = reader.writeDataset({});
@@ -88,15 +80,6 @@ TEST(Reader, SaysWhenADataObjectDoesNotFitIntoMemory) {
   EXPECT_EQ(reader.readDatasetToArray(path, &array, nullptr, nullptr), 0);
   EXPECT_EQ(reader.user.transcript(), Lines{"message: Out of  memory!"});
   EXPECT_EQ(array.GetSize(), 0);
-}
-
-TEST(Reader, AFacadeWithoutMemoryForItsReaderFailsSilently) {
-  Probe files;
-  CString path = files.writeDataset({});
-  CMEGReaderFacezk facade;
-  const FailingNew noReader(sizeof(CCtfDatasetReader));
-  EXPECT_EQ(facade.readCTFMEGDataInfo(path, &files.data), 0);
-  EXPECT_EQ(files.user.transcript(), Lines{});
 }
 
 TEST(Reader, DataObjectsRefuseListsThatDoNotFit) {
@@ -177,29 +160,6 @@ TEST(Reader, KeepsTheMarkersThatItHasRoomFor) {
   EXPECT_EQ(manager.getMarker(0, false)->name, L"tone");
 }
 
-TEST(Reader, EveryTagOfAnInformationFileHasAMemberOfItsOwn) {
-  const auto sized = [](const std::string& text) {
-    return Bytes().i32(static_cast<std::int64_t>(text.size())).raw(text).str();
-  };
-  Bytes file;
-  file.raw("WS1_");
-  int value = 0;
-  for (const char* tag : {"_PATIENT_UID", "_PATIENT_NAME_LAST", "_PROCEDURE_LOCATION", "_DATASET_RPFILE",
-                          "_DATASET_SENSORSFILENAME"})
-    file.raw(sized(tag)).i32(10).raw(sized(std::to_string(++value)));
-  file.raw(sized("_PROCEDURE_ISINDB")).i32(5).i32(6).raw(sized("_DATASET_MOTIONTOLERANCE")).i32(4).f64(0.5);
-  Probe reader;
-  const CString prefix = Probe::getFilePathBasic(reader.writeDataset({}));
-  writeFile(reader.directory.path() / "run.ds" / "run.infods", file.raw(sized("EndOfParameters")).str());
-  EXPECT_EQ(reader.readInfoDsFile(prefix + L"infods"), 1);
-  const DatasetInformation& read = reader.info().information;
-  EXPECT_EQ(read.patientUid + read.patientNameLast + read.procedureLocation + read.datasetRpFile +
-                read.datasetSensorsFileName,
-            L"12345");
-  EXPECT_EQ(read.procedureIsInDb, 6);
-  EXPECT_EQ(read.datasetMotionTolerance, 0.5);
-}
-
 TEST(Reader, AHeadFrameNeedsAllThreePoints) {
   CFiducialzk dewar;
   dewar.points = {{{-90, 5, 7, 1}, {10, -65, 7, 1}, {10, 75, 7, 1}}};
@@ -209,62 +169,6 @@ TEST(Reader, AHeadFrameNeedsAllThreePoints) {
     EXPECT_FALSE(headFrameOf(dewar));
     point.valid = 1;
   }
-}
-
-/// A reader whose record information says how many samples there are.
-struct Import : Probe {
-  Import(const D& dataset, int trials, int samples) : path(writeDataset(dataset)) {
-    info().numTrials = trials;
-    info().numChannels = 2;
-    info().samplesPerTrial = samples;
-    destination.getTrigManager()->addMarker(std::make_unique<CMarkerDatazk>());
-    destination.getTrigManager()->getMarker(0, true)->samples = {{1, 0.0, 0}, {4, 0.0, 0}};
-  }
-  /// What was shown, without progress.
-  Lines messages() const {
-    Lines lines = user.transcript();
-    std::erase_if(lines, [](const std::string& line) { return !line.starts_with("message"); });
-    return lines;
-  }
-  CString path;
-  CMEGDatazk destination;
-};
-
-/// What each importer that needs a buffer says without one.
-const std::pair<const char*, int (*)(Import&)> kImporters[] = {
-    {"Allocate Memeory error! Is dataset too big?!", [](Import& i) { return i.readCtfDataC(i.path); }},
-    {"Allocate Memeory error! Is dataset too big?!",
-     [](Import& i) {
-       return i.readCtfDataTrigger(i.path, i.destination.getTrigManager()->getMarker(0, true));
-     }},
-    {"", [](Import& i) { return i.readCtfDataMultiTrial(i.path, &i.data, &i.destination); }},
-    {"", [](Import& i) { return i.readCtfDataAccumulate(i.path, &i.destination, 2); }},
-    {"", [](Import& i) { return i.readCtfDataResample(i.path, 2); }},
-    {"", [](Import& i) { return i.readCtfDataSelected(i.path, 1, 1); }},
-    {"Allocate memeory error! Is dataset too big?!",
-     [](Import& i) { return i.readCtfDataTsplit(i.path, 2); }},
-    {"", [](Import& i) { return i.readCtfDataAverage(i.path, &i.destination); }},
-};
-
-TEST(Reader, ImportersWithoutMemoryFailSilentlyOrWithTheirText) {
-  constexpr int kSamples = 50000;  // so many that nothing else allocates as much
-  const D dataset = D::split({{0, 1, 2, 3, 4, 5}}, 2, kSamples);
-  for (const auto& [text, import] : kImporters) {
-    Import reading(dataset, 6, kSamples);
-    const FailingNew noBuffer(kSamples * sizeof(std::int32_t));
-    EXPECT_EQ(import(reading), 0) << text;
-    EXPECT_EQ(reading.messages(), *text ? Lines{"message: " + std::string(text)} : Lines{});
-    EXPECT_EQ(reading.info().samplesPerTrial, kSamples) << text;
-  }
-  {
-    Import reading(dataset, 6, kSamples);
-    const FailingNew noSums(sizeof(double) * 2 * kSamples);
-    EXPECT_EQ(reading.readCtfDataAverage(reading.path, &reading.destination), 0) << "no sums";
-  }
-  // More than any address space has room for; the files are opened, and eight are enough.
-  Import huge(D::split({{0}, {0}, {0}, {0}, {0}, {0}, {0}, {0}}, 2, 3), INT16_MAX, INT32_MAX);
-  EXPECT_EQ(huge.readCtfDataT(huge.path), 0);
-  EXPECT_EQ(huge.messages(), Lines{"message: Allocate Memeory error! Is dataset too big?!"});
 }
 
 TEST(Reader, ImportsNothingWithoutADataObject) {
@@ -292,6 +196,96 @@ TEST(Reader, ByteCountsWrapByRule) {
   EXPECT_FALSE(opens(ReadingRules::host(), AvailableBytes::narrow));
   EXPECT_EQ(reader.codes(), "file.notFound");
   EXPECT_TRUE(opens(hostBut(&ReadingRules::wideCounts), AvailableBytes::narrow));
+}
+
+TEST(Reader, AMarkersSampleIsRoundedTwiceOnEveryProcessor) {
+  // The product is -120 1/2 and a little less than its last digit; with 130 added before it is rounded, the
+  // little would show.
+  const ctfmeg::TrialTiming timing{1205.0, 130};
+  EXPECT_EQ(timing.sampleAt(-0.1, ReadingRules::plain()), 10);
+}
+
+/// A facade whose reader is in reach.
+struct Door : CMEGReaderFacezk {
+  using CMEGReaderFacezk::reader;
+};
+
+TEST(Reader, AReaderThatThereIsNoMemoryForIsNull) {
+  Probe listening;  // so that the failure has somebody to be reported to
+  Door door;
+  {
+    const FailingNew none = FailingNew::from(1);
+    EXPECT_EQ(door.reader(), nullptr);
+  }
+  const FailingNew second = FailingNew::nth(2);
+  EXPECT_NE(door.reader(), nullptr);
+  EXPECT_FALSE(second.happened()) << "the reader is all that is allocated";
+  const Door copy = door;
+  Door later;
+  later = copy;
+  EXPECT_EQ(later.reader(), door.reader());
+}
+
+#ifdef __linux__
+/// Counts the process's threads whenever progress is shown.
+struct ThreadCounter : UserInterface {
+  struct Forwarding : ProgressWindow {
+    explicit Forwarding(ThreadCounter& of) : counter(of) {}
+    void setRange(int /*low*/, int /*high*/) override {}
+    void setPosition(int /*position*/) override {
+      const auto threads = std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
+      counter.most = std::max(counter.most, threads);
+    }
+    ThreadCounter& counter;
+  };
+  MessageAnswer messageBox(const CString& /*text*/, MessageStyle /*style*/) override {
+    return MessageAnswer::no;
+  }
+  std::optional<CString> chooseFile(const CString& /*filter*/, int /*index*/) override { return {}; }
+  std::unique_ptr<ProgressWindow> openProgress(const CString& /*title*/) override {
+    return std::make_unique<Forwarding>(*this);
+  }
+
+  std::ptrdiff_t most = 0;
+};
+
+TEST(Reader, ThreadsAreStartedOnlyWhereTheyAreAskedFor) {
+  const TemporaryDirectory directory;
+  D dataset;
+  dataset.resize(2, 3, 70'001);  // enough that several threads are faster
+  const CString path = toWindowsPath(dataset.write(directory.path()).string());
+  const auto before = std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
+  const auto threads = [&](std::optional<int> asked) {
+    ThreadCounter counter;
+    const ThreadUserInterface installed(&counter);
+    CMEGReaderFacezk facade;
+    if (asked) facade.setReadingThreads(*asked);
+    CPtrArray array;
+    EXPECT_EQ(facade.readCTFMEGData2HdPa(path, &array, nullptr, nullptr), 1);
+    delete static_cast<CMEGDatazk*>(array.GetAt(0));
+    return counter.most - before;
+  };
+  EXPECT_EQ(threads({}), 0);
+  EXPECT_EQ(threads(1), 0);
+  EXPECT_EQ(threads(3), 2);
+}
+#endif
+
+TEST(Reader, SamplesStayInMemoryUnlessAskedOtherwise) {
+  const TemporaryDirectory directory;
+  ScriptedInterface user;
+  const ThreadUserInterface installed(&user);
+  ImportPlan plan{.trials = 4, .channels = 1024};
+  plan.heldBytes = ctfmeg::grantedMemory() / 4 * 3;
+  plan.samples = static_cast<std::int64_t>(plan.heldBytes / (4 * 1024 * 4));
+  TrialStorage storage;
+  EXPECT_TRUE(storage.reserve(plan));
+  EXPECT_TRUE(user.findings().empty()) << "more than half of the memory, but nobody asked for a file";
+  plan.samples = 1;
+  plan.memory = SampleMemory{1, toWindowsPath(directory.path().string())};
+  EXPECT_TRUE(storage.reserve(plan));
+  ASSERT_EQ(user.findings().size(), 1U);
+  EXPECT_EQ(user.findings()[0].code, "samples.spilled");
 }
 
 }  // namespace

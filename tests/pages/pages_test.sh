@@ -29,10 +29,10 @@ if command -v man >/dev/null; then
   [ -z "$said" ] || fail "man: $said"
 fi
 if command -v zsh >/dev/null; then zsh -n "$zsh"; fi
-# A colon ends a part of what zsh is told: those inside a part are escaped.
-if grep -- "--samples=" "$zsh" | grep -q ':FIRST:LAST'; then fail "zsh is told of FIRST:LAST as two parts"; fi
+# A colon ends a part of what zsh reads: those inside a part are escaped.
+if grep -- "--samples=" "$zsh" | grep -q ':FIRST:LAST'; then fail "zsh reads FIRST:LAST as two parts"; fi
 
-# What bash offers; the two functions stand for those of the package bash-completion.
+# What bash offers; the two functions replace those of the package bash-completion.
 _init_completion() { words=("${COMP_WORDS[@]}") cword=$COMP_CWORD cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}; }
 _filedir() { COMPREPLY=("files$*"); }
 # shellcheck disable=SC1090

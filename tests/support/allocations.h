@@ -22,7 +22,7 @@ class FailingNew {
  public:
   /// Those of at least `bytes`.
   explicit FailingNew(std::size_t bytes);
-  /// The one numbered `number`, from 1; or that one and all behind it.
+  /// The one numbered `number`, from 1; or that one and all after it.
   static FailingNew nth(std::int64_t number);
   static FailingNew from(std::int64_t number);
   FailingNew(const FailingNew&) = delete;

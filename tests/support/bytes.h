@@ -20,7 +20,7 @@ class Bytes {
   /// `text` and then zero bytes up to `width`.
   Bytes& text(std::string_view text, std::size_t width) { return raw(text).zeros(width - text.size()); }
 
-  /// Overwrites what stands at `offset`.
+  /// Overwrites what is at `offset`.
   Bytes& put(std::size_t offset, const Bytes& other) {
     m_bytes.replace(offset, other.m_bytes.size(), other.m_bytes);
     return *this;

@@ -4,8 +4,8 @@
 #include <functional>
 
 /// While it lives, the calls by which this program opens, reads, measures and looks for files are counted,
-/// and `before` is told of each: its number from 1, and the file's descriptor, or -1 where none is open. What
-/// it returns is the error that the call fails with; 0 lets it through.
+/// and `before` is called with each: its number from 1, and the file's descriptor, or -1 where none is open.
+/// What it returns is the error that the call fails with; 0 lets it through.
 ///
 /// Works in programs whose linker wraps those calls (WRAPPED_CALLS in tests/CMakeLists.txt).
 class FailingCalls {

@@ -15,7 +15,7 @@ struct MinimalDataset {
   MinimalDataset();
 
   // Where blocks start in `res4`.
-  static constexpr std::size_t kFilterCount = 1844 + 3;  // behind the run description "hi" and a zero byte
+  static constexpr std::size_t kFilterCount = 1844 + 3;  // after the run description "hi" and a zero byte
   static constexpr std::size_t kSecondFilter = kFilterCount + 2 + 18;
   static constexpr std::size_t kNames = kSecondFilter + 18 + 16;  // the second filter has two parameters
   static constexpr std::size_t kSensors = kNames + 2 * 32;
@@ -35,7 +35,7 @@ struct MinimalDataset {
   /// file.
   void resize(int trials, int channels, int samples);
 
-  /// One trial's bytes as they stand in a sample file.
+  /// One trial's bytes as they are in a sample file.
   static std::string trial(int trial, int channels, int samples);
   static std::string sampleFile(const std::vector<std::string>& trials);
 

@@ -15,6 +15,13 @@ class ScriptedInterface : public UserInterface {
                              std::deque<CString> entries = {})
       : m_answers(std::move(answers)), m_files(std::move(files)), m_entries(std::move(entries)) {}
 
+  /// Goes on with another script.
+  void follow(std::deque<MessageAnswer> answers, std::deque<CString> files, std::deque<CString> entries) {
+    m_answers = std::move(answers);
+    m_files = std::move(files);
+    m_entries = std::move(entries);
+  }
+
   MessageAnswer messageBox(const CString& text, MessageStyle style) override;
   std::optional<CString> chooseFile(const CString& filter, int filterIndex) override;
   bool modalDialog(const DialogTemplate& dialogTemplate, DialogOwner& owner) override;

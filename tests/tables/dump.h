@@ -17,7 +17,7 @@ std::string shownAs(T value) {
 }
 /// UTF-8, with control characters as escapes; of a long text its start and its length.
 inline std::string shownAs(const CString& value) {
-  constexpr int kLongest = 200;
+  constexpr int kLongest = 300;
   if (value.GetLength() > kLongest) return shownAs(value.Left(10)) + "... of " + shownAs(value.GetLength());
   std::string text;
   for (const char c : toUtf8(value)) {
@@ -33,17 +33,21 @@ inline std::string shownAs(const char* value) { return value; }
 /// Everything that a reader and its data objects hold, a line for each thing: "what: values".
 class Dump {
  public:
-  explicit Dump(Probe& reader) {
-    record(reader.info());
-    add("info gathered", reader.m_infodsText);
-    add("name", reader.data.name);
-    add("places", reader.m_runDescLength, reader.m_filterStart, reader.m_channelNameStart);
-    channels(reader);
-    head(reader.data);
-    markers("marker", *reader.data.getTrigManager());
-    markers("class", *reader.data.getClassManager());
-    sideFiles(reader);
-    trials("", reader.data);
+  explicit Dump(Probe& reader) : Dump(reader.data, &reader) {}
+  /// Without a reader, of the data object alone.
+  explicit Dump(const CMEGDatazk& data, Probe* reader = nullptr) {
+    record(*data.getMEGRecordInfozk());
+    add("name", data.name);
+    if (reader != nullptr) held(*reader);
+    add("channels", data.channels().size());
+    for (const ChannelInfo& c : data.channels())
+      channel(c.name, c.shortName, c.sensor, c.good);
+    head(data);
+    markers("marker", *data.getTrigManager());
+    markers("class", *data.getClassManager());
+    sideFiles(data);
+    trials("", data);
+    add("open trial", data.currentTrial());
   }
 
   /// The trials of another data object, each line led by `name`.
@@ -51,7 +55,10 @@ class Dump {
     add(name + "stored", data.numStoredTrials(), "of", data.trialSlots(), "x", data.storedChannels(), "x",
         data.storedSamples());
     const CMEGRecordInfozkProzk& info = *data.getMEGRecordInfozk();
-    if (!name.empty()) add(name + "trials", info.numTrials, "averaged", info.numTrialsAvgd);
+    if (!name.empty())
+      add(name + "trials", info.numTrials, "averaged", info.numTrialsAvgd, "open", data.currentTrial(),
+          "rate", info.sampleRate, "markers", data.getTrigManager()->getTotalMarkzk(), "channels",
+          data.channels().size());
     for (int t = 0; t < data.trialSlots(); ++t) {
       const TrialOrigin origin = data.trialOrigin(t);
       const std::string from =
@@ -138,15 +145,19 @@ class Dump {
       }
   }
 
-  void channels(Probe& reader) {
-    const auto& imported = reader.data.channels();
+  /// What the reader holds until it hands it over.
+  void held(Probe& reader) {
+    add("info gathered", reader.m_infodsText);
+    add("places", reader.m_runDescLength, reader.m_filterStart, reader.m_channelNameStart);
     add("lists", reader.m_channelNames.GetSize(), reader.m_sensors.GetSize());
-    for (int i = 0; imported.empty() && i < reader.m_channelNames.GetSize(); ++i)
+    for (int i = 0; reader.data.channels().empty() && i < reader.m_channelNames.GetSize(); ++i)
       if (i < reader.m_sensors.GetSize())
         channel(reader.m_channelNames.GetAt(i), reader.m_channelShortNames.GetAt(i), reader.sensor(i), true);
-    add("channels", imported.size());
-    for (const ChannelInfo& c : imported)
-      channel(c.name, c.shortName, c.sensor, c.good);
+    add("electrodes read", reader.m_electrodes.GetSize());
+    for (int i = 0; i < reader.m_electrodes.GetSize(); ++i) {
+      const auto& e = *static_cast<CEEGelectrodezk*>(reader.m_electrodes.GetAt(i));
+      add("electrode", e.number, e.name, at(e));
+    }
   }
 
   /// "kind, number: points in millimetres".
@@ -183,25 +194,23 @@ class Dump {
     }
   }
 
-  void sideFiles(Probe& reader) {
-    add("electrodes", reader.m_electrodes.GetSize(), reader.data.electrodes().size());
-    for (int i = 0; i < reader.m_electrodes.GetSize(); ++i) {
-      const auto& e = *static_cast<CEEGelectrodezk*>(reader.m_electrodes.GetAt(i));
-      add("electrode", e.number, e.name, at(e));
-    }
-    for (const DigitisedPoint& p : reader.data.digitisedPoints())
+  void sideFiles(const CMEGDatazk& data) {
+    add("electrodes", data.electrodes().size());
+    for (const auto& e : data.electrodes())
+      add("electrode imported", e.number, e.name, at(e));
+    for (const DigitisedPoint& p : data.digitisedPoints())
       add("digitised", p.number, at(p));
-    for (const DigitisedFiducial& f : reader.data.digitisedFiducials)
+    for (const DigitisedFiducial& f : data.digitisedFiducials)
       add("digitised", f.label, at(f));
-    for (const VirtualChannel& channel : reader.data.virtualChannels) {
+    for (const VirtualChannel& channel : data.virtualChannels) {
       std::string references;
       for (const auto& reference : channel.references)
         references += " " + shownAs(reference.weight) + "*" + shownAs(reference.channel);
       add("virtual", channel.name + L"[" + channel.unit + L"] =" + fromUtf8(references));
     }
-    for (const CString& bad : reader.data.badChannelNames())
+    for (const CString& bad : data.badChannelNames())
       add("bad", "'" + shownAs(bad) + "'");
-    for (const BadSegment& s : reader.data.badSegments())
+    for (const BadSegment& s : data.badSegments())
       add("bad segment", s.trial, shownAs(s.startMs) + "-" + shownAs(s.endMs));
   }
 

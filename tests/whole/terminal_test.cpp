@@ -34,7 +34,7 @@ class AtATerminal {
   AtATerminal& operator=(const AtATerminal&) = delete;
   ~AtATerminal() { close(m_terminal); }
 
-  /// Reads on until `text` stands there, behind what was read before. False when it never comes.
+  /// Reads on until `text` is there, after what was read before. False when it never comes.
   bool shows(const std::string& text) {
     for (;;) {
       if (const auto at = m_shown.find(text); at != std::string::npos) {
