@@ -24,12 +24,8 @@ using Bytes = std::basic_string_view<std::uint8_t>;
 /// This process's dataset, "run.ds" in memory; removed at the end.
 class Directory {
  public:
-  Directory() {
-    namespace fs = std::filesystem;
-    const fs::path memory = "/dev/shm";
-    m_top = (fs::is_directory(memory) ? memory : fs::temp_directory_path()) /
-            ("megreader-fuzz-" + std::to_string(getpid()));
-    fs::create_directories(m_top / "run.ds");
+  Directory() : m_top(folder() / ("megreader-fuzz-" + std::to_string(getpid()))) {
+    std::filesystem::create_directories(m_top / "run.ds");
   }
   Directory(const Directory&) = delete;
   Directory& operator=(const Directory&) = delete;
@@ -38,6 +34,11 @@ class Directory {
   std::filesystem::path file(const std::string& name) const { return m_top / "run.ds" / name; }
 
  private:
+  static std::filesystem::path folder() {
+    const std::filesystem::path memory = "/dev/shm";
+    return std::filesystem::is_directory(memory) ? memory : std::filesystem::temp_directory_path();
+  }
+
   std::filesystem::path m_top;
 };
 

@@ -7,12 +7,22 @@ namespace ctfmeg::output {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+/// Where a link leads: it stays a link, and what it points to is replaced.
+fs::path targetOf(const fs::path& file) {
+  std::error_code unknown;
+  fs::path target = fs::weakly_canonical(file, unknown);
+  return unknown ? file : target;
+}
+
+}  // namespace
+
 ResultFile::ResultFile(std::FILE* stream, std::string name) : m_name(std::move(name)), m_file(stream) {}
 
-ResultFile::ResultFile(const fs::path& file, std::string name) : m_name(std::move(name)) {
+ResultFile::ResultFile(const fs::path& file, std::string name)
+    : m_name(std::move(name)), m_final(targetOf(file)) {
   std::error_code unknown;
-  m_final = fs::weakly_canonical(file, unknown);  // a link stays a link: what it points to is replaced
-  if (unknown) m_final = file;
   const fs::file_status status = fs::status(m_final, unknown);
   if (fs::is_directory(status)) fail("can't be written", EISDIR);
   if (fs::exists(status) && !fs::is_regular_file(status))

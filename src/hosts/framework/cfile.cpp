@@ -35,8 +35,8 @@ bool CFile::Open(const CString& path, unsigned flags, CFileException* error) {
 }
 
 const ctfmeg::File& CFile::opened() const {
-  if (!m_file) AfxThrowFileException(CFileException::invalidFile, kBadHandle, m_path);
-  return *m_file;
+  if (m_file) return *m_file;
+  AfxThrowFileException(CFileException::invalidFile, kBadHandle, m_path);
 }
 
 std::size_t CFile::Read(void* buffer, std::size_t count) {
