@@ -14,7 +14,7 @@
 #include <ctfmeg/path_text.h>
 #include <ctfmeg/record_fields.h>
 #include <megreader/framework/encoding.h>
-#include <megreader/framework/file_error.h>
+#include <megreader/framework/finding.h>
 #include <megreader/framework/native_path.h>
 #include <megreader/framework/user_interface.h>
 #include <megreader/reader/meg_reader_face.h>

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include <megreader/datamodel/import_scope.h>
+#include <megreader/datamodel/imports.h>
 #include <megreader/datamodel/meg_datazk.h>
-#include <megreader/datamodel/sensor_type.h>
+#include <megreader/datamodel/sensors.h>
 #include <megreader/framework/encoding.h>
 #include <megreader/framework/native_path.h>
 #include "ctf/resource_file.h"

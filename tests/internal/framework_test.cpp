@@ -7,14 +7,13 @@
 #include <utility>
 #include <vector>
 
-#include <megreader/framework/carchive.h>
 #include <megreader/framework/cdialog.h>
-#include <megreader/framework/cfiledialog.h>
+#include <megreader/framework/cfile.h>
 #include <megreader/framework/collections.h>
 #include <megreader/framework/encoding.h>
 #include <megreader/framework/native_path.h>
-#include "support/temporary_directory.h"
 #include "support/scripted.h"
+#include "support/temporary_directory.h"
 
 #ifndef _WIN32
 #include <sys/stat.h>

@@ -8,8 +8,8 @@
 #include <megreader/framework/native_path.h>
 #include "hosts/reader/ctf_dataset_reader.h"
 #include "support/minimal_dataset.h"
-#include "support/temporary_directory.h"
 #include "support/scripted.h"
+#include "support/temporary_directory.h"
 
 /// The reader object with its members in reach, and a scripted user: of several, the one made last hears
 /// everything.

@@ -1,7 +1,7 @@
 #include "support/scripted.h"
 
+#include <megreader/framework/cdialog.h>
 #include <megreader/framework/encoding.h>
-#include <megreader/framework/text_dialog.h>
 
 namespace {
 

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <functional>
+#include <memory>
+#include <optional>
+
 #include <megreader/framework/cstring.h>
 #include <megreader/framework/export.h>
 #include <megreader/framework/user_interface.h>
@@ -70,3 +74,42 @@ MEGREADER_API void DDX_Text(CDataExchange* exchange, int control, int& value);
 /// Outside `low` to `high` a value that is taken over shows "Enter an integer between LOW and HIGH." and
 /// fails.
 MEGREADER_API void DDV_MinMaxInt(CDataExchange* exchange, int value, int low, int high);
+
+/// The file-open dialog, shown through the current user interface. Without one it is cancelled.
+class MEGREADER_API CFileDialog {
+ public:
+  static constexpr int kOk = 1;      ///< result of `DoModal` when a file was chosen
+  static constexpr int kCancel = 2;  ///< and when not
+
+  /// `filter` is a list of pairs "what is shown|patterns|", ended by another "|". `filterIndex` counts
+  /// from 1.
+  explicit CFileDialog(CString filter, int filterIndex = 1);
+
+  int DoModal();
+
+  /// The chosen file's whole path, as this system writes it.
+  const CString& GetPathName() const { return m_path; }
+
+ private:
+  CString m_filter;
+  int m_filterIndex;
+  CString m_path;
+};
+
+/// The modeless progress window of an import, shown through the current user interface. Without one, or with
+/// one that shows no progress, every operation does nothing. Destroying it closes the window.
+class MEGREADER_API CProgresszk {
+ public:
+  void showProgress(const CString& title);
+  void setRange(int low, int high);
+  void setPosition(int position);
+
+ private:
+  std::unique_ptr<ProgressWindow> m_window;
+};
+
+/// A modal dialog for interfaces without windows: `enter(value)` is called with what the edit field shows at
+/// first, and returns what the user makes of it and confirms, or nothing when the user cancels. It is called
+/// again as long as that is refused. True when it was accepted.
+MEGREADER_API bool runTextDialog(DialogOwner& owner,
+                                 const std::function<std::optional<CString>(const CString& value)>& enter);

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include <megreader/framework/cstring.h>
 #include <megreader/framework/exceptions.h>
@@ -48,4 +49,30 @@ class MEGREADER_API CFile {
   std::shared_ptr<const ctfmeg::File> m_file;
   std::uint64_t m_position = 0;
   CString m_path;
+};
+
+/// Buffered reading from a `CFile`, from its position at construction on. The archive loads blocks of
+/// `blockSize` bytes, so the file's own position is the end of the last block loaded, ahead of what
+/// was delivered: readers of text files test exactly that position. The file must outlive the archive.
+class MEGREADER_API CArchive {
+ public:
+  enum Mode : unsigned { load = 1 };
+
+  explicit CArchive(CFile* file, Mode mode = load, std::size_t blockSize = 4096);
+  CArchive(const CArchive&) = delete;
+  CArchive& operator=(const CArchive&) = delete;
+  ~CArchive() = default;
+
+  /// Reads up to `count` bytes; fewer only at the end of the file, which is no CArchiveException. Throws what
+  /// the file throws.
+  std::size_t Read(void* buffer, std::size_t count);
+
+  /// Ends the archive and moves the file back to just after the last byte delivered.
+  void Close();
+
+ private:
+  CFile* m_file;
+  std::vector<char> m_block;
+  std::size_t m_next = 0;    // first byte of the block not delivered yet
+  std::size_t m_loaded = 0;  // bytes of the block that the file filled
 };

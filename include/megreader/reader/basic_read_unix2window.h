@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include <megreader/framework/carchive.h>
+#include <megreader/framework/cfile.h>
 #include <megreader/framework/cstring.h>
 #include <megreader/framework/export.h>
 

@@ -6,7 +6,7 @@
 
 #include "base/memory_range.h"
 
-#include <megreader/datamodel/import_plan.h>
+#include <megreader/datamodel/imports.h>
 
 /// Samples of all trials of an import in one address range: trial, channel, sample; 32-bit in host order, or
 /// sums as doubles, never both. Nothing is touched before it is written; samples that were never written read

@@ -5,7 +5,7 @@
 #include "base/encoding.h"
 
 #include <ctfmeg/path_text.h>
-#include <megreader/framework/file_error.h>
+#include <megreader/framework/finding.h>
 #include <megreader/framework/native_path.h>
 #include <megreader/framework/user_interface.h>
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include <megreader/framework/encoding.h>
+#include <megreader/framework/user_interface.h>
 
 namespace {
 
@@ -95,4 +96,54 @@ void DDV_MinMaxInt(CDataExchange* exchange, int value, int low, int high) {
   text.Format(L"Enter an integer between %d and %d.", low, high);
   AfxMessageBox(text);
   exchange->Fail();
+}
+
+CFileDialog::CFileDialog(CString filter, int filterIndex)
+    : m_filter(std::move(filter)), m_filterIndex(filterIndex) {}
+
+int CFileDialog::DoModal() {
+  UserInterface* ui = currentUserInterface();
+  if (ui == nullptr) return kCancel;
+  const auto chosen = ui->chooseFile(m_filter, m_filterIndex);
+  if (!chosen) return kCancel;
+  m_path = *chosen;
+  return kOk;
+}
+
+void CProgresszk::showProgress(const CString& title) {
+  if (UserInterface* ui = currentUserInterface()) m_window = ui->openProgress(title);
+}
+
+void CProgresszk::setRange(int low, int high) {
+  if (m_window) m_window->setRange(low, high);
+}
+
+void CProgresszk::setPosition(int position) {
+  if (m_window) m_window->setPosition(position);
+}
+
+namespace {
+
+class EditField : public DialogWindow {
+ public:
+  CString controlText(int /*control*/) const override { return m_text; }
+  void setControlText(int /*control*/, const CString& text) override { m_text = text; }
+
+ private:
+  CString m_text;
+};
+
+}  // namespace
+
+bool runTextDialog(DialogOwner& owner,
+                   const std::function<std::optional<CString>(const CString& value)>& enter) {
+  EditField field;
+  owner.shown(field);
+  const CString first = field.controlText(0);
+  for (;;) {
+    const auto entered = enter(first);
+    if (!entered) return false;
+    field.setControlText(0, *entered);
+    if (owner.confirmed(field)) return true;
+  }
 }

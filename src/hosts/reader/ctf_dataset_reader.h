@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <optional>
 
+#include <megreader/datamodel/imports.h>
 #include <megreader/datamodel/meg_datazk.h>
-#include <megreader/datamodel/sample_memory.h>
 #include <megreader/framework/cfile.h>
 #include <megreader/framework/collections.h>
 #include <megreader/reader/basic_read_unix2window.h>

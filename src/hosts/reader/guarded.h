@@ -6,7 +6,7 @@
 
 #include <megreader/framework/cfile.h>
 #include <megreader/framework/exceptions.h>
-#include <megreader/framework/file_error.h>
+#include <megreader/framework/finding.h>
 #include <megreader/framework/user_interface.h>
 
 /// Opens a file for reading. On failure reports a finding that says why.

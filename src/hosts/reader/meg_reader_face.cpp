@@ -7,7 +7,7 @@
 #include "base/finding_codes.h"
 #include "hosts/reader/ctf_dataset_reader.h"
 
-#include <megreader/framework/cfiledialog.h>
+#include <megreader/framework/cdialog.h>
 #include <megreader/framework/native_path.h>
 #include <megreader/framework/user_interface.h>
 

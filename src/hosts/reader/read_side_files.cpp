@@ -12,7 +12,7 @@
 #include "hosts/reader/to_data_model.h"
 
 #include <megreader/framework/encoding.h>
-#include <megreader/framework/file_error.h>
+#include <megreader/framework/finding.h>
 #include <megreader/framework/user_interface.h>
 
 // Files beside a recording, each of them optional.

@@ -8,7 +8,7 @@
 #include "hosts/reader/sample_slots.h"
 
 #include <megreader/datamodel/meg_datazk.h>
-#include <megreader/framework/cprogresszk.h>
+#include <megreader/framework/cdialog.h>
 
 /// The counts of the data object's record information; all 0 without a data object.
 ctfmeg::SampleCounts sampleCounts(const CMEGDatazk* data);

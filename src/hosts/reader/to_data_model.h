@@ -7,13 +7,11 @@
 
 #include <ctfmeg/events.h>
 #include <ctfmeg/information.h>
-#include <megreader/datamodel/eeg_electrode.h>
-#include <megreader/datamodel/fiducial.h>
-#include <megreader/datamodel/marker.h>
-#include <megreader/datamodel/meg_data_process.h>
-#include <megreader/datamodel/meg_sensor.h>
+#include <megreader/datamodel/fiducials.h>
+#include <megreader/datamodel/markers.h>
+#include <megreader/datamodel/meg_data.h>
 #include <megreader/datamodel/record_info.h>
-#include <megreader/datamodel/virtual_channel.h>
+#include <megreader/datamodel/sensors.h>
 
 // From the plain structs of ctf/ to the data model, and back where what a data object holds is read over.
 

@@ -1,8 +1,20 @@
-#include <megreader/datamodel/head_localization.h>
+#include <megreader/datamodel/fiducials.h>
 
 #include <algorithm>
 
 #include "base/geometry.h"
+
+int CCoordinateProcess::cvtCtf_D3Dzk(double& x, double& y, double& /*z*/) {
+  ctfmeg::turnToDataModel(x, y);
+  return 1;
+}
+
+CFiducial::~CFiducial() = default;
+
+bool CFiducial::anyPointRead() const {
+  return std::any_of(points.begin(), points.end(),
+                     [](const FiducialPoint& point) { return point.valid != 0; });
+}
 
 std::optional<RigidTransform> headFrameOf(const CFiducial& set) {
   const auto at = [&](std::size_t index) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 
+#include <megreader/framework/cstring.h>
 #include <megreader/framework/export.h>
 
 /// One pick-up coil.
@@ -71,3 +72,15 @@ class MEGREADER_API CMEGSensor {
 };
 
 class MEGREADER_API CMEGSensorzk : public CMEGSensor {};
+
+/// Name of the channel type that a sensor type code (`CMEGSensor::sensorType`) means, such as "gradiometer";
+/// "other" for a code that no channel of its own kind has, and for -1. A constant, never null.
+MEGREADER_API const wchar_t* sensorTypeName(int sensorType);
+
+/// One EEG electrode of a dataset.
+class MEGREADER_API CEEGelectrodezk {
+ public:
+  std::int32_t number = 0;
+  CString name;
+  double x = 0.0, y = 0.0, z = 0.0;  ///< as in the file: CTF head axes, centimetres
+};
