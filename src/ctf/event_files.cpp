@@ -82,7 +82,7 @@ Found seekKeyword(TextLines& lines, const BlockKind& kind, Keyword keyword) {
     if (inLine(*wanted)) return Found::here;
     const bool later = std::any_of(wanted + 1, kind.keywords.end(), inLine);
     const bool lost = later && essential;
-    if ((!reported || lost) && !lines.passOver(kind.keywordCode, "is where another keyword is expected",
+    if ((!reported || lost) && !lines.passOver(kind.keywordCode, "is not the keyword that is expected here",
                                                lost ? Finding::Severity::warning : Finding::Severity::remark))
       return Found::missing;
     reported = true;
@@ -209,7 +209,7 @@ bool readTrialList(TextLines& lines, std::int64_t count, TrialClass& trialClass)
   std::string line;
   const Found found = seekKeyword(lines, kClassBlock, kList);
   if (found == Found::endOfFile) return endInsideBlock(lines, kClassBlock);
-  if (found == Found::missing && !lines.passOver(Code::classHeader, "is where a list of trials is to begin"))
+  if (found == Found::missing && !lines.passOver(Code::classHeader, "does not begin a list of trials"))
     return false;
   if (!lines.next(line)) return endInsideBlock(lines, kClassBlock);
   if (!holds(line, kClassBlock.keywords[kColumns]) &&
