@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <iterator>
 #include <set>
 #include <string>
 
 #include "base/finding_codes.h"
+
+#include <ctfmeg/reading_rules.h>
 
 namespace {
 
@@ -25,6 +28,13 @@ TEST(FindingCodes, AreDocumentedAndDifferFromEachOther) {
   EXPECT_EQ(documented, lines);
   EXPECT_EQ(words.size(), findingCodes().size());
   EXPECT_EQ(findCode("no.such"), nullptr);
+}
+
+TEST(ReadingRules, AreDocumented) {
+  std::ifstream page(DOCS "/reading-rules.md");
+  const std::string text{std::istreambuf_iterator<char>(page), {}};
+  for (const auto& decision : ReadingRules::decisions())
+    EXPECT_NE(text.find(std::string("\n| `") + decision.name + "` |"), std::string::npos) << decision.name;
 }
 
 }  // namespace
