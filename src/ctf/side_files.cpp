@@ -162,15 +162,15 @@ std::optional<DigitisedFiducial> parseDigitisedFiducial(const std::string& line,
 }
 
 std::optional<BadSegment> parseBadSegment(const std::string& line, const ReadingRules& rules) {
-  constexpr float kMsPerSecond = 1000.0F;
+  constexpr float kMillisecondsPerSecond = 1000.0F;
   const ScanPrecision precision = precisionOf(rules);
   std::int32_t trial = 0;
   double start = 0.0, end = 0.0;
   if (scan(line, "%d %f %f", {&trial, &start, &end}, precision) != 3) return std::nullopt;
   // Single precision is multiplied as such too.
   const auto toMs = [precision](double seconds) {
-    return precision == ScanPrecision::full ? seconds * double{kMsPerSecond}
-                                            : double{static_cast<float>(seconds) * kMsPerSecond};
+    return precision == ScanPrecision::full ? seconds * double{kMillisecondsPerSecond}
+                                            : double{static_cast<float>(seconds) * kMillisecondsPerSecond};
   };
   return BadSegment{trial, toMs(start), toMs(end)};
 }

@@ -166,9 +166,10 @@ void FileSamples::readPhysical(const Window& window, std::span<double> out) cons
               static_cast<std::int64_t>(samples)},
              raw);
         for (int k = 0; k < channels; ++k) {
+          const int channel = window.channel + c + k;
           const std::int64_t place = (trial * window.channels + c + k) * window.samples + s;
           divideEach(std::span(raw).subspan(static_cast<std::size_t>(k) * samples, samples),
-                     m_scale.gains[static_cast<std::size_t>(window.channel + c + k)],
+                     m_scale.gains[static_cast<std::size_t>(channel)],
                      out.subspan(static_cast<std::size_t>(place), samples));
         }
       }

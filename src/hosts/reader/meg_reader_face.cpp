@@ -44,8 +44,10 @@ struct CMEGReaderFace::SharedReader {
 };
 
 CMEGReaderFace::CMEGReaderFace(const CMEGReaderFace& other)
-    : m_rules(other.m_rules), m_sampleMemory(other.m_sampleMemory), m_readingThreads(other.m_readingThreads) {
-  m_reader = other.m_reader;
+    : m_reader(other.m_reader),
+      m_rules(other.m_rules),
+      m_sampleMemory(other.m_sampleMemory),
+      m_readingThreads(other.m_readingThreads) {
   if (m_reader != nullptr) ++m_reader->facades;
 }
 
