@@ -148,10 +148,10 @@ TEST(Library, TurnsTheSystemsLongs) {
   EXPECT_EQ(helper.unix2Win4long(third), 0x01000000);
 }
 
-/// What reading a dataset gives: its number of trials, or the kind of the error.
+/// What comes of reading a dataset: its number of trials, or the kind of the error.
 std::string outcome(const fs::path& path) {
   try {
-    return std::to_string(ctfmeg::Recording::read(path).trialNumbers().size());
+    return std::to_string(ctfmeg::Recording::open(path).samples()->shape().trials);
   } catch (const ctfmeg::Error& error) {
     EXPECT_FALSE(error.text().empty());
     return nameOf(error.kind());
