@@ -88,7 +88,7 @@ ShownDataset describe(const std::string& path, const Error& error) {
   dataset.path = path;
   const std::string file = textOf(error.path());
   dataset.error = ShownError{error.kind(), file, error.text(),
-                             file == path ? error.text() : lastName(file) + ": " + error.text()};
+                             error.path() == pathFromText(path) ? error.text() : lastName(file) + ": " + error.text()};
   dataset.findings = error.findings();
   dataset.warningCodes = warningCodes(dataset.findings);
   return dataset;
