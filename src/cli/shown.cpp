@@ -87,8 +87,9 @@ ShownDataset describe(const std::string& path, const Error& error) {
   ShownDataset dataset;
   dataset.path = path;
   const std::string file = textOf(error.path());
-  dataset.error = ShownError{error.kind(), file, error.text(),
-                             error.path() == pathFromText(path) ? error.text() : lastName(file) + ": " + error.text()};
+  dataset.error =
+      ShownError{error.kind(), file, error.text(),
+                 error.path() == pathFromText(path) ? error.text() : lastName(file) + ": " + error.text()};
   dataset.findings = error.findings();
   dataset.warningCodes = warningCodes(dataset.findings);
   return dataset;
