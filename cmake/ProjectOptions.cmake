@@ -25,6 +25,10 @@ if(MEGREADER_FUZZ)
 endif()
 
 if(MEGREADER_SANITIZE)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # With sanitizers GCC takes members of an empty std::optional for uninitialised values that are used.
+    target_compile_options(project_options INTERFACE -Wno-maybe-uninitialized)
+  endif()
   set(sanitizers -fsanitize=${MEGREADER_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_compile_options(project_options INTERFACE ${sanitizers})
   target_link_options(project_options INTERFACE ${sanitizers})
