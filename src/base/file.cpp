@@ -30,6 +30,10 @@ FileError::FileError(Cause cause, int systemError, const std::string& path, std:
       m_path(path),
       m_text(std::move(text)) {}
 
+FileError FileError::ofMissing(const std::string& path) {
+  return {Cause::notFound, static_cast<int>(std::errc::no_such_file_or_directory), path};
+}
+
 FileError FileError::ofDirectory(int systemError, const std::string& path) {
   // As Windows refuses to open one.
   FileError error(Cause::accessDenied, systemError, path, "can't be read: Is a directory");

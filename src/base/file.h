@@ -35,6 +35,8 @@ class FileError : public std::runtime_error {
   FileError(Cause cause, int systemError, const std::string& path);
   /// With a sentence of the caller's.
   FileError(Cause cause, int systemError, const std::string& path, std::string text);
+  /// A file that is needed is not there.
+  static FileError ofMissing(const std::string& path);
   /// A directory is where a file should be.
   static FileError ofDirectory(int systemError, const std::string& path);
 

@@ -4,7 +4,6 @@
 #include <array>
 #include <charconv>
 #include <cstring>
-#include <system_error>
 #include <utility>
 
 #include "base/byte_order.h"
@@ -135,11 +134,8 @@ void SampleSet::look(Notices& notices) {
 }
 
 void SampleSet::endEarly(int missing, Notices& notices) {
-  if (missing == 0) {
-    constexpr int kNoSuchFile = static_cast<int>(std::errc::no_such_file_or_directory);
-    return fail(notices, findingOf(FileError(FileError::Cause::notFound, kNoSuchFile,
-                                             m_store.pathOf(sampleFileName(m_stem, 0)))));
-  }
+  if (missing == 0)
+    return fail(notices, findingOf(FileError::ofMissing(m_store.pathOf(sampleFileName(m_stem, 0)))));
   if (goesOnAfter(missing))
     return fail(notices, Code::meg4Gap, missing,
                 "is missing although the set goes on: what follows can't be placed");
@@ -156,7 +152,7 @@ OpenFile SampleSet::open(int index) const {
   if (known != m_open.end()) return known->second;
   const std::string& name = m_files[static_cast<std::size_t>(index)].name;
   OpenFile file = m_store.open(name);
-  if (file == nullptr) throw FileError(FileError::Cause::notFound, -1, m_store.pathOf(name));
+  if (file == nullptr) throw FileError::ofMissing(m_store.pathOf(name));
   if (m_open.size() >= kMostOpen) m_open.erase(m_open.begin());
   return m_open[index] = std::move(file);
 }

@@ -1,6 +1,5 @@
 #include "recording/dataset.h"
 
-#include <system_error>
 #include <unordered_map>
 
 #include "ctf/event_files.h"
@@ -22,10 +21,7 @@ class DatasetReader {
     const std::string name = m_stem + ".res4";
     try {
       const OpenFile file = m_store.open(name);
-      if (file == nullptr) {
-        constexpr int kNoSuchFile = static_cast<int>(std::errc::no_such_file_or_directory);
-        throw FileError(FileError::Cause::notFound, kNoSuchFile, m_store.pathOf(name));
-      }
+      if (file == nullptr) throw FileError::ofMissing(m_store.pathOf(name));
       auto resource = readResourceFile(*file, m_rules, m_notices);
       if (!resource) return false;
       m_dataset.record = std::move(resource->record);
