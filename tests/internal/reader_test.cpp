@@ -64,14 +64,6 @@ TEST(Reader, CountMismatchesAreToldAndEndInSuccessWithNothingImported) {
   }
 }
 
-TEST(Reader, RefusesWhatItCannotFill) {
-  Probe reader;
-  const CString path = reader.writeDataset({});
-  EXPECT_EQ(reader.readDatasetInfo(path, nullptr, nullptr), 0);
-  EXPECT_EQ(reader.checkDataset(path, nullptr), 0);
-  EXPECT_EQ(reader.readDatasetToArray(path, nullptr, nullptr, nullptr), 0);
-}
-
 TEST(Reader, SaysWhenADataObjectDoesNotFitIntoMemory) {
   Probe reader;
   const CString path = reader.writeDataset({});

@@ -49,6 +49,7 @@ TEST(Facade, RefusesWhatItCannotFillAndPassesOverEmptyPlaces) {
   CString path = host.write({});
   EXPECT_EQ(host.facade.checkCTFMEGData(path, nullptr), 0);
   EXPECT_EQ(host.facade.readCTFMEGDataInfo(path, nullptr), 0);
+  EXPECT_EQ(host.facade.readCTFMEGData2HdPa(path, nullptr, nullptr, nullptr), 0);
   host.array.SetAtGrow(0, nullptr);
   ASSERT_EQ(host.read(path), 1);
   ASSERT_EQ(host.read(path), 1);
@@ -82,18 +83,6 @@ TEST(Facade, CopiesShareAReaderThatOutlivesThem) {
   fresh.setReadingRules(ReadingRules::plain());
   EXPECT_EQ(firstCoil(second), 3.0) << "rules belong to the reader that is shared";
   EXPECT_EQ(firstCoil(unrelated), 300.0) << "there was no reader yet to share";
-}
-
-TEST(Facade, RulesSetLaterReachTheReaderThatIsThere) {
-  Host host;
-  const CString path = host.write({});
-  const auto firstCoil = [&] {
-    EXPECT_EQ(host.info(path), 1);
-    return host.data.channels()[0].sensor.squid()->dewarCoils[0].position[2];
-  };
-  EXPECT_EQ(firstCoil(), 300.0);
-  host.facade.setReadingRules(ReadingRules::plain());
-  EXPECT_EQ(firstCoil(), 3.0);
 }
 
 }  // namespace
