@@ -132,7 +132,8 @@ def small_costs():
                        ("1,000 channels", recording("wide", 1000, 10, 3000)),
                        ("eight files", recording("eight", 300, 16, 3000, 2))):
         ratios(f"{name}, {sample_bytes(path) / 1e6:.0f} MB",
-               best({"floor": lambda: in_process("Floor", path), "facade": lambda: in_process("Facade", path)}), "floor")
+               best({"floor": lambda: in_process("Floor", path), "facade": lambda: in_process("Facade", path),
+                     "facade, several threads": lambda: in_process("FacadeThreads", path)}), "floor")
     short, large = recording("one", 300, 1, 1200), recording("large", 300, 84, 12000)
     ratios("starting the command", best({
         "--version": lambda: command_seconds([CTFMEG, "--version"]),

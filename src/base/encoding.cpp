@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <optional>
 
 namespace ctfmeg {
 namespace {
@@ -15,38 +14,31 @@ bool isHighSurrogate(char32_t c) { return c >= 0xD800 && c <= 0xDBFF; }
 bool isLowSurrogate(char32_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
 bool isRawByte(char32_t c) { return c >= kRawByteBase + 0x80 && c <= kRawByteBase + 0xFF; }
 
-void appendWide(std::wstring& text, char32_t c) {
-  if constexpr (sizeof(wchar_t) == 2) {
-    if (c > 0xFFFF) {
-      text += static_cast<wchar_t>(0xD800 + ((c - 0x10000) >> 10));
-      text += static_cast<wchar_t>(0xDC00 + ((c - 0x10000) & 0x3FF));
-      return;
-    }
-  }
-  text += static_cast<wchar_t>(c);
-}
-
-/// The code point that starts at the front of `bytes`, and its length; nothing when it is not valid UTF-8.
+/// The code point that starts at the front of `bytes`, and its length; of length 0 when it is not valid
+/// UTF-8.
 struct Decoded {
-  char32_t codePoint;
-  std::size_t length;
+  char32_t codePoint = 0;
+  std::size_t length = 0;
 };
 
-std::optional<Decoded> decodeUtf8(std::string_view bytes) {
-  const auto lead = static_cast<unsigned char>(bytes[0]);
-  if (lead < 0x80) return Decoded{lead, 1};
-  const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-  if (lead < 0xC2 || lead > 0xF4 || bytes.size() < length) return std::nullopt;
-  char32_t value = lead & (0xFFU >> (length + 1));
-  for (std::size_t i = 1; i < length; ++i) {
-    const auto byte = static_cast<unsigned char>(bytes[i]);
-    if ((byte & 0xC0) != 0x80) return std::nullopt;
-    value = (value << 6) | (byte & 0x3F);
+Decoded decodeUtf8(std::string_view bytes) {
+  const auto at = [&](std::size_t i) { return static_cast<char32_t>(static_cast<unsigned char>(bytes[i])); };
+  const auto goesOn = [&](std::size_t i) { return i < bytes.size() && (at(i) & 0xC0) == 0x80; };
+  const char32_t lead = at(0);
+  if (lead < 0x80) return {lead, 1};
+  if (lead < 0xC2 || lead > 0xF4 || !goesOn(1)) return {};
+  if (lead < 0xE0) return {(lead & 0x1F) << 6 | (at(1) & 0x3F), 2};
+  if (!goesOn(2)) return {};
+  const char32_t two = (at(1) & 0x3F) << 6 | (at(2) & 0x3F);
+  if (lead < 0xF0) {
+    const char32_t value = (lead & 0x0F) << 12 | two;
+    if (value < 0x800 || isHighSurrogate(value) || isLowSurrogate(value)) return {};
+    return {value, 3};
   }
-  constexpr std::array<char32_t, 5> smallest{0, 0, 0x80, 0x800, 0x10000};
-  if (value < smallest[length] || value > 0x10FFFF || isHighSurrogate(value) || isLowSurrogate(value))
-    return std::nullopt;
-  return Decoded{value, length};
+  if (!goesOn(3)) return {};
+  const char32_t value = (lead & 0x07) << 18 | two << 6 | (at(3) & 0x3F);
+  if (value < 0x10000 || value > 0x10FFFF) return {};
+  return {value, 4};
 }
 
 /// Bytes 0x80 to 0x9F; everything else in Windows-1252 is Latin-1.
@@ -79,20 +71,26 @@ void appendUtf8(std::string& text, char32_t c) {
 }
 
 std::wstring wideFromUtf8(std::string_view text) {
-  // Nearly all text is ASCII.
-  const auto* ascii = std::find_if_not(text.begin(), text.end(), isAscii);
-  std::wstring wide(text.begin(), ascii);
-  text.remove_prefix(static_cast<std::size_t>(ascii - text.begin()));
-  while (!text.empty()) {
-    if (const auto decoded = decodeUtf8(text)) {
-      appendWide(wide, decoded->codePoint);
-      text.remove_prefix(decoded->length);
+  std::wstring wide(text.size(), L'\0');  // a byte is never more than one character
+  std::size_t length = 0;
+  for (std::size_t i = 0; i < text.size();) {
+    if (isAscii(text[i])) {  // as nearly all text is
+      wide[length++] = static_cast<wchar_t>(text[i++]);
+      continue;
+    }
+    const Decoded decoded = decodeUtf8(text.substr(i));
+    const bool valid = decoded.length > 0;
+    const char32_t c = valid ? decoded.codePoint : kRawByteBase + static_cast<unsigned char>(text[i]);
+    i += valid ? decoded.length : 1;
+    if (sizeof(wchar_t) == 2 && c > 0xFFFF) {
+      wide[length++] = static_cast<wchar_t>(0xD800 + ((c - 0x10000) >> 10));
+      wide[length++] = static_cast<wchar_t>(0xDC00 + ((c - 0x10000) & 0x3FF));
     } else {
-      appendWide(wide, kRawByteBase + static_cast<unsigned char>(text[0]));
-      text.remove_prefix(1);
+      wide[length++] = static_cast<wchar_t>(c);
     }
   }
-  return wide;
+  // Hosts keep thousands of texts: none is to hold more memory than it needs.
+  return length == wide.size() ? wide : wide.substr(0, length);
 }
 
 std::string utf8FromWide(std::wstring_view wide) {
