@@ -11,6 +11,7 @@
 #include <megreader/datamodel/sensors.h>
 #include <megreader/framework/encoding.h>
 #include <megreader/framework/native_path.h>
+#include "ctf/channel_kind.h"
 #include "ctf/resource_file.h"
 #include "support/allocations.h"
 #include "support/temporary_directory.h"
@@ -198,9 +199,15 @@ TEST(DataModel, NamesTheTypesThatTheFileCounts) {
       "gradiometer eeg-ref eeg adc stim clock position dac other other clock adc stim stim eeg eeg reset "
       "other other other other other other other");
   std::string name;
-  for (std::int32_t index = 0; expected >> name; ++index)
+  for (std::int32_t index = 0; expected >> name; ++index) {
     EXPECT_EQ(toUtf8(sensorTypeName(ctfmeg::sensorTypeOf(index))), name) << index;
+    EXPECT_EQ(nameOf(ctfmeg::kindOf(ctfmeg::sensorTypeOf(index))), name) << index;
+  }
   EXPECT_EQ(toUtf8(sensorTypeName(-1)), "other");
+  CMagCoil coil;
+  coil.position = {0.5, -1.0, 2.0, 9.0};
+  EXPECT_EQ(coil.convertCTFm2zkCm(), 1);
+  EXPECT_EQ(std::vector(coil.position.begin(), coil.position.end()), (std::vector{50.0, -100.0, 200.0, 9.0}));
 }
 
 }  // namespace

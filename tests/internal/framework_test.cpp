@@ -49,7 +49,7 @@ TEST(CString, CutsSearchesAndTrims) {
     EXPECT_TRUE(text.Left(count) == text && text.Right(count) == text) << count;
   EXPECT_EQ(CString(L"a.b.c").ReverseFind(L'.'), 3);
   EXPECT_EQ(CString(L"a.b.c").ReverseFind(L'x'), -1);
-  EXPECT_TRUE(CString(L"RUN.MEG4\u00C4").MakeLower() == L"run.meg4\u00C4");
+  EXPECT_TRUE(CString(L"RUN.MEGZ\u00C4").MakeLower() == L"run.megz\u00C4");
   EXPECT_TRUE(CString(L" \t\r\n\v\fa b\u00A0\r\n").Trim() == L"a b\u00A0");
   EXPECT_TRUE(CString(L" \r\n").Trim().IsEmpty());
 }
@@ -75,6 +75,11 @@ TEST(CString, IsATextAndNoPointer) {
   EXPECT_TRUE(text == same && text == L"b" && L"b" == text && text != L"a" && L"a" != text);
   EXPECT_TRUE(CString(L"a") < text && text < L"c" && L"a" < text && text >= L"b" && text > CString());
   EXPECT_TRUE(text + L"c" == L"bc" && L"a" + text == L"ab" && text + L'c' == L"bc" && text + same == L"bb");
+  for (const int length : {2, 1, 0, -1}) {
+    CString cut(L"a");
+    cut.Truncate(length);
+    EXPECT_EQ(cut.GetLength(), length == 0 ? 0 : 1);
+  }
   text.Empty();
   EXPECT_TRUE(text.IsEmpty() && text == L"");
 }

@@ -58,6 +58,7 @@ TEST(Simulate, ReadsBackAsARecording) {
   std::vector<double> values(240);
   for (const Channel& channel : recording.channels()) {
     kinds.insert(channel.kind);
+    EXPECT_EQ(channel.gradientOrder, 0) << channel.name;
     trials[0].physical(channel.index, values);
     double largest = 0.0;
     for (const double value : values)
@@ -77,7 +78,10 @@ TEST(Simulate, ReadsBackAsARecording) {
   EXPECT_TRUE(kinds.contains(ChannelKind::refMagnetometer));
   EXPECT_TRUE(kinds.contains(ChannelKind::refGradiometer));
   EXPECT_TRUE(kinds.contains(ChannelKind::stim));
-  EXPECT_FALSE(recording.coefficients().empty());
+  std::set<std::string> types;
+  for (const CoefficientRecord& coefficients : recording.coefficients())
+    types.insert(coefficientTypeName(coefficients.type));
+  EXPECT_EQ(types, (std::set<std::string>{"G1BR", "G2BR", "G3BR"}));
 }
 
 TEST(Simulate, SaysWhereTheHeadIsAndWhatHappened) {
