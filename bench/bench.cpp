@@ -1,6 +1,7 @@
 #include <benchmark/benchmark.h>
 #include <cstdio>
 #include <cstdlib>
+#include <random>
 #include <stdexcept>
 
 #include "floor.h"
@@ -61,7 +62,7 @@ void RecordingPhysical(benchmark::State& state) {
     const ctfmeg::Shape shape = samples->shape();
     values.resize(static_cast<std::size_t>(shape.channels) * static_cast<std::size_t>(shape.samples));
     for (std::int64_t trial = 0; trial < shape.trials; ++trial) {
-      samples->readPhysical({.trial = trial, .channels = shape.channels, .samples = shape.samples}, values);
+      samples->read({.trial = trial, .channels = shape.channels, .samples = shape.samples}, values);
       benchmark::DoNotOptimize(values.data());
     }
   }
@@ -72,6 +73,73 @@ void RecordingHeader(benchmark::State& state) {
     benchmark::DoNotOptimize(ctfmeg::Recording::open(dataset()));
 }
 
+/// Opens the dataset and looks at its sample files.
+void RecordingFiles(benchmark::State& state) {
+  for (auto _ : state)
+    benchmark::DoNotOptimize(ctfmeg::Recording::open(dataset()).samples());
+}
+
+/// Windows at random places of the first trial, the same ones in each process. The benchmark's arguments:
+/// channels and samples of each, and how many.
+std::vector<ctfmeg::Window> windowsOf(const benchmark::State& state, const ctfmeg::Shape& shape) {
+  std::mt19937_64 random(1);
+  const auto below = [&](std::int64_t end) {
+    return static_cast<std::int64_t>(random() % static_cast<std::uint64_t>(end));
+  };
+  const auto channels = static_cast<int>(state.range(0));
+  std::vector<ctfmeg::Window> windows(static_cast<std::size_t>(state.range(2)));
+  for (ctfmeg::Window& window : windows)
+    window = {.channel = static_cast<int>(below(shape.channels - channels + 1)),
+              .channels = channels,
+              .first = below(shape.samples - state.range(1) + 1),
+              .samples = state.range(1)};
+  return windows;
+}
+
+std::vector<std::int32_t> roomForWindow(const benchmark::State& state) {
+  return std::vector<std::int32_t>(static_cast<std::size_t>(state.range(0) * state.range(1)));
+}
+
+void WindowsFloor(benchmark::State& state) {
+  const ctfmeg::Shape shape = ctfmeg::Recording::open(dataset()).samples()->shape();
+  const auto windows = windowsOf(state, shape);
+  auto out = roomForWindow(state);
+  const auto samples = static_cast<std::size_t>(shape.samples);
+  const std::size_t block = samples * sizeof(std::int32_t);
+  const FloorFile file(sampleFilesOf(dataset()).front());
+  for (auto _ : state)
+    for (const ctfmeg::Window& window : windows) {
+      const std::size_t inFile =
+          static_cast<std::size_t>(window.channel) * samples + static_cast<std::size_t>(window.first);
+      file.read({.offset = 8 + inFile * sizeof(std::int32_t),
+                 .samples = static_cast<std::size_t>(window.samples),
+                 .rows = static_cast<std::size_t>(window.channels),
+                 .distance = block},
+                out.data());
+      benchmark::DoNotOptimize(out.data());
+    }
+}
+
+void Windows(benchmark::State& state) {
+  const auto source = ctfmeg::Recording::open(dataset()).samples();
+  const auto windows = windowsOf(state, source->shape());
+  auto out = roomForWindow(state);
+  for (auto _ : state)
+    for (const ctfmeg::Window& window : windows) {
+      source->read(window, out);
+      benchmark::DoNotOptimize(out.data());
+    }
+}
+
+/// Of a thousand windows, and of the first alone.
+void windowSizes(benchmark::internal::Benchmark* benchmark) {
+  for (const std::int64_t count : {1000, 1})
+    benchmark->Args({300, 1200, count})->Args({1, 12000, count});
+  benchmark->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+}
+
+BENCHMARK(WindowsFloor)->Apply(windowSizes);
+BENCHMARK(Windows)->Apply(windowSizes);
 BENCHMARK(Floor)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 BENCHMARK(FloorThreads)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 BENCHMARK(Facade)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
@@ -79,6 +147,7 @@ BENCHMARK(FacadeThreads)->Unit(benchmark::kMillisecond)->UseRealTime()->Iteratio
 BENCHMARK(RecordingWhole)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 BENCHMARK(RecordingPhysical)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 BENCHMARK(RecordingHeader)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(10);
+BENCHMARK(RecordingFiles)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(10);
 
 }  // namespace
 

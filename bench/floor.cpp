@@ -86,3 +86,19 @@ std::size_t readFloorByThreads(const std::filesystem::path& dataset) {
   close(descriptor);
   return samples.count();
 }
+
+FloorFile::FloorFile(const std::filesystem::path& file) : m_descriptor(open(file.c_str(), O_RDONLY)) {
+  if (m_descriptor < 0) throw std::runtime_error(file.string() + " can't be opened");
+}
+
+FloorFile::~FloorFile() { close(m_descriptor); }
+
+void FloorFile::read(const FloorWindow& window, std::int32_t* out) const {
+  const std::size_t bytes = window.samples * sizeof *out;
+  for (std::size_t row = 0; row < window.rows; ++row, out += window.samples) {
+    const auto offset = static_cast<off_t>(window.offset + row * window.distance);
+    if (pread(m_descriptor, out, bytes, offset) != static_cast<ssize_t>(bytes))
+      throw std::runtime_error("can't be read");
+    swapEach(reinterpret_cast<std::uint32_t*>(out), window.samples);
+  }
+}

@@ -33,3 +33,26 @@ std::size_t readFloor(const std::filesystem::path& dataset);
 /// Reads as `readFloor` does, with a thread for each processor; they take pieces in turn. For a set of one
 /// file.
 std::size_t readFloorByThreads(const std::filesystem::path& dataset);
+
+/// Rows of one length at one distance from each other in a file: a span of several channels of a trial.
+struct FloorWindow {
+  std::size_t offset = 0;   ///< of the first row
+  std::size_t samples = 0;  ///< of a row
+  std::size_t rows = 1;
+  std::size_t distance = 0;  ///< bytes from a row to the next
+};
+
+/// A file that is open for reading.
+class FloorFile {
+ public:
+  explicit FloorFile(const std::filesystem::path& file);
+  FloorFile(const FloorFile&) = delete;
+  FloorFile& operator=(const FloorFile&) = delete;
+  ~FloorFile();
+
+  /// Reads a window with pread(2), a call for each row, and swaps it to host order.
+  void read(const FloorWindow& window, std::int32_t* out) const;
+
+ private:
+  int m_descriptor;
+};

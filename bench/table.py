@@ -8,6 +8,7 @@ import json
 import os
 import random
 import shutil
+import struct
 import subprocess
 import sys
 import time
@@ -27,6 +28,29 @@ def recording(name, channels, trials, samples, split=0):
         if split:
             command += ["--split-after", split]
         subprocess.run([str(word) for word in command + ["--quiet"]], check=True)
+    return path
+
+
+def stretched(name, channels, trials, samples, files=1, filled=False):
+    """A recording of any size: a small one whose header says more, and sample files of that length. They are one hole,
+    which takes no room on the disk, or filled with the small one's samples again and again."""
+    path = DATA / f"{name}.ds"
+    if path.exists():
+        return path
+    path = recording(name, channels, 1, 12000)
+    resource, meg4 = path / f"{name}.res4", path / f"{name}.meg4"
+    with open(resource, "r+b") as file:
+        for offset, layout, value in ((1288, ">i", samples), (1312, ">h", trials), (1320, ">h", trials)):
+            file.seek(offset)
+            file.write(struct.pack(layout, value))
+    header, some = meg4.read_bytes()[:8], meg4.read_bytes()[8:]
+    for i in range(files):
+        with open(path / f"{name}.{f'{i}_' if i else ''}meg4", "wb") as file:
+            file.write(header)
+            end = 8 + 4 * channels * samples * (trials // files)
+            while filled and file.tell() < end:
+                file.write(some[:end - file.tell()])
+            file.truncate(end)
     return path
 
 
@@ -89,8 +113,8 @@ def table(head, rows):
     print(flush=True)
 
 
-def ratios(title, times, reference):
-    rows = [(name, f"{1000 * seconds:.1f}", f"{seconds / times[reference]:.2f}") for name, seconds in times.items()]
+def ratios(title, times, reference, digits=1):
+    rows = [(name, f"{1000 * seconds:.{digits}f}", f"{seconds / times[reference]:.2f}") for name, seconds in times.items()]
     table((title, "ms", f"times {reference}"), rows)
 
 
@@ -179,7 +203,113 @@ def growth():
     table(("GB", "s", "s per GB", "peak memory beyond the samples, MB"), rows)
 
 
-PARTS = {part.__name__: part for part in (whole_reads, small_costs, exports, growth)}
+def windows():
+    path = stretched("long", 300, 1, 1_000_000, filled=True)
+    command_seconds(["cat", *sample_files(path)])  # into the cache
+    for name, size in (("1 s x 300 channels", "300/1200"), ("10 s x 1 channel", "1/12000")):
+        ratios(f"1000 windows of {name}, 1.2 GB in one trial", best({
+            "floor": lambda: in_process(f"WindowsFloor/{size}/1000", path),
+            "Recording": lambda: in_process(f"Windows/{size}/1000", path)}, 2 * REPETITIONS), "floor")
+    path = stretched("cold", 300, 1, 3_333_333, filled=True)
+    for name, size in (("1 s x 300 channels", "300/1200"), ("10 s x 1 channel", "1/12000")):
+        ratios(f"first window of {name}, 4 GB not in the cache", best({
+            "floor": lambda: in_process(f"WindowsFloor/{size}/1", path),
+            "Recording": lambda: in_process(f"Windows/{size}/1", path)}, before=lambda: drop_from_cache(path)),
+            "floor", 2)
+    shutil.rmtree(path)
+    small, large = stretched("open-10MB", 300, 12, 700), stretched("open-20GB", 300, 120, 139_000, files=12)
+    for name, benchmark in (("opening", "RecordingHeader"), ("opening, sample files looked at", "RecordingFiles")):
+        ratios(name, best({
+            "10 MB, one file": lambda: in_process(benchmark, small),
+            "20 GB, twelve files": lambda: in_process(benchmark, large)}, 4 * REPETITIONS), "10 MB, one file", 2)
+
+
+def described(path):
+    """What `ctfmeg info` knows of a recording."""
+    return json.loads(subprocess.run([CTFMEG, "info", "--json", path], check=True, capture_output=True).stdout)
+
+
+def export_to_memory():
+    """Of as much as the memory file system has room for twice."""
+    memory = Path("/dev/shm")
+    trials = min(84, int(shutil.disk_usage(memory).free / 2 / (14.4e6 * 2)))
+    path = recording("large", 300, 84, 12000) if trials == 84 else recording(f"large-{trials}", 300, trials, 12000)
+    gains, name = DATA / "gains", f"ctfmeg-bench-{os.getpid()}"
+    channels = described(path)["channels"]
+    gains.write_bytes(struct.pack(f"{len(channels)}d", *(channel["gain"] for channel in channels)))
+    minimal, exported = memory / name, memory / f"{name}.npy"
+    contenders = {
+        "minimal program": [PROGRAMS / "minimal_export", gains, "12000", sample_files(path)[0], minimal],
+        "export": [CTFMEG, "export", "--quiet", "--physical", path, "-o", exported],
+        "export, one thread": [CTFMEG, "export", "--quiet", "--physical", "--threads", "1", path, "-o", exported],
+    }
+
+    def remove():
+        for file in memory.glob(f"{name}*"):
+            file.unlink()
+
+    try:
+        command_seconds(contenders["minimal program"])
+        command_seconds(contenders["export"])
+        beyond = exported.stat().st_size - minimal.stat().st_size  # the array's own header
+        subprocess.run(["cmp", "-i", f"0:{beyond}", minimal, exported], check=True)
+        times = best({key: lambda command=command: command_seconds(command) for key, command in contenders.items()},
+                     before=remove)
+    finally:
+        remove()
+    ratios(f"float64 of {sample_bytes(path) / 1e9:.2f} GB to memory", times, "minimal program")
+
+
+def resident(command):
+    """Peak resident memory of a command in bytes, measured by a program that is small itself: what its parent holds
+    counts for a command, too."""
+    out = subprocess.run(["time", "-f", "%M", *command], check=True, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE).stderr
+    return int(out.split()[-1]) * 1024
+
+
+def memory_of_exports():
+    kinds = {"int32": [], "--physical": ["--physical"], "--continuous": ["--continuous"],
+             "one channel": ["--channels", "MLC11"]}
+    program, rows = resident([CTFMEG, "--version"]), []
+    for gigabytes in (0.25, 1, 4):
+        path = recording(f"growth-{gigabytes}", 300, round(gigabytes * 1e9 / 14.4e6), 12000, 100)
+        command = [CTFMEG, "export", "--quiet", path, "-o", os.devnull]
+        rows.append((f"{sample_bytes(path) / 1e9:.2f}",
+                     *(f"{(resident([*command, *kind]) - program) / 1e6:.1f}" for kind in kinds.values())))
+        if gigabytes > 1:
+            shutil.rmtree(path)
+    table(("GB", *(f"{kind}, MB beyond --version" for kind in kinds)), rows)
+
+
+def bytes_read(command):
+    """By all reads of a command, from files and from the system."""
+    process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    os.waitid(os.P_PID, process.pid, os.WEXITED | os.WNOWAIT)  # what it read is known until it is waited for
+    read = int(Path(f"/proc/{process.pid}/io").read_text().split()[1])
+    assert process.wait() == 0, command
+    return read
+
+
+def bytes_of_selections():
+    one, sixty = stretched("read-1.5GB", 318, 1, 1_200_000), stretched("read-60", 318, 60, 12000)
+    start, rows = bytes_read([CTFMEG, "--version"]), []
+    for name, path, selection, wanted in (
+            ("1200 samples of 1.5 GB in one trial", one, ["--samples", "600000:601199"], 318 * 1200 * 4),
+            ("one of 60 trials of 916 MB", sixty, ["--trials", "30"], 318 * 12000 * 4),
+            ("1200 samples of one channel", one, ["--samples", "600000:601199", "--channels", "MLC11"], 1200 * 4)):
+        header = bytes_read([CTFMEG, "info", "--quiet", path]) - start
+        read = bytes_read([CTFMEG, "export", "--quiet", path, *selection, "-o", os.devnull]) - start
+        rows.append((name, *(f"{count / 1000:.1f}" for count in (header, read, wanted)), f"{(read - header) / wanted:.2f}"))
+    table(("what is read", "by info, KB", "by export, KB", "wanted, KB", "(export - info) / wanted"), rows)
+
+
+def streams():
+    export_to_memory()
+    memory_of_exports()
+    bytes_of_selections()
+
+
+PARTS = {part.__name__: part for part in (whole_reads, small_costs, exports, growth, windows, streams)}
 for name in sys.argv[3:]:
     if name not in PARTS:
         sys.exit(f"bench: there is no part {name}, only {', '.join(PARTS)}")

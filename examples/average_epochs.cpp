@@ -39,11 +39,11 @@ void average(const ctfmeg::Recording& recording, const ctfmeg::Marker& marker, c
       ++skipped;
       continue;
     }
-    samples->readPhysical({.trial = event.trial,
-                           .channel = channel.index,
-                           .first = event.sample - before,
-                           .samples = before + after + 1},
-                          epoch);
+    samples->read({.trial = event.trial,
+                   .channel = channel.index,
+                   .first = event.sample - before,
+                   .samples = before + after + 1},
+                  epoch);
     for (std::size_t i = 0; i < sum.size(); ++i)
       sum[i] += epoch[i];
     ++averaged;

@@ -30,7 +30,7 @@ int main(int argc, char** argv) {
     // Only the channel that is shown is read, whatever the size of the recording.
     const auto trial = recording.samples({.trials = {{number}}});
     std::vector<double> values(static_cast<std::size_t>(trial->shape().samples));
-    trial->readPhysical({.channel = channel->index, .samples = trial->shape().samples}, values);
+    trial->read({.channel = channel->index, .samples = trial->shape().samples}, values);
     std::printf("# %s of trial %d: seconds, %s\n", channel->name.c_str(), number, channel->unit.c_str());
     for (std::size_t i = 0; i < values.size(); ++i)
       std::printf("%.6f %.9e\n", trial->time(0, static_cast<std::int64_t>(i)), values[i]);

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -15,8 +16,12 @@
 #include <ctfmeg/information.h>
 #include <ctfmeg/record.h>
 #include <ctfmeg/samples.h>
+#include <ctfmeg/selection.h>
 
 namespace ctfmeg {
+
+class Store;
+
 inline namespace v1 {
 
 /// How files are read where they say one thing and existing hosts rely on another.
@@ -35,12 +40,38 @@ struct OpenOptions {
   Rules rules = Rules::plain;
   /// Asked a question, returns true for Yes. Without it every answer is No.
   std::function<bool(const std::string& question)> answer{};
-  /// Threads that read samples, the caller's included; 0: as many as pay on this machine.
+  /// Threads that read samples together, the caller's included; 0: as many as pay on this machine, of the
+  /// processors that this process may use.
   int threads = 0;
 };
 
 /// Called while samples are read, on the same thread; false stops the reading.
 using ProgressFunction = std::function<bool(const Progress&)>;
+
+/// What the sample files hold, by their lengths.
+struct SampleFiles {
+  int count = 0;                 ///< files of the set
+  std::uint64_t bytes = 0;       ///< of all of them, headers included
+  std::int32_t trialsSaid = 0;   ///< by the resource file
+  std::int32_t trialsThere = 0;  ///< of them, that are there whole
+  struct PartialTrial {
+    std::int32_t channels = 0;  ///< that are there whole, from the first on
+    std::int64_t samples = 0;   ///< of the channel after them
+  };
+  std::optional<PartialTrial> partialTrial{};  ///< the last one, where it is cut short
+  std::uint64_t extraBytes = 0;                ///< after the last trial
+};
+
+/// When the trials of a recording were, by its clock channel (code 701, else 700): a trial adjoins the one
+/// before when its first sample is one sample period after that one's last, to half of one.
+struct Timeline {
+  /// Nothing where no clock says so: there is none, or it can't be read.
+  std::optional<bool> trialsAdjoin{};
+  std::vector<Gap> gaps{};  ///< between trials that do not
+  /// Seconds from the first sample of trial 0 to that of each trial; as if trials adjoined where no clock
+  /// says when they were.
+  std::vector<double> starts{};
+};
 
 /// One trial in memory. Cheap to copy; copies share the samples and keep them alive. Channels and samples
 /// count from 0; an index out of range throws std::out_of_range. Every operation is safe from several
@@ -57,8 +88,13 @@ class CTFMEG_API Trial {
   std::span<const std::int32_t> raw(int channel) const&& = delete;
   std::span<const std::int32_t> raw() const&& = delete;
 
-  /// raw / gain in the channel's unit, for as many samples as `out` has room for; returns how many.
-  std::size_t physical(int channel, std::span<double> out) const;
+  /// raw / gain in the channel's unit, from sample `first` on, for as many samples as `out` has room for;
+  /// returns how many.
+  std::size_t physical(int channel, std::span<double> out, std::int64_t first = 0) const;
+  /// The same of `channels` channels from `channel` on: `samples` samples of each, one channel after another.
+  /// Throws std::invalid_argument where `out` has not room for them.
+  void physical(int channel, int channels, std::int64_t first, std::int64_t samples,
+                std::span<double> out) const;
 
   Origin origin() const;
 
@@ -114,13 +150,23 @@ class CTFMEG_API Recording {
   const std::vector<Finding>& warnings() const&;
   /// What was noticed about the sample files, whose headers and lengths are looked at by the first call.
   const std::vector<Finding>& sampleWarnings() const&;
+  /// What they hold. Throws nothing that is about the files: what can't be looked at is in `sampleWarnings`.
+  SampleFiles sampleFiles() const;
 
-  /// The samples that a selection leaves, of the trials that are there whole. Throws `Error` when the
-  /// selection can't be made or there are none.
+  /// Reads two samples of the clock channel of each trial that is there, once. Of a recording with more than
+  /// `mostTrials` trials nothing is read, and the timeline is empty. Throws `Error`.
+  Timeline timeline(int mostTrials = 1000) const;
+
+  /// Places in `channels()` of those that a selection chooses. Throws `Error` for a name, pattern or kind
+  /// that matches none, and when none is left.
+  std::vector<int> chosenChannels(const Selection& selection) const;
+
+  /// The samples that a selection leaves, to be read on demand. Throws `Error` when the selection can't be
+  /// made or there are none.
   std::shared_ptr<const SampleSource> samples(const Selection& selection = {}) const;
 
-  /// All trials of a selection, in memory. Throws what `samples` and reading throw, and `Error` of the kind
-  /// `stopped` when `progress` returns false.
+  /// All trials of a selection, in memory, raw. Throws what `samples` and reading throw, `Error` of the kind
+  /// `stopped` when `progress` returns false, and std::invalid_argument where values would be missing.
   std::vector<Trial> read(const Selection& selection = {}, const ProgressFunction& progress = {}) const;
 
   /// The trial of that number in the file, read into memory. Throws std::out_of_range for a number that the
@@ -145,6 +191,7 @@ class CTFMEG_API Recording {
   const std::vector<Finding>& sampleWarnings() const&& = delete;
 
  private:
+  friend Recording openRecording(std::shared_ptr<const Store>, const std::string&, const OpenOptions&);
   struct State;
   explicit Recording(std::shared_ptr<const State> state) : m_state(std::move(state)) {}
   std::shared_ptr<const State> m_state;

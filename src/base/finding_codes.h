@@ -38,6 +38,8 @@ enum class Code {
   meg4Trailing,
   meg4Wrapped,
   meg4Changed,
+  clockNone,
+  clockGap,
   markerKeyword,
   markerNumber,
   markerHeader,

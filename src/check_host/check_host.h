@@ -16,8 +16,8 @@ struct HostReading {
 };
 
 /// Reads a dataset by an operation of the hosts' facade, to the letter. Hosts know one way to choose samples
-/// at a time: of `selection` no more than one member may be set. `options` and `progress` are as for
-/// `Recording`, but the rules are always the hosts'. Throws `Error`.
+/// at a time: of `selection` no more than one member about them may be set. `options` and `progress` are as
+/// for `Recording`, but the rules are always the hosts'. Throws `Error`.
 HostReading readAsHost(const std::filesystem::path& path, const Selection& selection,
                        const OpenOptions& options, const ProgressFunction& progress = {});
 

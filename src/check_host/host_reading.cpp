@@ -7,7 +7,6 @@
 
 #include "check_host/check_host.h"
 #include "recording/collected.h"
-#include "recording/physical.h"
 #include "recording/sample_sources.h"
 #include "recording/selection.h"
 
@@ -126,14 +125,20 @@ RecordInfo plainRecord(const CMEGRecordInfozkProzk& info) {
 /// The trials of a data object that hold samples.
 class HostSamples : public SampleSource {
  public:
-  HostSamples(std::unique_ptr<CMEGDatazk> data, const Recording& header)
-      : m_data(std::move(data)), m_header(header) {
+  HostSamples(std::unique_ptr<CMEGDatazk> data, const Recording& header, const std::vector<int>& channels)
+      : m_data(std::move(data)), m_record(header.record()) {
     for (int t = 0; t < m_data->trialSlots(); ++t)
       if (m_data->trialSamples(t) != nullptr) m_slots.push_back(t);
+    for (const int channel : channels)
+      m_channels.push_back(header.channels()[static_cast<std::size_t>(channel)]);
   }
 
   Shape shape() const override {
-    return {std::ssize(m_slots), m_data->storedChannels(), m_data->storedSamples()};
+    return {std::ssize(m_slots), static_cast<int>(m_channels.size()), m_data->storedSamples()};
+  }
+  const std::vector<Channel>& channels() const override { return m_channels; }
+  double sampleRate() const override {
+    return m_record.sampleRate / (m_slots.empty() ? 1.0 : static_cast<double>(origin(0).step));
   }
 
   Origin origin(std::int64_t trial) const override {
@@ -144,37 +149,36 @@ class HostSamples : public SampleSource {
 
   double time(std::int64_t trial, std::int64_t sample) const override {
     requireRange("samples", sample, 1, m_data->storedSamples());
-    return timeOf(origin(trial), sample, m_header.record().preTrigSamples, m_header.record().sampleRate);
+    return timeOf(origin(trial), sample, m_record.preTrigSamples, m_record.sampleRate);
   }
 
-  void read(const Window& window, std::span<std::int32_t> out) const override {
-    eachBlock(window, out.size(), [&](int /*channel*/, std::span<const std::int32_t> block) {
-      std::copy(block.begin(), block.end(), out.begin());
-      out = out.subspan(block.size());
-    });
-  }
-
-  void readPhysical(const Window& window, std::span<double> out) const override {
-    eachBlock(window, out.size(), [&](int channel, std::span<const std::int32_t> block) {
-      divideEach(block, m_header.channels()[static_cast<std::size_t>(channel)].gain, out.first(block.size()));
-      out = out.subspan(block.size());
-    });
+ protected:
+  void readInto(const Window& window, const Target& target) const override {
+    std::vector<std::int32_t> some;
+    std::visit(
+        [&](auto* out) {
+          for (std::int64_t t = window.trial; t < window.trial + window.trials; ++t)
+            for (int c = window.channel; c < window.channel + window.channels; ++c) {
+              const Channel& channel = m_channels[static_cast<std::size_t>(c)];
+              const std::int32_t* from =
+                  m_data->trialSamples(slot(t)) + channel.index * m_data->storedSamples() + window.first;
+              some.clear();
+              for (std::int64_t i = 0; window.step > 1 && i < window.samples; ++i)
+                some.push_back(from[i * window.step]);
+              convert({window.step > 1 ? some.data() : from, static_cast<std::size_t>(window.samples)},
+                      channel.gain, target.values, out);
+              out += window.samples;
+            }
+        },
+        target.out);
   }
 
  private:
   int slot(std::int64_t trial) const { return m_slots[static_cast<std::size_t>(trial)]; }
 
-  template <class Visit>
-  void eachBlock(const Window& window, std::size_t room, Visit visit) const {
-    valuesOf(window, shape(), room);
-    for (std::int64_t t = window.trial; t < window.trial + window.trials; ++t)
-      for (int c = window.channel; c < window.channel + window.channels; ++c)
-        visit(c, std::span(m_data->trialSamples(slot(t)) + c * m_data->storedSamples() + window.first,
-                           static_cast<std::size_t>(window.samples)));
-  }
-
   std::unique_ptr<CMEGDatazk> m_data;
-  Recording m_header;
+  RecordInfo m_record;
+  std::vector<Channel> m_channels;
   std::vector<int> m_slots;
 };
 
@@ -189,7 +193,7 @@ class HostReader {
 
   /// `trials`: those of a selection by trials or marker, else all.
   bool read(const Selection& selection, const std::vector<int>& trials) {
-    if (selection.trials || selection.marker) return readTrials(trials) != 0;
+    if (selection.trials || selection.markers) return readTrials(trials) != 0;
     if (selection.samples)
       return m_facade.readSelectSample(&m_array, toInt(selection.samples->first),
                                        toInt(selection.samples->last), nullptr) != 0;
@@ -225,12 +229,16 @@ class HostReader {
 };
 
 /// Throws for what the facade has no operation for. Its operations take counts below 1 for 1.
-void checkSelection(const Selection& selection, const fs::path& file, std::int64_t samples) {
-  const int ways = (selection.trials ? 1 : 0) + (selection.marker ? 1 : 0) + (selection.samples ? 1 : 0) +
+void checkSelection(const Selection& selection, const fs::path& file, const RecordInfo& record) {
+  const int ways = (selection.trials ? 1 : 0) + (selection.markers ? 1 : 0) + (selection.samples ? 1 : 0) +
                    (selection.pieces != 1 ? 1 : 0) + (selection.step != 1 ? 1 : 0);
   if (ways > 1)
     throw Error(ErrorKind::refused, file, "can't be read by several selections at once under host rules");
-  if (!selection.samples) cutOf(selection, file, samples);
+  if (selection.continuous || selection.seconds || selection.partial != Partial::leaveOut)
+    throw Error(ErrorKind::refused, file,
+                "can't be read as a run, by seconds or with a trial that is cut short under host rules");
+  if (!selection.samples)
+    cutOf(selection, file, {record.samplesPerTrial, record.sampleRate, record.preTrigSamples});
 }
 
 /// A set that ends early may lack trials that its header has.
@@ -261,7 +269,8 @@ HostReading readAsHost(const fs::path& path, const Selection& selection, const O
   const RecordInfo& record = header.record();
   const fs::path& file = header.resourceFile();
   requireNoBackslash(file);
-  checkSelection(selection, file, record.samplesPerTrial);
+  checkSelection(selection, file, record);
+  const std::vector<int> channels = header.chosenChannels(selection);
   const auto trials = chosenTrials(selection, header.markers(), file, record.numTrials);
 
   const bool byChannel = selection.samples || selection.step > 1;
@@ -276,8 +285,8 @@ HostReading readAsHost(const fs::path& path, const Selection& selection, const O
     if (!reader.read(selection, trials)) throw user.findings.errorAbout(file);
     std::unique_ptr<CMEGDatazk> data = reader.takeData();
     HostReading read{plainRecord(*data->getMEGRecordInfozk()), nullptr, {}};
-    read.samples = std::make_shared<HostSamples>(std::move(data), header);
-    if (selection.trials || selection.marker) requireTrials(trials, *read.samples, file, user.findings);
+    read.samples = std::make_shared<HostSamples>(std::move(data), header, channels);
+    if (selection.trials || selection.markers) requireTrials(trials, *read.samples, file, user.findings);
     if (read.samples->shape().trials == 0) throw user.findings.errorAbout(file);
     user.finishProgress();
     read.findings = user.findings.take();

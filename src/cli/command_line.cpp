@@ -2,7 +2,10 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <deque>
 #include <iostream>
+#include <tuple>
+#include <type_traits>
 
 #include "cli/commands.h"
 #include "cli/messages.h"
@@ -60,42 +63,95 @@ CLI::Option* addDatasets(CLI::App* command, std::vector<std::string>& datasets) 
   return command->add_option("DATASET", datasets, kDatasetHelp)->required()->type_name("");
 }
 
-/// At most one of these.
-template <class Target>
-void addSelection(CLI::App* command, Target& selection) {
-  auto* group = command->add_option_group("Selection", "which samples are read (one of these)");
-  group->require_option(0, 1);
-  const auto add = [&](const char* name, const char* type, const char* help, auto parse, auto member) {
-    const auto keep = [&selection, parse, member](const std::string& text) {
-      Selection chosen;
-      chosen.*member = *parse(text);
-      selection = std::move(chosen);
+/// Adds options that a selection is made of, to one command.
+class SelectionDefinition {
+ public:
+  SelectionDefinition(CLI::App* command, SelectionOptions& options)
+      : m_command(command), m_options(options) {}
+
+  void addAll() {
+    add("--trials", "LIST", "trials by number, counted from 0 (0,2,5-7)", parseTrials, &Selection::trials);
+    add("--marker", "NAMES", "the trials that carry one of these markers (comma-separated)", parseNames,
+        &Selection::markers);
+    auto* samples = add("--samples", "FIRST:LAST",
+                        "samples FIRST to LAST of each trial, counted from 0; of the run with --continuous",
+                        parseSpan, &Selection::samples);
+    for (const auto& [name, help, member] :
+         {std::tuple{"--from", "from S seconds after the trigger on; of the run's start with --continuous",
+                     &TimeSpan::from},
+          {"--to", "up to S seconds after it", &TimeSpan::to}})
+      add(name, "S", help, parseSeconds, [member](Selection& selection, double seconds) {
+        if (!selection.seconds) selection.seconds.emplace();
+        *selection.seconds.*member = seconds;
+      })->excludes(samples);
+    auto* split = add("--split", "N", "each trial as N shorter ones", parseCount, &Selection::pieces);
+    auto* continuous = m_command
+                           ->add_flag_callback(
+                               "--continuous", [this] { keep("--continuous", "").continuous = true; },
+                               "the trials as one run: channels x samples")
+                           ->excludes(split);
+    add("--gaps", "nan|cut", "where trials of a run do not adjoin: fill with NaN, or put them together",
+        parseGaps, [](Selection& selection, Gaps gaps) { selection.gaps = gaps; })
+        ->needs(continuous);
+    add("--resample", "N", "every N-th sample, not filtered", parseCount, &Selection::step);
+    addChannels();
+    m_command
+        ->add_flag("--partial", m_partial,
+                   "a last trial that is cut short counts: what it lacks is NaN, or with =drop left out")
+        ->check([](const std::string& how) {
+          return how == "true" || how == "nan" || how == "drop" ? "" : "must be nan or drop, not " + how;
+        })
+        ->each([this](const std::string& how) {
+          keep("--partial", how == "drop" ? how : "nan").partial =
+              how == "drop" ? Partial::drop : Partial::fill;
+        });
+  }
+
+  void addChannels() {
+    add("--channels", "LIST", "names, patterns (MLC*) or kinds (meg, ref, eeg, stim), comma-separated",
+        parseNames, &Selection::channels);
+    add("--exclude", "LIST", "channels to leave out, likewise; bad: those marked as bad", parseNames,
+        [](Selection& selection, std::vector<std::string> names) { selection.exclude = std::move(names); });
+  }
+
+ private:
+  static std::optional<Gaps> parseGaps(const std::string& text) {
+    if (text == "nan") return Gaps::fill;
+    return text == "cut" ? std::optional(Gaps::cut) : std::nullopt;
+  }
+
+  Selection& keep(const std::string& name, const std::string& text) {
+    m_options.asked.emplace_back(name.substr(2), text);
+    return m_options.selection;
+  }
+
+  /// `set` is a member of Selection, or a function that sets one.
+  template <class Parse, class Set>
+  CLI::Option* add(const char* name, const char* type, const char* help, Parse parse, Set set) {
+    const auto take = [this, name, parse, set](const std::string& text) {
+      Selection& selection = keep(name, text);
+      if constexpr (std::is_member_object_pointer_v<Set>)
+        selection.*set = *parse(text);
+      else
+        set(selection, *parse(text));
     };
-    group->add_option_function<std::string>(name, keep, help)
+    return m_command->add_option_function<std::string>(name, take, help)
         ->check(
             [parse](const std::string& text) { return parse(text) ? "" : "can't be understood: " + text; })
         ->type_name(type);
-  };
-  add("--resample", "N", "every N-th sample of each trial", parseCount, &Selection::step);
-  add("--samples", "FIRST:LAST", "samples FIRST to LAST of each trial, counted from 0", parseSpan,
-      &Selection::samples);
-  add("--split", "N", "each trial as N shorter ones", parseCount, &Selection::pieces);
-  add("--trials", "LIST", "trials by number, counted from 0 (0,2,5-7)", parseTrials, &Selection::trials);
-  const auto anyName = [](const std::string& text) { return std::optional(text); };
-  add("--marker", "NAME", "the trials that carry the first marker of that name", anyName, &Selection::marker);
-}
+  }
 
-void addChannels(CLI::App* command, std::optional<std::string>& channels) {
-  command->add_option("--channels", channels, "full names, short names or patterns, comma-separated (MLC*)")
-      ->type_name("LIST");
-}
+  CLI::App* m_command;
+  SelectionOptions& m_options;
+  std::string m_partial;
+};
 
 /// The command line for CLI11, which wants it in reverse. It takes a path in brackets for a list of several,
 /// so such a path is given as one that begins with its folder.
 std::vector<std::string> argumentsOf(std::vector<std::string> arguments) {
   std::string before;
   for (std::string& argument : arguments) {
-    const bool isValue = before == "--channels" || before == "--marker";
+    const bool isValue = before == "--channels" || before == "--exclude" || before == "--marker";
     before = argument;
     if (!isValue && argument.starts_with('[') && argument.ends_with(']')) argument.insert(0, "./");
   }
@@ -128,6 +184,7 @@ class Definitions {
   ScanOptions m_scan;
   CheckOptions m_check;
   SimulateOptions m_simulate;
+  std::deque<SelectionDefinition> m_selections;
   int m_exitCode = kDone;
 };
 
@@ -140,10 +197,12 @@ Definitions::Definitions() {
   m_app.set_version_flag("--version", "ctfmeg " CTFMEG_VERSION);
   m_app.require_subcommand(1);
   addInfo();
-  addChannels(
-      addTable("channels", "List channels with their kind, unit and gain",
-               "leave out what can name a person (nothing in this table does)", m_channels, runChannels),
-      m_channels.channels);
+  m_selections
+      .emplace_back(
+          addTable("channels", "List channels with their kind, unit and gain",
+                   "leave out what can name a person (nothing in this table does)", m_channels, runChannels),
+          m_channels.shown)
+      .addChannels();
   addTable("markers", "List markers with the trials and times at which they occur",
            "leave out what can name a person (paths; marker names stay)", m_markers, runMarkers);
   addTable("headcoils", "List head-coil positions: x right, y front, z up, in mm",
@@ -166,7 +225,7 @@ void Definitions::addInfo() {
   addDatasets(command, m_info.datasets);
   command->add_flag("--json", m_info.json, "everything, as JSON");
   command->add_flag("--no-identity", m_info.reading.noIdentity, "leave out what can name a person");
-  addSelection(command, m_info.selection);
+  m_selections.emplace_back(command, m_info.samples).addAll();
   addMemory(command);
   addReading(command, m_info.reading);
 }
@@ -182,15 +241,41 @@ CLI::App* Definitions::addTable(const char* name, const char* help, const char* 
 }
 
 void Definitions::addExport() {
-  auto* command = add("export", "Write samples as a NumPy array", [this] { return runExport(m_export); });
-  command->add_option("DATASET", m_export.dataset, kDatasetHelp)->required()->type_name("");
-  command->add_option("-o,--output", m_export.output, "file to write; - for standard output")
-      ->required()
-      ->check([](const std::string& name) { return std::string(name.empty() ? "must name a file" : ""); })
-      ->type_name("FILE");
+  auto* command = add("export", "Write samples as NumPy arrays", [this] {
+    if (const std::string problem = problemOf(m_export); !problem.empty())
+      throw CLI::ValidationError("export", problem);
+    return runExport(m_export);
+  });
+  addDatasets(command, m_export.datasets);
+  auto* output =
+      command->add_option("-o,--output", m_export.output, "file to write (.npy); - for standard output")
+          ->type_name("FILE");
+  auto* directory = command
+                        ->add_option("--output-dir", m_export.outputDirectory,
+                                     "folder to write a file into for each dataset, named after it")
+                        ->excludes(output)
+                        ->type_name("DIR");
+  const auto addCount = [command](const char* name, int& count, const char* help) {
+    return command->add_option(name, count, help)->check(CLI::Range(1, 1024).description(""))->type_name("N");
+  };
+  addCount("--jobs", m_export.jobs, "datasets at once")->needs(directory);
+  command
+      ->add_flag("--skip-existing", m_export.skipExisting, "leave out datasets whose file is there already")
+      ->needs(directory);
+  command->add_flag_callback(
+      "--no-description", [this] { m_export.description = false; },
+      "write no FILE.json, which says what the array is");
   command->add_flag("--physical", m_export.physical, "in tesla, volt and seconds (float64), not raw (int32)");
-  addChannels(command, m_export.channels);
-  addSelection(command, m_export.selection);
+  command
+      ->add_option_function<std::string>(
+          "--dtype", [this](const std::string& name) { m_export.type = *valueTypeOf(name); },
+          "type of the values")
+      ->check([](const std::string& name) {
+        return valueTypeOf(name) ? "" : "must be int32, float32 or float64, not " + name;
+      })
+      ->type_name("TYPE");
+  addCount("--threads", m_export.threads, "threads that read (default: as many as may be used and pay)");
+  m_selections.emplace_back(command, m_export.samples).addAll();
   addMemory(command);
   addReading(command, m_export.reading);
 }

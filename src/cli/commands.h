@@ -3,6 +3,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "simulate/options.h"
@@ -36,11 +37,19 @@ struct ReadingOptions {
   bool quiet = false;
   bool strict = false;
   bool noIdentity = false;  ///< nothing that can name a person is shown
+  int threads = 0;          ///< that read samples; 0: as many as may be used and pay
+};
+
+/// Which samples are wanted.
+struct SelectionOptions {
+  Selection selection;
+  /// Options and what was given with them, in their order.
+  std::vector<std::pair<std::string, std::string>> asked;
 };
 
 struct InfoOptions {
   ReadingOptions reading;
-  std::optional<Selection> selection;  ///< without one only headers are read
+  SelectionOptions samples;
   std::vector<std::string> datasets;
   bool json = false;
 };
@@ -49,7 +58,7 @@ struct InfoOptions {
 struct TableOptions {
   ReadingOptions reading;
   std::vector<std::string> datasets;
-  std::optional<std::string> channels;  ///< a list (selectChannels); without it all; for `channels` only
+  SelectionOptions shown;  ///< which channels; for `channels` only
   bool csv = false;
 };
 
@@ -66,13 +75,24 @@ struct CheckOptions {
   bool json = false;
 };
 
+/// What the values of an array are.
+enum class ValueType { int32, float32, float64 };
+
+/// By NumPy's name, such as "int32".
+std::optional<ValueType> valueTypeOf(const std::string& name);
+
 struct ExportOptions {
   ReadingOptions reading;
-  Selection selection;
-  std::string dataset;
-  std::string output;                   ///< "-": standard output
-  std::optional<std::string> channels;  ///< a list (selectChannels); without it all
+  SelectionOptions samples;
+  std::vector<std::string> datasets;
+  std::string output;                          ///< "-": standard output
+  std::optional<std::string> outputDirectory;  ///< in the place of `output`: a file for each dataset
   bool physical = false;
+  std::optional<ValueType> type;  ///< without one the type that fits
+  bool description = true;
+  bool skipExisting = false;
+  int jobs = 1;     ///< datasets at once
+  int threads = 0;  ///< that read; 0: all processors, divided by `jobs`
 };
 
 struct SimulateOptions {
@@ -87,6 +107,8 @@ int runInfo(const InfoOptions& options);
 int runChannels(const TableOptions& options);
 int runMarkers(const TableOptions& options);
 int runHeadCoils(const TableOptions& options);
+/// Why the options can't be used together; empty when they can.
+std::string problemOf(const ExportOptions& options);
 int runExport(const ExportOptions& options);
 int runScan(const ScanOptions& options);
 int runCheck(const CheckOptions& options);

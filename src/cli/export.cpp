@@ -1,118 +1,266 @@
+#include <atomic>
 #include <cstdio>
 #include <filesystem>
+#include <iostream>
+#include <set>
+#include <thread>
 #include <type_traits>
 
 #include "base/encoding.h"
+#include "base/threads.h"
+#include "cli/description.h"
 #include "cli/messages.h"
 #include "cli/process.h"
 #include "cli/sample_windows.h"
-#include "cli/selection.h"
 #include "output/npy.h"
 #include "output/result_file.h"
+#include "output/table.h"
+#include "output/visible_text.h"
 
 #include <ctfmeg/path_text.h>
 
 namespace ctfmeg::cli {
 namespace {
 
+namespace fs = std::filesystem;
 using output::ResultFile;
 
-/// Channels that follow each other in the recording: read, and written, together.
-struct Run {
-  int first = 0, count = 0;
+constexpr const char* kStandardOutput = "-";
+
+/// Whether values may be missing, or are no integers.
+bool needsFloat(const ExportOptions& options) {
+  const Selection& selection = options.samples.selection;
+  return options.physical || selection.gaps == Gaps::fill || selection.partial == Partial::fill;
+}
+
+ValueType typeOf(const ExportOptions& options) {
+  return options.type.value_or(needsFloat(options) ? ValueType::float64 : ValueType::int32);
+}
+
+/// Threads that read samples; 0: as many as pay.
+int threadsOf(const ExportOptions& options) {
+  if (options.threads > 0 || options.jobs == 1) return options.threads;
+  return std::max(usableProcessors() / options.jobs, 1);
+}
+
+/// What NumPy calls it in a file.
+const char* descrOf(ValueType type) {
+  return type == ValueType::int32 ? "<i4" : type == ValueType::float32 ? "<f4" : "<f8";
+}
+
+/// Where an array of that name replaces a file, or begins one; elsewhere is a device or a pipe.
+bool isFile(const std::string& name) {
+  std::error_code unknown;
+  const fs::file_status status = fs::status(reachable(pathFromText(name)), unknown);
+  return name != kStandardOutput && (!fs::exists(status) || fs::is_regular_file(status));
+}
+
+/// The dataset's own name, without its ending.
+std::string nameOfArray(const std::string& dataset) {
+  std::string path = dataset;
+  if (lastName(path) == "." || lastName(path) == "..") {
+    std::error_code unknown;
+    path = textOf(fs::weakly_canonical(pathFromText(dataset), unknown));
+  }
+  return textOf(pathFromText(lastName(path)).stem()) + ".npy";
+}
+
+std::string outputOf(const ExportOptions& options, const std::string& dataset) {
+  if (!options.outputDirectory) return options.output;
+  return textOf(pathFromText(*options.outputDirectory) / pathFromText(nameOfArray(dataset)));
+}
+
+/// How far several pieces of work are, as one bar.
+class SharedProgress {
+ public:
+  SharedProgress(std::unique_ptr<ProgressBar> bar, std::size_t works)
+      : m_bar(std::move(bar)), m_done(works) {}
+
+  void show(std::size_t work, double done) {
+    if (!m_bar) return;
+    const std::lock_guard lock(m_mutex);
+    m_done[work] = done;
+    double all = 0.0;
+    for (const double each : m_done)
+      all += each;
+    m_bar->show(all, static_cast<double>(m_done.size()));
+  }
+
+ private:
+  std::unique_ptr<ProgressBar> m_bar;
+  std::mutex m_mutex;
+  std::vector<double> m_done;  // 0 to 1
 };
 
-std::vector<Run> runsOf(const std::vector<Channel>& channels) {
-  std::vector<Run> runs;
-  for (const Channel& channel : channels)
-    if (!runs.empty() && runs.back().first + runs.back().count == channel.index)
-      ++runs.back().count;
-    else
-      runs.push_back({channel.index, 1});
-  return runs;
-}
-
-/// Calls `visit` for windows of a source that are the array of some of its channels, one after another.
-template <class Visit>
-void forEachWindowOf(const Shape& shape, const std::vector<Run>& runs, std::int64_t most, Visit visit) {
-  const auto window = [&](std::int64_t trial, std::int64_t trials, const Run& run) {
-    forEachWindow({trial, trials, run.first, run.count, 0, shape.samples}, most, visit);
-  };
-  if (runs.size() == 1) return window(0, shape.trials, runs[0]);
-  for (std::int64_t trial = 0; trial < shape.trials; ++trial)
-    for (const Run& run : runs)
-      window(trial, 1, run);
-}
-
-/// Writes the array of some channels, a window at a time, so that memory does not grow with the recording.
-template <class Value>
-void writeArray(ResultFile& file, const SampleSource& source, const std::vector<Channel>& channels,
-                ProgressBar* bar) {
-  constexpr bool kPhysical = std::is_same_v<Value, double>;
+/// Writes the array of a source, a window at a time, so that memory does not grow with the recording. With
+/// more than one thread a window is written while the next one is read.
+template <class Value, class Show>
+void writeValues(ResultFile& file, const SampleSource& source, Values values, int threads, Show show) {
+  constexpr std::int64_t kBytes = 1 << 22;  // still in the processor's own memory when they are written
   const Shape shape = source.shape();
-  const auto count = std::ssize(channels);
-  const std::string header =
-      output::npyHeader(kPhysical ? "<f8" : "<i4", {shape.trials, count, shape.samples});
-  file.write(std::as_bytes(std::span(header)));
-  std::vector<Value> values;
+  std::vector<Value> before, next;  // read already, and being read
+  Workers both(std::min(threads > 0 ? threads : usableProcessors(), 2));
+  const auto writer = std::this_thread::get_id();  // signals about pipes reach this thread alone
   double done = 0.0;
-  const double all = static_cast<double>(shape.trials * count) * static_cast<double>(shape.samples);
-  forEachWindowOf(shape, runsOf(channels), kBytesAtOnce / std::int64_t{sizeof(Value)},
-                  [&](const Window& window) {
-                    if (bar) bar->show(done, all);
-                    stopIfInterrupted();
-                    values.resize(static_cast<std::size_t>(window.trials * window.channels * window.samples));
-                    if constexpr (kPhysical)
-                      source.readPhysical(window, values);
-                    else
-                      source.read(window, values);
-                    file.write(std::as_bytes(std::span(values)));
-                    done += static_cast<double>(values.size());
-                  });
-  if (bar) bar->show(all, all);
+  const double all = static_cast<double>(shape.trials) * shape.channels * static_cast<double>(shape.samples);
+  const auto write = [&] {
+    file.write(std::as_bytes(std::span(before)));
+    done += static_cast<double>(before.size());
+  };
+  const auto read = [&](const Window& window) {
+    next.resize(static_cast<std::size_t>(window.trials * window.channels * window.samples));
+    if constexpr (std::is_same_v<Value, std::int32_t>)
+      source.read(window, next);
+    else
+      source.read(window, next, values);
+  };
+  const Window everything{0, shape.trials, 0, shape.channels, 0, shape.samples};
+  forEachWindow(everything, kBytes / std::int64_t{sizeof(Value)}, [&](const Window& window) {
+    show(done / all);
+    stopIfInterrupted();
+    if (before.empty()) {
+      read(window);
+    } else {
+      std::atomic_flag begun;
+      both.run([&] {
+        if (std::this_thread::get_id() == writer) write();
+        if (!begun.test_and_set()) read(window);
+      });
+    }
+    std::swap(before, next);
+  });
+  stopIfInterrupted();
+  write();
+  show(1.0);
 }
 
-/// A slip in a command line must not cost a recording one of its files. Some systems take names that differ
-/// only in case for the same.
-void refuseOwnFile(const std::string& dataset, const std::string& output) {
-  namespace fs = std::filesystem;
-  std::error_code unknown;
-  const fs::path target = fs::weakly_canonical(pathFromText(output), unknown);
-  if (unknown || !fs::exists(target, unknown) || lowered(textOf(target.extension())) == ".npy") return;
-  const fs::path folder = fs::weakly_canonical(resolveDataset(pathFromText(dataset)), unknown).parent_path();
-  const std::string name = lowered(textOf(target.filename()));
-  const bool ofCtf =
-      lowered(textOf(folder.extension())) == ".ds" || name.ends_with("meg4") || name.ends_with(".res4");
-  if (fs::equivalent(target.parent_path(), folder, unknown) && ofCtf)
-    throw CommandError(output, "belongs to the recording: not written over");
-}
+/// Exports datasets of one command.
+class Export {
+ public:
+  Export(const ExportOptions& options, Session& session)
+      : m_options(options),
+        m_session(session),
+        m_progress(options.datasets.size() == 1
+                       ? session.openBar(options.datasets[0])
+                       : session.openBar(std::to_string(options.datasets.size()) + " datasets"),
+                   options.datasets.size()) {}
 
-ResultFile openResult(const std::string& name) {
-  return name == "-" ? ResultFile(stdout, "standard output")
-                     : ResultFile(reachable(pathFromText(name)), name);
+  /// Returns the array's shape as text.
+  std::string write(std::size_t work, const std::string& output) {
+    const std::string& dataset = m_options.datasets[work];
+    const Recording recording = m_session.open(dataset);
+    const Selection& selection = m_options.samples.selection;
+    const SelectedSamples selected = m_session.select(dataset, recording, selection);
+    m_session.sayWarnings(dataset, recording.warnings());
+    m_session.sayWarnings(dataset, selected.findings);
+
+    const SampleSource& source = *selected.source;
+    const ValueType type = typeOf(m_options);
+    const Values values = m_options.physical ? Values::physical : Values::raw;
+    const ArrayDescription array{
+        dataset, recording, source, descrOf(type), values, selection.continuous, m_options.samples.asked};
+    const bool file = isFile(output);
+    ResultFile result = file || output != kStandardOutput
+                            ? ResultFile(reachable(pathFromText(output)), output)
+                            : ResultFile(stdout, "standard output");
+    const std::string header = output::npyHeader(array.descr, array.shape());
+    result.write(std::as_bytes(std::span(header)));
+    const auto show = [&](double done) { m_progress.show(work, done); };
+    if (type == ValueType::int32)
+      writeValues<std::int32_t>(result, source, values, threadsOf(m_options), show);
+    else if (type == ValueType::float32)
+      writeValues<float>(result, source, values, threadsOf(m_options), show);
+    else
+      writeValues<double>(result, source, values, threadsOf(m_options), show);
+    stopIfInterrupted();
+    if (file && m_options.description) {
+      ResultFile described(reachable(pathFromText(output + ".json")), output + ".json");
+      const std::string text = describe(array, m_options.reading);
+      described.write(std::as_bytes(std::span(text)));
+      result.commit();
+      described.commit();
+    } else {
+      result.commit();
+    }
+    return array.shapeText();
+  }
+
+ private:
+  const ExportOptions& m_options;
+  Session& m_session;
+  SharedProgress m_progress;
+};
+
+void exportAll(const ExportOptions& options, Session& session) {
+  std::error_code failed;
+  fs::create_directories(reachable(pathFromText(*options.outputDirectory)), failed);
+  if (failed) throw CommandError(*options.outputDirectory, "can't be made: " + failed.message());
+  struct Result {
+    std::string shape, what = "failed";
+  };
+  std::vector<Result> results(options.datasets.size());
+  {
+    Export all(options, session);
+    std::atomic<std::size_t> next{0};
+    Workers(options.jobs).run([&] {
+      for (std::size_t i = 0; (i = next++) < results.size();) {
+        const std::string output = outputOf(options, options.datasets[i]);
+        if (options.skipExisting && isFile(output) && fs::exists(reachable(pathFromText(output)))) {
+          results[i].what = "skipped: it is there already";
+          continue;
+        }
+        session.attempt(options.datasets[i], [&] {
+          results[i].shape = all.write(i, output);
+          results[i].what = "written";
+        });
+      }
+    });
+  }
+  output::Rows rows{{"dataset", "array", "shape", "what became of it"}};
+  for (std::size_t i = 0; i < results.size(); ++i)
+    rows.push_back({output::visible(shown(options.datasets[i], options.reading)),
+                    output::visible(outputOf(options, options.datasets[i])), results[i].shape,
+                    results[i].what});
+  output::writeTable(std::cout, rows);
 }
 
 }  // namespace
 
+std::optional<ValueType> valueTypeOf(const std::string& name) {
+  if (name == "int32") return ValueType::int32;
+  if (name == "float32") return ValueType::float32;
+  return name == "float64" ? std::optional(ValueType::float64) : std::nullopt;
+}
+
+std::string problemOf(const ExportOptions& options) {
+  if (!options.outputDirectory) {
+    if (options.output.empty()) return "needs -o FILE, or --output-dir DIR";
+    if (options.datasets.size() > 1) return "needs --output-dir DIR for several datasets";
+    if (isFile(options.output) && !lowered(options.output).ends_with(".npy"))
+      return options.output + " does not end in .npy: a NumPy array is what can be had";
+  }
+  if (options.type == ValueType::int32 && needsFloat(options))
+    return "--dtype int32 can't hold physical or missing values: take float32 or float64";
+  std::set<std::string> outputs;
+  for (const std::string& dataset : options.datasets)
+    if (const std::string output = outputOf(options, dataset); !outputs.insert(lowered(output)).second)
+      return "several datasets would be written to " + output;
+  return "";
+}
+
 int runExport(const ExportOptions& options) {
-  if (options.output == "-" && outputIsTerminal())
+  if (options.output == kStandardOutput && outputIsTerminal())
     throw CommandError("standard output",
                        "is a terminal: name a file with -o, or send the output to a program");
-  Session session(options.reading);
-  session.attempt(options.dataset, [&] {
-    refuseOwnFile(options.dataset, options.output);
-    const Recording recording = session.open(options.dataset);
-    const auto channels = selectChannels(recording.channels(), options.dataset, options.channels);
-    ResultFile file = openResult(options.output);
-    const SelectedSamples selected = session.select(options.dataset, recording, options.selection);
-    session.sayWarnings(options.dataset, recording.warnings());
-    session.sayWarnings(options.dataset, selected.findings);
-    const auto bar = session.openBar(options.dataset);
-    const auto write = options.physical ? writeArray<double> : writeArray<std::int32_t>;
-    write(file, *selected.source, channels, bar.get());
-    stopIfInterrupted();
-    file.commit();
-  });
+  ReadingOptions reading = options.reading;
+  reading.threads = threadsOf(options);
+  Session session(reading);
+  if (options.outputDirectory) {
+    exportAll(options, session);
+    finishOutput();
+  } else {
+    session.attempt(options.datasets[0], [&] { Export(options, session).write(0, options.output); });
+  }
   return session.exitCode();
 }
 

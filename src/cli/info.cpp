@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <iostream>
 #include <utility>
 
@@ -61,14 +62,10 @@ std::string names(const List& list, NameOf nameOfItem) {
 /// Seconds can be computed from samples: there is a rate.
 bool timed(const RecordInfo& record) { return std::isfinite(record.sampleRate) && record.sampleRate > 0.0; }
 
-/// Trials and samples of each: as a selection leaves them, else as the header has them.
-struct Shape {
-  std::int64_t trials, samples;
-};
-
+/// As a selection leaves it, else as the header has it.
 Shape shapeOf(const ShownDataset& dataset) {
-  if (!dataset.stored) return {dataset.record.numTrials, dataset.record.samplesPerTrial};
-  return {static_cast<std::int64_t>(dataset.stored->fileTrials.size()), dataset.stored->samples};
+  if (dataset.stored) return dataset.stored->shape;
+  return {dataset.record.numTrials, dataset.record.numChannels, dataset.record.samplesPerTrial};
 }
 
 std::string trialsText(const Shape& shape, const RecordInfo& record) {
@@ -86,13 +83,43 @@ std::string triggerText(const ShownDataset& dataset) {
   const RecordInfo& record = dataset.record;
   const auto& stored = dataset.stored;
   if (!timed(record)) return {};
-  if (stored && stored->fileTrials.size() > 1 && stored->fileTrials[0] == stored->fileTrials[1])
-    return {};  // pieces of one trial: each has its own
+  const auto isPieces = [](const std::vector<std::int64_t>& trials) {
+    return trials.size() > 1 && trials[0] == trials[1];
+  };
+  if (stored && (stored->isRun || isPieces(stored->fileTrials))) return {};
   const double start = stored ? stored->firstTime : -1.0 * record.preTrigSamples / record.sampleRate;
   const std::int64_t sample = std::llround(-start * record.sampleRate);
   if (sample == 0) return "at the first sample";
   return start < 0.0 ? "at sample " + std::to_string(sample) + ", " + seconds(-start) + " into each trial"
                      : seconds(start) + " before each trial";
+}
+
+/// "1 file, 3.4 MB, with 6 of 10 trials and 20 of 40 channels of the next".
+std::string filesText(const ShownDataset& dataset) {
+  if (!dataset.files || dataset.files->count == 0) return dataset.files ? "no sample file" : "";
+  const SampleFiles& files = *dataset.files;
+  std::string text = counted(static_cast<std::size_t>(files.count), "file") + ", " +
+                     output::bytes(static_cast<std::int64_t>(files.bytes));
+  if (files.trialsThere < files.trialsSaid || files.partialTrial)
+    text +=
+        ", with " + std::to_string(files.trialsThere) + " of " + std::to_string(files.trialsSaid) + " trials";
+  if (const auto& partial = files.partialTrial)
+    text += " and " + std::to_string(partial->channels) + " of " +
+            std::to_string(dataset.record.numChannels) + " channels of the next";
+  if (files.extraBytes > 0) text += ", " + std::to_string(files.extraBytes) + " bytes too many";
+  return text;
+}
+
+/// "continuous", or what is missing between the trials.
+std::string runText(const ShownDataset& dataset) {
+  const Timing& timing = dataset.timing;
+  if (!timing.trialsAdjoin || dataset.record.numTrials < 2) return {};
+  if (*timing.trialsAdjoin) return "continuous";
+  return names(timing.gaps, [](const Gap& gap) {
+    char text[64];
+    std::snprintf(text, sizeof text, "%.1f s missing after trial %d", gap.seconds, gap.afterTrial);
+    return std::string(text);
+  });
 }
 
 std::string channelsText(const std::vector<Channel>& channels) {
@@ -189,6 +216,7 @@ void printOverview(const ShownDataset& dataset) {
   line("Software", valueOf(dataset.information, "_DATASET_COLLECTIONSOFTWARE"));
   const Shape shape = shapeOf(dataset);
   line("Trials", trialsText(shape, record));
+  line("Continuity", runText(dataset));
   line("Trigger", triggerText(dataset));
   line("Channels", channelsText(dataset.channels));
   line("Bad",
@@ -201,14 +229,19 @@ void printOverview(const ShownDataset& dataset) {
   line("Virtual", names(dataset.virtualChannels, [](const VirtualChannel& c) { return c.name; }));
   line("Compensation", coefficientsText(dataset.coefficients));
   line("Filters", filtersText(record));
-  const std::int64_t samples = shape.trials * record.numChannels * shape.samples;
+  if (dataset.stored)
+    line("Array", (dataset.stored->isRun ? "" : std::to_string(shape.trials) + " x ") +
+                      std::to_string(shape.channels) + " x " + std::to_string(shape.samples));
+  const std::int64_t samples = shape.trials * shape.channels * shape.samples;
   if (samples > 0) line("Samples", output::bytes(samples * std::int64_t{sizeof(std::int32_t)}));
+  line("Files", filesText(dataset));
   line("Warnings", tally(dataset.warningCodes, itself));
 }
 
 }  // namespace
 
 int runInfo(const InfoOptions& options) {
+  constexpr int kMostTrials = 1000;  // two samples of each are read to know whether they follow each other
   Session session(options.reading);
   InfoJson json(std::cout, options.datasets.size());
   bool first = true;
@@ -218,11 +251,13 @@ int runInfo(const InfoOptions& options) {
         path,
         [&] {
           const Recording recording = session.open(path);
-          std::optional<SelectedSamples> selected;
-          if (options.selection) selected = session.select(path, recording, *options.selection);
+          const SelectedSamples selected = options.samples.asked.empty()
+                                               ? session.lookAt(recording)
+                                               : session.select(path, recording, options.samples.selection);
           session.sayWarnings(path, recording.warnings());
-          if (selected) session.sayWarnings(path, selected->findings);
-          const ShownDataset dataset = shown(describe(path, recording, selected), options.reading);
+          session.sayWarnings(path, selected.findings);
+          const ShownDataset dataset =
+              shown(describe(path, recording, selected, kMostTrials), options.reading);
           if (options.json) return json.add(dataset);
           if (!first) std::cout << '\n';
           first = false;

@@ -100,11 +100,16 @@ Json groupJson(const EventGroup& group, bool redacted) {
   return object;
 }
 
-Json markerJson(const Marker& marker, bool redacted) {
-  Json object = groupJson(marker, redacted);
+Json orNull(const std::optional<double>& value) { return value ? Json(*value) : Json(); }
+
+Json markerJson(const Marker& marker, const ShownDataset& dataset) {
+  Json object = groupJson(marker, dataset.redacted);
   object["numSamples"] = marker.numSamples;
-  object["samples"] = listJson(marker.samples, [](const MarkerSample& sample) {
-    return Json{{"trial", sample.trial}, {"timeMs", sample.timeMs}, {"sample", sample.sample}};
+  object["samples"] = listJson(marker.samples, [&](const MarkerSample& sample) {
+    return Json{{"trial", sample.trial},
+                {"timeMs", sample.timeMs},
+                {"sample", sample.sample},
+                {"runTime", orNull(runTime(dataset, sample))}};
   });
   return object;
 }
@@ -144,8 +149,50 @@ Json electrodeJson(const Electrode& electrode) {
   return {{"number", electrode.number}, {"name", electrode.name}, {"position", electrode.positionCm}};
 }
 
-Json segmentJson(const BadSegment& segment) {
-  return {{"trial", segment.trial}, {"startMs", segment.startMs}, {"endMs", segment.endMs}};
+Json segmentJson(const BadSegment& segment, const ShownDataset& dataset) {
+  return {{"trial", segment.trial},
+          {"startMs", segment.startMs},
+          {"endMs", segment.endMs},
+          {"runTime", orNull(runTime(dataset, segment))}};
+}
+
+Json filesJson(const SampleFiles& files) {
+  Json object{{"count", files.count},           {"bytes", files.bytes},    {"trialsThere", files.trialsThere},
+              {"trialsSaid", files.trialsSaid}, {"partialTrial", nullptr}, {"extraBytes", files.extraBytes}};
+  if (const auto& partial = files.partialTrial)
+    object["partialTrial"] = {{"channels", partial->channels}, {"samples", partial->samples}};
+  return object;
+}
+
+Json timingJson(const Timing& timing) {
+  return {{"sampleRate", timing.sampleRate},
+          {"firstTime", timing.firstTime},
+          {"acquisitionRate", timing.acquisitionRate},
+          {"trialsAdjoin", timing.trialsAdjoin ? Json(*timing.trialsAdjoin) : Json()},
+          {"gaps", listJson(timing.gaps, [](const Gap& gap) {
+             return Json{{"afterTrial", gap.afterTrial}, {"seconds", gap.seconds}, {"samples", gap.samples}};
+           })}};
+}
+
+/// Of every list that holds positions.
+void addUnits(JsonPieces& object) {
+  constexpr const char* kDewar = "dewar: x right, y front, z up";
+  constexpr const char* kHead = "head: x right, y front, z up";
+  constexpr const char* kCtfHead = "CTF head: x front, y left, z up";
+  object.next("units") << dump(Json{{"dewarCoils", "cm"},
+                                    {"headCoils", "cm"},
+                                    {"fiducials", "mm"},
+                                    {"dewarToHead", "mm"},
+                                    {"electrodes", "cm"},
+                                    {"digitised", "cm"}});
+  object.next("frames") << dump(Json{{"dewarCoils", kDewar},
+                                     {"headCoils", kHead},
+                                     {"dewarStandard", kDewar},
+                                     {"dewarMeasured", kDewar},
+                                     {"headMeasured", kHead},
+                                     {"dewarToHead", std::string("from ") + kDewar + "; to " + kHead},
+                                     {"electrodes", kCtfHead},
+                                     {"digitised", kCtfHead}});
 }
 
 Json virtualChannelJson(const VirtualChannel& channel) {
@@ -189,10 +236,12 @@ void writeDataset(std::ostream& out, const ShownDataset& dataset) {
     object.next("storedTrials") << dataset.stored->fileTrials.size();
     object.next("trialNumbers") << dump(dataset.stored->fileTrials);
   }
+  object.next("files") << (dataset.files ? dump(filesJson(*dataset.files)) : "null");
+  object.next("timing") << dump(timingJson(dataset.timing));
+  addUnits(object);
   list("channels", dataset.channels, channelJson);
   list("coefficients", dataset.coefficients, coefficientJson);
-  list("markers", dataset.markers,
-       [&](const Marker& marker) { return markerJson(marker, dataset.redacted); });
+  list("markers", dataset.markers, [&](const Marker& marker) { return markerJson(marker, dataset); });
   list("classes", dataset.classes,
        [&](const TrialClass& group) { return classJson(group, dataset.redacted); });
   object.next("fiducials") << dump(fiducialsJson(dataset.fiducials));
@@ -208,7 +257,8 @@ void writeDataset(std::ostream& out, const ShownDataset& dataset) {
   writeInformation(out, dataset.information);
   if (!dataset.redacted) object.next("infodsText") << dump(dataset.information.text);
   object.next("badChannels") << dump(dataset.badChannels);
-  list("badSegments", dataset.badSegments, segmentJson);
+  list("badSegments", dataset.badSegments,
+       [&](const BadSegment& segment) { return segmentJson(segment, dataset); });
   list("virtualChannels", dataset.virtualChannels, virtualChannelJson);
   list("warnings", dataset.findings, warningJson);
   object.end();

@@ -23,26 +23,58 @@ using output::visible;
 
 namespace {
 
-/// Occurrences of the marker that a selection goes by, in trials that the run does not have.
+/// Occurrences of the markers that a selection goes by, in trials that the run does not have.
 std::vector<Finding> occurrencesElsewhere(const Recording& recording, const Selection& selection) {
   std::vector<Finding> findings;
-  if (!selection.marker) return findings;
-  const auto& markers = recording.markers();
-  const auto marker = std::find_if(markers.begin(), markers.end(),
-                                   [&](const Marker& m) { return m.name == *selection.marker; });
-  if (marker == markers.end()) return findings;
-  for (const MarkerSample& sample : marker->samples)
-    if (sample.trial < 0 || sample.trial >= recording.record().numTrials)
-      findings.push_back(
-          {Finding::Severity::warning, wordOf(Code::markerTrial), textOf(recording.resourceFile()),
-           "has no trial " + std::to_string(sample.trial) + ", in which marker " + marker->name + " occurs"});
+  if (!selection.markers) return findings;
+  for (const Marker& marker : recording.markers()) {
+    const auto& names = *selection.markers;
+    if (std::find(names.begin(), names.end(), marker.name) == names.end()) continue;
+    for (const MarkerSample& sample : marker.samples)
+      if (sample.trial < 0 || sample.trial >= recording.record().numTrials)
+        findings.push_back({Finding::Severity::warning, wordOf(Code::markerTrial),
+                            textOf(recording.resourceFile()),
+                            "has no trial " + std::to_string(sample.trial) + ", in which marker " +
+                                marker.name + " occurs"});
+  }
   return findings;
+}
+
+/// What can be had of a trial that is cut short, for those who did not ask for it.
+std::string partialHint(const Recording& recording, const Selection& selection) {
+  const auto partial = recording.sampleFiles().partialTrial;
+  const bool some = partial && partial->channels > 0 && selection.partial == Partial::leaveOut;
+  return some ? " (--partial takes it)" : "";
+}
+
+/// What was noticed about the sample files, with what can be done about it.
+std::vector<Finding> hinted(const Recording& recording, const Selection& selection) {
+  std::vector<Finding> findings = recording.sampleWarnings();
+  for (Finding& finding : findings)
+    if (is(finding, Code::meg4Short)) finding.text += partialHint(recording, selection);
+  return findings;
+}
+
+std::shared_ptr<const SampleSource> samplesOf(const Recording& recording, const Selection& selection) {
+  try {
+    return recording.samples(selection);
+  } catch (const Error& error) {
+    std::string hint;
+    for (const Finding& finding : error.findings())
+      if (is(finding, Code::clockGap))
+        hint = " (--gaps=nan fills them, --gaps=cut leaves them out)";
+      else if (is(finding, Code::meg4Short) || is(finding, Code::meg4Empty))
+        hint = partialHint(recording, selection);
+    throw Error(error.kind(), error.path(), error.text() + hint, error.findings());
+  }
 }
 
 }  // namespace
 
 void say(const std::string& path, const std::string& text) {
-  std::cerr << "ctfmeg: " << (path.empty() ? "" : visible(path) + ": ") << visible(text) << '\n';
+  const std::string line = "ctfmeg: " + (path.empty() ? "" : visible(path) + ": ") + visible(text) + '\n';
+  clearProgressBar();
+  std::cerr << line;
 }
 
 void finishOutput() {
@@ -61,7 +93,8 @@ Recording Session::open(const std::string& dataset, Rules rules) const {
     if (m_options.yes || m_options.no) return m_options.yes;
     return ask(visible(shown(dataset, m_options) + ": " + question));
   };
-  return Recording::open(pathFromText(dataset), {.rules = rules, .answer = answer});
+  return Recording::open(pathFromText(dataset),
+                         {.rules = rules, .answer = answer, .threads = m_options.threads});
 }
 
 SelectedSamples Session::select(const std::string& dataset, const Recording& recording,
@@ -79,8 +112,11 @@ SelectedSamples Session::select(const std::string& dataset, const Recording& rec
     return all;
   };
   if (recording.rules() == Rules::plain) {
-    auto source = recording.samples(selection);
-    return {recording.record(selection), std::move(source), beyondKnown(recording.sampleWarnings())};
+    const auto source = samplesOf(recording, selection);
+    for (const Finding& finding : source->warnings())
+      findings.report(finding);
+    return {recording.record(selection), source, selection.continuous,
+            beyondKnown(hinted(recording, selection))};
   }
   // The resource file was found: nothing is left to be asked.
   const auto bar = openBar(dataset);
@@ -89,7 +125,14 @@ SelectedSamples Session::select(const std::string& dataset, const Recording& rec
     return !interrupted();
   };
   HostReading reading = readAsHost(recording.resourceFile(), selection, {}, progress);
-  return {std::move(reading.record), std::move(reading.samples), beyondKnown(reading.findings)};
+  return {std::move(reading.record), std::move(reading.samples), false, beyondKnown(reading.findings)};
+}
+
+SelectedSamples Session::lookAt(const Recording& recording) const {
+  SelectedSamples all{recording.record(), nullptr};
+  if (all.record.samplesPerTrial > 0 && recording.sampleFiles().count > 0)
+    all.findings = hinted(recording, {});
+  return all;
 }
 
 std::unique_ptr<ProgressBar> Session::openBar(const std::string& dataset) const {

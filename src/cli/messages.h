@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
@@ -18,7 +19,7 @@ void say(const std::string& path, const std::string& text);
 void finishOutput();
 
 /// Opens datasets for a command: asks and shows progress as the options say, reports errors and warnings on
-/// standard error and remembers what they mean for the exit code.
+/// standard error and remembers what they mean for the exit code. Several threads may use one.
 class Session {
  public:
   explicit Session(const ReadingOptions& options) : m_options(options) {}
@@ -31,6 +32,9 @@ class Session {
   /// that hosts import, in memory. Throws `Error`, and Interrupted after Ctrl-C.
   SelectedSamples select(const std::string& dataset, const Recording& recording,
                          const Selection& selection) const;
+
+  /// A recording without a selection, with what was noticed about its sample files where there are any.
+  SelectedSamples lookAt(const Recording& recording) const;
 
   /// Reports what was noticed.
   void sayWarnings(const std::string& dataset, const std::vector<Finding>& findings);
@@ -49,8 +53,8 @@ class Session {
 
  private:
   ReadingOptions m_options;
-  bool m_failed = false;
-  bool m_warned = false;
+  std::atomic<bool> m_failed = false;
+  std::atomic<bool> m_warned = false;
 };
 
 }  // namespace ctfmeg::cli

@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <limits>
 #include <set>
 #include <string_view>
-
-#include "cli/commands.h"
 
 namespace ctfmeg::cli {
 namespace {
@@ -29,29 +28,8 @@ std::optional<Number> parseNumber(std::string_view text) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error == std::errc::invalid_argument || end != text.data() + text.size()) return std::nullopt;
   if (error == std::errc::result_out_of_range)
-    return text.starts_with('-') ? std::numeric_limits<Number>::min() : std::numeric_limits<Number>::max();
+    return text.starts_with('-') ? std::numeric_limits<Number>::lowest() : std::numeric_limits<Number>::max();
   return number;
-}
-
-bool matches(std::string_view pattern, std::string_view name) {
-  // On a mismatch after a `*`, that star takes one character more.
-  constexpr std::size_t kNone = std::string_view::npos;
-  std::size_t p = 0, n = 0, star = kNone, starName = 0;
-  while (n < name.size()) {
-    if (p < pattern.size() && pattern[p] == '*') {
-      star = p++;
-      starName = n;
-    } else if (p < pattern.size() && (pattern[p] == '?' || pattern[p] == name[n])) {
-      ++p;
-      ++n;
-    } else if (star != kNone) {
-      p = star + 1;
-      n = ++starName;
-    } else {
-      return false;
-    }
-  }
-  return pattern.find_first_not_of('*', p) == kNone;
 }
 
 }  // namespace
@@ -59,6 +37,11 @@ bool matches(std::string_view pattern, std::string_view name) {
 std::optional<int> parseCount(const std::string& text) {
   const auto count = parseNumber<int>(text);
   return count && *count >= 1 ? count : std::nullopt;
+}
+
+std::optional<double> parseSeconds(const std::string& text) {
+  const auto seconds = parseNumber<double>(std::string_view(text).substr(text.starts_with('+') ? 1 : 0));
+  return seconds && std::isfinite(*seconds) ? seconds : std::nullopt;
 }
 
 std::optional<SampleSpan> parseSpan(const std::string& text) {
@@ -87,22 +70,6 @@ std::optional<std::vector<int>> parseTrials(const std::string& text) {
   return std::vector<int>(numbers.begin(), numbers.end());
 }
 
-std::vector<Channel> selectChannels(const std::vector<Channel>& channels, const std::string& dataset,
-                                    const std::optional<std::string>& list) {
-  if (!list) return channels;
-  std::vector<bool> wanted(channels.size(), false);
-  for (const std::string& item : itemsOf(*list)) {
-    bool found = false;
-    for (std::size_t c = 0; c < channels.size(); ++c)
-      if (matches(item, channels[c].name) || matches(item, channels[c].shortName)) wanted[c] = found = true;
-    if (!found)
-      throw CommandError(dataset,
-                         "no channel is called \"" + item + "\"; `ctfmeg channels` lists what there is");
-  }
-  std::vector<Channel> selected;
-  for (std::size_t c = 0; c < channels.size(); ++c)
-    if (wanted[c]) selected.push_back(channels[c]);
-  return selected;
-}
+std::optional<std::vector<std::string>> parseNames(const std::string& text) { return itemsOf(text); }
 
 }  // namespace ctfmeg::cli

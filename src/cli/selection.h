@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include <ctfmeg/recording.h>
+#include <ctfmeg/selection.h>
 
 namespace ctfmeg::cli {
 
@@ -13,16 +13,16 @@ namespace ctfmeg::cli {
 /// A number from 1.
 std::optional<int> parseCount(const std::string& text);
 
+/// A finite number.
+std::optional<double> parseSeconds(const std::string& text);
+
 /// "FIRST:LAST".
 std::optional<SampleSpan> parseSpan(const std::string& text);
 
 /// "0,2,5-7", each once.
 std::optional<std::vector<int>> parseTrials(const std::string& text);
 
-/// The channels that a comma-separated list of full names, short names and patterns (`*`, `?`) names: in the
-/// dataset's order, each once; all of them without a list. Throws CommandError about `dataset` for an item
-/// that matches nothing.
-std::vector<Channel> selectChannels(const std::vector<Channel>& channels, const std::string& dataset,
-                                    const std::optional<std::string>& list);
+/// The texts between the commas of a list.
+std::optional<std::vector<std::string>> parseNames(const std::string& text);
 
 }  // namespace ctfmeg::cli

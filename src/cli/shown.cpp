@@ -1,7 +1,9 @@
 #include "cli/shown.h"
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
+#include <iterator>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
@@ -25,14 +27,54 @@ Information withoutRepeats(const Information& information) {
   return once;
 }
 
-StoredSamples storedSamples(const SampleSource& source) {
-  const Shape shape = source.shape();
-  StoredSamples stored;
-  for (std::int64_t trial = 0; trial < shape.trials; ++trial)
-    stored.fileTrials.push_back(source.origin(trial).fileTrial);
-  stored.samples = shape.samples;
-  stored.firstTime = source.time(0, 0);
+StoredSamples storedSamples(const SampleSource& source, bool isRun) {
+  StoredSamples stored{source.shape(), isRun, {}, source.time(0, 0), source.gaps()};
+  for (std::int64_t trial = 0; trial < stored.shape.trials; ++trial)
+    for (const Piece& piece : source.pieces(trial))
+      stored.fileTrials.push_back(piece.fileTrial);
   return stored;
+}
+
+/// The trials of a selection, or all, each once.
+std::vector<std::int64_t> trialsOf(const ShownDataset& dataset) {
+  std::vector<std::int64_t> trials;
+  if (dataset.stored) {
+    std::unique_copy(dataset.stored->fileTrials.begin(), dataset.stored->fileTrials.end(),
+                     std::back_inserter(trials));
+  } else {
+    for (int t = 0; t < dataset.record.numTrials; ++t)
+      trials.push_back(t);
+  }
+  return trials;
+}
+
+void describeTiming(ShownDataset& dataset, const Recording& recording, int mostTrials) {
+  const RecordInfo& header = recording.record();
+  Timing& timing = dataset.timing;
+  timing.sampleRate = dataset.record.sampleRate;
+  timing.acquisitionRate = header.sampleRate;
+  timing.firstTime = dataset.stored ? dataset.stored->firstTime : -header.preTrigSamples / header.sampleRate;
+  if (header.samplesPerTrial < 1) return;
+  Timeline timeline;
+  try {
+    timeline = recording.timeline(mostTrials);
+  } catch (const Error& error) {
+    dataset.findings.insert(dataset.findings.end(), error.findings().begin(), error.findings().end());
+    return;
+  }
+  dataset.trialStarts = std::move(timeline.starts);
+  if (!timeline.trialsAdjoin) return;
+  const double trialSeconds = header.samplesPerTrial / header.sampleRate;
+  const auto trials = trialsOf(dataset);
+  const bool isRun = dataset.stored && dataset.stored->isRun;
+  if (isRun) timing.gaps = dataset.stored->gaps;
+  for (std::size_t i = 1; i < trials.size() && !isRun; ++i) {
+    const auto before = static_cast<std::size_t>(trials[i - 1]), after = static_cast<std::size_t>(trials[i]);
+    const double missing = dataset.trialStarts.at(after) - dataset.trialStarts.at(before) - trialSeconds;
+    const auto samples = std::llround(missing * header.sampleRate);
+    if (samples != 0) timing.gaps.push_back({static_cast<int>(before), missing, samples});
+  }
+  timing.trialsAdjoin = timing.gaps.empty();
 }
 
 std::vector<std::string> warningCodes(const std::vector<Finding>& findings) {
@@ -60,15 +102,20 @@ ShownDataset describeRecord(const std::string& path, const Recording& recording)
   return dataset;
 }
 
-ShownDataset describe(const std::string& path, const Recording& recording,
-                      const std::optional<SelectedSamples>& selected) {
+ShownDataset describe(const std::string& path, const Recording& recording, const SelectedSamples& selected,
+                      int mostTrials) {
+  ShownDataset dataset = describe(path, recording);
+  dataset.record = selected.record;
+  if (recording.record().samplesPerTrial > 0) dataset.files = recording.sampleFiles();
+  if (selected.source) dataset.stored = storedSamples(*selected.source, selected.isRun);
+  dataset.findings.insert(dataset.findings.end(), selected.findings.begin(), selected.findings.end());
+  describeTiming(dataset, recording, mostTrials);
+  dataset.warningCodes = warningCodes(dataset.findings);
+  return dataset;
+}
+
+ShownDataset describe(const std::string& path, const Recording& recording) {
   ShownDataset dataset = describeRecord(path, recording);
-  if (selected) {
-    dataset.record = selected->record;
-    dataset.stored = storedSamples(*selected->source);
-    dataset.findings.insert(dataset.findings.end(), selected->findings.begin(), selected->findings.end());
-    dataset.warningCodes = warningCodes(dataset.findings);
-  }
   dataset.channels = recording.channels();
   dataset.coefficients = recording.coefficients();
   dataset.markers = recording.markers();
@@ -93,6 +140,20 @@ ShownDataset describe(const std::string& path, const Error& error) {
   dataset.findings = error.findings();
   dataset.warningCodes = warningCodes(dataset.findings);
   return dataset;
+}
+
+std::optional<double> runTime(const ShownDataset& dataset, std::int32_t trial, double secondsInTrial) {
+  if (trial < 0 || static_cast<std::size_t>(trial) >= dataset.trialStarts.size()) return std::nullopt;
+  return dataset.trialStarts[static_cast<std::size_t>(trial)] + secondsInTrial;
+}
+
+std::optional<double> runTime(const ShownDataset& dataset, const MarkerSample& sample) {
+  const double beforeTrigger = dataset.record.preTrigSamples / dataset.timing.acquisitionRate;
+  return runTime(dataset, sample.trial, sample.timeMs / 1000.0 + beforeTrigger);
+}
+
+std::optional<double> runTime(const ShownDataset& dataset, const BadSegment& segment) {
+  return runTime(dataset, segment.trial, segment.startMs / 1000.0);
 }
 
 std::string redacted(const std::string& path) { return lastName(path); }

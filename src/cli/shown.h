@@ -22,9 +22,20 @@ struct ShownError {
 
 /// The samples that a selection leaves of a dataset.
 struct StoredSamples {
-  std::vector<std::int64_t> fileTrials;  ///< for each trial its number in the file
-  std::int64_t samples = 0;              ///< of each trial
-  double firstTime = 0.0;                ///< seconds from the trigger to the first sample of the first trial
+  Shape shape;
+  bool isRun = false;  ///< channels x samples
+  /// For each trial its number in the file; of a run, those that it is made of.
+  std::vector<std::int64_t> fileTrials;
+  double firstTime = 0.0;  ///< seconds from the trigger to the first sample, or from the start of the run
+  std::vector<Gap> gaps;   ///< of a run
+};
+
+/// When samples were, after a selection.
+struct Timing {
+  double sampleRate = 0.0, acquisitionRate = 0.0;  ///< Hz
+  double firstTime = 0.0;                          ///< seconds from the trigger to the first sample
+  std::optional<bool> trialsAdjoin;                ///< nothing where no clock says so
+  std::vector<Gap> gaps;                           ///< between trials that are selected
 };
 
 /// Everything that the commands show of a dataset. A command shows what is in here and nothing else, so that
@@ -36,6 +47,9 @@ struct ShownDataset {
   Rules rules = Rules::plain;
   RecordInfo record;
   std::optional<StoredSamples> stored;  ///< nothing without a selection
+  std::optional<SampleFiles> files;     ///< nothing where nobody looked
+  Timing timing;
+  std::vector<double> trialStarts;  ///< seconds from the first sample of trial 0; `runTime` counts from them
   std::vector<Channel> channels;
   std::vector<CoefficientRecord> coefficients;
   std::vector<Marker> markers;
@@ -55,15 +69,25 @@ struct ShownDataset {
 /// What a selection leaves of a recording.
 struct SelectedSamples {
   RecordInfo record;
-  std::shared_ptr<const SampleSource> source;
-  std::vector<Finding> findings;  ///< beyond those of the recording
+  std::shared_ptr<const SampleSource> source;  ///< null without a selection
+  bool isRun = false;                          ///< the trials as one
+  std::vector<Finding> findings{};             ///< beyond those of the recording
 };
 
-ShownDataset describe(const std::string& path, const Recording& recording,
-                      const std::optional<SelectedSamples>& selected = {});
+/// Header and side files.
+ShownDataset describe(const std::string& path, const Recording& recording);
+/// What sample files hold, and when at most `mostTrials` trials were, too.
+ShownDataset describe(const std::string& path, const Recording& recording, const SelectedSamples& selected,
+                      int mostTrials);
 /// Only path, name, rules, record and findings: what is kept of each of thousands of datasets.
 ShownDataset describeRecord(const std::string& path, const Recording& recording);
 ShownDataset describe(const std::string& path, const Error& error);
+
+/// Seconds from the first sample of trial 0 to a time in a trial, gaps included where a clock shows them.
+/// Nothing for a trial that the run does not have.
+std::optional<double> runTime(const ShownDataset& dataset, std::int32_t trial, double secondsInTrial);
+std::optional<double> runTime(const ShownDataset& dataset, const MarkerSample& sample);
+std::optional<double> runTime(const ShownDataset& dataset, const BadSegment& segment);
 
 /// The last name of a path: a dataset's own name, without the folders above it, which may be a person's.
 std::string lastName(const std::string& path);

@@ -1,8 +1,8 @@
 #include <iostream>
+#include <limits>
 
 #include "cli/messages.h"
 #include "cli/process.h"
-#include "cli/selection.h"
 #include "output/numbers.h"
 #include "output/table.h"
 #include "output/visible_text.h"
@@ -18,23 +18,30 @@ using output::shortest;
 using output::visible;
 
 /// Runs `print(dataset)` for each dataset in turn, each under its path when there are several and the table
-/// is for people. Returns the exit code.
-template <class Print>
-int forEachDataset(const TableOptions& options, Print print) {
+/// is for people. `describeTable` says what there is to print. Returns the exit code.
+template <class Print, class Describe>
+int forEachDataset(const TableOptions& options, Print print, Describe describeTable) {
   Session session(options.reading);
   for (const std::string& path : options.datasets) {
     stopIfInterrupted();
     session.attempt(path, [&] {
       const Recording recording = session.open(path);
       session.sayWarnings(path, recording.warnings());
-      ShownDataset dataset = shown(describe(path, recording), options.reading);
+      ShownDataset dataset = shown(describeTable(path, recording), options.reading);
       if (!options.csv && options.datasets.size() > 1) std::cout << visible(dataset.path) << ":\n";
-      if (options.channels) dataset.channels = selectChannels(dataset.channels, path, options.channels);
+      std::vector<Channel> chosen;
+      for (const int channel : recording.chosenChannels(options.shown.selection))
+        chosen.push_back(std::move(dataset.channels[static_cast<std::size_t>(channel)]));
+      dataset.channels = std::move(chosen);
       print(dataset);
     });
   }
   finishOutput();
   return session.exitCode();
+}
+
+ShownDataset headerOnly(const std::string& path, const Recording& recording) {
+  return describe(path, recording);
 }
 
 void printChannelsCsv(const std::vector<Channel>& channels) {
@@ -52,28 +59,32 @@ void printChannels(const std::vector<Channel>& channels) {
   output::writeTable(std::cout, rows);
 }
 
-void printMarkersCsv(const std::vector<Marker>& markers) {
-  for (const Marker& marker : markers) {
+void printMarkersCsv(const ShownDataset& dataset) {
+  for (const Marker& marker : dataset.markers) {
     const std::string name = csvText(marker.name);
-    for (const MarkerSample& sample : marker.samples)
-      std::cout << csvLine(
-          {name, std::to_string(sample.trial), shortest(sample.timeMs), std::to_string(sample.sample)});
+    for (const MarkerSample& sample : marker.samples) {
+      const auto time = runTime(dataset, sample);
+      std::cout << csvLine({name, std::to_string(sample.trial), shortest(sample.timeMs),
+                            std::to_string(sample.sample), time ? shortest(*time) : ""});
+    }
   }
 }
 
-void printMarkers(const std::vector<Marker>& markers) {
-  if (markers.empty()) {
+void printMarkers(const ShownDataset& dataset) {
+  if (dataset.markers.empty()) {
     std::cout << "no markers\n";
     return;
   }
   constexpr std::size_t kMostColumns = 60;
-  output::Rows rows{{"marker", "trial", "time (ms)", "sample"}};
-  for (const Marker& marker : markers) {
+  output::Rows rows{{"marker", "trial", "time (ms)", "sample", "in the run (s)"}};
+  for (const Marker& marker : dataset.markers) {
     const std::string name = output::clipped(visible(marker.name), kMostColumns);
-    if (marker.samples.empty()) rows.push_back({name, "-", "-", "-"});
-    for (const MarkerSample& sample : marker.samples)
+    if (marker.samples.empty()) rows.push_back({name, "-", "-", "-", "-"});
+    for (const MarkerSample& sample : marker.samples) {
+      const auto time = runTime(dataset, sample);
       rows.push_back({name, std::to_string(sample.trial), output::rounded(sample.timeMs),
-                      std::to_string(sample.sample)});
+                      std::to_string(sample.sample), time ? output::rounded(*time) : "-"});
+    }
   }
   output::writeTable(std::cout, rows);
 }
@@ -112,23 +123,33 @@ int runChannels(const TableOptions& options) {
   if (options.csv)
     std::cout << csvLine(
         {"index", "name", "shortName", "kind", "sensorType", "unit", "gain", "gradientOrder", "good"});
-  return forEachDataset(options, [&](const ShownDataset& dataset) {
-    options.csv ? printChannelsCsv(dataset.channels) : printChannels(dataset.channels);
-  });
+  return forEachDataset(
+      options,
+      [&](const ShownDataset& dataset) {
+        options.csv ? printChannelsCsv(dataset.channels) : printChannels(dataset.channels);
+      },
+      headerOnly);
 }
 
 int runMarkers(const TableOptions& options) {
-  if (options.csv) std::cout << csvLine({"marker", "trial", "timeMs", "sample"});
-  return forEachDataset(options, [&](const ShownDataset& dataset) {
-    options.csv ? printMarkersCsv(dataset.markers) : printMarkers(dataset.markers);
-  });
+  if (options.csv) std::cout << csvLine({"marker", "trial", "timeMs", "sample", "runTime"});
+  const auto withTimes = [](const std::string& path, const Recording& recording) {
+    return describe(path, recording, {recording.record(), nullptr}, std::numeric_limits<int>::max());
+  };
+  return forEachDataset(
+      options,
+      [&](const ShownDataset& dataset) { options.csv ? printMarkersCsv(dataset) : printMarkers(dataset); },
+      withTimes);
 }
 
 int runHeadCoils(const TableOptions& options) {
   if (options.csv) std::cout << csvLine({"set", "point", "x", "y", "z"});
-  return forEachDataset(options, [&](const ShownDataset& dataset) {
-    options.csv ? printHeadCoilsCsv(dataset.fiducials) : printHeadCoils(dataset.fiducials);
-  });
+  return forEachDataset(
+      options,
+      [&](const ShownDataset& dataset) {
+        options.csv ? printHeadCoilsCsv(dataset.fiducials) : printHeadCoils(dataset.fiducials);
+      },
+      headerOnly);
 }
 
 }  // namespace ctfmeg::cli

@@ -1,6 +1,8 @@
 #include "cli/terminal.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cmath>
 #include <cstdio>
 #include <iostream>
 
@@ -10,6 +12,18 @@ namespace ctfmeg::cli {
 namespace {
 
 bool (*stopsWaiting)() = nullptr;
+std::atomic<bool> barIsShown{false};
+
+/// "12 s", "3 min 20 s", "2 h 5 min".
+std::string durationText(double seconds) {
+  const auto whole = static_cast<long long>(std::ceil(std::min(seconds, 1e9)));
+  const auto both = [](long long large, const char* unit, long long small, const char* part) {
+    return std::to_string(large) + unit + std::to_string(small) + part;
+  };
+  if (whole < 60) return std::to_string(whole) + " s";
+  if (whole < 3600) return both(whole / 60, " min ", whole % 60, " s");
+  return both(whole / 3600, " h ", whole / 60 % 60, " min");
+}
 
 /// A line of standard input; false at its end, and when the waiting is stopped.
 bool readLine(std::string& line) {
@@ -30,17 +44,29 @@ bool ask(const std::string& question) {
   return !reply.empty() && (reply[0] == 'y' || reply[0] == 'Y');
 }
 
-ProgressBar::~ProgressBar() { std::fputs("\r\x1b[K", stderr); }
+ProgressBar::~ProgressBar() { clearProgressBar(); }
 
 void ProgressBar::show(double done, double total) {
   constexpr int kWidth = 32;
-  const int percent = std::clamp(static_cast<int>(100.0 * done / std::max(total, 1.0)), 0, 100);
-  if (percent == m_percent) return;
-  m_percent = percent;
-  const auto filled = static_cast<std::size_t>(percent * kWidth / 100);
-  const std::string bar = std::string(filled, '#') + std::string(kWidth - filled, '.');
-  std::fprintf(stderr, "\r%s [%s] %3d%%\x1b[K", m_title.c_str(), bar.c_str(), percent);
+  const double fraction = std::clamp(done / std::max(total, 1e-9), 0.0, 1.0);
+  const auto filled = static_cast<std::size_t>(fraction * kWidth);
+  char text[64];
+  std::snprintf(text, sizeof text, " %3d%%", static_cast<int>(100.0 * fraction));
+  std::string line =
+      m_title + " [" + std::string(filled, '#') + std::string(kWidth - filled, '.') + "]" + text;
+  // Before a second has passed nobody knows how long it takes.
+  const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - m_begin;
+  if (passed.count() > 1.0 && fraction > 0.0 && fraction < 1.0)
+    line += ", " + durationText(passed.count() * (1.0 - fraction) / fraction) + " left";
+  if (line == m_shown && barIsShown) return;
+  m_shown = line;
+  barIsShown = true;
+  std::fprintf(stderr, "\r%s\x1b[K", line.c_str());
   std::fflush(stderr);
+}
+
+void clearProgressBar() {
+  if (barIsShown.exchange(false)) std::fputs("\r\x1b[K", stderr);
 }
 
 std::unique_ptr<ProgressBar> openProgressBar(const std::string& title) {

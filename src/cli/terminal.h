@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -13,8 +14,8 @@ void stopWaitingWhen(bool (*stops)());
 /// terminals nobody is asked and the answer is No. The question is UTF-8.
 bool ask(const std::string& question);
 
-/// How far something is, on one line of standard error that is drawn over itself. The line goes away with the
-/// object.
+/// How far something is and how much time is left, on one line of standard error that is drawn over itself.
+/// The line goes away with the object.
 class ProgressBar {
  public:
   explicit ProgressBar(std::string title) : m_title(std::move(title)) {}
@@ -26,8 +27,12 @@ class ProgressBar {
 
  private:
   std::string m_title;
-  int m_percent = -1;
+  std::string m_shown;
+  std::chrono::steady_clock::time_point m_begin = std::chrono::steady_clock::now();
 };
+
+/// Takes the bar that is shown away, so that a line can be written; it comes back when it next goes on.
+void clearProgressBar();
 
 /// Null where standard error is no terminal.
 std::unique_ptr<ProgressBar> openProgressBar(const std::string& title);

@@ -6,8 +6,6 @@
 #include <cstring>
 #include <utility>
 
-#include "base/byte_order.h"
-
 namespace ctfmeg {
 namespace {
 
@@ -139,10 +137,17 @@ void SampleSet::endEarly(int missing, Notices& notices) {
   if (goesOnAfter(missing))
     return fail(notices, Code::meg4Gap, missing,
                 "is missing although the set goes on: what follows can't be placed");
-  if (m_trials == 0) return fail(notices, Code::meg4Empty, 0, "holds no whole trial");
-  report(notices, Code::meg4Short, missing - 1,
-         "ends early: " + std::to_string(m_trials) + " of " + std::to_string(m_counts.trials) +
-             " trials are there whole" + (m_partial ? ", the next one in part" : ""));
+  const std::string ofPartial = m_partial ? std::to_string(m_partial->channels) + " of " +
+                                                std::to_string(m_counts.channels) + " channels"
+                                          : "";
+  if (m_trials == 0)
+    return fail(
+        notices, Code::meg4Empty, 0,
+        "holds no whole trial" + (m_partial ? ": " + ofPartial + " of the first are there whole" : ""));
+  std::string text = "ends early: " + std::to_string(m_trials) + " of " + std::to_string(m_counts.trials) +
+                     " trials are there whole";
+  if (m_partial) text += ", and " + ofPartial + " of the next";
+  report(notices, Code::meg4Short, missing - 1, text);
 }
 
 OpenFile SampleSet::open(int index) const {
@@ -166,14 +171,6 @@ SampleSet::Place SampleSet::placeOf(std::int32_t trial, std::int32_t channel) co
   return {open(static_cast<int>(index)),
           kSampleHeaderSize + static_cast<std::uint64_t>(trial - entry.firstTrial) * m_counts.trialBytes() +
               static_cast<std::uint64_t>(channel) * m_counts.blockBytes()};
-}
-
-void SampleSet::read(std::int32_t trial, std::int32_t channel, std::int64_t first,
-                     std::span<std::int32_t> out) const {
-  const Place place = placeOf(trial, channel);
-  const std::uint64_t offset = place.offset + static_cast<std::uint64_t>(first) * sizeof(std::int32_t);
-  if (place.file->readAt(offset, std::as_writable_bytes(out)) != out.size_bytes()) failChanged(*place.file);
-  samplesToHostOrder(out);
 }
 
 void SampleSet::failChanged(const File& file) {

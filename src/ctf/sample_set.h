@@ -70,22 +70,19 @@ class SampleSet {
   /// Whole trials that are there; those of the set are 0 to `trials()` - 1.
   std::int32_t trials() const { return m_trials; }
   const std::vector<FileOfSet>& files() const { return m_files; }
+  /// The trial after the whole ones, where it is cut short. The failure is then Code::meg4Empty if it is the
+  /// only one.
   const std::optional<PartialTrial>& partialTrial() const { return m_partial; }
   std::uint64_t extraBytes() const { return m_extraBytes; }  ///< after the last trial of the run
   const std::optional<Finding>& failure() const { return m_failure; }
 
-  /// Where a channel block of a whole trial is.
+  /// Where a channel block is that is there whole.
   struct Place {
     OpenFile file;
     std::uint64_t offset = 0;
   };
   /// Throws FileError.
   Place placeOf(std::int32_t trial, std::int32_t channel) const;
-
-  /// Reads samples from `first` of `channel` on, in host order, into all of `out`: at most to the end of the
-  /// trial, where they go on with the next channel's. `trial` is a whole one. Throws FileError, also when the
-  /// file has become shorter.
-  void read(std::int32_t trial, std::int32_t channel, std::int64_t first, std::span<std::int32_t> out) const;
 
   /// That a file became shorter while it was read.
   [[noreturn]] static void failChanged(const File& file);

@@ -27,4 +27,10 @@ Error CollectedFindings::errorAbout(const std::filesystem::path& file) const {
           m_findings};
 }
 
+void throwAsError(const FileError& error) {
+  Finding finding = findingOf(error);
+  const ErrorKind kind = kindOf(finding);
+  throw Error(kind, pathFromText(error.path()), error.text(), {std::move(finding)});
+}
+
 }  // namespace ctfmeg

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "base/file.h"
 #include "base/notices.h"
 
 namespace ctfmeg {
@@ -24,5 +25,18 @@ class CollectedFindings : public Notices {
   std::set<std::string> m_known;
   std::map<std::string, int> m_ofAKind;
 };
+
+/// What files throw as what users of a recording know.
+[[noreturn]] void throwAsError(const FileError& error);
+
+/// Calls `operation`, and throws its FileError as an `Error`.
+template <class Operation>
+auto readingFiles(Operation operation) {
+  try {
+    return operation();
+  } catch (const FileError& error) {
+    throwAsError(error);
+  }
+}
 
 }  // namespace ctfmeg

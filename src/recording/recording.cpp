@@ -7,9 +7,10 @@
 #include "base/memory_range.h"
 #include "recording/collected.h"
 #include "recording/dataset.h"
-#include "recording/physical.h"
+#include "recording/open_recording.h"
 #include "recording/sample_sources.h"
 #include "recording/selection.h"
+#include "recording/timeline.h"
 
 #include <ctfmeg/path_text.h>
 #include <ctfmeg/recording.h>
@@ -19,32 +20,37 @@ inline namespace v1 {
 
 /// What copies of a recording share. The sample files are looked at by whoever asks first.
 struct Recording::State {
-  State(const std::filesystem::path& file, const OpenOptions& options)
-      : resourceFile(file.parent_path() / pathFromText(textOf(file.stem()) + ".res4")),
+  State(std::shared_ptr<const Store> from, const std::string& stem, const OpenOptions& options)
+      : resourceFile(pathFromText(from->pathOf(stem + ".res4"))),
         rules(options.rules),
-        threads(options.threads),
-        name(textOf(file.stem())),
-        store(file.parent_path()) {}
+        name(stem),
+        store(std::move(from)),
+        workers(options.threads) {}
 
   const SampleSet& sampleSet() const {
     std::call_once(looked, [this] {
       CollectedFindings findings;
       const RecordInfo& record = dataset.record;
-      set.emplace(store, name, SampleCounts{record.numTrials, record.numChannels, record.samplesPerTrial},
+      set.emplace(*store, name, SampleCounts{record.numTrials, record.numChannels, record.samplesPerTrial},
                   findings);
       sampleWarnings = findings.take();
     });
     return *set;
   }
 
+  /// Of trials that are there; throws `Error`.
+  std::optional<Gap> gapBetween(int trial, int later) const {
+    return readingFiles([&] { return clock->between(sampleSet(), trial, later); });
+  }
+
   std::filesystem::path resourceFile;
   Rules rules;
-  int threads;
   std::string name;
-  LocalStore store;
+  std::shared_ptr<const Store> store;
   Dataset dataset;
-  SampleScale scale;
   std::vector<Finding> warnings;
+  mutable Workers workers;
+  std::optional<Clock> clock;  // of the dataset, once it is read
 
   mutable std::once_flag looked;
   mutable std::optional<SampleSet> set;
@@ -55,7 +61,6 @@ struct Trial::State {
   std::shared_ptr<const SampleSource> source;
   std::shared_ptr<const MemoryRange> memory;  // of all trials that were read together
   std::span<const std::int32_t> values;
-  const std::vector<double>* gains;  // the source keeps them
   std::int64_t trial;
 };
 
@@ -75,24 +80,28 @@ void checkFileFormat(const fs::path& file, const OpenOptions& options) {
 
 }  // namespace
 
-Recording Recording::open(const fs::path& path, const OpenOptions& options) {
-  const fs::path file = resolveDataset(path);
-  checkFileFormat(file, options);
+Recording openRecording(std::shared_ptr<const Store> store, const std::string& stem,
+                        const OpenOptions& options) {
   CollectedFindings findings;
+  auto state = std::make_shared<Recording::State>(std::move(store), stem, options);
   try {
-    auto state = std::make_shared<State>(file, options);
     const auto rules = options.rules == Rules::plain ? ReadingRules::plain() : ReadingRules::host();
     Dataset& dataset = state->dataset;
-    if (!readDataset(state->store, state->name, rules, findings, dataset)) throw findings.errorAbout(file);
-    for (const Channel& channel : dataset.channels)
-      state->scale.gains.push_back(channel.gain);
-    state->scale.sampleRate = dataset.record.sampleRate;
-    state->scale.preTrigSamples = dataset.record.preTrigSamples;
+    if (!readDataset(*state->store, stem, rules, findings, dataset))
+      throw findings.errorAbout(state->resourceFile);
+    state->clock.emplace(dataset.channels, dataset.record);
     state->warnings = findings.take();
     return Recording(std::move(state));
   } catch (const std::bad_alloc&) {
-    throw Error(ErrorKind::outOfMemory, file, "needs more memory than there is", findings.all());
+    throw Error(ErrorKind::outOfMemory, state->resourceFile, "needs more memory than there is",
+                findings.all());
   }
+}
+
+Recording Recording::open(const fs::path& path, const OpenOptions& options) {
+  const fs::path file = resolveDataset(path);
+  checkFileFormat(file, options);
+  return openRecording(std::make_shared<LocalStore>(file.parent_path()), textOf(file.stem()), options);
 }
 
 const std::string& Recording::name() const& { return m_state->name; }
@@ -121,41 +130,109 @@ const std::vector<Finding>& Recording::sampleWarnings() const& {
   return m_state->sampleWarnings;
 }
 
+SampleFiles Recording::sampleFiles() const {
+  if (record().samplesPerTrial < 1) return {.trialsSaid = record().numTrials};
+  const SampleSet& set = m_state->sampleSet();
+  SampleFiles files{.count = static_cast<int>(set.files().size()),
+                    .trialsSaid = record().numTrials,
+                    .trialsThere = set.trials(),
+                    .extraBytes = set.extraBytes()};
+  for (const auto& file : set.files())
+    files.bytes += file.bytes + kSampleHeaderSize;
+  if (const auto& partial = set.partialTrial())
+    files.partialTrial = SampleFiles::PartialTrial{partial->channels, partial->samples};
+  return files;
+}
+
+Timeline Recording::timeline(int mostTrials) const {
+  const RecordInfo& header = record();
+  if (header.numTrials > mostTrials) return {};
+  const double trialSeconds = header.samplesPerTrial / header.sampleRate;
+  const bool hasClock = header.samplesPerTrial > 0 && Clock::channelOf(channels());
+  bool known = hasClock && m_state->sampleSet().trials() > 0;
+  Timeline timeline{.starts = {0.0}};
+  for (int t = 1; t < header.numTrials; ++t) {
+    std::optional<Gap> gap;
+    if (known && t < m_state->sampleSet().trials()) {
+      gap = m_state->gapBetween(t - 1, t);
+      known = gap.has_value();
+    }
+    timeline.starts.push_back(timeline.starts.back() + trialSeconds + (gap ? gap->seconds : 0.0));
+    if (gap && gap->samples != 0) timeline.gaps.push_back(*gap);
+  }
+  if (known) timeline.trialsAdjoin = timeline.gaps.empty();
+  return timeline;
+}
+
+std::vector<int> Recording::chosenChannels(const Selection& selection) const {
+  return ctfmeg::chosenChannels(selection, channels(), resourceFile());
+}
+
 RecordInfo Recording::record(const Selection& selection) const {
   RecordInfo record = m_state->dataset.record;
-  const Cut cut = cutOf(selection, resourceFile(), record.samplesPerTrial);
+  if (selection.continuous) {
+    const auto source = samples(selection);
+    const auto step = static_cast<double>(source->origin(0).step);
+    record.samplesPerTrial = record.samplesPerTrialAcq =
+        static_cast<std::int32_t>(std::min<std::int64_t>(source->shape().samples, INT32_MAX));
+    record.sampleRate /= step;
+    record.sampleRateAcq /= step;
+    record.numTrialsDone = 1;
+    return record;
+  }
+  const Cut cut =
+      cutOf(selection, resourceFile(), {record.samplesPerTrial, record.sampleRate, record.preTrigSamples});
   if (cut.samples == record.samplesPerTrial && cut.pieces == 1) return record;
   record.samplesPerTrial = record.samplesPerTrialAcq = static_cast<std::int32_t>(cut.samples);
   record.sampleRate /= static_cast<double>(cut.step);
   record.sampleRateAcq /= static_cast<double>(cut.step);
-  if (cut.pieces > 1) record.numTrialsDone = static_cast<std::int32_t>(cut.pieces * record.numTrials);
+  if (cut.pieces > 1) {
+    const auto trials = chosenTrials(selection, markers(), resourceFile(), record.numTrials);
+    record.numTrialsDone = static_cast<std::int32_t>(cut.pieces * std::ssize(trials));
+  }
   return record;
 }
 
 std::shared_ptr<const SampleSource> Recording::samples(const Selection& selection) const {
   const fs::path& file = resourceFile();
   const RecordInfo& header = record();
-  const std::vector<int> chosen = chosenTrials(selection, markers(), file, header.numTrials);
+  std::vector<int> trials = chosenTrials(selection, markers(), file, header.numTrials);
+  std::vector<int> numbers = chosenChannels(selection);
   if (header.samplesPerTrial < 1) throw Error(ErrorKind::refused, file, "says that a trial has no samples");
-  const Cut cut = cutOf(selection, file, header.samplesPerTrial);
   const SampleSet& set = m_state->sampleSet();
-  if (const auto& failure = set.failure())
+  const bool takesPartial =
+      selection.partial != Partial::leaveOut && set.partialTrial() && set.partialTrial()->channels > 0;
+  if (const auto& failure = set.failure(); failure && !(takesPartial && is(*failure, Code::meg4Empty)))
     throw Error(kindOf(*failure), pathFromText(failure->file), failure->text, m_state->sampleWarnings);
-  std::vector<FileSamples::Piece> pieces;
-  for (const int trial : chosen) {
-    if (trial >= set.trials()) {
-      if (!selection.trials && !selection.marker) break;
-      throw missingTrial(trial, file, m_state->sampleWarnings);
-    }
-    for (std::int64_t piece = 0; piece < cut.pieces; ++piece)
-      pieces.push_back({trial, cut.first + piece * cut.length});
+
+  const int there = set.trials() + (takesPartial ? 1 : 0);
+  const auto beyond = std::lower_bound(trials.begin(), trials.end(), there);
+  if (beyond != trials.end() && (selection.trials || selection.markers))
+    throw missingTrial(*beyond, file, m_state->sampleWarnings);
+  trials.erase(beyond, trials.end());
+
+  bool missing = false;
+  if (takesPartial && trials.back() == set.trials()) {
+    const auto cut = std::lower_bound(numbers.begin(), numbers.end(), set.partialTrial()->channels);
+    missing = selection.partial == Partial::fill && cut != numbers.end();
+    if (selection.partial == Partial::drop) numbers.erase(cut, numbers.end());
+    if (numbers.empty())
+      throw Error(ErrorKind::refused, file, "has none of the chosen channels in its last trial");
   }
-  return std::make_shared<FileSamples>(m_state, set, m_state->scale, std::move(pieces), cut.samples, cut.step,
-                                       m_state->threads);
+  std::vector<Channel> chosen;
+  for (const int number : numbers)
+    chosen.push_back(channels()[static_cast<std::size_t>(number)]);
+  std::vector<Finding> findings;
+  const auto gapBetween = [this](int trial, int later) { return m_state->gapBetween(trial, later); };
+  Arrangement arrangement = arrange(selection, trials, {header, file, gapBetween}, findings);
+  arrangement.missing = arrangement.missing || missing;
+  return std::make_shared<FileSamples>(m_state, set, m_state->workers, std::move(chosen),
+                                       std::move(arrangement), std::move(findings));
 }
 
 std::vector<Trial> Recording::read(const Selection& selection, const ProgressFunction& progress) const {
   const auto source = samples(selection);
+  if (source->hasMissing()) throw std::invalid_argument("values are missing, which a trial can't say");
   const Shape shape = source->shape();
   const auto values = static_cast<std::size_t>(shape.samples) * static_cast<std::size_t>(shape.channels);
   auto memory = std::make_shared<MemoryRange>();
@@ -190,9 +267,8 @@ std::vector<Trial> Recording::read(const Selection& selection, const ProgressFun
   tell(shape.trials);
   std::vector<Trial> read;
   for (std::size_t t = 0; t < trials; ++t)
-    read.push_back(Trial(
-        std::make_shared<Trial::State>(Trial::State{source, memory, all.subspan(t * values, values),
-                                                    &m_state->scale.gains, static_cast<std::int64_t>(t)})));
+    read.push_back(Trial(std::make_shared<Trial::State>(
+        Trial::State{source, memory, all.subspan(t * values, values), static_cast<std::int64_t>(t)})));
   return read;
 }
 
@@ -216,11 +292,25 @@ std::span<const std::int32_t> Trial::raw(int channel) const& {
   return m_state->values.subspan(static_cast<std::size_t>(channel) * count, count);
 }
 
-std::size_t Trial::physical(int channel, std::span<double> out) const {
-  const auto values = raw(channel);
+std::size_t Trial::physical(int channel, std::span<double> out, std::int64_t first) const {
+  requireRange("samples", first, 0, samples());
+  const auto values = raw(channel).subspan(static_cast<std::size_t>(first));
   const std::size_t count = std::min(values.size(), out.size());
-  divideEach(values.first(count), (*m_state->gains)[static_cast<std::size_t>(channel)], out);
+  convert(values.first(count), m_state->source->channels()[static_cast<std::size_t>(channel)].gain,
+          Values::physical, out.data());
   return count;
+}
+
+void Trial::physical(int channel, int channels, std::int64_t first, std::int64_t samples,
+                     std::span<double> out) const {
+  requireRange("channels", channel, channels, this->channels());
+  requireRange("samples", first, samples, this->samples());
+  const auto count = static_cast<std::size_t>(samples);
+  if (out.size() < static_cast<std::size_t>(channels) * count)
+    throw std::invalid_argument("there is room for " + std::to_string(out.size()) + " of " +
+                                std::to_string(channels * samples) + " values");
+  for (int c = 0; c < channels; ++c)
+    physical(channel + c, out.subspan(static_cast<std::size_t>(c) * count, count), first);
 }
 
 Origin Trial::origin() const { return m_state->source->origin(m_state->trial); }

@@ -1,9 +1,12 @@
 #include "recording/selection.h"
 
 #include <algorithm>
+#include <cmath>
 #include <set>
 #include <string>
+#include <string_view>
 
+#include "base/encoding.h"
 #include "base/finding_codes.h"
 
 namespace ctfmeg {
@@ -13,6 +16,86 @@ namespace fs = std::filesystem;
 
 [[noreturn]] void refuse(const fs::path& file, const std::string& text) {
   throw Error(ErrorKind::refused, file, text);
+}
+
+std::set<int> trialsWith(const std::string& name, const std::vector<Marker>& markers, const fs::path& file) {
+  const auto marker =
+      std::find_if(markers.begin(), markers.end(), [&](const Marker& m) { return m.name == name; });
+  if (marker == markers.end()) {
+    std::string there;
+    for (const Marker& m : markers)
+      there += (there.empty() ? "" : ", ") + m.name;
+    refuse(file, "has no marker " + name + ": " + (there.empty() ? "there are none" : "there are " + there));
+  }
+  std::set<int> trials;
+  for (const MarkerSample& sample : marker->samples)
+    trials.insert(sample.trial);
+  return trials;
+}
+
+/// `*` matches any characters, `?` one.
+bool matches(std::string_view pattern, std::string_view name) {
+  // On a mismatch after a `*`, that star takes one character more.
+  constexpr std::size_t kNone = std::string_view::npos;
+  std::size_t p = 0, n = 0, star = kNone, starName = 0;
+  while (n < name.size()) {
+    if (p < pattern.size() && pattern[p] == '*') {
+      star = p++;
+      starName = n;
+    } else if (p < pattern.size() && (pattern[p] == '?' || pattern[p] == name[n])) {
+      ++p;
+      ++n;
+    } else if (star != kNone) {
+      p = star + 1;
+      n = ++starName;
+    } else {
+      return false;
+    }
+  }
+  return pattern.find_first_not_of('*', p) == kNone;
+}
+
+bool isOfKind(const Channel& channel, const std::string& word) {
+  using enum ChannelKind;
+  if (word == "meg") return channel.kind == magnetometer || channel.kind == gradiometer;
+  if (word == "ref") return channel.kind == refMagnetometer || channel.kind == refGradiometer;
+  return word == nameOf(channel.kind);
+}
+
+/// Sets `wanted` to `value` for each channel that `fits`; false when there is none.
+template <class Fits>
+bool mark(const std::vector<Channel>& channels, std::vector<bool>& wanted, bool value, Fits fits) {
+  bool found = false;
+  for (std::size_t c = 0; c < channels.size(); ++c)
+    if (fits(channels[c])) {
+      wanted[c] = value;
+      found = true;
+    }
+  return found;
+}
+
+/// Marks the channels that an item of a list means.
+void markItem(const std::string& item, const std::vector<Channel>& channels, const fs::path& file,
+              std::vector<bool>& wanted, bool value) {
+  const auto byName = [&](const Channel& c) { return matches(item, c.name) || matches(item, c.shortName); };
+  const std::string word = lowered(item);
+  const auto byKind = [&](const Channel& c) { return isOfKind(c, word); };
+  const auto byAnyCase = [&](const Channel& c) {
+    return matches(word, lowered(c.name)) || matches(word, lowered(c.shortName));
+  };
+  if (mark(channels, wanted, value, byName) || mark(channels, wanted, value, byKind) ||
+      mark(channels, wanted, value, byAnyCase))
+    return;
+  refuse(file, "has no channel that \"" + item + "\" names");
+}
+
+/// The nearest sample, half away from zero.
+std::int64_t sampleAt(double seconds, const Counting& counting) {
+  constexpr double kFar = 9e18;
+  const double sample = std::round(seconds * counting.sampleRate);
+  const std::int64_t nearest =
+      std::isnan(sample) ? 0 : static_cast<std::int64_t>(std::clamp(sample, -kFar, kFar));
+  return std::clamp<std::int64_t>(nearest, -INT64_MAX / 4, INT64_MAX / 4) + counting.preTrigSamples;
 }
 
 }  // namespace
@@ -31,36 +114,61 @@ std::vector<int> chosenTrials(const Selection& selection, const std::vector<Mark
       chosen.insert(number);
     }
   }
-  if (selection.marker) {
-    const auto marker = std::find_if(markers.begin(), markers.end(),
-                                     [&](const Marker& m) { return m.name == *selection.marker; });
-    if (marker == markers.end()) {
-      std::string there;
-      for (const Marker& m : markers)
-        there += (there.empty() ? "" : ", ") + m.name;
-      refuse(file, "has no marker " + *selection.marker + ": " +
-                       (there.empty() ? "there are none" : "there are " + there));
-    }
+  if (selection.markers) {
     std::set<int> marked;
-    for (const MarkerSample& sample : marker->samples)
-      if (chosen.contains(sample.trial)) marked.insert(sample.trial);
-    if (marked.empty()) refuse(file, "has no trial in which marker " + *selection.marker + " occurs");
+    std::string names;
+    for (const std::string& name : *selection.markers) {
+      names += (names.empty() ? "" : ", ") + name;
+      for (const int trial : trialsWith(name, markers, file))
+        if (chosen.contains(trial)) marked.insert(trial);
+    }
+    if (marked.empty()) refuse(file, "has no trial in which marker " + names + " occurs");
     chosen = std::move(marked);
   }
   return {chosen.begin(), chosen.end()};
 }
 
-Cut cutOf(const Selection& selection, const fs::path& file, std::int64_t samples) {
+std::vector<int> chosenChannels(const Selection& selection, const std::vector<Channel>& channels,
+                                const fs::path& file) {
+  std::vector<bool> wanted(channels.size(), !selection.channels);
+  if (selection.channels)
+    for (const std::string& item : *selection.channels)
+      markItem(item, channels, file, wanted, true);
+  for (const std::string& item : selection.exclude)
+    if (item == "bad")
+      mark(channels, wanted, false, [](const Channel& channel) { return !channel.good; });
+    else
+      markItem(item, channels, file, wanted, false);
+  std::vector<int> chosen;
+  for (std::size_t c = 0; c < channels.size(); ++c)
+    if (wanted[c]) chosen.push_back(static_cast<int>(c));
+  if (chosen.empty()) refuse(file, "has no channel that is chosen and not excluded");
+  return chosen;
+}
+
+Cut cutOf(const Selection& selection, const fs::path& file, const Counting& counting) {
+  const std::string whole = selection.continuous ? "the run" : "a trial";
   if (selection.step < 1)
     refuse(file, "can't be resampled by " + std::to_string(selection.step) + ": 1 keeps every sample");
   if (selection.pieces < 1) refuse(file, "can't be cut into " + std::to_string(selection.pieces) + " pieces");
-  Cut cut{.length = samples};
-  if (selection.samples) {
-    cut.first = std::max<std::int64_t>(selection.samples->first, 0);
-    const std::int64_t last = std::max<std::int64_t>(std::min(selection.samples->last, samples - 1), -1);
-    cut.length = last - cut.first + 1;
+  if (selection.pieces > 1 && selection.continuous) refuse(file, "can't be both cut into pieces and one run");
+  if (selection.samples && selection.seconds) refuse(file, "can't be cut by samples and by seconds at once");
+  Cut cut{.length = counting.samples};
+  if (selection.samples || selection.seconds) {
+    std::int64_t last = counting.samples - 1;
+    if (selection.samples) {
+      cut.first = selection.samples->first;
+      last = std::min(last, selection.samples->last);
+    } else {
+      if (!(counting.sampleRate > 0.0)) refuse(file, "has no sample rate: seconds are no samples");
+      if (selection.seconds->from) cut.first = sampleAt(*selection.seconds->from, counting);
+      if (selection.seconds->to) last = std::min(last, sampleAt(*selection.seconds->to, counting));
+    }
+    cut.first = std::max<std::int64_t>(cut.first, 0);
+    cut.length = std::max<std::int64_t>(last, -1) - cut.first + 1;
     if (cut.length < 1)
-      refuse(file, "has no samples in that span: a trial has samples 0 to " + std::to_string(samples - 1));
+      refuse(file, "has no samples in that span: " + whole + " has samples 0 to " +
+                       std::to_string(counting.samples - 1));
   }
   cut.pieces = std::clamp<std::int64_t>(selection.pieces, 1, std::max<std::int64_t>(cut.length, 1));
   cut.length /= cut.pieces;

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include <ctfmeg/events.h>
 #include <ctfmeg/finding.h>
-#include <ctfmeg/samples.h>
+#include <ctfmeg/record.h>
+#include <ctfmeg/selection.h>
 
 namespace ctfmeg {
 
@@ -15,17 +17,29 @@ namespace ctfmeg {
 std::vector<int> chosenTrials(const Selection& selection, const std::vector<Marker>& markers,
                               const std::filesystem::path& file, std::int32_t trials);
 
-/// What a selection makes of each trial.
+/// Places in `channels` that a selection keeps, in their order. Throws `Error` for an item that matches none,
+/// and when none is left.
+std::vector<int> chosenChannels(const Selection& selection, const std::vector<Channel>& channels,
+                                const std::filesystem::path& file);
+
+/// What a selection makes of each trial, or of the run.
 struct Cut {
-  std::int64_t first = 0;   ///< sample of the trial with which the first piece begins
-  std::int64_t length = 0;  ///< of a piece, in samples of the file
+  std::int64_t first = 0;   ///< sample with which the first piece begins
+  std::int64_t length = 0;  ///< of a piece, before the step
   std::int64_t pieces = 1;
   std::int64_t samples = 0;  ///< of a piece, after the step
   std::int64_t step = 1;
 };
 
-/// For trials of `samples` samples. Throws `Error` where nothing would be left.
-Cut cutOf(const Selection& selection, const std::filesystem::path& file, std::int64_t samples);
+/// How samples are counted: a trial's from the one at which it is `preTrigSamples` before the trigger.
+struct Counting {
+  std::int64_t samples = 0;
+  double sampleRate = 0.0;          ///< Hz
+  std::int64_t preTrigSamples = 0;  ///< 0 for a run, whose seconds count from its start
+};
+
+/// Throws `Error` where nothing would be left, and for what can't be combined.
+Cut cutOf(const Selection& selection, const std::filesystem::path& file, const Counting& counting);
 
 /// The error for a trial that was chosen and is not there whole; `findings` may say why.
 Error missingTrial(int trial, const std::filesystem::path& file, std::vector<Finding> findings);

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -108,6 +109,22 @@ TEST_F(Ctfmeg, SpanOfFiveGibibytes) {
   std::vector<std::int32_t> expected(kTrials * 4, 0);
   expected[200 * 4 + 2] = -42;
   EXPECT_EQ(Array(result.out).values<std::int32_t>(), expected);
+}
+
+TEST_F(Ctfmeg, ExportsMoreThanIsReadAtOnce) {
+  constexpr int kTrials = 2, kChannels = 3, kSamples = 700001;
+  const std::string given = write("a.ds", sparseDataset(kTrials, kChannels, kSamples));
+  std::vector<std::int32_t> expected(std::size_t{kTrials} * kChannels * kSamples);
+  std::iota(expected.begin(), expected.end(), 0);
+  Bytes samples;
+  for (const std::int32_t sample : expected)
+    samples.i32(sample);
+  std::ofstream(given + "/run.meg4", std::ios::binary | std::ios::app) << samples.str();
+  for (const char* threads : {"1", "2", "5"}) {
+    const CommandResult result = run({"export", given, "--threads", threads, "-o", "-"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_TRUE(Array(result.out).values<std::int32_t>() == expected) << threads;
+  }
 }
 
 #if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__)

@@ -75,7 +75,7 @@ std::string textOf(const SampleSource& source, const Window& window) {
   for (const std::int32_t value : values)
     text += (text.empty() ? "" : " ") + std::to_string(value);
   std::vector<double> physical(values.size(), -1.0);
-  source.readPhysical(window, physical);
+  source.read(window, physical);
   for (std::size_t i = 0; i < values.size(); ++i) {
     const bool first =
         i / static_cast<std::size_t>(window.samples) % static_cast<std::size_t>(window.channels) +

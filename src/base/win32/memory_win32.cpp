@@ -91,10 +91,4 @@ std::filesystem::path largeTemporaryFolder() {
   return length > 0 && length < folder.size() ? std::filesystem::path(folder.data()) : ".";
 }
 
-std::uint64_t grantedMemory() {
-  MEMORYSTATUSEX status{};
-  status.dwLength = sizeof status;
-  return GlobalMemoryStatusEx(&status) ? status.ullTotalPhys : UINT64_MAX;
-}
-
 }  // namespace ctfmeg

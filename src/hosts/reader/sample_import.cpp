@@ -111,7 +111,7 @@ SampleImport::SampleImport(const CString& path, const CMEGDatazk* source, const 
       m_counts(sampleCounts(source)),
       m_rules(rules),
       m_memory(memory),
-      m_parallel(threads < 0 ? 1 : threads) {}
+      m_workers(threads < 0 ? 1 : threads) {}
 
 bool SampleImport::open(AvailableBytes available) {
   m_files = openSampleFiles(m_prefix, m_counts, m_rules, available);
@@ -219,8 +219,8 @@ bool SampleImport::readUnitInto(std::span<std::int32_t> values) {
 
 bool SampleImport::readShared(const SampleFiles::Rest& here, std::span<std::int32_t> values) {
   const std::size_t bytes = values.size_bytes();
-  if (bytes < ctfmeg::ParallelRead::kWorthIt || here.bytes < bytes) return false;
-  if (!m_parallel.read(*here.file, here.offset, values)) return false;
+  if (bytes < ctfmeg::kWorthThreads || here.bytes < bytes) return false;
+  if (!ctfmeg::readSamples(m_workers, *here.file, here.offset, values)) return false;
   m_files->skip(bytes);
   return true;
 }
@@ -232,7 +232,7 @@ bool SampleImport::readTogether(std::int32_t first) {
   const auto left = static_cast<std::uint64_t>(trials() - first);
   const SampleFiles::Rest here = m_files->rest();
   const std::uint64_t count = std::min({kTogether / m_unitBytes, here.bytes / m_unitBytes, left});
-  if (count < 2 || count * m_unitBytes < ctfmeg::ParallelRead::kWorthIt) return false;
+  if (count < 2 || count * m_unitBytes < ctfmeg::kWorthThreads) return false;
   const auto places = m_scope->room(first, static_cast<std::int32_t>(count));
   const std::int32_t end = first + static_cast<std::int32_t>(count);
   try {

@@ -118,7 +118,7 @@ class SampleImport {
   ReadingRules m_rules;
   std::optional<SampleMemory> m_memory;
   std::unique_ptr<SampleFiles> m_files;
-  ctfmeg::ParallelRead m_parallel;
+  ctfmeg::Workers m_workers;
   std::unique_ptr<std::int32_t[]> m_buffer;
   std::uint64_t m_bufferBytes = 0;
   std::uint64_t m_unitBytes = 0;
