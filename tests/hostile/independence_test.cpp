@@ -1,14 +1,18 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <thread>
+#include <vector>
 
 #include <megreader/framework/native_path.h>
 #include <megreader/reader/meg_reader_face.h>
 #include "hostile/dataset.h"
+#include "recording/open_recording.h"
 #include "support/allocations.h"
+#include "support/test_store.h"
 
 // Loads leave nothing for one another, neither at the same time nor later.
 
@@ -51,6 +55,38 @@ TEST(Independence, ThreadsShareAReadAndLoseNothing) {
           wrong += data->trialSamples(t)[c * samples + s] != MinimalDataset::value(t, c, s);
     EXPECT_EQ(wrong, 0) << name;
   }
+}
+
+TEST(Independence, ThreadsReadWindowsOfOneRecording) {
+  constexpr int kChannels = 4, kSamples = 20'000, kTrials = 5;
+  const auto store = std::make_shared<TestStore>(kChannels, kSamples, std::vector{3, 2});
+  std::atomic<int> reads = 0, wrong = 0;
+  store->hook = [&](const ctfmeg::File&, std::size_t bytes) {
+    if (++reads % 7 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return bytes;
+  };
+  const ctfmeg::Recording recording = openRecording(store, "run", {.threads = 3});
+  const auto source = recording.samples();
+  const auto readAll = [&] {  // half of the windows are shared by several threads once more
+    EXPECT_EQ(recording.timeline().gaps.size(), 1U);
+    for (std::int64_t t = 0; t + 1 < kTrials; ++t) {
+      const std::int64_t trials = t % 2 + 1, first = 100 * t, samples = kSamples - first;
+      std::vector<std::int32_t> out(static_cast<std::size_t>(trials * kChannels * samples));
+      source->read({t, trials, 0, kChannels, first, samples}, out);
+      for (std::int64_t i = 0; i < std::ssize(out); ++i) {
+        const std::int64_t block = i / samples;
+        wrong +=
+            out[static_cast<std::size_t>(i)] !=
+            store->value(t + block / kChannels, static_cast<int>(block % kChannels), first + i % samples);
+      }
+    }
+  };
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 8; ++i)
+    threads.emplace_back(readAll);
+  for (std::thread& thread : threads)
+    thread.join();
+  EXPECT_EQ(wrong, 0);
 }
 
 TEST(Independence, AThousandLoadsLeaveNothingBehind) {

@@ -1,0 +1,278 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <random>
+
+#include "recording/open_recording.h"
+#include "support/test_store.h"
+
+// What is read of the files for a window, and that its values are right whatever happens meanwhile.
+
+namespace {
+
+using namespace ctfmeg;
+
+/// Where a sample of a source is: trial of the file, -1 for a missing one, and sample of that.
+struct Place {
+  std::int64_t trial, sample;
+};
+using PlaceOf = std::function<Place(std::int64_t trial, int channel, std::int64_t sample)>;
+
+const PlaceOf kSamePlace = [](auto t, int, auto s) { return Place{t, s}; };
+
+std::size_t valuesOf(const Window& window) {
+  return static_cast<std::size_t>(window.trials * window.channels * window.samples);
+}
+
+/// How many values of a window are not those of a plain loop; nothing after them may be written.
+template <class Value>
+int wrongValues(const TestStore& store, const SampleSource& source, const Window& window,
+                const PlaceOf& placeOf = kSamePlace, Values as = Values::raw) {
+  constexpr Value kUntouched = 12345;
+  std::vector<Value> out(valuesOf(window) + 1, kUntouched);
+  if constexpr (std::is_same_v<Value, std::int32_t>)
+    source.read(window, out);
+  else
+    source.read(window, out, as);
+  int wrong = out.back() != kUntouched;
+  auto value = out.begin();
+  for (std::int64_t t = window.trial; t < window.trial + window.trials; ++t)
+    for (int c = window.channel; c < window.channel + window.channels; ++c) {
+      const int channel = std::stoi(source.channels()[static_cast<std::size_t>(c)].name.substr(3)) - 11;
+      for (std::int64_t s = 0; s < window.samples; ++s, ++value) {
+        const Place place = placeOf(t, channel, window.first + s * window.step);
+        const double raw = store.value(std::max<std::int64_t>(place.trial, 0), channel, place.sample);
+        const double expected = as == Values::raw ? raw : raw / TestStore::gainOf(channel);
+        wrong += place.trial < 0 ? *value == *value : *value != static_cast<Value>(expected);
+      }
+    }
+  return wrong;
+}
+
+TEST(Windows, OpeningReadsNoSamples) {
+  const auto store = std::make_shared<TestStore>(3, 100, std::vector{4, 4, 1});
+  store->files["BadChannels"] = {"MLC12\n", 6};
+  const Recording recording = openRecording(store, "run");
+  EXPECT_EQ(store->counts["BadChannels"].bytes, 6U);
+  EXPECT_EQ(store->takeCounts().opens, 0);
+  EXPECT_EQ(recording.sampleFiles().trialsThere, 9);
+  EXPECT_EQ(store->takeCounts().bytes, 3 * 8U);
+  for (const unsigned reads : {9 * 2U, 0U}) {  // once
+    const auto gaps = recording.timeline().gaps;
+    ASSERT_EQ(gaps.size(), 2U);
+    EXPECT_EQ(gaps[1].afterTrial, 5);
+    EXPECT_EQ(gaps[1].samples, 7);
+    EXPECT_EQ(store->takeCounts().bytes, reads * 4);
+  }
+}
+
+TEST(Windows, ReadLittleMoreThanIsWanted) {
+  const auto longer = std::make_shared<TestStore>(300, 60'000, std::vector{2});
+  const auto shorter = std::make_shared<TestStore>(300, 60, std::vector{40, 20});
+  const Selection run{.continuous = true, .gaps = Gaps::cut};
+  Selection everySecond{.channels = {{}}};
+  for (int c = 0; c < 300; c += 2)
+    everySecond.channels->push_back("MLC" + std::to_string(11 + c));
+  const struct Case {
+    const char* name;
+    std::shared_ptr<TestStore> store;
+    Selection selection;
+    Window window;
+    int reads;
+    std::uint64_t samples;  // that are read
+  } cases[]{
+      {"a second of all channels", longer, {}, {1, 1, 0, 300, 5000, 600}, 300, 300 * 600},
+      {"one channel", longer, {}, {0, 1, 150, 1, 0, 60'000}, 1, 60'000},
+      {"two, too much for one read", longer, {}, {0, 1, 7, 2, 0, 60'000}, 2, 120'000},
+      {"every 10th sample", longer, {.step = 2}, {1, 1, 7, 1, 3, 5900, 5}, 1, 58'991},
+      {"a few of many", longer, {}, {0, 1, 7, 2, 0, 12, 5000}, 24, 24},
+      {"one of 60 trials", shorter, {}, {17, 1, 0, 300, 0, 60}, 1, 18'000},
+      {"trials of two files", shorter, {}, {38, 3, 0, 300, 0, 60}, 2, 54'000},
+      {"every second channel", shorter, everySecond, {3, 2, 0, 150, 0, 60}, 300, 18'000},
+      {"little between", shorter, {}, {3, 1, 0, 300, 0, 55}, 1, 300 * 55 + 299 * 5},
+      {"too much between", shorter, {}, {3, 1, 0, 300, 0, 54}, 300, 300 * 54},
+      {"channels of a run", shorter, run, {0, 1, 9, 2, 90, 60}, 4, 120},
+      {"all of a run", shorter, run, {0, 1, 0, 300, 0, 3600}, 11 + 6, 1'080'000},
+  };
+  for (const Case& c : cases) {
+    const auto source = openRecording(c.store, "run").samples(c.selection);
+    std::vector<float> out(valuesOf(c.window));
+    c.store->takeCounts();
+    source->read(c.window, out);
+    const TestStore::Counts counts = c.store->takeCounts();
+    EXPECT_EQ(counts.bytes, c.samples * 4) << c.name;
+    EXPECT_EQ(counts.reads, c.reads) << c.name;
+  }
+}
+
+TEST(Windows, ALittleOfTwentyGigabytesIsReadAtOnce) {
+  const auto store = std::make_shared<TestStore>(300, 100'000, std::vector<int>(12, 14));
+  const auto source = openRecording(store, "run").samples();
+  EXPECT_EQ(store->takeCounts().bytes, 12 * 8U);
+  EXPECT_EQ(wrongValues<std::int32_t>(*store, *source, {167, 1, 0, 300, 99'400, 600}), 0);
+  EXPECT_EQ(store->counts["run.11_meg4"].bytes, 300 * 600 * 4U);
+  const TestStore::Counts counts = store->takeCounts();
+  EXPECT_EQ(counts.bytes, 300 * 600 * 4U);
+  EXPECT_EQ(counts.reads, 300);
+  EXPECT_EQ(counts.opens, 1);
+}
+
+/// Compares windows of many selections of trials that have so many samples.
+void compareWindows(int samples) {
+  const auto store = std::make_shared<TestStore>(6, samples, std::vector{3, 2, 2});
+  store->files["run.2_meg4"].size -= 4 * (2 * static_cast<std::uint64_t>(samples) - 100);
+  const Recording recording = openRecording(store, "run");
+  const auto atTime = [&](std::int64_t time) {  // by the clock
+    std::int64_t trial = 6;
+    while (time < store->startOf(trial))
+      --trial;
+    const std::int64_t sample = time - store->startOf(trial);
+    return Place{sample < samples ? trial : -1, sample};
+  };
+  const auto ofPartial = [](Place place, int channel) {
+    return Place{place.trial == 6 && channel > 3 ? -1 : place.trial, place.sample};
+  };
+  const struct Case {
+    const char* name;
+    Selection selection;
+    PlaceOf placeOf;
+  } cases[]{
+      {"all", {}, kSamePlace},
+      {"of two files",
+       {.trials = {{4, 0}}},
+       [](auto t, int, auto s) {
+         return Place{4 * t, s};
+       }},
+      {"trials, span and step",
+       {.trials = {{4, 1, 2}}, .samples = {{100, samples - 10}}, .step = 3},
+       [](auto t, int, auto s) {
+         return Place{t == 2 ? 4 : t + 1, 100 + 3 * s};
+       }},
+      {"pieces of channels",
+       {.pieces = 3, .step = 2, .channels = {{"MLC12", "MLC15", "MLC16"}}},
+       [=](auto t, int, auto s) {
+         return Place{t / 3, t % 3 * (samples / 3) + 2 * s};
+       }},
+      {"run, gaps cut",
+       {.continuous = true, .gaps = Gaps::cut},
+       [=](auto, int, auto s) {
+         return Place{s / samples, s % samples};
+       }},
+      {"run, gaps filled",
+       {.continuous = true, .gaps = Gaps::fill, .samples = {{2 * samples - 9, INT64_MAX}}, .step = 3},
+       [&](auto, int, auto s) { return atTime(2 * samples - 9 + 3 * s); }},
+      {"over a gap",
+       {.continuous = true, .gaps = Gaps::fill, .samples = {{3 * samples - 5, 3 * samples + 15}}},
+       [&](auto, int, auto s) { return atTime(3 * samples - 5 + s); }},
+      {"partial, filled",
+       {.partial = Partial::fill},
+       [&](auto t, int c, auto s) {
+         return ofPartial({t, s}, c);
+       }},
+      {"partial, dropped", {.exclude = {"clock", "MLC13"}, .partial = Partial::drop}, kSamePlace},
+      {"partial in a run",
+       {.trials = {{5, 6}}, .continuous = true, .gaps = Gaps::fill, .partial = Partial::fill},
+       [&](auto, int c, auto s) { return ofPartial(atTime(store->startOf(5) + s), c); }},
+  };
+  std::mt19937_64 random(20261122);
+  const auto below = [&](std::int64_t count) {
+    return static_cast<std::int64_t>(random() % static_cast<std::uint64_t>(count));
+  };
+  for (const Case& c : cases) {
+    const auto source = recording.samples(c.selection);
+    const Shape shape = source->shape();
+    for (int i = 0; i < 30; ++i) {
+      Window window{.trial = below(shape.trials), .channel = static_cast<int>(below(shape.channels))};
+      window.trials = 1 + below(std::min<std::int64_t>(shape.trials - window.trial, 3));
+      window.channels = static_cast<int>(1 + below(shape.channels - window.channel));
+      window.first = i % 4 == 0 ? 0 : below(shape.samples);
+      window.step = i % 3 == 0 ? 1 : 1 + below(i % 3 == 1 ? 12 : 6000);
+      const std::int64_t most = (shape.samples - 1 - window.first) / window.step + 1;
+      window.samples = i % 2 == 0 ? most : 1 + below(std::min<std::int64_t>(most, 50));
+      if (i == 0) window = {.trials = shape.trials, .channels = shape.channels, .samples = shape.samples};
+      const Values as = random() % 2 == 0 ? Values::raw : Values::physical;
+      SCOPED_TRACE(std::string(c.name) + ", window " + std::to_string(i));
+      if (i % 5 < 2)
+        ASSERT_EQ(wrongValues<double>(*store, *source, window, c.placeOf, as), 0);
+      else if (i % 5 < 4)
+        ASSERT_EQ(wrongValues<float>(*store, *source, window, c.placeOf, as), 0);
+      else if (source->hasMissing())
+        ASSERT_THROW(wrongValues<std::int32_t>(*store, *source, window), std::invalid_argument);
+      else
+        ASSERT_EQ(wrongValues<std::int32_t>(*store, *source, window, c.placeOf), 0);
+    }
+  }
+}
+
+TEST(Windows, HoldTheValuesOfTheirSelections) {
+  compareWindows(1'001);   // many blocks are read at once
+  compareWindows(70'001);  // a block is more than that
+}
+
+TEST(Windows, OutsideTheShapeAreRefused) {
+  const auto store = std::make_shared<TestStore>(3, 100, std::vector{4});
+  constexpr std::int64_t kMost = INT64_MAX;
+  const auto source = openRecording(store, "run").samples({.step = 2});  // 50 samples
+  std::vector<double> out(4 * 3 * 50);
+  for (const Window& window :
+       {Window{4, 1, 0, 3, 0, 50}, Window{-1, 2, 0, 3, 0, 50}, Window{kMost, kMost, 0, 1, 0, 1},
+        Window{0, 1, INT32_MAX, INT32_MAX, 0, 1}, Window{0, 1, 0, 1, -1, 1}, Window{0, 1, 0, 1, kMost, kMost},
+        Window{0, 1, 0, 1, 1, 8, 8}, Window{0, 1, 0, 1, 0, 2, kMost}, Window{0, 1, 0, 1, 0, 1, 0},
+        Window{0, -1, 0, 1, 0, 1}, Window{0, 1, 0, 1, 0, kMost}})
+    EXPECT_THROW(source->read(window, out), std::out_of_range) << testing::PrintToString(window);
+  const auto place = [](auto t, int, auto s) { return Place{t, 2 * s}; };
+  EXPECT_EQ(wrongValues<double>(*store, *source, {3, 1, 0, 3, 0, 8, 7}, place), 0);
+  EXPECT_EQ(wrongValues<double>(*store, *source, {3, 1, 0, 3, 1, 1, kMost}, place), 0) << "one has no step";
+}
+
+TEST(Windows, NeedSomethingToBeIn) {
+  const Recording empty = openRecording(std::make_shared<TestStore>(3, 0, std::vector{4}), "run");
+  EXPECT_EQ(empty.sampleFiles().count, 0);
+  EXPECT_THROW(empty.samples(), Error);
+  const Recording recording = openRecording(std::make_shared<TestStore>(3, 100, std::vector{4}), "run");
+  Selection run{.continuous = true, .gaps = Gaps::fill, .step = 1'000'000};
+  EXPECT_EQ(recording.record(run).sampleRate, recording.samples(run)->sampleRate());
+  run.samples = {{301, 304}};
+  EXPECT_EQ(recording.samples(run)->origin(0).fileTrial, -1) << "all of it is missing";
+}
+
+TEST(Windows, FailedReadsAreErrorsAndTheNextOnesWork) {
+  const auto store = std::make_shared<TestStore>(3, 30'000, std::vector{3, 2});
+  const auto source = openRecording(store, "run", {.threads = 4}).samples();
+  std::atomic<int> reads = 0, failing = 0;
+  bool isShort = false;
+  store->hook = [&](const File& file, std::size_t bytes) {
+    if (reads++ != failing) return bytes;
+    if (!isShort) throw FileError(FileError::Cause::hardIO, EIO, file.path());
+    return bytes - 1;
+  };
+  const auto fileOfError = [&](const Window& window) {
+    std::vector<std::int32_t> out(valuesOf(window));
+    try {
+      source->read(window, out);
+    } catch (const Error& error) {
+      return error.path().filename().string();
+    }
+    return std::string("none");
+  };
+  const Window little{3, 1, 0, 3, 100, 10}, all{0, 5, 0, 3, 0, 30'000};  // which several threads share
+  for (const Window& window : {little, all})
+    for (const bool shortRead : {true, false}) {
+      isShort = shortRead;
+      reads = 0;
+      failing = -1;
+      ASSERT_EQ(wrongValues<std::int32_t>(*store, *source, window), 0);
+      for (int n = reads; n-- > 0;) {
+        reads = 0;
+        failing = n;
+        const std::string file = fileOfError(window);
+        EXPECT_TRUE(file == "run.1_meg4" || (window.trial == 0 && file == "run.meg4")) << file << " " << n;
+        ASSERT_EQ(wrongValues<std::int32_t>(*store, *source, window), 0) << n;
+      }
+    }
+  store->files["run.1_meg4"].size -= 4;
+  EXPECT_EQ(fileOfError(all), "run.1_meg4") << "it became shorter";
+  EXPECT_EQ(wrongValues<float>(*store, *source, {0, 5, 0, 3, 0, 29'999}), 0) << "what is there";
+}
+
+}  // namespace
