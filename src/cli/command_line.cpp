@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <deque>
 #include <iostream>
-#include <tuple>
 #include <type_traits>
 
 #include "cli/commands.h"
@@ -76,14 +75,15 @@ class SelectionDefinition {
     auto* samples = add("--samples", "FIRST:LAST",
                         "samples FIRST to LAST of each trial, counted from 0; of the run with --continuous",
                         parseSpan, &Selection::samples);
-    for (const auto& [name, help, member] :
-         {std::tuple{"--from", "from S seconds after the trigger on; of the run's start with --continuous",
-                     &TimeSpan::from},
-          {"--to", "up to S seconds after it", &TimeSpan::to}})
-      add(name, "S", help, parseSeconds, [member](Selection& selection, double seconds) {
+    const auto addTime = [&](const char* name, const char* help, std::optional<double> TimeSpan::*end) {
+      add(name, "S", help, parseSeconds, [end](Selection& selection, double seconds) {
         if (!selection.seconds) selection.seconds.emplace();
-        *selection.seconds.*member = seconds;
+        *selection.seconds.*end = seconds;
       })->excludes(samples);
+    };
+    addTime("--from", "from S seconds after the trigger on; of the run's start with --continuous",
+            &TimeSpan::from);
+    addTime("--to", "up to S seconds after it", &TimeSpan::to);
     auto* split = add("--split", "N", "each trial as N shorter ones", parseCount, &Selection::pieces);
     auto* continuous = m_command
                            ->add_flag_callback(

@@ -220,6 +220,7 @@ std::shared_ptr<const SampleSource> Recording::samples(const Selection& selectio
       throw Error(ErrorKind::refused, file, "has none of the chosen channels in its last trial");
   }
   std::vector<Channel> chosen;
+  chosen.reserve(numbers.size());
   for (const int number : numbers)
     chosen.push_back(channels()[static_cast<std::size_t>(number)]);
   std::vector<Finding> findings;

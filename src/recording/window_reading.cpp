@@ -82,7 +82,8 @@ bool WindowReading::nextPart() {
 
 bool WindowReading::nextRow() {
   if (m_over || ((m_part == nullptr || m_channel == m_window.channels) && !nextPart())) return false;
-  const int channel = m_channels[static_cast<std::size_t>(m_window.channel + m_channel)].index;
+  const int ofSource = m_window.channel + m_channel;
+  const int channel = m_channels[static_cast<std::size_t>(ofSource)].index;
   const std::int64_t sample = m_first + m_done;
   const std::int64_t inFile = m_part->firstSample + m_start + sample * m_step - m_part->at;
   m_row = {.offset = m_place.offset + static_cast<std::uint64_t>(channel) * m_set.counts().blockBytes() +
@@ -90,7 +91,7 @@ bool WindowReading::nextRow() {
            .count = std::min(m_end - sample, mostAtOnce(m_step)),
            .step = m_step,
            .place = ((m_trial - m_window.trial) * m_window.channels + m_channel) * m_window.samples + sample,
-           .channel = m_window.channel + m_channel};
+           .channel = ofSource};
   m_rowFile = isMissing(channel) ? nullptr : m_place.file;
   m_done += m_row.count;
   if (m_first + m_done == m_end) {

@@ -97,36 +97,6 @@ MinimalDataset sparseDataset(int trials, int channels, int samples) {
   return dataset;
 }
 
-TEST_F(Ctfmeg, SpanOfFiveGibibytes) {
-  constexpr int kTrials = 256, kSamples = 5 << 20;
-  const std::string given = write("a.ds", sparseDataset(kTrials, 1, kSamples));
-  const std::uintmax_t trial = std::uintmax_t{kSamples} * 4;
-  fs::resize_file(given + "/run.meg4", 8 + 200 * trial + 7 * 4);
-  std::ofstream(given + "/run.meg4", std::ios::binary | std::ios::app) << Bytes().i32(-42).str();
-  fs::resize_file(given + "/run.meg4", 8 + kTrials * trial);
-  const CommandResult result = run({"export", given, "--samples", "5:8", "-o", "-"});
-  EXPECT_EQ(result.exitCode, 0) << result.err;
-  std::vector<std::int32_t> expected(kTrials * 4, 0);
-  expected[200 * 4 + 2] = -42;
-  EXPECT_EQ(Array(result.out).values<std::int32_t>(), expected);
-}
-
-TEST_F(Ctfmeg, ExportsMoreThanIsReadAtOnce) {
-  constexpr int kTrials = 2, kChannels = 3, kSamples = 700001;
-  const std::string given = write("a.ds", sparseDataset(kTrials, kChannels, kSamples));
-  std::vector<std::int32_t> expected(std::size_t{kTrials} * kChannels * kSamples);
-  std::iota(expected.begin(), expected.end(), 0);
-  Bytes samples;
-  for (const std::int32_t sample : expected)
-    samples.i32(sample);
-  std::ofstream(given + "/run.meg4", std::ios::binary | std::ios::app) << samples.str();
-  for (const char* threads : {"1", "2", "5"}) {
-    const CommandResult result = run({"export", given, "--threads", threads, "-o", "-"});
-    EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_TRUE(Array(result.out).values<std::int32_t>() == expected) << threads;
-  }
-}
-
 #if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__)
 TEST_F(Ctfmeg, ExportingTakesNoMemoryForTheRecording) {
   constexpr int kTrials = 10, kChannels = 10, kSamples = 1000000;

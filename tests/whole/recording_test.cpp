@@ -127,20 +127,6 @@ TEST(Recording, SaysWhatAndWhere) {
 #endif
 }
 
-TEST(Recording, NoticesThatASetEndsEarly) {
-  TemporaryDirectory directory;
-  D dataset;
-  dataset.sampleFiles = {D::sampleFile({D::trial(0, 2, 3)})};
-  dataset.write(directory.path());
-  const Recording recording = Recording::open(directory.path() / "run.ds");
-  EXPECT_TRUE(recording.warnings().empty());
-  ASSERT_EQ(recording.sampleWarnings().size(), 1u);
-  EXPECT_EQ(recording.sampleWarnings()[0].code, "meg4.short");
-  EXPECT_EQ(recording.sampleWarnings()[0].text, "ends early: 1 of 2 trials are there whole");
-  ASSERT_EQ(recording.read().size(), 1u);
-  EXPECT_TRUE(errorAsHost(directory.path() / "run.ds").starts_with("notFound | run.1_meg4"));
-}
-
 TEST(Recording, AsksAndStopsAsTheCallerWants) {
   TemporaryDirectory directory;
   const fs::path run = D().write(directory.path()).parent_path();
@@ -167,61 +153,6 @@ TEST(Recording, AsksAndStopsAsTheCallerWants) {
   fractions.clear();
   EXPECT_TRUE(errorOf([&] { readAsHost(run, {}, {}, atMostOnce); }).starts_with("stopped"));
   EXPECT_EQ(fractions, (std::vector{0.0, 0.5}));
-}
-
-/// The trials of a selection, a line each: number in the file, first sample, samples and the time of the last
-/// one. Hosts read the same of it wherever they read anything.
-std::string selected(const fs::path& dataset, const Selection& selection, bool byHost = true) {
-  const auto linesOf = [](const SampleSource& source) {
-    const Shape shape = source.shape();
-    std::string text;
-    for (std::int64_t t = 0; t < shape.trials; ++t) {
-      const Origin origin = source.origin(t);
-      std::vector<std::int32_t> values(static_cast<std::size_t>(shape.channels * shape.samples));
-      source.read({t, 1, 0, shape.channels, 0, shape.samples}, values);
-      text += std::to_string(origin.fileTrial) + "+" + std::to_string(origin.firstSample) + ":";
-      for (const std::int32_t value : values)
-        text += " " + std::to_string(value);
-      text += " @" + std::to_string(std::lround(source.time(t, shape.samples - 1) * 600.0)) + "\n";
-    }
-    return text;
-  };
-  const Recording recording = Recording::open(dataset);
-  std::string text = linesOf(*recording.samples(selection));
-  if (byHost) {
-    std::vector<double> fractions;
-    const HostReading host = readAsHost(dataset, selection, {}, [&](const Progress& progress) {
-      fractions.push_back(progress.fraction);
-      return true;
-    });
-    EXPECT_TRUE(std::is_sorted(fractions.begin(), fractions.end())) << "the bar fills once";
-    EXPECT_EQ(fractions.front(), 0.0);
-    EXPECT_EQ(fractions.back(), 1.0);
-    EXPECT_EQ(linesOf(*host.samples), text);
-    const RecordInfo record = recording.record(selection);
-    EXPECT_EQ(host.record.samplesPerTrial, record.samplesPerTrial);
-    EXPECT_EQ(host.record.sampleRate, record.sampleRate);
-    EXPECT_EQ(host.record.numTrialsDone, record.numTrialsDone);
-  }
-  return text;
-}
-
-TEST(Recording, SelectionsKeepTimesAndCombine) {
-  TemporaryDirectory directory;
-  D dataset;  // one sample before the trigger
-  dataset.resize(2, 1, 5);
-  const fs::path run = dataset.write(directory.path());
-  const std::string whole = "0+0: 0 1 2 3 4 @3\n1+0: 1000 1001 1002 1003 1004 @3\n";
-  EXPECT_EQ(selected(run, {}), whole);
-  EXPECT_EQ(selected(run, {.step = 2}), "0+0: 0 2 @1\n1+0: 1000 1002 @1\n");
-  EXPECT_EQ(selected(run, {.samples = {{-1, 2}}}), "0+0: 0 1 2 @1\n1+0: 1000 1001 1002 @1\n");
-  EXPECT_EQ(selected(run, {.samples = {{3, 1LL << 40}}}), "0+3: 3 4 @3\n1+3: 1003 1004 @3\n");
-  EXPECT_EQ(selected(run, {.pieces = 2}), "0+0: 0 1 @0\n0+2: 2 3 @2\n1+0: 1000 1001 @0\n1+2: 1002 1003 @2\n");
-  EXPECT_EQ(selected(run, {.trials = {{1}}}), "1+0: 1000 1001 1002 1003 1004 @3\n");
-  EXPECT_EQ(selected(run, {.trials = {{1, 0, 1}}}), whole);
-  EXPECT_EQ(selected(run, {.samples = {{0, 4}}}, false), whole);
-  EXPECT_EQ(selected(run, {.trials = {{1}}, .samples = {{1, 4}}, .pieces = 2, .step = 2}, false),
-            "1+1: 1001 @0\n1+3: 1003 @2\n");
 }
 
 TEST(Recording, TheRealOneIsOfAGradiometerSystemWithItsHeadInPlace) {
@@ -255,42 +186,6 @@ TEST(Recording, TheRealOneIsOfAGradiometerSystemWithItsHeadInPlace) {
   std::vector<std::int32_t> values(trial.raw().size());
   readAsHost(REAL_RECORDING, {}, {}).samples->read({1, 1, 0, 356, 0, 1201}, values);
   EXPECT_TRUE(std::ranges::equal(values, trial.raw()));
-}
-
-TEST(Recording, TrialsReadTogetherAreThoseOfTheirFiles) {
-  // The first file's trials are more than are read at once, the second's fewer.
-  constexpr int kSamples = 90'001, kFirst = 40, kAll = 43;
-  const TemporaryDirectory directory;
-  std::vector<std::vector<int>> files(2);
-  for (int t = 0; t < kAll; ++t)
-    files[t < kFirst ? 0 : 1].push_back(t);
-  D dataset;
-  dataset.resize(kAll, 2, kSamples);
-  dataset.sampleFiles = D::split(files, 2, kSamples).sampleFiles;
-  const auto expectTrials = [&](int trials, const Recording& recording) {
-    const auto read = recording.read();
-    ASSERT_EQ(read.size(), static_cast<std::size_t>(trials));
-    for (int t = 0; t < trials; ++t)
-      for (int c = 0; c < 2; ++c) {
-        const auto values = read[static_cast<std::size_t>(t)].raw(c);
-        ASSERT_EQ(values.size(), static_cast<std::size_t>(kSamples));
-        for (int s = 0; s < kSamples; ++s)
-          if (values[static_cast<std::size_t>(s)] != D::value(t, c, s)) FAIL() << t << " " << c << " " << s;
-      }
-  };
-  const fs::path run = dataset.write(directory.path());
-  expectTrials(kAll, Recording::open(run));
-  const auto host = readAsHost(run, {}, {}).samples;
-  std::vector<std::int32_t> values(kSamples);
-  for (int t = 0; t < kAll; ++t)
-    for (int c = 0; c < 2; ++c) {
-      host->read({t, 1, c, 1, 0, kSamples}, values);
-      for (int s = 0; s < kSamples; ++s)
-        if (values[static_cast<std::size_t>(s)] != D::value(t, c, s)) FAIL() << t << " " << c << " " << s;
-    }
-  dataset.sampleFiles[1].pop_back();
-  dataset.write(directory.path());
-  expectTrials(kAll - 1, Recording::open(run));
 }
 
 TEST(Recording, PhysicalValuesAreTheNearestDoublesToTheQuotients) {
