@@ -88,6 +88,7 @@ TEST_F(Ctfmeg, SaysWhatTheSystemRefuses) {
 }
 #endif
 
+#if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__)
 /// A dataset of one channel or more whose samples are a hole in its file.
 MinimalDataset sparseDataset(int trials, int channels, int samples) {
   MinimalDataset dataset;
@@ -97,7 +98,6 @@ MinimalDataset sparseDataset(int trials, int channels, int samples) {
   return dataset;
 }
 
-#if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__)
 TEST_F(Ctfmeg, ExportingTakesNoMemoryForTheRecording) {
   constexpr int kTrials = 10, kChannels = 10, kSamples = 1000000;
   const std::string given = write("a.ds", sparseDataset(kTrials, kChannels, kSamples));
