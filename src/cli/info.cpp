@@ -116,8 +116,10 @@ std::string runText(const ShownDataset& dataset) {
   if (!timing.trialsAdjoin || dataset.record.numTrials < 2) return {};
   if (*timing.trialsAdjoin) return "continuous";
   return names(timing.gaps, [](const Gap& gap) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%.1f s missing after trial %d", gap.seconds, gap.afterTrial);
+    char text[96];
+    const double size = std::abs(gap.seconds);
+    std::snprintf(text, sizeof text, size < 1.0 ? "%.3g s %s after trial %d" : "%.1f s %s after trial %d",
+                  size, gap.samples > 0 ? "missing" : "twice, by the clock,", gap.afterTrial);
     return std::string(text);
   });
 }

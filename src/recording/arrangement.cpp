@@ -1,7 +1,9 @@
 #include "recording/arrangement.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 
 #include "base/finding_codes.h"
 #include "recording/selection.h"
@@ -13,10 +15,11 @@ namespace {
 
 /// "99.0 s (118799 samples) are missing after trial 0".
 std::string textOf(const Gap& gap) {
-  char seconds[64];
-  std::snprintf(seconds, sizeof seconds, "%.1f s (%lld samples)", gap.seconds,
-                static_cast<long long>(gap.samples));
-  return std::string(seconds) + (gap.samples > 0 ? " are missing" : " lie between the clock's times") +
+  char text[128];
+  const double seconds = std::abs(gap.seconds);
+  std::snprintf(text, sizeof text, seconds < 1.0 ? "%.3g s (%lld samples) " : "%.1f s (%lld samples) ",
+                seconds, static_cast<long long>(std::abs(gap.samples)));
+  return std::string(text) + (gap.samples > 0 ? "are missing" : "are there twice, by the clock,") +
          " after trial " + std::to_string(gap.afterTrial);
 }
 
