@@ -185,6 +185,9 @@ class Export {
     return array.shapeText();
   }
 
+  /// That nothing of a dataset is left to do, whatever became of it.
+  void showDone(std::size_t work) { m_progress.show(work, 1.0); }
+
  private:
   const ExportOptions& m_options;
   Session& m_session;
@@ -205,14 +208,15 @@ void exportAll(const ExportOptions& options, Session& session) {
     Workers(options.jobs).run([&] {
       for (std::size_t i = 0; (i = next++) < results.size();) {
         const std::string output = outputOf(options, options.datasets[i]);
-        if (options.skipExisting && isFile(output) && fs::exists(reachable(pathFromText(output)))) {
+        std::error_code unknown;
+        if (options.skipExisting && fs::is_regular_file(reachable(pathFromText(output)), unknown))
           results[i].what = "skipped: it is there already";
-          continue;
-        }
-        session.attempt(options.datasets[i], [&] {
-          results[i].shape = all.write(i, output);
-          results[i].what = "written";
-        });
+        else
+          session.attempt(options.datasets[i], [&] {
+            results[i].shape = all.write(i, output);
+            results[i].what = "written";
+          });
+        all.showDone(i);
       }
     });
   }

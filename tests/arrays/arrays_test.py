@@ -242,6 +242,8 @@ def several(folder, datasets):
     paths = [datasets[0].path, broken, *(d.path for d in datasets[1:])]
     command = ["export", "--quiet", "--output-dir", out, "--jobs", 2, "--skip-existing", *paths]
     names = {f"{d.path.stem}.npy{end}" for d in datasets for end in ("", ".json")}
+    out.mkdir()
+    (out / "one.npy").symlink_to("one.npy")  # leads nowhere
     for skipped in (0, len(datasets)):
         result = run(*command)
         counts = result.returncode, result.stdout.count("skipped"), result.stdout.count("failed")
