@@ -177,11 +177,10 @@ class Export {
       ResultFile described(reachable(pathFromText(output + ".json")), output + ".json");
       const std::string text = describe(array, m_options.reading);
       described.write(std::as_bytes(std::span(text)));
-      result.commit();
-      described.commit();
-    } else {
-      result.commit();
+      result.finish();
+      described.commit();  // so that an array that is in its place is complete
     }
+    result.commit();
     return array.shapeText();
   }
 

@@ -62,10 +62,15 @@ void ResultFile::write(std::span<const std::byte> bytes) {
   if (std::fwrite(bytes.data(), 1, bytes.size(), m_file) != bytes.size()) fail("can't be written", errno);
 }
 
-void ResultFile::commit() {
+void ResultFile::finish() {
+  if (m_file == nullptr) return;
   if (std::fflush(m_file) != 0) fail("can't be written", errno);
-  if (!m_owned) return;
-  if (std::fclose(m_owned.release()) != 0) fail("can't be written", errno);
+  m_file = nullptr;
+  if (m_owned && std::fclose(m_owned.release()) != 0) fail("can't be written", errno);
+}
+
+void ResultFile::commit() {
+  finish();
   if (m_temporary.empty()) return;
   std::error_code failed;
   fs::rename(m_temporary, m_final, failed);

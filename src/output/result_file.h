@@ -36,7 +36,9 @@ class ResultFile {
 
   void write(std::span<const std::byte> bytes);
 
-  /// Everything is written: closes the file and puts it in its place.
+  /// Everything is written: closes the file.
+  void finish();
+  /// Finishes the file and puts it in its place.
   void commit();
 
  private:

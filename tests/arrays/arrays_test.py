@@ -253,6 +253,15 @@ def several(folder, datasets):
         compare(dataset, out / f"{dataset.path.stem}.npy", dataset.select({}))
 
 
+def full_disk(folder, path):
+    """Room for an array and not for its description."""
+    file = folder / "full.npy"
+    words = ["export", path, "--trials", 0, "--samples", "0:0", "--channels", "ref", "-o", file]
+    result = subprocess.run(["sh", "-c", 'ulimit -f 1; exec "$@"', "sh", CTFMEG, *map(str, words)],
+                            capture_output=True, text=True)
+    assert result.returncode == 1 and not list(folder.glob("full*")), f"{words}\n{result.stderr}"
+
+
 def real(folder, path):
     """The recording whose second trial comes 99 seconds after the first, with commands for it."""
     refused, timing = run("export", path, "--continuous", "-o", folder / "refused.npy"), info(path)["timing"]
@@ -281,6 +290,7 @@ def main(folder):
         file.unlink()
     datasets = [Recording(path) for path in [*paths, older]]
     several(folder, datasets[:3])
+    full_disk(folder, paths[0])
 
     chosen = random.Random(1)
     both, three = ([dict(items) for items in itertools.combinations(EACH, n) if len(dict(items)) == n] for n in (2, 3))
