@@ -52,10 +52,12 @@ struct Run {
 
 Run runOf(const Selection& selection, const std::vector<int>& trials, const Arranging& recording,
           std::vector<Finding>& findings) {
-  constexpr std::int64_t kLongestGap = std::int64_t{1} << 40;  // thirty years at the highest rate there is
+  // Years at any rate, and few enough that the values of all channels and gaps can be counted.
+  constexpr std::int64_t kMostFilled = std::int64_t{1} << 43;
   const std::int64_t trialSamples = recording.record.samplesPerTrial;
   Run run;
   double start = 0.0;
+  std::int64_t filled = 0;
   bool told = false;
   for (std::size_t i = 0; i < trials.size(); ++i) {
     if (i > 0) {
@@ -74,11 +76,12 @@ Run runOf(const Selection& selection, const std::vector<int>& trials, const Arra
         run.gaps.push_back(*gap);
         run.gapsAt.push_back(run.samples);
         if (selection.gaps == Gaps::fill) {
-          if (gap->samples < 0 || gap->samples > kLongestGap)
+          if (gap->samples < 0 || gap->samples > kMostFilled - filled)
             throw Error(ErrorKind::refused, recording.file,
                         "has a gap that can't be filled: " + textOf(*gap));
           run.parts.push_back({.samples = gap->samples, .at = run.samples, .start = start});
           run.samples += gap->samples;
+          filled += gap->samples;
         }
         start += static_cast<double>(gap->samples);
       }

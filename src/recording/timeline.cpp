@@ -50,9 +50,12 @@ std::optional<Gap> Clock::between(const SampleSet& set, int trial, int later) co
   if (!(m_record.sampleRate > 0.0)) return std::nullopt;
   const auto before = ends(set, trial), after = ends(set, later);
   if (!before || !after) return std::nullopt;
+  constexpr double kMost = 9e18;  // samples that can be counted: more are no time
   const double seconds = after->first - before->last - 1.0 / m_record.sampleRate;
-  if (std::abs(seconds) * m_record.sampleRate <= 0.5) return Gap{trial, 0.0, 0};
-  return Gap{trial, seconds, std::llround(seconds * m_record.sampleRate)};
+  const double samples = seconds * m_record.sampleRate;
+  if (!(std::abs(samples) < kMost)) return std::nullopt;
+  if (std::abs(samples) <= 0.5) return Gap{trial, 0.0, 0};
+  return Gap{trial, seconds, std::llround(samples)};
 }
 
 }  // namespace ctfmeg

@@ -234,6 +234,16 @@ TEST(Windows, NeedSomethingToBeIn) {
   EXPECT_EQ(recording.record(run).sampleRate, recording.samples(run)->sampleRate());
   run.samples = {{301, 304}};
   EXPECT_EQ(recording.samples(run)->origin(0).fileTrial, -1) << "all of it is missing";
+  const auto withClock = [](double gain) {
+    const auto store = std::make_shared<TestStore>(3, 100, std::vector{60});
+    std::string& header = store->files["run.res4"].front;
+    header.replace(header.rfind(Bytes().f64(600.0).str()), 8, Bytes().f64(gain).str());
+    return openRecording(store, "run");
+  };
+  EXPECT_FALSE(withClock(1e-320).timeline().trialsAdjoin) << "its gaps are no numbers";
+  const double large = recording.record().sampleRate * 20 / (1LL << 40);
+  EXPECT_THROW(withClock(large).samples({.continuous = true, .gaps = Gaps::fill}), Error)
+      << "its gaps are more together than can be counted";
 }
 
 TEST(Windows, FailedReadsAreErrorsAndTheNextOnesWork) {
