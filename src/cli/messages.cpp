@@ -72,9 +72,7 @@ std::shared_ptr<const SampleSource> samplesOf(const Recording& recording, const 
 }  // namespace
 
 void say(const std::string& path, const std::string& text) {
-  const std::string line = "ctfmeg: " + (path.empty() ? "" : visible(path) + ": ") + visible(text) + '\n';
-  clearProgressBar();
-  std::cerr << line;
+  writeLine("ctfmeg: " + (path.empty() ? "" : visible(path) + ": ") + visible(text));
 }
 
 void finishOutput() {

@@ -1,10 +1,11 @@
 #include "cli/terminal.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <cstdio>
 #include <iostream>
+#include <mutex>
+#include <utility>
 
 #include "cli/process.h"
 
@@ -12,7 +13,14 @@ namespace ctfmeg::cli {
 namespace {
 
 bool (*stopsWaiting)() = nullptr;
-std::atomic<bool> barIsShown{false};
+
+std::mutex inUse;  // of the terminal, and for what follows
+bool barIsShown = false;
+
+/// Takes the bar away, so that a line can be written; it comes back when it next goes on.
+void clearBar() {
+  if (std::exchange(barIsShown, false)) std::fputs("\r\x1b[K", stderr);
+}
 
 /// "12 s", "3 min 20 s", "2 h 5 min".
 std::string durationText(double seconds) {
@@ -38,13 +46,24 @@ void stopWaitingWhen(bool (*stops)()) { stopsWaiting = stops; }
 
 bool ask(const std::string& question) {
   if (!inputIsTerminal() || !errorsAreTerminal()) return false;
+  const std::lock_guard lock(inUse);
+  clearBar();
   std::cerr << question << " [y/N] " << std::flush;
   std::string reply;
   readLine(reply);
   return !reply.empty() && (reply[0] == 'y' || reply[0] == 'Y');
 }
 
-ProgressBar::~ProgressBar() { clearProgressBar(); }
+void writeLine(const std::string& line) {
+  const std::lock_guard lock(inUse);
+  clearBar();
+  std::cerr << line + '\n';
+}
+
+ProgressBar::~ProgressBar() {
+  const std::lock_guard lock(inUse);
+  clearBar();
+}
 
 void ProgressBar::show(double done, double total) {
   constexpr int kWidth = 32;
@@ -58,15 +77,12 @@ void ProgressBar::show(double done, double total) {
   const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - m_begin;
   if (passed.count() > 1.0 && fraction > 0.0 && fraction < 1.0)
     line += ", " + durationText(passed.count() * (1.0 - fraction) / fraction) + " left";
-  if (line == m_shown && barIsShown) return;
+  const std::unique_lock lock(inUse, std::try_to_lock);
+  if (!lock || (line == m_shown && barIsShown)) return;  // an answer, which others need, may take hours
   m_shown = line;
   barIsShown = true;
   std::fprintf(stderr, "\r%s\x1b[K", line.c_str());
   std::fflush(stderr);
-}
-
-void clearProgressBar() {
-  if (barIsShown.exchange(false)) std::fputs("\r\x1b[K", stderr);
 }
 
 std::unique_ptr<ProgressBar> openProgressBar(const std::string& title) {
