@@ -110,7 +110,8 @@ class CTFMEG_API Trial {
 
 /// A CTF dataset: header and files beside the samples as they were when it was opened, samples on demand.
 /// Cheap to copy; copies share everything. Const operations are safe from several threads. References are
-/// valid as long as a copy of the recording is.
+/// valid as long as a copy of the recording is. A process that is forked while nothing is read may go on with
+/// its copies.
 class CTFMEG_API Recording {
  public:
   /// Opens the dataset that `path` belongs to: a `.ds` directory (its own resource file, else the only one in

@@ -1,26 +1,41 @@
 #include "base/threads.h"
 
 #include <algorithm>
+#include <condition_variable>
+#include <exception>
 #include <new>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace ctfmeg {
 
-Workers::~Workers() {
-  {
-    const std::lock_guard lock(m_mutex);
-    m_over = true;
-  }
-  m_begin.notify_all();
-  for (std::thread& helper : m_helpers)
-    helper.join();
-}
+/// The threads beside the caller's.
+class Workers::Crew {
+ public:
+  explicit Crew(int threads);
+  Crew(const Crew&) = delete;
+  Crew& operator=(const Crew&) = delete;
+  ~Crew();
 
-void Workers::start() {
-  constexpr int kMostThatPay = 4;  // more find the memory busy
-  m_started = true;
-  const int threads = m_threads > 0 ? m_threads : std::min(usableProcessors(), kMostThatPay);
+  void run(const std::function<void()>& work);
+
+ private:
+  void help();
+  void doWork();
+
+  std::vector<std::thread> m_helpers;
+  std::mutex m_mutex;  // for what follows
+  std::condition_variable m_begin, m_end;
+  const std::function<void()>* m_work = nullptr;
+  std::uint64_t m_works = 0;  // begun so far
+  bool m_open = false;        // whether helpers may still join
+  int m_helping = 0;
+  bool m_over = false;
+  std::exception_ptr m_failed;
+};
+
+Workers::Crew::Crew(int threads) {
   try {
     m_helpers.reserve(static_cast<std::size_t>(threads));  // so that no thread that began is dropped
     for (int i = 1; i < threads; ++i)
@@ -32,10 +47,17 @@ void Workers::start() {
   }
 }
 
-void Workers::run(const std::function<void()>& work) {
-  const std::unique_lock inUse(m_inUse, std::try_to_lock);
-  if (!inUse) return work();
-  if (!m_started) start();
+Workers::Crew::~Crew() {
+  {
+    const std::lock_guard lock(m_mutex);
+    m_over = true;
+  }
+  m_begin.notify_all();
+  for (std::thread& helper : m_helpers)
+    helper.join();
+}
+
+void Workers::Crew::run(const std::function<void()>& work) {
   {
     const std::lock_guard lock(m_mutex);
     m_work = &work;
@@ -51,7 +73,7 @@ void Workers::run(const std::function<void()>& work) {
   if (m_failed != nullptr) std::rethrow_exception(std::exchange(m_failed, nullptr));
 }
 
-void Workers::help() {
+void Workers::Crew::help() {
   std::uint64_t seen = 0;
   std::unique_lock lock(m_mutex);
   for (;;) {
@@ -66,13 +88,32 @@ void Workers::help() {
   }
 }
 
-void Workers::doWork() {
+void Workers::Crew::doWork() {
   try {
     (*m_work)();
   } catch (...) {
     const std::lock_guard lock(m_mutex);
     if (m_failed == nullptr) m_failed = std::current_exception();
   }
+}
+
+Workers::Workers(int threads) : m_threads(threads) {}
+
+Workers::~Workers() {
+  // What waits for threads that are not there would wait for ever.
+  if (m_process != processNumber()) static_cast<void>(m_crew.release());
+}
+
+void Workers::run(const std::function<void()>& work) {
+  constexpr int kMostThatPay = 4;  // more find the memory busy
+  const std::unique_lock inUse(m_inUse, std::try_to_lock);
+  if (!inUse) return work();
+  if (m_crew == nullptr) {
+    m_process = processNumber();
+    m_crew = std::make_unique<Crew>(m_threads > 0 ? m_threads : std::min(usableProcessors(), kMostThatPay));
+  }
+  if (m_process != processNumber()) return work();
+  m_crew->run(work);
 }
 
 }  // namespace ctfmeg

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <condition_variable>
 #include <cstdint>
-#include <exception>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <thread>
-#include <vector>
 
 namespace ctfmeg {
 
@@ -18,12 +16,15 @@ std::thread startBackgroundThread(const std::function<void()>& work);
 /// At least 1.
 int usableProcessors();
 
-/// Threads that do one work together. They begin with the first work and end with the object; a process that
-/// is forked in between has none of them and must not use it.
+/// Number of this process, which a fork of it does not share.
+std::int64_t processNumber();
+
+/// Threads that do one work together. They begin with the first work and end with the object. A process that
+/// is forked in between has none of them: there the caller's thread works alone.
 class Workers {
  public:
   /// `threads` in all, the caller's included; 0: as many as pay on this machine.
-  explicit Workers(int threads = 0) : m_threads(threads) {}
+  explicit Workers(int threads = 0);
   Workers(const Workers&) = delete;
   Workers& operator=(const Workers&) = delete;
   ~Workers();
@@ -34,23 +35,12 @@ class Workers {
   void run(const std::function<void()>& work);
 
  private:
-  void start();
-  void help();
-  void doWork();
+  class Crew;
 
   int m_threads;
-  std::vector<std::thread> m_helpers;
-  bool m_started = false;
-  std::mutex m_inUse;
-
-  std::mutex m_mutex;  // for what follows
-  std::condition_variable m_begin, m_end;
-  const std::function<void()>* m_work = nullptr;
-  std::uint64_t m_works = 0;  // begun so far
-  bool m_open = false;        // whether helpers may still join
-  int m_helping = 0;
-  bool m_over = false;
-  std::exception_ptr m_failed;
+  std::mutex m_inUse;            // for what follows
+  std::unique_ptr<Crew> m_crew;  // once there was work
+  std::int64_t m_process = 0;    // that it belongs to
 };
 
 }  // namespace ctfmeg

@@ -38,6 +38,8 @@ std::thread startBackgroundThread(const std::function<void()>& work) {
   return std::thread(work);
 }
 
+std::int64_t processNumber() { return getpid(); }
+
 inline namespace v1 {
 
 std::filesystem::path pathFromText(const std::string& text) { return text; }

@@ -17,6 +17,8 @@ std::string utf8FromAnsi(std::string_view bytes) {
 
 std::thread startBackgroundThread(const std::function<void()>& work) { return std::thread(work); }
 
+std::int64_t processNumber() { return GetCurrentProcessId(); }
+
 inline namespace v1 {
 
 std::filesystem::path pathFromText(const std::string& text) { return wideFromUtf8(text); }
