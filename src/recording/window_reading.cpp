@@ -49,54 +49,71 @@ std::uint64_t WindowReading::bytes() const {
 }
 
 bool WindowReading::isMissing(int channel) const {
-  return m_part->fileTrial == Part::kMissing ||
-         (m_part->fileTrial == m_set.trials() && channel >= m_set.partialTrial()->channels);
+  const int trial = m_units[m_at].part->fileTrial;
+  return trial == Part::kMissing || (trial == m_set.trials() && channel >= m_set.partialTrial()->channels);
 }
 
-bool WindowReading::nextPart() {
+bool WindowReading::nextUnit() {
   const auto partsOf = [&](std::int64_t trial) -> const std::vector<Part>& {
     return m_arrangement.trials[static_cast<std::size_t>(trial)];
   };
   const std::int64_t end = m_start + (m_window.samples - 1) * m_step + 1;
   for (;;) {
-    if (m_part == nullptr || m_nextPart == partsOf(m_trial).size() ||
+    if (m_trial < m_window.trial || m_nextPart == partsOf(m_trial).size() ||
         partsOf(m_trial)[m_nextPart].at >= end) {
-      if (++m_trial == m_window.trial + m_window.trials) {
-        m_over = true;
-        return false;
-      }
-      const auto& parts = partsOf(m_trial);
+      if (m_trial + 1 == m_window.trial + m_window.trials) return false;
+      const auto& parts = partsOf(++m_trial);
       const auto first = std::partition_point(
           parts.begin(), parts.end(), [&](const Part& part) { return part.at + part.samples <= m_start; });
       m_nextPart = static_cast<std::size_t>(first - parts.begin());
     }
-    m_part = &partsOf(m_trial)[m_nextPart++];
-    m_first = stepsTo(m_part->at - m_start, m_step, m_window.samples);
-    m_end = stepsTo(m_part->at + m_part->samples - m_start, m_step, m_window.samples);
-    if (m_first == m_end) continue;  // between two samples that are wanted
-    m_channel = 0;
-    if (m_part->fileTrial != Part::kMissing) m_place = m_set.placeOf(m_part->fileTrial, 0);
-    return true;
+    const Part& part = partsOf(m_trial)[m_nextPart++];
+    m_unit = {m_trial, &part, stepsTo(part.at - m_start, m_step, m_window.samples),
+              stepsTo(part.at + part.samples - m_start, m_step, m_window.samples)};
+    if (m_unit.first < m_unit.end) return true;  // else it is between two samples that are wanted
   }
 }
 
+bool WindowReading::nextUnits() {
+  constexpr std::size_t kMostUnits = 4096;
+  m_units.clear();
+  m_channel = 0;
+  if (!m_hasUnit && !nextUnit()) return false;
+  const int trial = m_unit.part->fileTrial;
+  do {
+    m_units.push_back(m_unit);
+    m_hasUnit = nextUnit();
+  } while (m_hasUnit && m_unit.part->fileTrial == trial && m_units.size() < kMostUnits);
+  if (trial != Part::kMissing) m_place = m_set.placeOf(trial, 0);
+  return true;
+}
+
 bool WindowReading::nextRow() {
-  if (m_over || ((m_part == nullptr || m_channel == m_window.channels) && !nextPart())) return false;
+  if (m_over) return false;
+  if ((m_units.empty() || m_channel == m_window.channels) && !nextUnits()) {
+    m_over = true;
+    return false;
+  }
+  const Unit& unit = m_units[m_at];
   const int ofSource = m_window.channel + m_channel;
   const int channel = m_channels[static_cast<std::size_t>(ofSource)].index;
-  const std::int64_t sample = m_first + m_done;
-  const std::int64_t inFile = m_part->firstSample + m_start + sample * m_step - m_part->at;
-  m_row = {.offset = m_place.offset + static_cast<std::uint64_t>(channel) * m_set.counts().blockBytes() +
-                     static_cast<std::uint64_t>(inFile) * sizeof(std::int32_t),
-           .count = std::min(m_end - sample, mostAtOnce(m_step)),
-           .step = m_step,
-           .place = ((m_trial - m_window.trial) * m_window.channels + m_channel) * m_window.samples + sample,
-           .channel = ofSource};
+  const std::int64_t sample = unit.first + m_done;
+  const std::int64_t inFile = unit.part->firstSample + m_start + sample * m_step - unit.part->at;
+  m_row = {
+      .offset = m_place.offset + static_cast<std::uint64_t>(channel) * m_set.counts().blockBytes() +
+                static_cast<std::uint64_t>(inFile) * sizeof(std::int32_t),
+      .count = std::min(unit.end - sample, mostAtOnce(m_step)),
+      .step = m_step,
+      .place = ((unit.trial - m_window.trial) * m_window.channels + m_channel) * m_window.samples + sample,
+      .channel = ofSource};
   m_rowFile = isMissing(channel) ? nullptr : m_place.file;
   m_done += m_row.count;
-  if (m_first + m_done == m_end) {
+  if (unit.first + m_done == unit.end) {
     m_done = 0;
-    ++m_channel;
+    if (++m_at == m_units.size()) {
+      m_at = 0;
+      ++m_channel;
+    }
   }
   return m_hasRow = true;
 }

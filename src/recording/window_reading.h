@@ -48,8 +48,16 @@ class WindowReading {
   void stop();
 
  private:
+  /// The part of a window's trial that comes from one part of an arrangement.
+  struct Unit {
+    std::int64_t trial = 0;
+    const Part* part = nullptr;
+    std::int64_t first = 0, end = 0;  ///< samples of the window: from `first` to before `end`
+  };
+
   bool nextRow();
-  bool nextPart();
+  bool nextUnits();
+  bool nextUnit();
   bool isMissing(int channel) const;
 
   const SampleSet& m_set;
@@ -61,14 +69,15 @@ class WindowReading {
 
   std::mutex m_mutex;  // for what follows
   std::int64_t m_trial;
-  std::size_t m_nextPart;        // of that trial
-  const Part* m_part = nullptr;  // the one at hand
-  SampleSet::Place m_place;      // of its trial in the file
-  std::int64_t m_first = 0;      // samples of the window that it holds: from this one
-  std::int64_t m_end = 0;        // to before this one
-  int m_channel = 0;             // the channel of the window at hand
-  std::int64_t m_done = 0;       // samples of it that are in rows already
-  Row m_row;                     // made, and not in a group yet
+  std::size_t m_nextPart;     // of that trial
+  Unit m_unit;                // the last one that was found
+  bool m_hasUnit = false;     // and is not among those at hand yet
+  std::vector<Unit> m_units;  // of one trial of the file, as a trial that is cut into pieces has several
+  SampleSet::Place m_place;   // of that trial
+  int m_channel = 0;          // of the window; a channel's samples follow each other in the file, so that
+  std::size_t m_at = 0;       // all units of one come before the next channel
+  std::int64_t m_done = 0;    // samples of the unit that are in rows already
+  Row m_row;                  // made, and not in a group yet
   OpenFile m_rowFile;
   bool m_hasRow = false;
   bool m_over = false;
