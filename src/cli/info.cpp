@@ -118,7 +118,7 @@ std::string runText(const ShownDataset& dataset) {
   return names(timing.gaps, [](const Gap& gap) {
     char text[96];
     const double size = std::abs(gap.seconds);
-    std::snprintf(text, sizeof text, size < 1.0 ? "%.3g s %s after trial %d" : "%.1f s %s after trial %d",
+    std::snprintf(text, sizeof text, size < 0.95 ? "%.3g s %s after trial %d" : "%.1f s %s after trial %d",
                   size, gap.samples > 0 ? "missing" : "twice, by the clock,", gap.afterTrial);
     return std::string(text);
   });

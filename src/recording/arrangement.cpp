@@ -17,7 +17,7 @@ namespace {
 std::string textOf(const Gap& gap) {
   char text[128];
   const double seconds = std::abs(gap.seconds);
-  std::snprintf(text, sizeof text, seconds < 1.0 ? "%.3g s (%lld samples) " : "%.1f s (%lld samples) ",
+  std::snprintf(text, sizeof text, seconds < 0.95 ? "%.3g s (%lld samples) " : "%.1f s (%lld samples) ",
                 seconds, static_cast<long long>(std::abs(gap.samples)));
   return std::string(text) + (gap.samples > 0 ? "are missing" : "are there twice, by the clock,") +
          " after trial " + std::to_string(gap.afterTrial);
