@@ -53,7 +53,8 @@ void describeTiming(ShownDataset& dataset, const Recording& recording, int mostT
   Timing& timing = dataset.timing;
   timing.sampleRate = dataset.record.sampleRate;
   timing.acquisitionRate = header.sampleRate;
-  timing.firstTime = dataset.stored ? dataset.stored->firstTime : -header.preTrigSamples / header.sampleRate;
+  timing.firstTime =
+      dataset.stored ? dataset.stored->firstTime : -1.0 * header.preTrigSamples / header.sampleRate;
   if (header.samplesPerTrial < 1) return;
   Timeline timeline;
   try {
