@@ -58,7 +58,7 @@ Run runOf(const Selection& selection, const std::vector<int>& trials, const Arra
   Run run;
   double start = 0.0;
   std::int64_t filled = 0;
-  bool told = false;
+  bool reported = false;
   for (std::size_t i = 0; i < trials.size(); ++i) {
     if (i > 0) {
       const int before = trials[i - 1];
@@ -66,11 +66,11 @@ Run runOf(const Selection& selection, const std::vector<int>& trials, const Arra
       if (!gap) {
         const std::int64_t left = (trials[i] - before - 1) * trialSamples;
         gap = Gap{before, static_cast<double>(left) / recording.record.sampleRate, left};
-        if (!told)
+        if (!reported)
           findings.push_back(findingAbout(Code::clockNone, Finding::Severity::warning, recording,
                                           "has no clock that says whether trials follow each other: they are "
                                           "taken as doing so"));
-        told = true;
+        reported = true;
       }
       if (gap->samples != 0) {
         run.gaps.push_back(*gap);
