@@ -1,0 +1,62 @@
+#include <memory>
+
+#include "cli/definitions.h"
+
+namespace ctfmeg::cli {
+
+void addScan(Definitions& definitions) {
+  const auto options = std::make_shared<ScanOptions>();
+  auto* command =
+      definitions.add("scan", "List every dataset below a directory, from headers",
+                      "  ctfmeg scan recordings\n"
+                      "  ctfmeg scan --csv recordings > list.csv            for a spreadsheet\n"
+                      "  ctfmeg scan --json --no-identity recordings        without what names a person\n",
+                      [options] { return runScan(*options); });
+  command->add_option("DIRECTORY", options->directory, "where to look, at any depth")
+      ->required()
+      ->type_name("");
+  auto* csv = command->add_flag("--csv", options->csv, "as CSV");
+  command->add_flag("--json", options->json, "as JSON")->excludes(csv);
+  addNoIdentity(command, options->reading);
+  addReading(command, options->reading);
+}
+
+void addCheck(Definitions& definitions) {
+  const auto options = std::make_shared<CheckOptions>();
+  auto* command = definitions.add("check", "Read all of a dataset and list what is wrong or odd",
+                                  "  ctfmeg check run.ds         in plain words\n"
+                                  "  ctfmeg check --json run.ds  for scripts\n",
+                                  [options] { return runCheck(*options); });
+  command->add_option("DATASET", options->dataset, kDatasetHelp)->required()->type_name("");
+  command->add_flag("--json", options->json, "as JSON");
+  addNoIdentity(command, options->reading);
+  addMemory(command);
+  addReading(command, options->reading);
+}
+
+void addSimulate(Definitions& definitions) {
+  const auto options = std::make_shared<SimulateOptions>();
+  auto* command =
+      definitions.add("simulate", "Write a simulated dataset",
+                      "  ctfmeg simulate test.ds                           a dataset to try things on\n"
+                      "  ctfmeg simulate test.ds --trials 10 --rate 1200\n"
+                      "  ctfmeg simulate other.ds --seed 2                 other noise\n",
+                      [options] { return runSimulate(*options); });
+  simulate::Options& dataset = options->dataset;
+  command->add_option("OUT.ds", options->directory, "directory to make; must not exist")
+      ->required()
+      ->type_name("");
+  command->add_option("--channels", dataset.channels, "channels in all")->capture_default_str();
+  command->add_option("--trials", dataset.trials, "trials")->capture_default_str();
+  command->add_option("--samples", dataset.samples, "samples a trial")->capture_default_str();
+  command->add_option("--rate", dataset.rate, "samples a second")->type_name("HZ")->capture_default_str();
+  command->add_option("--pretrigger", dataset.preTrigger, "samples before the trigger")
+      ->capture_default_str();
+  command->add_option("--seed", dataset.seed, "the same seed gives the same bytes")->capture_default_str();
+  command->add_option("--split-after", dataset.splitAfter, "trials in each sample file (0: as many as fit)")
+      ->type_name("TRIALS")
+      ->capture_default_str();
+  command->add_flag("--quiet", options->quiet, "no progress");
+}
+
+}  // namespace ctfmeg::cli

@@ -1,0 +1,55 @@
+#include <memory>
+
+#include "cli/definitions.h"
+
+namespace ctfmeg::cli {
+
+void addExport(Definitions& definitions) {
+  const auto options = std::make_shared<ExportOptions>();
+  auto* command =
+      definitions.add("export", "Write samples as NumPy arrays",
+                      "  ctfmeg export run.ds -o run.npy                       trials x channels x samples\n"
+                      "  ctfmeg export run.ds --samples 0:599 -o start.npy     only part of each trial\n"
+                      "  ctfmeg export run.ds --marker tone -o tone.npy        only trials with an event\n"
+                      "  ctfmeg export run.ds --physical --channels meg -o - | python3 analyse.py\n"
+                      "  ctfmeg export a.ds b.ds --output-dir arrays --jobs 2  a file for each\n",
+                      [options] {
+                        if (const std::string problem = problemOf(*options); !problem.empty())
+                          throw CLI::ValidationError("export", problem);
+                        return runExport(*options);
+                      });
+  addDatasets(command, options->datasets);
+  auto* output =
+      command->add_option("-o,--output", options->output, "file to write (.npy); - for standard output")
+          ->type_name("FILE");
+  auto* directory = command
+                        ->add_option("--output-dir", options->outputDirectory,
+                                     "folder to write a file into for each dataset, named after it")
+                        ->excludes(output)
+                        ->type_name("DIR");
+  const auto addCount = [command](const char* name, int& count, const char* help) {
+    return command->add_option(name, count, help)->check(CLI::Range(1, 1024).description(""))->type_name("N");
+  };
+  addCount("--jobs", options->jobs, "datasets at once")->needs(directory);
+  command
+      ->add_flag("--skip-existing", options->skipExisting, "leave out datasets whose file is there already")
+      ->needs(directory);
+  command->add_flag_callback(
+      "--no-description", [options] { options->description = false; },
+      "write no FILE.json, which says what the array is");
+  command->add_flag("--physical", options->physical, "in tesla, volt and seconds (float64), not raw (int32)");
+  command
+      ->add_option_function<std::string>(
+          "--dtype", [options](const std::string& name) { options->type = *valueTypeOf(name); },
+          "type of the values")
+      ->check([](const std::string& name) {
+        return valueTypeOf(name) ? "" : "must be int32, float32 or float64, not " + name;
+      })
+      ->type_name("TYPE");
+  addCount("--threads", options->threads, "threads that read (default: as many as may be used and pay)");
+  addSelection(command, options->samples);
+  addMemory(command);
+  addReading(command, options->reading);
+}
+
+}  // namespace ctfmeg::cli

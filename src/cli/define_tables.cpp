@@ -1,0 +1,59 @@
+#include <memory>
+
+#include "cli/definitions.h"
+
+namespace ctfmeg::cli {
+namespace {
+
+/// A command that prints a table of each dataset, and the options that it fills in.
+std::pair<CLI::App*, std::shared_ptr<TableOptions>> addTable(Definitions& definitions, const char* name,
+                                                             const char* summary, const char* examples,
+                                                             const char* identity,
+                                                             int (*run)(const TableOptions&)) {
+  const auto options = std::make_shared<TableOptions>();
+  auto* command = definitions.add(name, summary, examples, [options, run] { return run(*options); });
+  addDatasets(command, options->datasets);
+  command->add_flag("--csv", options->csv, "as CSV");
+  addNoIdentity(command, options->reading, identity);
+  addReading(command, options->reading);
+  return {command, options};
+}
+
+}  // namespace
+
+void addInfo(Definitions& definitions) {
+  const auto options = std::make_shared<InfoOptions>();
+  auto* command =
+      definitions.add("info", "Show what recordings are, from their headers",
+                      "  ctfmeg info run.ds\n"
+                      "  ctfmeg info --json a.ds b.ds              all that their headers say, for scripts\n"
+                      "  ctfmeg info --trials 0-3 --from 0 run.ds  what an export of that would hold\n",
+                      [options] { return runInfo(*options); });
+  addDatasets(command, options->datasets);
+  command->add_flag("--json", options->json, "everything, as JSON");
+  addNoIdentity(command, options->reading);
+  addSelection(command, options->samples);
+  addMemory(command);
+  addReading(command, options->reading);
+}
+
+void addTables(Definitions& definitions) {
+  const auto [channels, shown] =
+      addTable(definitions, "channels", "List channels with their kind, unit and gain",
+               "  ctfmeg channels run.ds\n"
+               "  ctfmeg channels --channels 'MLC*' run.ds    some channels, by name\n"
+               "  ctfmeg channels --channels ref,stim run.ds  or by kind\n"
+               "  ctfmeg channels --csv run.ds > run.csv      for a spreadsheet\n",
+               "leave out what can name a person (nothing in this table does)", runChannels);
+  addChannelSelection(channels, shown->shown);
+  addTable(definitions, "markers", "List markers with the trials and times at which they occur",
+           "  ctfmeg markers run.ds\n"
+           "  ctfmeg markers --csv run.ds > run.csv  for a spreadsheet\n",
+           "leave out what can name a person (paths; marker names stay)", runMarkers);
+  addTable(definitions, "headcoils", "List head-coil positions: x right, y front, z up, in mm",
+           "  ctfmeg headcoils run.ds\n"
+           "  ctfmeg headcoils --csv run.ds > run.csv  for a spreadsheet\n",
+           "leave out what can name a person (paths)", runHeadCoils);
+}
+
+}  // namespace ctfmeg::cli

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "cli/commands.h"
+
+namespace ctfmeg::cli {
+
+// The commands and their options, for CLI11.
+
+/// The program's command line while commands are added to it. One command runs at a time, so its exit code is
+/// the program's.
+class Definitions {
+ public:
+  Definitions();
+  Definitions(const Definitions&) = delete;
+  Definitions& operator=(const Definitions&) = delete;
+
+  /// `examples` are lines, each a command and what it does. `run` keeps what the command's options fill in.
+  CLI::App* add(const char* name, const char* summary, const char* examples, std::function<int()> run);
+
+  CLI::App& app() { return m_app; }
+  int exitCode() const { return m_exitCode; }
+
+ private:
+  CLI::App m_app{"Reads MEG recordings made on CTF systems.", "ctfmeg"};
+  int m_exitCode = kDone;
+};
+
+// Each adds one command, or several of one kind.
+
+void addInfo(Definitions& definitions);
+void addTables(Definitions& definitions);
+void addExport(Definitions& definitions);
+void addScan(Definitions& definitions);
+void addCheck(Definitions& definitions);
+void addSimulate(Definitions& definitions);
+
+// What several commands take.
+
+inline constexpr const char* kDatasetHelp = "a .ds directory or a file of a dataset";
+
+void addDatasets(CLI::App* command, std::vector<std::string>& datasets);
+/// `help` says what can name a person there.
+void addNoIdentity(CLI::App* command, ReadingOptions& options,
+                   const char* help = "leave out what can name a person");
+void addReading(CLI::App* command, ReadingOptions& options);
+/// Older scripts give these. What the samples need is decided by what is read.
+void addMemory(CLI::App* command);
+
+/// Which samples.
+void addSelection(CLI::App* command, SelectionOptions& options);
+/// Which channels; a part of the former.
+void addChannelSelection(CLI::App* command, SelectionOptions& options);
+
+}  // namespace ctfmeg::cli

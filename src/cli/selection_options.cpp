@@ -1,0 +1,112 @@
+#include <memory>
+#include <type_traits>
+
+#include "cli/definitions.h"
+#include "cli/selection.h"
+
+namespace ctfmeg::cli {
+namespace {
+
+std::optional<Gaps> parseGaps(const std::string& text) {
+  if (text == "nan") return Gaps::fill;
+  return text == "cut" ? std::optional(Gaps::cut) : std::nullopt;
+}
+
+/// Notes what was asked for and returns what it changes.
+Selection& keep(SelectionOptions& options, const std::string& name, const std::string& text) {
+  options.asked.emplace_back(name.substr(2), text);
+  return options.selection;
+}
+
+/// Adds options that a selection is made of, to one command.
+class SelectionDefinition {
+ public:
+  SelectionDefinition(CLI::App* command, SelectionOptions& options)
+      : m_command(command), m_options(options) {}
+
+  void addSamples() {
+    add("--trials", "LIST", "trials by number, counted from 0 (0,2,5-7)", parseTrials, &Selection::trials);
+    add("--marker", "NAMES", "the trials that carry one of these markers (comma-separated)", parseNames,
+        &Selection::markers);
+    auto* samples = add("--samples", "FIRST:LAST",
+                        "samples FIRST to LAST of each trial, counted from 0; of the run with --continuous",
+                        parseSpan, &Selection::samples);
+    const auto addTime = [&](const char* name, const char* help, std::optional<double> TimeSpan::*end) {
+      add(name, "S", help, parseSeconds, [end](Selection& selection, double seconds) {
+        if (!selection.seconds) selection.seconds.emplace();
+        *selection.seconds.*end = seconds;
+      })->excludes(samples);
+    };
+    addTime("--from", "from S seconds after the trigger on; of the run's start with --continuous",
+            &TimeSpan::from);
+    addTime("--to", "up to S seconds after it", &TimeSpan::to);
+    auto* split = add("--split", "N", "each trial as N shorter ones", parseCount, &Selection::pieces);
+    auto* continuous =
+        m_command
+            ->add_flag_callback(
+                "--continuous",
+                [&options = m_options] { keep(options, "--continuous", "").continuous = true; },
+                "the trials as one run: channels x samples")
+            ->excludes(split);
+    add("--gaps", "nan|cut", "where trials of a run do not adjoin: fill with NaN, or put them together",
+        parseGaps, [](Selection& selection, Gaps gaps) { selection.gaps = gaps; })
+        ->needs(continuous);
+    add("--resample", "N", "every N-th sample, not filtered", parseCount, &Selection::step);
+  }
+
+  void addChannels() {
+    add("--channels", "LIST", "names, patterns (MLC*) or kinds (meg, ref, eeg, stim), comma-separated",
+        parseNames, &Selection::channels);
+    add("--exclude", "LIST", "channels to leave out, likewise; bad: those marked as bad", parseNames,
+        [](Selection& selection, std::vector<std::string> names) { selection.exclude = std::move(names); });
+  }
+
+  void addPartial() {
+    const auto given = std::make_shared<std::string>();
+    m_command
+        ->add_flag("--partial", *given,
+                   "a last trial that is cut short counts: what it lacks is NaN, or with =drop left out")
+        ->check([](const std::string& how) {
+          return how == "true" || how == "nan" || how == "drop" ? "" : "must be nan or drop, not " + how;
+        })
+        ->each([given, &options = m_options](const std::string& how) {
+          keep(options, "--partial", how == "drop" ? how : "nan").partial =
+              how == "drop" ? Partial::drop : Partial::fill;
+        });
+  }
+
+ private:
+  /// `set` is a member of Selection, or a function that sets one.
+  template <class Parse, class Set>
+  CLI::Option* add(const char* name, const char* type, const char* help, Parse parse, Set set) {
+    const auto take = [&options = m_options, name, parse, set](const std::string& text) {
+      Selection& selection = keep(options, name, text);
+      if constexpr (std::is_member_object_pointer_v<Set>)
+        selection.*set = *parse(text);
+      else
+        set(selection, *parse(text));
+    };
+    return m_command->add_option_function<std::string>(name, take, help)
+        ->check(
+            [parse](const std::string& text) { return parse(text) ? "" : "can't be understood: " + text; })
+        ->type_name(type);
+  }
+
+  CLI::App* m_command;
+  SelectionOptions& m_options;
+};
+
+}  // namespace
+
+void addSelection(CLI::App* command, SelectionOptions& options) {
+  SelectionDefinition definition(command, options);
+  definition.addSamples();
+  definition.addChannels();
+  definition.addPartial();
+}
+
+void addChannelSelection(CLI::App* command, SelectionOptions& options) {
+  SelectionDefinition(command, options).addChannels();
+}
+
+}  // namespace ctfmeg::cli
