@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "output/table_writer.h"
 #include "simulate/options.h"
 
 #include <ctfmeg/recording.h>
@@ -59,7 +60,7 @@ struct TableOptions {
   ReadingOptions reading;
   std::vector<std::string> datasets;
   SelectionOptions shown;  ///< which channels; for `channels` only
-  bool csv = false;
+  output::TableForm form = output::TableForm::text;
 };
 
 struct ScanOptions {

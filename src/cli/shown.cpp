@@ -157,6 +157,11 @@ std::optional<double> runTime(const ShownDataset& dataset, const BadSegment& seg
   return runTime(dataset, segment.trial, segment.startMs / 1000.0);
 }
 
+std::optional<std::int32_t> gradientOrderOf(const Channel& channel) {
+  const bool isMeg = channel.kind == ChannelKind::magnetometer || channel.kind == ChannelKind::gradiometer;
+  return isMeg ? std::optional(channel.gradientOrder) : std::nullopt;
+}
+
 std::string redacted(const std::string& path) { return lastName(path); }
 
 std::vector<Finding> redacted(std::vector<Finding> findings) {

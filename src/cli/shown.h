@@ -89,6 +89,9 @@ std::optional<double> runTime(const ShownDataset& dataset, std::int32_t trial, d
 std::optional<double> runTime(const ShownDataset& dataset, const MarkerSample& sample);
 std::optional<double> runTime(const ShownDataset& dataset, const BadSegment& segment);
 
+/// The order of the gradient compensation that a sensor's samples carry; nothing for other channels.
+std::optional<std::int32_t> gradientOrderOf(const Channel& channel);
+
 /// The last name of a path: a dataset's own name, without the folders above it, which may be a person's.
 std::string lastName(const std::string& path);
 
