@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/byte_order.h"
+#include "base/dates.h"
 #include "base/scan.h"
 #include "ctf/text_lines.h"
 #include "internal/probe.h"
@@ -217,6 +218,25 @@ TEST(ByteOrder, SamplesAreSwappedAlikeByEveryInstructionSet) {
   std::array<std::int32_t, 2> two{0x01020304, -2};
   ctfmeg::samplesToHostOrder(two);
   EXPECT_EQ(two, (std::array<std::int32_t, 2>{0x04030201, static_cast<std::int32_t>(0xFEFFFFFF)}));
+}
+
+TEST(Dates, AreThoseThatCanOnlyBeMeant) {
+  const auto iso = [](const char* text) {
+    const auto date = ctfmeg::parseDate(text);
+    return date ? ctfmeg::isoDate(*date) : "";
+  };
+  for (const char* text : {"29-Apr-2013", "29 APRIL 13", "Apr. 29, 2013", "29/04/2013", "04/29/2013",
+                           "2013-04-29", "20130429", " 29.Apr.2013 "})
+    EXPECT_EQ(iso(text), "2013-04-29") << text;
+  EXPECT_EQ(iso("1-Dec-99"), "1999-12-01");
+  for (const char* text : {"", "04/05/2013", "30-Feb-2013", "29-Xyz-2013", "29-Ap-2013", "29-Apr-201",
+                           "4/29/13", "2013", "29-Apr-2013 9:36", "29-Apr-99999999999"})
+    EXPECT_EQ(iso(text), "") << text;
+  for (const char* time : {"09:36", "9:36:00", "9:36:00.75", "9:36 am"})
+    EXPECT_EQ(ctfmeg::isoDateTime("29-Apr-2013", time), "2013-04-29T09:36:00") << time;
+  EXPECT_EQ(ctfmeg::isoDateTime("29-Apr-2013", "12:00:59 PM"), "2013-04-29T12:00:59");
+  for (const char* time : {"", "24:00", "13:00 pm", "9", "-9:36"})
+    EXPECT_EQ(ctfmeg::isoDateTime("29-Apr-2013", time), "") << time;
 }
 
 }  // namespace
