@@ -48,8 +48,22 @@ struct OpenOptions {
 /// Called while samples are read, on the same thread; false stops the reading.
 using ProgressFunction = std::function<bool(const Progress&)>;
 
+/// Whether the sample files hold what the header says, by their beginnings and lengths. The first that fits.
+enum class SampleStatus {
+  broken,     ///< one can't be read, does not begin as one or is missing inside the set; or the header says
+              ///< that trials have no samples
+  noSamples,  ///< there is no sample file, or none with a byte after its header
+  tooShort,   ///< fewer trials than the header says are there whole
+  extra,      ///< bytes are left over after the last trial
+  ok,
+};
+
+/// "broken", "no-samples", "short", "extra" or "ok".
+CTFMEG_API const char* nameOf(SampleStatus status);
+
 /// What the sample files hold, by their lengths.
 struct SampleFiles {
+  SampleStatus status = SampleStatus::broken;
   int count = 0;                 ///< files of the set
   std::uint64_t bytes = 0;       ///< of all of them, headers included
   std::int32_t trialsSaid = 0;   ///< by the resource file
@@ -59,7 +73,7 @@ struct SampleFiles {
     std::int64_t samples = 0;   ///< of the channel after them
   };
   std::optional<PartialTrial> partialTrial{};  ///< the last one, where it is cut short
-  std::uint64_t extraBytes = 0;                ///< after the last trial
+  std::uint64_t extraBytes = 0;  ///< after the last trial, in a file after the last one of the run too
 };
 
 /// When the trials of a recording were, by its clock channel (code 701, else 700): a trial adjoins the one

@@ -65,14 +65,14 @@ struct TableOptions {
 
 struct ScanOptions {
   ReadingOptions reading;
-  std::string directory;
-  bool csv = false;
-  bool json = false;
+  std::vector<std::string> directories;
+  output::TableForm form = output::TableForm::text;
 };
 
 struct CheckOptions {
   ReadingOptions reading;
-  std::string dataset;
+  std::vector<std::string> datasets;  ///< or directories that hold some
+  bool host = false;                  ///< show what host rules would lose, too
   bool json = false;
 };
 

@@ -12,22 +12,27 @@ void addScan(Definitions& definitions) {
                       "  ctfmeg scan --csv recordings > list.csv            for a spreadsheet\n"
                       "  ctfmeg scan --json --no-identity recordings        without what names a person\n",
                       [options] { return runScan(*options); });
-  command->add_option("DIRECTORY", options->directory, "where to look, at any depth")
+  command->add_option("DIRECTORY", options->directories, "where to look, at any depth")
       ->required()
       ->type_name("");
-  auto* csv = command->add_flag("--csv", options->csv, "as CSV");
-  command->add_flag("--json", options->json, "as JSON")->excludes(csv);
+  addForm(command, options->form);
   addNoIdentity(command, options->reading);
   addReading(command, options->reading);
 }
 
 void addCheck(Definitions& definitions) {
   const auto options = std::make_shared<CheckOptions>();
-  auto* command = definitions.add("check", "Read all of a dataset and list what is wrong or odd",
-                                  "  ctfmeg check run.ds         in plain words\n"
-                                  "  ctfmeg check --json run.ds  for scripts\n",
-                                  [options] { return runCheck(*options); });
-  command->add_option("DATASET", options->dataset, kDatasetHelp)->required()->type_name("");
+  auto* command =
+      definitions.add("check", "List what is wrong or odd in datasets, or in all below a directory",
+                      "  ctfmeg check run.ds           in plain words\n"
+                      "  ctfmeg check recordings       every dataset below a folder\n"
+                      "  ctfmeg check --json run.ds    for scripts\n"
+                      "  ctfmeg check --host run.ds    what host rules would lose, too\n",
+                      [options] { return runCheck(*options); });
+  command->add_option("DATASET", options->datasets, "a dataset, or a directory that holds some at any depth")
+      ->required()
+      ->type_name("");
+  command->add_flag("--host", options->host, "what host rules would lose, too (reads all samples)");
   command->add_flag("--json", options->json, "as JSON");
   addNoIdentity(command, options->reading);
   addMemory(command);

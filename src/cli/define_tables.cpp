@@ -13,12 +13,7 @@ std::pair<CLI::App*, std::shared_ptr<TableOptions>> addTable(Definitions& defini
   const auto options = std::make_shared<TableOptions>();
   auto* command = definitions.add(name, summary, examples, [options, run] { return run(*options); });
   addDatasets(command, options->datasets);
-  const auto addForm = [&](const char* form, output::TableForm value, const char* text) {
-    return command->add_flag_callback(
-        form, [options, value] { options->form = value; }, text);
-  };
-  auto* csv = addForm("--csv", output::TableForm::csv, "as CSV");
-  addForm("--json", output::TableForm::json, "as JSON: an array with an object for each row")->excludes(csv);
+  addForm(command, options->form);
   addNoIdentity(command, options->reading, identity);
   addReading(command, options->reading);
   return {command, options};

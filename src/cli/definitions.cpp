@@ -30,6 +30,15 @@ void addNoIdentity(CLI::App* command, ReadingOptions& options, const char* help)
   command->add_flag("--no-identity", options.noIdentity, help);
 }
 
+void addForm(CLI::App* command, output::TableForm& form) {
+  const auto add = [&](const char* name, output::TableForm value, const char* text) {
+    return command->add_flag_callback(
+        name, [&form, value] { form = value; }, text);
+  };
+  auto* csv = add("--csv", output::TableForm::csv, "as CSV");
+  add("--json", output::TableForm::json, "as JSON: an array with an object for each row")->excludes(csv);
+}
+
 void addReading(CLI::App* command, ReadingOptions& options) {
   command
       ->add_option_function<std::string>(

@@ -51,6 +51,9 @@ void addReading(CLI::App* command, ReadingOptions& options);
 /// Older scripts give these. What the samples need is decided by what is read.
 void addMemory(CLI::App* command);
 
+/// A table as CSV or JSON.
+void addForm(CLI::App* command, output::TableForm& form);
+
 /// Which samples.
 void addSelection(CLI::App* command, SelectionOptions& options);
 /// Which channels; a part of the former.

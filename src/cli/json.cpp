@@ -277,30 +277,6 @@ void InfoJson::add(const ShownDataset& dataset) {
 
 void InfoJson::end() { m_out << (m_entries == 1 ? "\n" : "\n]\n"); }
 
-void ScanJson::add(const ShownDataset& dataset, double durationSeconds, std::int64_t bytes) {
-  Json entry{{"path", dataset.path}};
-  if (!dataset.error) {
-    const RecordInfo& record = dataset.record;
-    if (!dataset.redacted) {
-      entry["subject"] = record.subjectId;
-      entry["date"] = record.dataDate;
-      entry["time"] = record.dataTime;
-    }
-    entry["channels"] = record.numChannels;
-    entry["trials"] = record.numTrials;
-    entry["samplesPerTrial"] = record.samplesPerTrial;
-    entry["sampleRate"] = record.sampleRate;
-    entry["durationSeconds"] = durationSeconds;
-  }
-  entry["bytes"] = bytes;
-  entry["status"] = dataset.error ? "error" : "ok";
-  if (dataset.error) entry["error"] = dataset.error->reason;
-  m_out << (m_empty ? "[\n" : ",\n") << dump(entry);
-  m_empty = false;
-}
-
-void ScanJson::end() { m_out << (m_empty ? "[]\n" : "\n]\n"); }
-
 void writeCheck(std::ostream& out, const ShownDataset& dataset, const char* verdict) {
   JsonPieces object(out, '{', '}', 0);
   object.next("schema") << kSchema;
@@ -310,7 +286,6 @@ void writeCheck(std::ostream& out, const ShownDataset& dataset, const char* verd
   object.next("findings");
   writeJsonList(out, dataset.findings, 1, warningJson);
   object.end();
-  out << '\n';
 }
 
 }  // namespace ctfmeg::cli

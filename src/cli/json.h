@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <ostream>
 
 #include "cli/shown.h"
@@ -23,19 +22,7 @@ class InfoJson {
   std::size_t m_written = 0;
 };
 
-/// Writes the entries of `scan --json`: an array with an object on each line.
-class ScanJson {
- public:
-  explicit ScanJson(std::ostream& out) : m_out(out) {}
-  void add(const ShownDataset& dataset, double durationSeconds, std::int64_t bytes);
-  void end();
-
- private:
-  std::ostream& m_out;
-  bool m_empty = true;
-};
-
-/// What `check --json` prints: one object.
+/// What `check --json` prints of one dataset: an object, without a line break after it.
 void writeCheck(std::ostream& out, const ShownDataset& dataset, const char* verdict);
 
 }  // namespace ctfmeg::cli

@@ -13,6 +13,7 @@
 #include "cli/process.h"
 #include "output/result_file.h"
 #include "output/visible_text.h"
+#include "recording/catalog.h"
 #include "recording/collected.h"
 
 #include <ctfmeg/path_text.h>
@@ -47,12 +48,31 @@ std::string partialHint(const Recording& recording, const Selection& selection) 
   return some ? " (--partial takes it)" : "";
 }
 
-/// What was noticed about the sample files, with what can be done about it.
+/// What was noticed about the sample files, with what can be done about it. None of it is an error to
+/// whoever does not read them.
 std::vector<Finding> hinted(const Recording& recording, const Selection& selection) {
   std::vector<Finding> findings = recording.sampleWarnings();
-  for (Finding& finding : findings)
-    if (is(finding, Code::meg4Short)) finding.text += partialHint(recording, selection);
+  for (Finding& finding : findings) {
+    finding.severity = std::min(finding.severity, Finding::Severity::warning);
+    if (is(finding, Code::meg4Short) || is(finding, Code::meg4Empty))
+      finding.text += partialHint(recording, selection);
+  }
   return findings;
+}
+
+/// A name that is no folder of datasets may be shown as it is; others may be a person's.
+std::string shownFolder(const std::string& path, const ReadingOptions& options) {
+  return options.noIdentity && !path.ends_with(".ds") ? "a folder" : shown(path, options);
+}
+
+/// What can be done about a folder that is no dataset and holds some.
+std::string folderHint(const Error& error) {
+  if (error.kind() != ErrorKind::notADataset) return "";
+  int folders = 0;  // an archive may hold any number
+  const Catalog below = findDatasets(error.path(), [&] { return interrupted() || ++folders > 1000; });
+  return below.datasets.empty() || below.datasets.front() == error.path()
+             ? ""
+             : "; there are datasets below it, which \"ctfmeg scan\" lists";
 }
 
 std::shared_ptr<const SampleSource> samplesOf(const Recording& recording, const Selection& selection) {
@@ -91,8 +111,12 @@ Recording Session::open(const std::string& dataset, Rules rules) const {
     if (m_options.yes || m_options.no) return m_options.yes;
     return ask(visible(shown(dataset, m_options) + ": " + question));
   };
-  return Recording::open(pathFromText(dataset),
-                         {.rules = rules, .answer = answer, .threads = m_options.threads});
+  try {
+    return Recording::open(pathFromText(dataset),
+                           {.rules = rules, .answer = answer, .threads = m_options.threads});
+  } catch (const Error& error) {
+    throw Error(error.kind(), error.path(), error.text() + folderHint(error), error.findings());
+  }
 }
 
 SelectedSamples Session::select(const std::string& dataset, const Recording& recording,
@@ -128,9 +152,13 @@ SelectedSamples Session::select(const std::string& dataset, const Recording& rec
 
 SelectedSamples Session::lookAt(const Recording& recording) const {
   SelectedSamples all{recording.record(), nullptr};
-  if (all.record.samplesPerTrial > 0 && recording.sampleFiles().count > 0)
-    all.findings = hinted(recording, {});
+  if (all.record.samplesPerTrial > 0) all.findings = hinted(recording, {});
   return all;
+}
+
+void Session::sayFailure(const std::string& path, const std::string& text) {
+  m_failed = true;
+  say(shownFolder(path, m_options), text);
 }
 
 std::unique_ptr<ProgressBar> Session::openBar(const std::string& dataset) const {

@@ -39,6 +39,9 @@ class Session {
   /// Reports what was noticed.
   void sayWarnings(const std::string& dataset, const std::vector<Finding>& findings);
 
+  /// Reports why something about a path, which may be a person's, can't be done; the exit code will be 1.
+  void sayFailure(const std::string& path, const std::string& text);
+
   /// A bar for a dataset's samples; null where none is to be seen.
   std::unique_ptr<ProgressBar> openBar(const std::string& dataset) const;
 

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -12,13 +13,13 @@
 #include <thread>
 #include <utility>
 
-#include "cli/json.h"
+#include "base/dates.h"
+#include "cli/found_datasets.h"
 #include "cli/messages.h"
 #include "cli/process.h"
 #include "output/numbers.h"
-#include "output/table.h"
+#include "output/table_writer.h"
 #include "output/visible_text.h"
-#include "recording/catalog.h"
 
 #include <ctfmeg/path_text.h>
 
@@ -27,16 +28,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using output::csvText;
-using output::shortest;
+using output::Cell;
 using output::visible;
 
 // Reading their headers.
 
-/// A dataset that was found, read or not: its record and its warnings.
+/// A dataset that was found, read or not: its record, what its sample files hold, and its warnings.
 struct ScannedDataset {
   ShownDataset dataset;
   std::int64_t bytes = 0;  ///< of the files in its directory
+  SampleStatus status = SampleStatus::broken;
+  std::string problem{};  ///< why the status is what it is; empty where it is ok
 };
 
 std::int64_t bytesOfFilesIn(const fs::path& directory) {
@@ -51,21 +53,28 @@ std::int64_t bytesOfFilesIn(const fs::path& directory) {
   return bytes;
 }
 
-/// Reads one header. What goes wrong is in the result.
-ScannedDataset scanDataset(const fs::path& directory, Rules rules) {
-  const std::string path = textOf(directory);
-  const auto failed = [&](const std::string& text) {
-    return describe(path, {ErrorKind::damaged, directory, text});
-  };
+/// Reads header, side files, and beginnings and lengths of sample files. What goes wrong is in the result.
+ScannedDataset scanDataset(const std::string& path, const Session& session) {
+  const fs::path directory = pathFromText(path);
   ScannedDataset scanned{{}, bytesOfFilesIn(directory)};
+  const auto fail = [&](const Error& error) { scanned.dataset = describe(path, error); };
   try {
-    scanned.dataset = describeRecord(path, Recording::open(directory, {.rules = rules}));
+    const Recording recording = session.open(path);
+    const SelectedSamples files = session.lookAt(recording);
+    scanned.dataset = describeRecord(path, recording);
+    scanned.dataset.add(files.findings);
+    scanned.dataset.files = recording.sampleFiles();
+    scanned.status = scanned.dataset.files->status;
+    if (recording.record().samplesPerTrial < 1)
+      scanned.problem = "says that a trial has no samples";
+    else if (scanned.status != SampleStatus::ok && !files.findings.empty())
+      scanned.problem = lastName(files.findings.back().file) + ": " + files.findings.back().text;
   } catch (const Error& error) {
-    scanned.dataset = describe(path, error);
+    fail(error);
   } catch (const std::bad_alloc&) {
-    scanned.dataset = failed("needs more memory than there is");
+    fail({ErrorKind::outOfMemory, directory, "needs more memory than there is"});
   } catch (const std::exception& error) {
-    scanned.dataset = failed(error.what());
+    fail({ErrorKind::damaged, directory, error.what()});
   }
   return scanned;
 }
@@ -79,8 +88,8 @@ double durationOf(const RecordInfo& record) {
 /// Reads headers on several threads and hands them over in their order.
 class HeaderReaders {
  public:
-  HeaderReaders(const std::vector<fs::path>& datasets, Rules rules)
-      : m_datasets(datasets), m_rules(rules), m_scanned(datasets.size()) {
+  HeaderReaders(const std::vector<std::string>& datasets, const Session& session)
+      : m_datasets(datasets), m_session(session), m_scanned(datasets.size()) {
     // Most of the time is spent waiting for a disk or a network.
     const std::size_t threads = std::min<std::size_t>(8, datasets.size());
     m_threads.reserve(threads);
@@ -113,7 +122,7 @@ class HeaderReaders {
  private:
   void readNext() {
     for (std::size_t i = 0; !m_stopped && !interrupted() && (i = m_next++) < m_datasets.size();) {
-      ScannedDataset scanned = scanDataset(m_datasets[i], m_rules);
+      ScannedDataset scanned = scanDataset(m_datasets[i], m_session);
       {
         const std::lock_guard lock(m_mutex);
         m_scanned[i] = std::move(scanned);
@@ -122,8 +131,8 @@ class HeaderReaders {
     }
   }
 
-  const std::vector<fs::path>& m_datasets;
-  Rules m_rules;
+  const std::vector<std::string>& m_datasets;
+  const Session& m_session;
   std::vector<std::optional<ScannedDataset>> m_scanned;
   std::atomic<std::size_t> m_next{0};
   std::atomic<bool> m_stopped{false};
@@ -134,99 +143,75 @@ class HeaderReaders {
 
 // Showing them.
 
-/// Prints datasets in the form that the options ask for.
-class ScanPrinter {
- public:
-  explicit ScanPrinter(const ScanOptions& options) : m_options(options), m_json(std::cout) {
-    if (options.csv)
-      std::cout << output::csvLine({"path", "subject", "date", "time", "channels", "trials",
-                                    "samplesPerTrial", "sampleRate", "durationSeconds", "bytes", "status",
-                                    "error"});
-    else if (!options.json)
-      m_rows.push_back(
-          {"dataset", "subject", "date", "channels", "trials", "rate (Hz)", "seconds", "size", ""});
-  }
+const std::vector<output::Column> kColumns{{"path", "dataset", output::rounded, output::kWholeText},
+                                           {"subject", "subject"},
+                                           {"date", nullptr},
+                                           {"time", nullptr},
+                                           {nullptr, "date"},
+                                           {"channels", "channels"},
+                                           {"trials", nullptr},
+                                           {nullptr, "trials"},
+                                           {"samplesPerTrial", nullptr},
+                                           {"sampleRate", "rate (Hz)"},
+                                           {"durationSeconds", "seconds"},
+                                           {"bytes", nullptr},
+                                           {nullptr, "size"},
+                                           {"status", "status"},
+                                           {"error", nullptr},
+                                           {nullptr, "", output::rounded, output::kWholeText},
+                                           {"isoDate", nullptr},
+                                           {"trialsThere", nullptr}};
 
-  void add(const ShownDataset& dataset, std::int64_t bytes) {
-    if (m_options.json)
-      m_json.add(dataset, durationOf(dataset.record), bytes);
-    else if (m_options.csv)
-      std::cout << output::csvLine(csvCells(dataset, bytes));
-    else
-      m_rows.push_back(tableCells(dataset, bytes));
-  }
+Cell textCell(const std::string& text) { return text.empty() ? Cell() : Cell(text); }
 
-  void end() {
-    if (m_options.json) m_json.end();
-    if (m_rows.size() > 1) output::writeTable(std::cout, m_rows);
-    if (m_rows.size() == 1) std::cout << "no datasets\n";
-  }
-
- private:
-  static std::vector<std::string> csvCells(const ShownDataset& dataset, std::int64_t bytes) {
-    const RecordInfo& record = dataset.record;
-    if (dataset.error)
-      return {csvText(dataset.path),         "", "", "", "", "", "", "", "", std::to_string(bytes), "error",
-              csvText(dataset.error->reason)};
-    return {csvText(dataset.path),
-            csvText(record.subjectId),
-            csvText(record.dataDate),
-            csvText(record.dataTime),
-            std::to_string(record.numChannels),
-            std::to_string(record.numTrials),
-            std::to_string(record.samplesPerTrial),
-            std::isfinite(record.sampleRate) ? shortest(record.sampleRate) : "",
-            shortest(durationOf(record)),
-            std::to_string(bytes),
-            "ok",
-            ""};
-  }
-
-  static std::vector<std::string> tableCells(const ShownDataset& dataset, std::int64_t bytes) {
-    const RecordInfo& record = dataset.record;
-    const std::string path = visible(dataset.path), size = output::bytes(bytes);
-    if (dataset.error) return {path, "", "", "", "", "", "", size, visible(dataset.error->reason)};
-    return {path,
-            visible(record.subjectId),
-            visible(record.dataDate),
-            std::to_string(record.numChannels),
-            std::to_string(record.numTrials) + " x " + std::to_string(record.samplesPerTrial),
-            output::rounded(record.sampleRate),
-            output::rounded(durationOf(record)),
-            size,
-            ""};
-  }
-
-  const ScanOptions& m_options;
-  ScanJson m_json;
-  output::Rows m_rows;
-};
-
-/// A folder's name may be a person's; a dataset's own name may be shown.
-std::string shownFolder(const std::string& path, const ReadingOptions& options) {
-  return options.noIdentity && !path.ends_with(".ds") ? "a folder" : shown(path, options);
+/// "2 x 1200", or "1 of 2 x 1200" where trials are missing.
+std::string trialsForPeople(const RecordInfo& record, std::int32_t there) {
+  const std::string missing = there < record.numTrials ? std::to_string(there) + " of " : "";
+  return missing + std::to_string(record.numTrials) + " x " + std::to_string(record.samplesPerTrial);
 }
 
-/// The directory to scan. Throws CommandError when it is none.
-fs::path directoryOf(const ScanOptions& options) {
-  fs::path directory = pathFromText(options.directory);
-  std::error_code failed;
-  const fs::file_status status = fs::status(directory, failed);
-  if (!fs::exists(status))
-    failed = std::make_error_code(std::errc::no_such_file_or_directory);
-  else if (!fs::is_directory(status))
-    failed = std::make_error_code(std::errc::not_a_directory);
-  if (failed)
-    throw CommandError(shownFolder(options.directory, options.reading),
-                       "can't be scanned: " + failed.message());
-  return directory;
+/// What people read after the status: the reason, or that there is more to be read elsewhere.
+std::string remarkOn(const ScannedDataset& scanned) {
+  const std::size_t warnings = scanned.dataset.warningCodes.size();
+  if (!scanned.problem.empty() || warnings == 0) return scanned.problem;
+  return std::to_string(warnings) + (warnings == 1 ? " warning" : " warnings");
+}
+
+void addRow(const ScannedDataset& scanned, output::TableWriter& table) {
+  const ShownDataset& dataset = scanned.dataset;
+  const RecordInfo& record = dataset.record;
+  const auto date = parseDate(record.dataDate);
+  const std::string iso = date ? isoDate(*date) : "";
+  std::vector<Cell> row{dataset.path, textCell(record.subjectId), textCell(record.dataDate),
+                        textCell(record.dataTime), textCell(date ? iso : record.dataDate)};
+  std::optional<std::int32_t> there;
+  if (dataset.error) {
+    row.resize(row.size() + 6);
+  } else {
+    there = dataset.files->trialsThere;
+    row.emplace_back(record.numChannels);
+    row.emplace_back(record.numTrials);
+    row.emplace_back(trialsForPeople(record, *there));
+    row.emplace_back(record.samplesPerTrial);
+    row.emplace_back(record.sampleRate);
+    row.emplace_back(durationOf(record));
+  }
+  row.emplace_back(scanned.bytes);
+  row.emplace_back(output::bytes(scanned.bytes));
+  row.emplace_back(nameOf(scanned.status));
+  row.push_back(textCell(scanned.problem));
+  row.emplace_back(remarkOn(scanned));
+  row.push_back(textCell(iso));
+  row.emplace_back(there);
+  table.add(std::move(row));
 }
 
 /// All headers, with a bar for as long as it takes: nothing else is written meanwhile.
-std::vector<ScannedDataset> scanAll(const std::vector<fs::path>& datasets, const ScanOptions& options) {
-  const std::string title = "Scanning " + visible(shownFolder(options.directory, options.reading));
+std::vector<ScannedDataset> scanAll(const std::vector<std::string>& datasets, const ScanOptions& options,
+                                    const Session& session) {
+  const std::string title = "Scanning " + std::to_string(datasets.size()) + " datasets";
   const auto bar = options.reading.quiet ? nullptr : openProgressBar(title);
-  HeaderReaders readers(datasets, options.reading.rules);
+  HeaderReaders readers(datasets, session);
   std::vector<ScannedDataset> all;
   for (std::size_t i = 0; i < datasets.size(); ++i) {
     all.push_back(readers.wait(i));
@@ -235,9 +220,10 @@ std::vector<ScannedDataset> scanAll(const std::vector<fs::path>& datasets, const
   return all;
 }
 
-/// On standard error: why a dataset could not be read, or the first of its warnings.
-void sayOf(const ShownDataset& dataset) {
-  if (dataset.error) return say(dataset.path, dataset.error->reason);
+/// On standard error: why a dataset is not what it should be, or the first of its warnings.
+void sayOf(const ScannedDataset& scanned) {
+  const ShownDataset& dataset = scanned.dataset;
+  if (!scanned.problem.empty()) return say(dataset.path, scanned.problem);
   if (dataset.warningCodes.empty()) return;
   const auto& findings = dataset.findings;
   const auto first = std::find_if(findings.begin(), findings.end(), [](const Finding& finding) {
@@ -249,26 +235,63 @@ void sayOf(const ShownDataset& dataset) {
           (others > 0 ? "; and " + std::to_string(others) + " more" : ""));
 }
 
+/// How many datasets have each status, and their size.
+class Summary {
+ public:
+  void add(const ScannedDataset& scanned) {
+    ++m_counts.at(static_cast<std::size_t>(scanned.status));
+    m_bytes += scanned.bytes;
+    if (scanned.status != SampleStatus::ok || !scanned.dataset.warningCodes.empty()) m_warned = true;
+  }
+
+  /// "12 datasets, 3.4 GB: 10 ok, 1 short, 1 broken".
+  std::string sentence() const {
+    int all = 0;
+    std::string counts;
+    for (std::size_t i = m_counts.size(); i-- > 0;) {
+      all += m_counts[i];
+      if (m_counts[i] == 0) continue;
+      counts += (counts.empty() ? "" : ", ") + std::to_string(m_counts[i]) + " " +
+                nameOf(static_cast<SampleStatus>(i));
+    }
+    return std::to_string(all) + (all == 1 ? " dataset, " : " datasets, ") + output::bytes(m_bytes) + ": " +
+           counts;
+  }
+
+  int exitCode(bool strict) const {
+    if (of(SampleStatus::broken) > 0 || (strict && m_warned)) return kFailed;
+    return of(SampleStatus::noSamples) + of(SampleStatus::tooShort) + of(SampleStatus::extra) > 0 ? kOdd
+                                                                                                  : kDone;
+  }
+
+ private:
+  int of(SampleStatus status) const { return m_counts[static_cast<std::size_t>(status)]; }
+
+  std::array<int, static_cast<std::size_t>(SampleStatus::ok) + 1> m_counts{};
+  std::int64_t m_bytes = 0;
+  bool m_warned = false;
+};
+
 }  // namespace
 
 int runScan(const ScanOptions& options) {
-  const Catalog found = findDatasets(directoryOf(options), interrupted);
-  stopIfInterrupted();
-  for (const Catalog::Problem& problem : found.problems)
-    say(shownFolder(textOf(problem.path), options.reading), problem.text);
-  std::vector<ScannedDataset> all = scanAll(found.datasets, options);
+  Session session(options.reading);
+  const auto datasets = datasetsBelow(options.directories, session);
+  std::vector<ScannedDataset> all = scanAll(datasets, options, session);
 
-  bool worthFailing = !found.problems.empty();
-  ScanPrinter printer(options);
+  output::TableWriter table(std::cout, options.form, kColumns);
+  Summary summary;
   for (ScannedDataset& scanned : all) {
-    const ShownDataset dataset = shown(std::move(scanned.dataset), options.reading);
-    printer.add(dataset, scanned.bytes);
-    sayOf(dataset);
-    if (dataset.error || (!dataset.warningCodes.empty() && options.reading.strict)) worthFailing = true;
+    scanned.dataset = shown(std::move(scanned.dataset), options.reading);
+    if (scanned.dataset.error) scanned.problem = scanned.dataset.error->reason;
+    addRow(scanned, table);
+    sayOf(scanned);
+    summary.add(scanned);
   }
-  printer.end();
+  table.end(session.exitCode() == kDone ? "no datasets" : "nothing was scanned");
+  if (options.form == output::TableForm::text && !all.empty()) std::cout << summary.sentence() << '\n';
   finishOutput();
-  return worthFailing ? kFailed : kDone;
+  return session.exitCode() == kDone ? summary.exitCode(options.reading.strict) : session.exitCode();
 }
 
 }  // namespace ctfmeg::cli

@@ -78,7 +78,7 @@ void describeTiming(ShownDataset& dataset, const Recording& recording, int mostT
   timing.trialsAdjoin = timing.gaps.empty();
 }
 
-std::vector<std::string> warningCodes(const std::vector<Finding>& findings) {
+std::vector<std::string> codesOfWarnings(const std::vector<Finding>& findings) {
   std::vector<std::string> codes;
   for (const Finding& finding : findings)
     if (finding.severity != Finding::Severity::remark) codes.push_back(finding.code);
@@ -86,6 +86,12 @@ std::vector<std::string> warningCodes(const std::vector<Finding>& findings) {
 }
 
 }  // namespace
+
+void ShownDataset::add(const std::vector<Finding>& more) {
+  findings.insert(findings.end(), more.begin(), more.end());
+  const auto codes = codesOfWarnings(more);
+  warningCodes.insert(warningCodes.end(), codes.begin(), codes.end());
+}
 
 std::string lastName(const std::string& path) {
   const std::filesystem::path given = pathFromText(path);
@@ -99,7 +105,7 @@ ShownDataset describeRecord(const std::string& path, const Recording& recording)
   dataset.rules = recording.rules();
   dataset.record = recording.record();
   dataset.findings = recording.warnings();
-  dataset.warningCodes = warningCodes(dataset.findings);
+  dataset.warningCodes = codesOfWarnings(dataset.findings);
   return dataset;
 }
 
@@ -111,7 +117,7 @@ ShownDataset describe(const std::string& path, const Recording& recording, const
   if (selected.source) dataset.stored = storedSamples(*selected.source, selected.isRun);
   dataset.findings.insert(dataset.findings.end(), selected.findings.begin(), selected.findings.end());
   describeTiming(dataset, recording, mostTrials);
-  dataset.warningCodes = warningCodes(dataset.findings);
+  dataset.warningCodes = codesOfWarnings(dataset.findings);
   return dataset;
 }
 
@@ -139,7 +145,7 @@ ShownDataset describe(const std::string& path, const Error& error) {
       ShownError{error.kind(), file, error.text(),
                  error.path() == pathFromText(path) ? error.text() : lastName(file) + ": " + error.text()};
   dataset.findings = error.findings();
-  dataset.warningCodes = warningCodes(dataset.findings);
+  dataset.warningCodes = codesOfWarnings(dataset.findings);
   return dataset;
 }
 

@@ -64,6 +64,9 @@ struct ShownDataset {
   std::vector<Finding> findings;
   std::vector<std::string> warningCodes;  ///< of all findings that are no remarks, redacted ones too
   std::optional<ShownError> error;
+
+  /// More findings, with their codes.
+  void add(const std::vector<Finding>& more);
 };
 
 /// What a selection leaves of a recording.

@@ -25,10 +25,18 @@ std::string sampleFileName(const std::string& stem, int index) {
   return stem + "." + (index == 0 ? "" : std::to_string(index) + "_") + "meg4";
 }
 
-std::optional<Finding> sampleHeaderProblem(const File& file) {
+namespace {
+
+/// Whether all that is there of a header is right.
+bool beginsWell(const File& file) {
   std::array<std::byte, kSampleHeaderSize> header{};
-  const bool whole = file.readAt(0, header) == header.size();
-  if (whole && std::memcmp(header.data(), kHeader, header.size()) == 0) return std::nullopt;
+  return std::memcmp(header.data(), kHeader, file.readAt(0, header)) == 0;
+}
+
+}  // namespace
+
+std::optional<Finding> sampleHeaderProblem(const File& file) {
+  if (file.size() >= kSampleHeaderSize && beginsWell(file)) return std::nullopt;
   return Finding{
       .severity = Finding::Severity::error,
       .code = wordOf(Code::meg4Magic),
@@ -70,16 +78,17 @@ void SampleSet::fail(Notices& notices, Code code, int index, const std::string& 
                  .text = text});
 }
 
-bool SampleSet::isThere(int index) const {
+std::optional<std::uint64_t> SampleSet::sizeOf(int index) const {
   try {
-    return m_store.open(sampleFileName(m_stem, index)) != nullptr;
+    const OpenFile file = m_store.open(sampleFileName(m_stem, index));
+    return file == nullptr ? std::nullopt : std::optional(file->size());
   } catch (const FileError&) {
-    return true;  // it only can't be opened
+    return 0;
   }
 }
 
 bool SampleSet::goesOnAfter(int index) const {
-  if (isThere(index + 1)) return true;
+  if (sizeOf(index + 1)) return true;
   try {
     const auto names = m_store.list();
     return std::any_of(names.begin(), names.end(),
@@ -102,7 +111,11 @@ void SampleSet::look(Notices& notices) {
     if (stray > 0)
       return fail(notices, Code::meg4Cut, index - 1,
                   "ends within a trial although the set goes on: what follows can't be placed");
-    if (auto problem = sampleHeaderProblem(*file)) return fail(notices, std::move(*problem));
+    if (auto problem = sampleHeaderProblem(*file)) {
+      m_holdsNothing =
+          index == 0 && file->size() < kSampleHeaderSize && beginsWell(*file) && !goesOnAfter(index);
+      return fail(notices, std::move(*problem));
+    }
     // Files of a set are filled before the next is begun.
     if (index > 1 && m_files.back().trials < m_files.front().trials)
       report(notices, Code::meg4Uneven, index - 1,
@@ -128,15 +141,19 @@ void SampleSet::look(Notices& notices) {
   if (stray > 0)
     report(notices, Code::meg4Trailing, index - 1,
            "has " + std::to_string(stray) + " bytes after the last trial of the run");
-  if (isThere(index)) report(notices, Code::meg4Trailing, index, "is not read: the run ends before it");
+  if (const auto more = sizeOf(index)) {
+    m_extraBytes += *more;
+    report(notices, Code::meg4Trailing, index, "is not read: the run ends before it");
+  }
 }
 
 void SampleSet::endEarly(int missing, Notices& notices) {
-  if (missing == 0)
-    return fail(notices, findingOf(FileError::ofMissing(m_store.pathOf(sampleFileName(m_stem, 0)))));
   if (goesOnAfter(missing))
     return fail(notices, Code::meg4Gap, missing,
                 "is missing although the set goes on: what follows can't be placed");
+  m_holdsNothing = m_trials == 0 && !m_partial;
+  if (missing == 0)
+    return fail(notices, findingOf(FileError::ofMissing(m_store.pathOf(sampleFileName(m_stem, 0)))));
   const std::string ofPartial = m_partial ? std::to_string(m_partial->channels) + " of " +
                                                 std::to_string(m_counts.channels) + " channels"
                                           : "";

@@ -73,7 +73,10 @@ class SampleSet {
   /// The trial after the whole ones, where it is cut short. The failure is then Code::meg4Empty if it is the
   /// only one.
   const std::optional<PartialTrial>& partialTrial() const { return m_partial; }
-  std::uint64_t extraBytes() const { return m_extraBytes; }  ///< after the last trial of the run
+  /// After the last trial of the run, in the file after it too.
+  std::uint64_t extraBytes() const { return m_extraBytes; }
+  /// Whether there is no file, or none with a byte after its header.
+  bool holdsNothing() const { return m_holdsNothing; }
   const std::optional<Finding>& failure() const { return m_failure; }
 
   /// Where a channel block is that is there whole.
@@ -89,7 +92,8 @@ class SampleSet {
 
  private:
   OpenFile open(int index) const;
-  bool isThere(int index) const;
+  /// A file's size where it is there; 0 where it only can't be opened.
+  std::optional<std::uint64_t> sizeOf(int index) const;
   /// Whether a file of the set with a greater number is there.
   bool goesOnAfter(int index) const;
   void look(Notices& notices);
@@ -106,6 +110,7 @@ class SampleSet {
   std::int32_t m_trials = 0;
   std::optional<PartialTrial> m_partial;
   std::uint64_t m_extraBytes = 0;
+  bool m_holdsNothing = false;
   std::optional<Finding> m_failure;
 
   mutable std::mutex m_mutex;              // for the files that are open

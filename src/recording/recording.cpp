@@ -78,6 +78,13 @@ void checkFileFormat(const fs::path& file, const OpenOptions& options) {
   throw Error(ErrorKind::refused, file, "does not look like a CTF file; not read");
 }
 
+SampleStatus statusOf(const SampleSet& set) {
+  if (set.holdsNothing()) return SampleStatus::noSamples;
+  if (set.failure() && !is(*set.failure(), Code::meg4Empty)) return SampleStatus::broken;
+  if (set.trials() < set.counts().trials) return SampleStatus::tooShort;
+  return set.extraBytes() > 0 ? SampleStatus::extra : SampleStatus::ok;
+}
+
 }  // namespace
 
 Recording openRecording(std::shared_ptr<const Store> store, const std::string& stem,
@@ -133,7 +140,8 @@ const std::vector<Finding>& Recording::sampleWarnings() const& {
 SampleFiles Recording::sampleFiles() const {
   if (record().samplesPerTrial < 1) return {.trialsSaid = record().numTrials};
   const SampleSet& set = m_state->sampleSet();
-  SampleFiles files{.count = static_cast<int>(set.files().size()),
+  SampleFiles files{.status = statusOf(set),
+                    .count = static_cast<int>(set.files().size()),
                     .trialsSaid = record().numTrials,
                     .trialsThere = set.trials(),
                     .extraBytes = set.extraBytes()};
@@ -142,6 +150,21 @@ SampleFiles Recording::sampleFiles() const {
   if (const auto& partial = set.partialTrial())
     files.partialTrial = SampleFiles::PartialTrial{partial->channels, partial->samples};
   return files;
+}
+
+const char* nameOf(SampleStatus status) {
+  switch (status) {
+    case SampleStatus::broken:
+      return "broken";
+    case SampleStatus::noSamples:
+      return "no-samples";
+    case SampleStatus::tooShort:
+      return "short";
+    case SampleStatus::extra:
+      return "extra";
+    default:
+      return "ok";
+  }
 }
 
 Timeline Recording::timeline(int mostTrials) const {

@@ -1,0 +1,74 @@
+#include "cli/found_datasets.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+#include <system_error>
+
+#include "cli/process.h"
+#include "recording/catalog.h"
+
+#include <ctfmeg/path_text.h>
+
+namespace ctfmeg::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Throws CommandError where it is no directory.
+fs::path directoryOf(const std::string& given) {
+  fs::path directory = reachable(pathFromText(given));
+  std::error_code failed;
+  const fs::file_status status = fs::status(directory, failed);
+  if (!fs::exists(status))
+    failed = std::make_error_code(std::errc::no_such_file_or_directory);
+  else if (!fs::is_directory(status))
+    failed = std::make_error_code(std::errc::not_a_directory);
+  if (failed) throw CommandError(given, "can't be scanned: " + failed.message());
+  return directory;
+}
+
+}  // namespace
+
+std::vector<std::string> datasetsBelow(const std::vector<std::string>& directories, Session& session) {
+  std::vector<std::string> datasets;
+  std::set<std::string> known;
+  for (const std::string& directory : directories)
+    session.attempt(directory, [&] {
+      const Catalog found = findDatasets(directoryOf(directory), interrupted);
+      stopIfInterrupted();
+      for (const Catalog::Problem& problem : found.problems)
+        session.sayFailure(textOf(problem.path), problem.text);
+      for (const fs::path& path : found.datasets)
+        if (known.insert(textOf(path)).second) datasets.push_back(textOf(path));
+    });
+  return datasets;
+}
+
+bool isFolderOfDatasets(const std::string& path) {
+  const fs::path directory = reachable(pathFromText(path));
+  std::error_code unknown;
+  if (!fs::is_directory(directory, unknown)) return false;
+  if (fs::weakly_canonical(directory, unknown).extension() == ".ds" || directory.extension() == ".ds")
+    return false;
+  fs::directory_iterator entry(directory, unknown);
+  for (const fs::directory_iterator end; !unknown && entry != end; entry.increment(unknown))
+    if (entry->path().extension() == ".res4") return false;
+  return true;
+}
+
+std::vector<std::string> datasetsAtOrBelow(const std::vector<std::string>& given, Session& session) {
+  std::vector<std::string> datasets;
+  for (const std::string& path : given) {
+    if (!isFolderOfDatasets(path)) {
+      datasets.push_back(path);
+      continue;
+    }
+    const auto below = datasetsBelow({path}, session);
+    if (below.empty()) session.sayFailure(path, "holds no dataset");
+    datasets.insert(datasets.end(), below.begin(), below.end());
+  }
+  return datasets;
+}
+
+}  // namespace ctfmeg::cli
