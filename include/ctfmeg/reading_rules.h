@@ -29,8 +29,9 @@ struct ReadingRules {
   /// Byte counts of a trial are 64-bit. Else they wrap at 4 GiB.
   bool wideCounts = false;
 
-  /// Every line of a text file is read, whole. Else loops end once the last block of 4096 bytes is loaded, a
-  /// last line without a line break is lost and a line is cut at 2048 bytes.
+  /// Every line of a text file is read, whole; a last line without a line break only in lists of bad
+  /// channels, bad segments and electrodes, as elsewhere it was cut. Else loops end once the last block of
+  /// 4096 bytes is loaded, a last line without a line break is lost and a line is cut at 2048 bytes.
   bool everyLine = false;
   /// A blank line after a keyword is an empty value. Else blank lines do not count and an empty value
   /// swallows the next keyword.

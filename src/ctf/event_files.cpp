@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "base/encoding.h"
+#include "ctf/second_look.h"
 
 namespace ctfmeg {
 namespace {
@@ -17,7 +18,8 @@ struct BlockKind {
   const char* total;                    ///< keyword of the number of blocks
   std::array<const char*, 9> keywords;  ///< in their order; the last is what the next block begins with
   bool plusSignsRemoved;                ///< from class group and class number, before they are scanned
-  Code keywordCode, numberCode, shortCode;
+  Code keywordCode, numberCode, shortCode, countCode, noneCode;
+  const char *miscounted, *none;
 };
 
 /// What is at these places of `keywords`.
@@ -40,7 +42,11 @@ constexpr BlockKind kMarkerBlock{
     .plusSignsRemoved = true,
     .keywordCode = Code::markerKeyword,
     .numberCode = Code::markerNumber,
-    .shortCode = Code::markerShort};
+    .shortCode = Code::markerShort,
+    .countCode = Code::markerCount,
+    .noneCode = Code::markerNone,
+    .miscounted = "holds another number of markers than it says",
+    .none = "holds no marker, and does not say that there are none"};
 
 constexpr BlockKind kClassBlock{
     .total = "NUMBER OF CLASSES",
@@ -49,7 +55,11 @@ constexpr BlockKind kClassBlock{
     .plusSignsRemoved = false,
     .keywordCode = Code::classKeyword,
     .numberCode = Code::classNumber,
-    .shortCode = Code::classShort};
+    .shortCode = Code::classShort,
+    .countCode = Code::classCount,
+    .noneCode = Code::classNone,
+    .miscounted = "holds another number of classes than it says",
+    .none = "holds no class, and does not say that there are none"};
 
 enum class Found { here, missing, endOfFile };
 
@@ -62,12 +72,13 @@ bool readNumber(const TextLines& lines, const BlockKind& kind, std::string text,
 
 /// Reads the next line between blocks, past the dataset's path and the number of blocks. `missing` when that
 /// is no number and the file is to be given up.
-Found readBetweenBlocks(TextLines& lines, const BlockKind& kind, std::string& line, std::int32_t& total) {
+Found readBetweenBlocks(TextLines& lines, const BlockKind& kind, std::string& line,
+                        std::optional<std::int32_t>& total) {
   if (!lines.next(line)) return Found::endOfFile;
   if (holds(line, "PATH OF DATASET:") && !lines.nextValue(line)) return Found::endOfFile;
   if (!holds(line, kind.total)) return Found::here;
   if (!lines.nextValue(line)) return Found::endOfFile;
-  return readNumber(lines, kind, line, false, total) ? Found::here : Found::missing;
+  return readNumber(lines, kind, line, false, total.emplace()) ? Found::here : Found::missing;
 }
 
 /// Reads up to the line that holds a keyword of the block.
@@ -106,6 +117,22 @@ bool endInsideBlock(const TextLines& lines, const BlockKind& kind) {
   return lines.passOver(kind.shortCode, "is the last line, inside a marker or class");
 }
 
+/// As `endInsideBlock`; a block whose name was not reached is abandoned by either rules.
+bool endInsideHeading(const TextLines& lines, const BlockKind& kind, const EventGroup& group) {
+  return endInsideBlock(lines, kind) && !group.name.empty();
+}
+
+/// Reports what is wrong with the file as a whole, at its end.
+void reportTotal(TextLines& lines, const BlockKind& kind, std::optional<std::int32_t> said,
+                 std::int32_t kept) {
+  if (!said && kept == 0) {
+    if (!lines.warned()) lines.note(kind.noneCode, kind.none);
+  } else if (said.value_or(0) != kept) {
+    lines.note(kind.countCode, kind.miscounted);
+  }
+  lines.finish();
+}
+
 /// Whether the line that was read last begins the next block; it is then put back.
 bool isNextBlock(TextLines& lines, const BlockKind& kind, const std::string& line) {
   const bool next = holds(line, kind.keywords[kNextBlock]);
@@ -118,17 +145,17 @@ bool isNextBlock(TextLines& lines, const BlockKind& kind, const std::string& lin
 bool readHeading(TextLines& lines, const BlockKind& kind, const ReadingRules& rules, EventGroup& group,
                  std::int32_t& count) {
   std::string value;
-  if (!lines.nextValue(value)) return endInsideBlock(lines, kind);
+  if (!lines.nextValue(value)) return endInsideHeading(lines, kind, group);
   if (!readNumber(lines, kind, value, kind.plusSignsRemoved, group.classGroupId)) return false;
 
   const auto text = [&](Keyword keyword, auto store) {
     const Found found = readValue(lines, kind, keyword, value);
     if (found == Found::here) store();
-    return found != Found::endOfFile || endInsideBlock(lines, kind);
+    return found != Found::endOfFile || endInsideHeading(lines, kind, group);
   };
   const auto number = [&](Keyword keyword, bool plusSignsRemoved, std::int32_t& target) {
     const Found found = readValue(lines, kind, keyword, value);
-    if (found == Found::endOfFile) return endInsideBlock(lines, kind);
+    if (found == Found::endOfFile) return endInsideHeading(lines, kind, group);
     return found == Found::missing || readNumber(lines, kind, value, plusSignsRemoved, target);
   };
   return text(kName, [&] { group.name = value; }) && text(kComment, [&] { group.comment = value; }) &&
@@ -306,50 +333,55 @@ std::optional<MarkerSample> parseMarkerSample(const std::string& line, double ms
   return sample;
 }
 
-void readMarkers(const File& file, const TrialTiming& timing, const ReadingRules& rules, Notices& notices,
+void readMarkers(const File& file, const TrialTiming& timing, const ReadingRules& given, Notices& told,
                  const KeepMarker& keep) {
-  TextLines lines(file, rules, notices);
-  std::int32_t count = 0;  // blocks are read to the end of the file, not counted down
-  std::int32_t kept = 0;
-  bool surplusReported = false;
-  std::string line;
-  while (readBetweenBlocks(lines, kMarkerBlock, line, count) == Found::here) {
-    if (holds(line, kMarkerBlock.keywords[kNextBlock])) {
-      auto read = readMarker(lines, timing, rules);
-      if (!read || !keep(std::move(*read))) return;
-      ++kept;
-      surplusReported = false;
-    } else if (!surplusReported && parseMarkerSample(line, 1.0, timing, rules)) {
-      lines.passOver(Code::markerCount, "goes beyond the number of samples that the marker says it has");
-      surplusReported = true;
-    }
-  }
-  if (count != kept) lines.note(Code::markerCount, "holds another number of markers than it says");
-}
-
-bool readClasses(const File& file, const ReadingRules& rules, Notices& notices, const KeepClass& keep) {
-  TextLines lines(file, rules, notices);
-  bool surplusReported = true;  // there is no class yet
-  std::int32_t count = 0, kept = 0;
-  std::string line;
-  while (lines.more()) {
-    const Found found = readBetweenBlocks(lines, kClassBlock, line, count);
-    if (found == Found::endOfFile && count != kept)
-      lines.note(Code::classCount, "holds another number of classes than it says");
-    if (found != Found::here) return false;
-    if (!holds(line, kClassBlock.keywords[kNextBlock])) {
-      if (!surplusReported && parseTrial(line)) {
-        lines.passOver(Code::classCount, "goes beyond the number of trials that the class says it has");
+  readAndLook(given, told, [&](const ReadingRules& rules, Notices& notices, bool keeping) {
+    TextLines lines(file, rules, notices);
+    std::optional<std::int32_t> count;  // blocks are read to the end of the file, not counted down
+    std::int32_t kept = 0;
+    bool surplusReported = false;
+    std::string line;
+    while (readBetweenBlocks(lines, kMarkerBlock, line, count) == Found::here) {
+      if (holds(line, kMarkerBlock.keywords[kNextBlock])) {
+        auto read = readMarker(lines, timing, rules);
+        if (!read || (keeping && !keep(std::move(*read)))) return true;
+        ++kept;
+        surplusReported = false;
+      } else if (!surplusReported && parseMarkerSample(line, 1.0, timing, rules)) {
+        lines.passOver(Code::markerCount, "goes beyond the number of samples that the marker says it has");
         surplusReported = true;
       }
-      continue;
     }
-    auto trialClass = readClass(lines, rules);
-    if (!trialClass || !keep(std::move(*trialClass))) return false;
-    ++kept;
-    surplusReported = false;
-  }
-  return true;
+    reportTotal(lines, kMarkerBlock, count, kept);
+    return true;
+  });
+}
+
+bool readClasses(const File& file, const ReadingRules& given, Notices& told, const KeepClass& keep) {
+  return readAndLook(given, told, [&](const ReadingRules& rules, Notices& notices, bool keeping) {
+    TextLines lines(file, rules, notices);
+    bool surplusReported = true;  // there is no class yet
+    std::optional<std::int32_t> count;
+    std::int32_t kept = 0;
+    std::string line;
+    while (lines.more()) {
+      const Found found = readBetweenBlocks(lines, kClassBlock, line, count);
+      if (found == Found::endOfFile) reportTotal(lines, kClassBlock, count, kept);
+      if (found != Found::here) return false;
+      if (!holds(line, kClassBlock.keywords[kNextBlock])) {
+        if (!surplusReported && parseTrial(line)) {
+          lines.passOver(Code::classCount, "goes beyond the number of trials that the class says it has");
+          surplusReported = true;
+        }
+        continue;
+      }
+      auto trialClass = readClass(lines, rules);
+      if (!trialClass || (keeping && !keep(std::move(*trialClass)))) return false;
+      ++kept;
+      surplusReported = false;
+    }
+    return true;
+  });
 }
 
 }  // namespace ctfmeg

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/geometry.h"
+#include "ctf/second_look.h"
 
 namespace ctfmeg {
 namespace {
@@ -68,6 +69,29 @@ int readEveryCoil(TextLines& lines, HeadCoilSets& sets, const ReadingRules& rule
   }
   return static_cast<int>(sets.dewarStandard.anyRead()) + static_cast<int>(sets.dewarMeasured.anyRead()) +
          static_cast<int>(sets.headMeasured.anyRead());
+}
+
+/// Whether every set that was read has nasion, left and right ear, and each coil that another set has.
+bool allHaveTheirCoils(const HeadCoilSets& sets) {
+  const std::array all{&sets.dewarStandard, &sets.dewarMeasured, &sets.headMeasured};
+  return std::all_of(kPlaces.begin(), kPlaces.end(), [&](Set::Place place) {
+    const auto has = [place](const Set* set) { return set->coils[place].valid; };
+    const bool needed = place <= Set::rightEar || std::any_of(all.begin(), all.end(), has);
+    return !needed ||
+           std::all_of(all.begin(), all.end(), [&](const Set* set) { return !set->anyRead() || has(set); });
+  });
+}
+
+HeadCoilOutcome readSets(const File& file, const ReadingRules& rules, Notices& notices, HeadCoilSets& sets) {
+  if (!rules.blocksWhole && headCoilLayoutOf(file, rules, notices) < fiveCoils) return {.recognised = false};
+  TextLines lines(file, rules, notices);
+  const int count = rules.blocksWhole ? readEveryCoil(lines, sets, rules) : readBlocks(lines, sets, rules);
+  lines.finish();
+  if (count == 0)
+    lines.note(Code::coilNone, "holds no head-coil position");
+  else if (rules.everyLine && !lines.warned() && !allHaveTheirCoils(sets))
+    lines.note(Code::coilShort, "has a set that lacks coils");
+  return {.sets = count};
 }
 
 Vector3 positionOf(const HeadCoil& coil) { return {coil.x, coil.y, coil.z}; }
@@ -167,13 +191,16 @@ bool readHeadCoilBlockOfSets(TextLines& lines, HeadCoilSets& sets, const Reading
          lines.next(line) && read("right ear", Set::rightEar);
 }
 
-HeadCoilOutcome readHeadCoilSets(const File& file, const ReadingRules& rules, Notices& notices,
+HeadCoilOutcome readHeadCoilSets(const File& file, const ReadingRules& given, Notices& told,
                                  HeadCoilSets& sets) {
-  if (!rules.blocksWhole && headCoilLayoutOf(file, rules, notices) < fiveCoils) return {.recognised = false};
-  TextLines lines(file, rules, notices);
-  const int count = rules.blocksWhole ? readEveryCoil(lines, sets, rules) : readBlocks(lines, sets, rules);
-  if (count == 0) lines.note(Code::coilNone, "holds no head-coil position");
-  return {.sets = count};
+  HeadCoilOutcome outcome;
+  readAndLook(given, told, [&](const ReadingRules& rules, Notices& notices, bool keeping) {
+    HeadCoilSets unkept;
+    const HeadCoilOutcome read = readSets(file, rules, notices, keeping ? sets : unkept);
+    if (keeping) outcome = read;
+    return true;
+  });
+  return outcome;
 }
 
 Fiducials fiducialsOf(const HeadCoilSets& sets) {

@@ -346,9 +346,12 @@ class InformationParser {
       case InfoType::character:
         return readCharacter();
       case InfoType::text32: {
-        const std::string text = decode(m_cursor.upTo(kTextWidth));  // what is left of it counts too
-        m_text += "\n" + text;
-        return std::string(trimmed(text));
+        // Under host rules what is left of it counts too.
+        const auto text =
+            m_rules.infoByType ? readText(kTextWidth) : std::optional(decode(m_cursor.upTo(kTextWidth)));
+        if (!text) return std::nullopt;
+        m_text += "\n" + *text;
+        return std::string(trimmed(*text));
       }
       case InfoType::textList:
       case InfoType::text32List:
@@ -418,7 +421,8 @@ InformationOutcome readInformation(const File& file, const ReadingRules& rules, 
     notices.report({.severity = Finding::Severity::warning,
                     .code = wordOf(Code::infodsMagic),
                     .file = file.path(),
-                    .text = "does not begin with the information file's mark \"WS1_\""});
+                    .text = "does not begin with the information file's mark \"WS1_\"",
+                    .offset = 0});
     return outcome;
   }
   information.text.clear();

@@ -2,8 +2,10 @@
 
 #include <limits>
 #include <string_view>
+#include <utility>
 
 #include "base/encoding.h"
+#include "ctf/second_look.h"
 
 namespace ctfmeg {
 namespace {
@@ -14,18 +16,26 @@ void replaceAll(std::string& text, const std::string& from, const std::string& t
     text.replace(at, from.size(), to);
 }
 
+/// Of a list without a count: nothing else says that a line was cut.
+constexpr const char* kLastNumber =
+    "is the last line and has no line break: its last number may be cut, and is read as it is";
+
 /// The two lists of a .pos file.
 class DigitisedReader {
  public:
   DigitisedReader(TextLines& lines, const ReadingRules& rules,
-                  const std::function<void(const DigitisedPoint&)>& keepPoint,
-                  const std::function<void(const DigitisedFiducial&)>& keepFiducial)
-      : m_lines(lines), m_rules(rules), m_keepPoint(keepPoint), m_keepFiducial(keepFiducial) {}
+                  std::function<void(const DigitisedPoint&)> keepPoint,
+                  std::function<void(const DigitisedFiducial&)> keepFiducial)
+      : m_lines(lines),
+        m_rules(rules),
+        m_keepPoint(std::move(keepPoint)),
+        m_keepFiducial(std::move(keepFiducial)) {}
 
   bool readPoints() {
     std::string line;
     std::int32_t count = 0;
-    if (!m_lines.next(line)) return m_lines.passOver(Code::posShort, "is empty");
+    if (!m_lines.next(line))
+      return !m_lines.warned() && m_lines.passOver(Code::posShort, "ends before the number of points");
     bool counted = scan(line, "%d", {&count}, ScanPrecision::full) == 1;
     if (!counted && !m_lines.passOver(Code::posCount, "is not the number of points")) return false;
     // Under host rules the number of a point that is here is taken for the count.
@@ -90,8 +100,8 @@ class DigitisedReader {
 
   TextLines& m_lines;
   const ReadingRules& m_rules;
-  const std::function<void(const DigitisedPoint&)>& m_keepPoint;
-  const std::function<void(const DigitisedFiducial&)>& m_keepFiducial;
+  std::function<void(const DigitisedPoint&)> m_keepPoint;
+  std::function<void(const DigitisedFiducial&)> m_keepFiducial;
 };
 
 /// What follows a keyword; nothing when the line does not hold it.
@@ -113,13 +123,23 @@ std::optional<VirtualChannel::Reference> parseReference(std::string text, const 
   return reference;
 }
 
-/// Definitions, from after the line that begins the first.
-std::vector<VirtualChannel> readDefinitions(TextLines& lines, const ReadingRules& rules) {
+bool isComment(const std::string& line) { return trimmed(line).starts_with("//"); }
+
+/// Definitions, from after the line that begins the first, or is a comment that holds the word.
+std::vector<VirtualChannel> readDefinitions(TextLines& lines, const ReadingRules& rules, bool fromComment) {
   std::vector<VirtualChannel> channels(1);
+  bool open = !fromComment;  // a definition has begun, and nothing says yet that it is whole
+  bool braces = false;
+  bool cut = false;
   std::string line;
-  while (lines.next(line)) {
-    if (holds(line, "{") || holds(line, "}")) continue;
-    if (const auto name = after(line, "Name:")) {
+  while (!cut && lines.next(line)) {
+    if (holds(line, "}")) {
+      open = false;
+    } else if (lines.unended()) {
+      cut = true;  // a name, unit or weight may go on
+    } else if (holds(line, "{")) {
+      open = braces = true;
+    } else if (const auto name = after(line, "Name:")) {
       channels.back().name = *name;
     } else if (const auto unit = after(line, "Unit:")) {
       channels.back().unit = *unit;
@@ -130,10 +150,17 @@ std::vector<VirtualChannel> readDefinitions(TextLines& lines, const ReadingRules
         lines.passOver(Code::virtualReference, "is not a channel and its weight");
     } else if (holds(line, "VirtualChannel")) {
       channels.emplace_back();
+      open = true;
+      braces = false;
     }
   }
+  const auto isEmpty = [](const VirtualChannel& c) { return c.name.empty() && c.references.empty(); };
+  if (cut)
+    lines.passOver(Code::textCut, kLastLine);
+  else if (open && (braces || isEmpty(channels.back())))
+    lines.passOver(Code::virtualShort, "is the last line, inside a virtual channel");
   // A line may hold the word without beginning a definition.
-  std::erase_if(channels, [](const VirtualChannel& c) { return c.name.empty() && c.references.empty(); });
+  std::erase_if(channels, isEmpty);
   return channels;
 }
 
@@ -175,61 +202,95 @@ std::optional<BadSegment> parseBadSegment(const std::string& line, const Reading
   return BadSegment{trial, toMs(start), toMs(end)};
 }
 
-void readElectrodes(const File& file, const ReadingRules& rules, Notices& notices,
+bool readElectrodes(const File& file, const ReadingRules& given, Notices& told,
                     const std::function<void(const Electrode&)>& keep) {
-  TextLines lines(file, rules, notices);
-  std::string line;
-  while (lines.more() && lines.next(line)) {
-    if (const auto electrode = parseElectrode(line, rules))
-      keep(*electrode);
-    else
-      lines.passOver(Code::eegLine, "is not the number, name and position of an electrode");
-  }
+  return readAndLook(given, told, [&](const ReadingRules& rules, Notices& notices, bool keeping) {
+    TextLines lines(file, rules, notices, LastLine::mayLackBreak);
+    std::string line;
+    bool any = false;
+    while (lines.more() && lines.next(line)) {
+      const auto electrode = parseElectrode(line, rules);
+      any = any || electrode;
+      if (!electrode)
+        lines.passOver(Code::eegLine, "is not the number, name and position of an electrode");
+      else if (keeping)
+        keep(*electrode);
+      if (electrode && lines.unended()) lines.passOver(Code::textCut, kLastNumber);
+    }
+    if (!any && !lines.warned()) lines.note(Code::eegNone, "holds no electrode");
+    return true;
+  });
 }
 
-bool readDigitised(const File& file, const ReadingRules& rules, Notices& notices,
+bool readDigitised(const File& file, const ReadingRules& given, Notices& told,
                    const std::function<void(const DigitisedPoint&)>& keepPoint,
                    const std::function<void(const DigitisedFiducial&)>& keepFiducial) {
-  TextLines lines(file, rules, notices);
-  DigitisedReader reader(lines, rules, keepPoint, keepFiducial);
-  return reader.readPoints() && reader.readFiducials();
+  return readAndLook(given, told, [&](const ReadingRules& rules, Notices& notices, bool keeping) {
+    TextLines lines(file, rules, notices);
+    DigitisedReader reader(
+        lines, rules, [&](const DigitisedPoint& point) { keeping ? keepPoint(point) : void(); },
+        [&](const DigitisedFiducial& fiducial) { keeping ? keepFiducial(fiducial) : void(); });
+    const bool whole = reader.readPoints() && reader.readFiducials();
+    lines.finish();
+    return whole;
+  });
 }
 
-bool readBadChannels(const File& file, const ReadingRules& rules, Notices& notices,
+bool readBadChannels(const File& file, const ReadingRules& given, Notices& told,
                      const std::function<bool(const std::string&)>& mark) {
-  TextLines lines(file, rules, notices);
-  std::string name;
-  while (lines.more()) {
-    if (!lines.next(name)) return false;
-    if (!mark(name)) lines.passOver(Code::badChannel, "is no channel of the recording");
-  }
-  return true;
+  return readAndLook(given, told, [&](const ReadingRules& rules, Notices& notices, bool keeping) {
+    TextLines lines(file, rules, notices, LastLine::mayLackBreak);
+    std::string name;
+    while (lines.more()) {
+      if (!lines.next(name)) return false;
+      if (keeping && !mark(name))
+        lines.passOver(Code::badChannel, "is no channel of the recording");
+      else if (lines.unended())
+        lines.passOver(Code::textCut,
+                       "is the last line and has no line break: the name may be cut, and is read as it is",
+                       Finding::Severity::remark);
+    }
+    return true;
+  });
 }
 
-bool readBadSegments(const File& file, const ReadingRules& rules, Notices& notices,
+bool readBadSegments(const File& file, const ReadingRules& given, Notices& told,
                      const std::function<void(const BadSegment&)>& keep) {
-  TextLines lines(file, rules, notices);
-  std::string line;
-  while (lines.more()) {
-    if (!lines.next(line)) return false;
-    if (const auto segment = parseBadSegment(line, rules))
-      keep(*segment);
-    else if (!lines.passOver(Code::segmentLine, "is not a trial with start and end of a span"))
-      return false;
-  }
-  return true;
+  return readAndLook(given, told, [&](const ReadingRules& rules, Notices& notices, bool keeping) {
+    TextLines lines(file, rules, notices, LastLine::mayLackBreak);
+    std::string line;
+    while (lines.more()) {
+      if (!lines.next(line)) return false;
+      const auto segment = parseBadSegment(line, rules);
+      if (!segment && !lines.passOver(Code::segmentLine, "is not a trial with start and end of a span"))
+        return false;
+      if (segment && keeping) keep(*segment);
+      if (segment && lines.unended()) lines.passOver(Code::textCut, kLastNumber);
+    }
+    return true;
+  });
 }
 
-std::vector<VirtualChannel> readVirtualChannels(const File& file, const ReadingRules& rules,
-                                                Notices& notices) {
-  TextLines lines(file, rules, notices);
-  std::string line;
-  while (lines.more() && lines.next(line)) {
-    if (!holds(line, "VirtualChannel")) continue;
-    auto channels = readDefinitions(lines, rules);
-    return rules.extrasKept ? channels : std::vector<VirtualChannel>{};
-  }
-  return {};
+std::vector<VirtualChannel> readVirtualChannels(const File& file, const ReadingRules& given, Notices& told) {
+  std::vector<VirtualChannel> channels;
+  readAndLook(given, told, [&](const ReadingRules& rules, Notices& notices, bool keeping) {
+    TextLines lines(file, rules, notices, LastLine::mayLackBreak);
+    std::string line;
+    bool begun = false, heading = false, other = false;
+    while (!begun && lines.more() && lines.next(line)) {
+      begun = holds(line, "VirtualChannel");
+      heading = heading || isComment(line);
+      other = other || !(isComment(line) || holds(line, "{") || holds(line, "}"));
+    }
+    auto found = begun ? readDefinitions(lines, rules, isComment(line)) : std::vector<VirtualChannel>{};
+    if (!begun && !lines.warned() && (other || !heading))
+      lines.note(Code::virtualNone, "holds no virtual channel");
+    else if (!begun && lines.unended())
+      lines.passOver(Code::textCut, kLastLine);
+    if (keeping && rules.extrasKept) channels = std::move(found);
+    return true;
+  });
+  return channels;
 }
 
 }  // namespace ctfmeg

@@ -26,8 +26,8 @@ std::optional<DigitisedFiducial> parseDigitisedFiducial(const std::string& line,
 /// bad.segments: trial, then start and end of the span in seconds from the trial's start.
 std::optional<BadSegment> parseBadSegment(const std::string& line, const ReadingRules& rules);
 
-/// STEM.eeg: an electrode a line; others are passed over.
-void readElectrodes(const File& file, const ReadingRules& rules, Notices& notices,
+/// STEM.eeg: an electrode a line; others are passed over. Always true.
+bool readElectrodes(const File& file, const ReadingRules& rules, Notices& notices,
                     const std::function<void(const Electrode&)>& keep);
 
 /// STEM.pos: the number of points, that many points, three fiducials. True when all of the file was as it

@@ -130,7 +130,7 @@ TEST(Text, LinesAndValues) {
   const MemoryFile file("a\r\n\r\n\nb\rc\n\n\r\nd");
   ReadingRules rules = ReadingRules::plain();
   KeptNotices notices;
-  ctfmeg::TextLines lines(file, rules, notices);
+  ctfmeg::TextLines lines(file, rules, notices, ctfmeg::LastLine::mayLackBreak);
   std::string line, all;
   const auto add = [&](bool there) { all += there ? line + "|" : "end"; };
   add(lines.next(line));

@@ -72,8 +72,8 @@ std::size_t placeOf(const std::string& text) {
 }
 
 const std::set<std::string> kTexts{"before", "run", "show", "against", "path"};
-const std::set<std::string> kLists{"directory", "grow", "copy",   "rename", "link",   "unreadable",
-                                   "posix",     "real", "answer", "type",   "choose", "noMemory"};
+const std::set<std::string> kLists{"directory", "grow",   "copy", "rename", "link",     "unreadable", "posix",
+                                   "real",      "answer", "type", "choose", "noMemory", "damage"};
 
 }  // namespace
 

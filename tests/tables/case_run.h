@@ -35,4 +35,7 @@ struct CaseRun : Probe {
 /// output, and errors after "! ".
 std::string printedBy(const CaseRun& run, const std::string& commands);
 
+/// What is read and reported of the side file harmed in many ways and cut at each length, a line for each.
+std::string damageTo(const std::string& name, const std::string& whole, const ReadingRules& rules);
+
 void replaceAll(std::string& text, const std::string& old, const std::string& replacement);

@@ -32,6 +32,8 @@ ReadingRules rulesNamed(const std::string& name) {
 /// What comes of a case, as lines: outcomes, what is held that was not before, what was shown, findings.
 std::string resultOf(const Case& c, const std::string& rules) {
   if (isCommand(rules)) return printedBy(CaseRun(c, ReadingRules::host()), rules.substr(2));
+  for (const std::string& name : c.words("damage"))
+    return damageTo(name, c.files.at(name), rulesNamed(rules));
   CaseRun run(c, rulesNamed(rules));
   run.perform(c.text("before"));
   Dump base = run.dump();
