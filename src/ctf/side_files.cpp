@@ -237,13 +237,13 @@ bool readDigitised(const File& file, const ReadingRules& given, Notices& told,
 }
 
 bool readBadChannels(const File& file, const ReadingRules& given, Notices& told,
-                     const std::function<bool(const std::string&)>& mark) {
+                     const std::function<bool(const std::string& name, bool mayBeCut)>& mark) {
   return readAndLook(given, told, [&](const ReadingRules& rules, Notices& notices, bool keeping) {
     TextLines lines(file, rules, notices, LastLine::mayLackBreak);
     std::string name;
     while (lines.more()) {
       if (!lines.next(name)) return false;
-      if (keeping && !mark(name))
+      if (keeping && !mark(name, lines.unended()))
         lines.passOver(Code::badChannel, "is no channel of the recording");
       else if (lines.unended())
         lines.passOver(Code::textCut,

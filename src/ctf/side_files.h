@@ -37,10 +37,10 @@ bool readDigitised(const File& file, const ReadingRules& rules, Notices& notices
                    const std::function<void(const DigitisedFiducial&)>& keepFiducial);
 
 /// BadChannels: the name of a channel that is not to be used on each line, taken whole. `mark` returns
-/// whether it is a channel's. True when the file was read as far as a reader goes on (see `TextLines::more`),
-/// false when it ends before.
+/// whether it is a channel's; one that is not and may be cut is not to be kept. True when the file was read
+/// as far as a reader goes on (see `TextLines::more`), false when it ends before.
 bool readBadChannels(const File& file, const ReadingRules& rules, Notices& notices,
-                     const std::function<bool(const std::string&)>& mark);
+                     const std::function<bool(const std::string& name, bool mayBeCut)>& mark);
 
 /// bad.segments, a segment a line. True and false as `readBadChannels`; false also, under host rules, at a
 /// line that is none.

@@ -60,7 +60,8 @@ class DatasetReader {
                       [&](const BadSegment& segment) { m_dataset.badSegments.push_back(segment); });
     });
     sideFile("BadChannels", [&](const File& file) {
-      readBadChannels(file, m_rules, m_notices, [&](const std::string& name) { return markBad(name); });
+      readBadChannels(file, m_rules, m_notices,
+                      [&](const std::string& name, bool mayBeCut) { return markBad(name, mayBeCut); });
     });
     sideFile(m_stem + ".pos", [&](const File& file) {
       readDigitised(
@@ -105,8 +106,7 @@ class DatasetReader {
   }
 
   /// Marks the channel of that full name, else the channels of that short name. False when there is none.
-  bool markBad(const std::string& name) {
-    m_dataset.badChannels.push_back(name);
+  bool markBad(const std::string& name, bool mayBeCut) {
     if (m_byName.empty())
       for (std::size_t c = 0; c < m_dataset.channels.size(); ++c) {
         m_byName.emplace(m_dataset.channels[c].name, c);
@@ -118,7 +118,9 @@ class DatasetReader {
         m_dataset.channels[named->second].good = false;
       return first != last;
     };
-    return mark(m_byName) || mark(m_byShortName);
+    const bool known = mark(m_byName) || mark(m_byShortName);
+    if (known || !mayBeCut) m_dataset.badChannels.push_back(name);
+    return known;
   }
 
   const Store& m_store;

@@ -19,7 +19,9 @@ std::set<std::string> valuesOf(const ctfmeg::Dataset& d) {
     all.insert(text.str());
   };
   const auto group = [&add](const ctfmeg::EventGroup& g) {
-    add(g.name, g.comment, g.color.value_or(0), g.editable, g.classId, g.classGroupId);
+    for (const auto& value : {g.comment, std::to_string(g.color.value_or(0)), std::to_string(g.classId)})
+      if (!value.empty() && value != "0") add(g.name, "is", value);
+    add(g.name);
   };
   for (const auto& m : d.markers) {
     group(m);
@@ -48,7 +50,8 @@ std::set<std::string> valuesOf(const ctfmeg::Dataset& d) {
   for (const auto& name : d.badChannels)
     add(name);
   for (const auto& v : d.virtualChannels) {
-    add(v.name, v.unit);
+    add(v.name);
+    if (!v.unit.empty()) add(v.name, v.unit);
     for (const auto& [channel, weight] : v.references)
       add(v.name, channel, weight);
   }
@@ -114,22 +117,23 @@ std::string damageTo(const std::string& name, const std::string& whole, const Re
         throw ctfmeg::FileError(ctfmeg::FileError::Cause::accessDenied, -1, name);
       }));
   int inLine = 0, afterLine = 0;
-  std::string silentInLine, silentAfterLine, invented;
+  std::string silentInLine, silentAfterLine, others, silentOthers;
   for (std::size_t length = 1; length < whole.size(); ++length) {
     const std::string cut = whole.substr(0, length);
     const Reading reading = readingOf(name, cut, rules);
     const std::size_t line = cut.find_last_of("\r\n") + 1;
     const bool blank = cut.find_first_not_of(" \t", line) == std::string::npos;
     ++(blank ? afterLine : inLine);
-    if (!reading.findings.empty()) continue;
-    (blank ? silentAfterLine : silentInLine) += " " + std::to_string(length);
+    const bool silent = reading.findings.empty();
+    if (silent) (blank ? silentAfterLine : silentInLine) += " " + std::to_string(length);
     if (!std::includes(sound.values.begin(), sound.values.end(), reading.values.begin(),
                        reading.values.end()))
-      invented += " " + std::to_string(length);
+      (silent ? silentOthers : others) += " " + std::to_string(length);
   }
   text += "cut in a line: " + std::to_string(inLine) + ", in silence" +
           (silentInLine.empty() ? " none" : silentInLine) + "\n";
   text += "cut after a line: " + std::to_string(afterLine) + ", in silence" +
           (silentAfterLine.empty() ? " none" : silentAfterLine) + "\n";
-  return text + "other values in silence:" + (invented.empty() ? " none" : invented) + "\n";
+  return text + "values that the whole does not have: at" + (others.empty() ? " none" : others) +
+         ", in silence" + (silentOthers.empty() ? " none" : silentOthers) + "\n";
 }

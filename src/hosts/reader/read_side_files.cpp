@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <new>
 #include <utility>
@@ -297,8 +298,16 @@ int CCtfReader6Positions::readVirtualChannels(const CString& path) {
 int CCtfReader7Bad::readBadChannels(const CString& path) {
   return readSideFile(getFilePathDir(path) + L"BadChannels", {}, [this](const CFile& file) {
     HostNotices notices;
-    return ctfmeg::readBadChannels(file.opened(), m_rules, notices, [&](const std::string& name) {
-      return m_currentData->setChannelGood4Name(hostText(name), false, -1, true) != 0;
+    const auto isChannel = [&](const CString& name) {
+      const auto& channels = m_currentData->channels();
+      return std::any_of(channels.begin(), channels.end(), [&](const ChannelInfo& channel) {
+        return channel.name == name || channel.shortName == name;
+      });
+    };
+    return ctfmeg::readBadChannels(file.opened(), m_rules, notices, [&](const std::string& name, bool cut) {
+      const CString channel = hostText(name);
+      return (!cut || isChannel(channel)) &&
+             m_currentData->setChannelGood4Name(channel, false, -1, true) != 0;
     });
   });
 }
