@@ -60,6 +60,10 @@ constexpr auto kCodes = std::to_array<CodeInfo>({
      "no clock channel says whether trials follow each other: they are taken as doing so"},
     {Code::clockGap, "clock.gap", ErrorKind::refused, false,
      "samples are missing between two trials, by the clock channel"},
+    {Code::resampleAlias, "resample.alias", ErrorKind::refused, false,
+     "every so many samples are read without a filter, and the low-pass filter of the recording lets through "
+     "more "
+     "than the new sample rate can show"},
     {Code::markerKeyword, "marker.keyword", ErrorKind::damaged, false,
      "a line of the marker file is not the keyword that is expected"},
     {Code::markerNumber, "marker.number", ErrorKind::damaged, false, "a number of the marker file is none"},

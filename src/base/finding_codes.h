@@ -40,6 +40,7 @@ enum class Code {
   meg4Changed,
   clockNone,
   clockGap,
+  resampleAlias,
   markerKeyword,
   markerNumber,
   markerHeader,

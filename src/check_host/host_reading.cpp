@@ -290,6 +290,7 @@ HostReading readAsHost(const fs::path& path, const Selection& selection, const O
     if (read.samples->shape().trials == 0) throw user.findings.errorAbout(file);
     user.finishProgress();
     read.findings = user.findings.take();
+    if (auto remark = aliasingOf(record, selection.step, file)) read.findings.push_back(*std::move(remark));
     return read;
   } catch (CFileException* exception) {
     const auto& known = user.findings.all();

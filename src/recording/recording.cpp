@@ -250,6 +250,7 @@ std::shared_ptr<const SampleSource> Recording::samples(const Selection& selectio
   const auto gapBetween = [this](int trial, int later) { return m_state->gapBetween(trial, later); };
   Arrangement arrangement = arrange(selection, trials, {header, file, gapBetween}, findings);
   arrangement.missing = arrangement.missing || missing;
+  if (auto remark = aliasingOf(header, arrangement.step, file)) findings.push_back(*std::move(remark));
   return std::make_shared<FileSamples>(m_state, set, m_state->workers, std::move(chosen),
                                        std::move(arrangement), std::move(findings));
 }

@@ -2,12 +2,17 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
+#include <limits>
 #include <set>
 #include <string>
 #include <string_view>
 
 #include "base/encoding.h"
 #include "base/finding_codes.h"
+#include "base/nearest.h"
+
+#include <ctfmeg/path_text.h>
 
 namespace ctfmeg {
 namespace {
@@ -22,10 +27,12 @@ std::set<int> trialsWith(const std::string& name, const std::vector<Marker>& mar
   const auto marker =
       std::find_if(markers.begin(), markers.end(), [&](const Marker& m) { return m.name == name; });
   if (marker == markers.end()) {
-    std::string there;
+    std::vector<std::string> there;
     for (const Marker& m : markers)
-      there += (there.empty() ? "" : ", ") + m.name;
-    refuse(file, "has no marker " + name + ": " + (there.empty() ? "there are none" : "there are " + there));
+      there.push_back(m.name);
+    refuse(file, "has no marker " + name + ": " +
+                     (there.empty() ? "there are none" : "there are " + listText(there)) +
+                     nearestText(name, there));
   }
   std::set<int> trials;
   for (const MarkerSample& sample : marker->samples)
@@ -74,6 +81,33 @@ bool mark(const std::vector<Channel>& channels, std::vector<bool>& wanted, bool 
   return found;
 }
 
+/// The error for an item that names no channel, with the nearest that there is.
+[[noreturn]] void refuseItem(const std::string& item, const std::vector<Channel>& channels,
+                             const fs::path& file) {
+  std::vector<std::string> shortNames, names, kinds;
+  for (const Channel& channel : channels) {
+    shortNames.push_back(channel.shortName);
+    names.push_back(channel.name);
+    if (const std::string kind = nameOf(channel.kind);
+        std::find(kinds.begin(), kinds.end(), kind) == kinds.end())
+      kinds.push_back(kind);
+  }
+  std::string nearest;
+  if (const std::size_t literal = item.find_first_of("*?"); literal == std::string::npos) {
+    std::vector<std::string> there = shortNames;
+    there.insert(there.end(), kinds.begin(), kinds.end());
+    nearest = nearestText(item, there);
+    if (nearest.empty()) nearest = nearestText(item, names);
+    if (nearest.empty()) nearest = nearestText(item.substr(0, item.find('-')), shortNames);
+  } else if (literal > 1) {  // what comes before the first of them is how names begin
+    for (std::string& name : shortNames)
+      name = name.substr(0, literal) + "*";
+    nearest = nearestText(item.substr(0, literal) + "*", shortNames);
+  }
+  refuse(file, "has no channel " + (item.empty() ? "with an empty name" : item) +
+                   (nearest.empty() ? "; its channels are of kind " + listText(kinds) : nearest));
+}
+
 /// Marks the channels that an item of a list means.
 void markItem(const std::string& item, const std::vector<Channel>& channels, const fs::path& file,
               std::vector<bool>& wanted, bool value) {
@@ -86,7 +120,7 @@ void markItem(const std::string& item, const std::vector<Channel>& channels, con
   if (mark(channels, wanted, value, byName) || mark(channels, wanted, value, byKind) ||
       mark(channels, wanted, value, byAnyCase))
     return;
-  refuse(file, "has no channel that \"" + item + "\" names");
+  refuseItem(item, channels, file);
 }
 
 /// The nearest sample, half away from zero.
@@ -135,7 +169,7 @@ std::vector<int> chosenChannels(const Selection& selection, const std::vector<Ch
     for (const std::string& item : *selection.channels)
       markItem(item, channels, file, wanted, true);
   for (const std::string& item : selection.exclude)
-    if (item == "bad")
+    if (lowered(item) == "bad")
       mark(channels, wanted, false, [](const Channel& channel) { return !channel.good; });
     else
       markItem(item, channels, file, wanted, false);
@@ -175,6 +209,25 @@ Cut cutOf(const Selection& selection, const fs::path& file, const Counting& coun
   cut.step = std::clamp<std::int64_t>(selection.step, 1, std::max<std::int64_t>(cut.length, 1));
   cut.samples = cut.length / cut.step;
   return cut;
+}
+
+std::optional<Finding> aliasingOf(const RecordInfo& record, std::int64_t step, const fs::path& file) {
+  constexpr std::uint32_t kLowPass = 1;  // type of a filter; 2 is a high-pass
+  double passed = std::numeric_limits<double>::infinity();
+  for (const Filter& filter : record.filters)
+    if (filter.filterType == kLowPass && filter.frequency > 0.0) passed = std::min(passed, filter.frequency);
+  const double shown = record.sampleRate / static_cast<double>(step) / 2.0;
+  if (step < 2 || !std::isfinite(passed) || !(passed > shown)) return std::nullopt;
+  char text[192];
+  std::snprintf(
+      text, sizeof text,
+      "has signal up to %.6g Hz by its low-pass filter: at the new sample rate what is above %.6g Hz "
+      "aliases to lower frequencies",
+      passed, shown);
+  return Finding{.severity = Finding::Severity::remark,
+                 .code = wordOf(Code::resampleAlias),
+                 .file = textOf(file),
+                 .text = text};
 }
 
 Error missingTrial(int trial, const fs::path& file, std::vector<Finding> findings) {

@@ -41,6 +41,11 @@ struct Counting {
 /// Throws `Error` where nothing would be left, and for what can't be combined.
 Cut cutOf(const Selection& selection, const std::filesystem::path& file, const Counting& counting);
 
+/// What is to be known about taking every `step`-th sample without a filter: a remark where the recording's
+/// own low-pass filter lets through more than half of the new sample rate, nothing where none is known.
+std::optional<Finding> aliasingOf(const RecordInfo& record, std::int64_t step,
+                                  const std::filesystem::path& file);
+
 /// The error for a trial that was chosen and is not there whole; `findings` may say why.
 Error missingTrial(int trial, const std::filesystem::path& file, std::vector<Finding> findings);
 
