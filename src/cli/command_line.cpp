@@ -1,28 +1,18 @@
 #include "cli/command_line.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 
 #include "cli/definitions.h"
+#include "cli/help_layout.h"
 #include "cli/messages.h"
-#include "output/visible_text.h"
+#include "cli/usage.h"
+
+#include <ctfmeg/path_text.h>
 
 namespace ctfmeg::cli {
 namespace {
-
-constexpr const char* kExamples = R"(  ctfmeg info run.ds                        what the recording is
-  ctfmeg info --json a.ds b.ds              all that its header says, for scripts
-  ctfmeg channels --channels 'MLC*' run.ds  some channels
-  ctfmeg markers --csv run.ds               events, for a spreadsheet
-  ctfmeg export run.ds -o run.npy           samples for NumPy: trials x channels x samples
-  ctfmeg export run.ds --physical -o - | python3 analyse.py
-  ctfmeg export run.ds --samples 0:599 -o start.npy    only part of each trial
-  ctfmeg export run.ds --trials 0,2,5-7 -o some.npy    only some trials
-  ctfmeg export run.ds --marker tone -o tone.npy       only trials with an event
-  ctfmeg scan --csv recordings              every dataset below a folder, a line each
-  ctfmeg check run.ds                       what is wrong or odd, in plain words
-  ctfmeg simulate test.ds --trials 10       a dataset to try things on
-)";
 
 /// The command line for CLI11, which wants it in reverse. It takes a path in brackets for a list of several,
 /// so such a path is given as one that begins with its folder.
@@ -38,10 +28,20 @@ std::vector<std::string> argumentsOf(std::vector<std::string> arguments) {
 }
 
 bool namesNoCommand(CLI::App& app, const std::string& first) {
-  const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
-  return !first.starts_with('-') &&
-         std::none_of(commands.begin(), commands.end(),
-                      [&](const CLI::App* command) { return command->get_name() == first; });
+  return !first.starts_with('-') && commandNamed(app, first) == nullptr;
+}
+
+/// Throws for what CLI11 would take for something else.
+void requireUnmistakable(CLI::App& app, const std::vector<std::string>& arguments) {
+  if (!arguments.empty() && namesNoCommand(app, arguments.front()))
+    throw UsageError(unknownCommand(app, arguments.front()));
+  for (std::size_t i = 1; i < arguments.size() && arguments[i - 1] != "--"; ++i) {
+    const std::string& value = arguments[i];
+    std::error_code unknown;
+    if (arguments[i - 1] == "--partial" && (value == "drop" || value == "nan") &&
+        !std::filesystem::exists(pathFromText(value), unknown))
+      throw UsageError("--partial takes its value after an equals sign: --partial=" + value);
+  }
 }
 
 PageOption describeOption(const CLI::Option& option) {
@@ -54,9 +54,14 @@ PageOption describeOption(const CLI::Option& option) {
   described.standard = option.get_default_str();
   described.required = option.get_required();
   described.several = option.get_expected_max() > 1;
-  const bool flag = option.get_type_size_max() == 0;
-  described.value = option.get_positional() ? option.get_name(true) : flag ? "" : option.get_type_name();
+  described.value = option.get_positional() ? option.get_name(true) : valueWordOf(option);
   return described;
+}
+
+/// Lines, without their heading.
+std::string examplesOf(const CLI::App& app) {
+  const std::string footer = app.get_footer();
+  return footer.substr(std::min(footer.find("  "), footer.size()));
 }
 
 /// The options of a group, which is an application without a name, are listed among the others.
@@ -68,7 +73,7 @@ void describeInto(Page& page, const CLI::App& app) {
     if (part->get_name().empty()) {
       describeInto(page, *part);
     } else {
-      Page command{part->get_name(), part->get_description(), {}, {}, {}, {}};
+      Page command{part->get_name(), part->get_description(), {}, {}, {}, examplesOf(*part)};
       describeInto(command, *part);
       page.commands.push_back(std::move(command));
     }
@@ -80,27 +85,26 @@ void describeInto(Page& page, const CLI::App& app) {
 int runCommandLine(const std::vector<std::string>& arguments) {
   Definitions definitions;
   CLI::App& app = definitions.app();
-  app.footer("\nExamples:\n" + std::string(kExamples));
-  app.failure_message([](const CLI::App*, const CLI::Error& error) {
-    return "ctfmeg: " + output::visible(error.what()) + "\nctfmeg: run it with --help to see what there is\n";
-  });
-  if (!arguments.empty() && namesNoCommand(app, arguments.front())) {
-    say("", "there is no command " + arguments.front() + "; run it with --help to see what there is");
-    return kWrongUsage;
-  }
   try {
+    requireUnmistakable(app, arguments);
     app.parse(argumentsOf(arguments));
-  } catch (const CLI::ParseError& error) {
-    if (app.exit(error, std::cout, std::cerr) != 0) return kWrongUsage;
+  } catch (const CLI::Success& asked) {  // for help, or the version
+    app.exit(asked, std::cout, std::cerr);
     finishOutput();
+  } catch (const CLI::ParseError& error) {
+    say("", wrongUsage(app, error));
+    const auto given = app.get_subcommands();
+    say("", "ctfmeg help" + (given.empty() ? "" : " " + given.front()->get_name()) + " shows what there is");
+    return kWrongUsage;
   }
   return definitions.exitCode();
 }
 
 Page describeCommandLine() {
   Definitions definitions;
-  Page page{definitions.app().get_name(), definitions.app().get_description(), {}, {}, {}, kExamples};
-  describeInto(page, definitions.app());
+  const CLI::App& app = definitions.app();
+  Page page{app.get_name(), app.get_description(), {}, {}, {}, examplesOf(app)};
+  describeInto(page, app);
   return page;
 }
 

@@ -15,7 +15,7 @@ void addExport(Definitions& definitions) {
                       "  ctfmeg export a.ds b.ds --output-dir arrays --jobs 2  a file for each\n",
                       [options] {
                         if (const std::string problem = problemOf(*options); !problem.empty())
-                          throw CLI::ValidationError("export", problem);
+                          throw UsageError(problem);
                         return runExport(*options);
                       });
   addDatasets(command, options->datasets);
@@ -28,7 +28,7 @@ void addExport(Definitions& definitions) {
                         ->excludes(output)
                         ->type_name("DIR");
   const auto addCount = [command](const char* name, int& count, const char* help) {
-    return command->add_option(name, count, help)->check(CLI::Range(1, 1024).description(""))->type_name("N");
+    return command->add_option(name, count, help)->check(numberFrom(1, 1024))->type_name("N");
   };
   addCount("--jobs", options->jobs, "datasets at once")->needs(directory);
   command
@@ -42,10 +42,8 @@ void addExport(Definitions& definitions) {
       ->add_option_function<std::string>(
           "--dtype", [options](const std::string& name) { options->type = *valueTypeOf(name); },
           "type of the values")
-      ->check([](const std::string& name) {
-        return valueTypeOf(name) ? "" : "must be int32, float32 or float64, not " + name;
-      })
-      ->type_name("TYPE");
+      ->check(oneOf({"int32", "float32", "float64"}))
+      ->type_name("int32|float32|float64");
   addCount("--threads", options->threads, "threads that read (default: as many as may be used and pay)");
   addSelection(command, options->samples);
   addMemory(command);

@@ -1,10 +1,33 @@
 #include "cli/definitions.h"
 
+#include <iostream>
+#include <memory>
+
+#include "cli/help_layout.h"
+#include "cli/messages.h"
+
 namespace ctfmeg::cli {
+namespace {
+
+constexpr const char* kExamples =
+    "\nExamples:\n"
+    "  ctfmeg info run.ds                    what the recording is\n"
+    "  ctfmeg channels run.ds                its channels\n"
+    "  ctfmeg markers --csv run.ds           its events, for a spreadsheet\n"
+    "  ctfmeg export run.ds -o run.npy       its samples, for NumPy\n"
+    "  ctfmeg scan recordings                every dataset below a folder\n"
+    "  ctfmeg check run.ds                   what is wrong or odd, in plain words\n"
+    "  ctfmeg simulate test.ds --trials 10   a dataset to try things on\n"
+    "  ctfmeg help export                    what a command takes, with examples\n";
+
+}  // namespace
 
 Definitions::Definitions() {
   m_app.allow_windows_style_options(false);  // "/" begins a path there, too
-  m_app.set_version_flag("--version", "ctfmeg " CTFMEG_VERSION);
+  m_app.formatter(std::make_shared<HelpLayout>());
+  m_app.footer(kExamples);
+  m_app.set_help_flag("-h,--help", "show this help");
+  m_app.set_version_flag("--version", "ctfmeg " CTFMEG_VERSION, "show the version");
   m_app.require_subcommand(1);
   addInfo(*this);
   addTables(*this);
@@ -12,11 +35,27 @@ Definitions::Definitions() {
   addScan(*this);
   addCheck(*this);
   addSimulate(*this);
+  addHelp();
+}
+
+void Definitions::addHelp() {
+  const auto name = std::make_shared<std::string>();
+  auto* help =
+      add("help", "Show what a command takes", "  ctfmeg help\n  ctfmeg help export\n", [this, name] {
+        const CLI::App* asked = name->empty() ? &m_app : commandNamed(m_app, *name);
+        if (asked == nullptr) throw UsageError(unknownCommand(m_app, *name));
+        const std::string called = (asked == &m_app ? "" : "ctfmeg ") + asked->get_name();
+        std::cout << m_app.get_formatter()->make_help(asked, called, CLI::AppFormatMode::Normal);
+        finishOutput();
+        return kDone;
+      });
+  help->add_option("COMMAND", *name, "the command; without one, what commands there are")->type_name("");
 }
 
 CLI::App* Definitions::add(const char* name, const char* summary, const char* examples,
                            std::function<int()> run) {
   CLI::App* command = m_app.add_subcommand(name, summary);
+  command->group("Commands");
   command->footer("\nExamples:\n" + std::string(examples));
   command->callback([this, run = std::move(run)] { m_exitCode = run(); });
   return command;
@@ -47,7 +86,7 @@ void addReading(CLI::App* command, ReadingOptions& options) {
             options.rules = name == "host" ? Rules::host : Rules::plain;
           },
           "plain (what the files say) or host (to the letter as hosts read)")
-      ->check(CLI::IsMember({"plain", "host"}).description(""))
+      ->check(oneOf({"plain", "host"}))
       ->default_str("plain")
       ->type_name("plain|host");
   auto* yes = command->add_flag("--yes", options.yes, "answer the reader's questions with Yes");
@@ -59,8 +98,11 @@ void addReading(CLI::App* command, ReadingOptions& options) {
 void addMemory(CLI::App* command) {
   const auto ignore = [](const std::string& /*value*/) {};
   command->add_option_function<std::string>("--memory", ignore, "changes nothing; kept for older scripts")
-      ->transform(CLI::AsSizeValue(false).description(""))
-      ->check(CLI::PositiveNumber.description(""))
+      ->check([](std::string text) {
+        const std::string given = text;
+        const bool isSize = CLI::AsSizeValue(false)(text).empty() && CLI::PositiveNumber(text).empty();
+        return isSize ? "" : mustBe("a size such as 500MB", given);
+      })
       ->type_name("SIZE");
   command->add_option_function<std::string>("--spill", ignore, "changes nothing; kept for older scripts")
       ->type_name("DIR");

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cli/commands.h"
+#include "cli/usage.h"
 
 namespace ctfmeg::cli {
 
@@ -26,7 +27,9 @@ class Definitions {
   int exitCode() const { return m_exitCode; }
 
  private:
-  CLI::App m_app{"Reads MEG recordings made on CTF systems.", "ctfmeg"};
+  void addHelp();
+
+  CLI::App m_app{"Reads MEG recordings made on CTF systems", "ctfmeg"};
   int m_exitCode = kDone;
 };
 

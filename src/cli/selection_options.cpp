@@ -1,3 +1,4 @@
+#include <functional>
 #include <memory>
 #include <type_traits>
 
@@ -6,6 +7,29 @@
 
 namespace ctfmeg::cli {
 namespace {
+
+using Check = std::function<std::string(const std::string&)>;
+
+/// How the value of an option is written: the word for it in the help, and what says why a text is none.
+struct Form {
+  const char* word;
+  Check check;
+};
+
+template <class Parse>
+Check understoodBy(Parse parse, const char* must) {
+  return [parse, must](const std::string& text) { return parse(text) ? "" : mustBe(must, text); };
+}
+
+const Form& seconds() {
+  static const Form kForm{"S", understoodBy(parseSeconds, "a number of seconds")};
+  return kForm;
+}
+
+const Form& count() {
+  static const Form kForm{"N", understoodBy(parseCount, "a whole number from 1")};
+  return kForm;
+}
 
 std::optional<Gaps> parseGaps(const std::string& text) {
   if (text == "nan") return Gaps::fill;
@@ -25,14 +49,16 @@ class SelectionDefinition {
       : m_command(command), m_options(options) {}
 
   void addSamples() {
-    add("--trials", "LIST", "trials by number, counted from 0 (0,2,5-7)", parseTrials, &Selection::trials);
-    add("--marker", "NAMES", "the trials that carry one of these markers (comma-separated)", parseNames,
+    add("--trials", {"LIST", understoodBy(parseTrials, "trial numbers such as 0,2,5-7")},
+        "trials by number, counted from 0 (0,2,5-7)", parseTrials, &Selection::trials);
+    add("--marker", {"NAMES", {}}, "the trials that carry one of these markers (comma-separated)", parseNames,
         &Selection::markers);
-    auto* samples = add("--samples", "FIRST:LAST",
-                        "samples FIRST to LAST of each trial, counted from 0; of the run with --continuous",
-                        parseSpan, &Selection::samples);
+    auto* samples =
+        add("--samples", {"FIRST:LAST", understoodBy(parseSpan, "two sample numbers such as 0:599")},
+            "samples FIRST to LAST of each trial, counted from 0; of the run with --continuous", parseSpan,
+            &Selection::samples);
     const auto addTime = [&](const char* name, const char* help, std::optional<double> TimeSpan::*end) {
-      add(name, "S", help, parseSeconds, [end](Selection& selection, double seconds) {
+      add(name, seconds(), help, parseSeconds, [end](Selection& selection, double seconds) {
         if (!selection.seconds) selection.seconds.emplace();
         *selection.seconds.*end = seconds;
       })->excludes(samples);
@@ -40,7 +66,7 @@ class SelectionDefinition {
     addTime("--from", "from S seconds after the trigger on; of the run's start with --continuous",
             &TimeSpan::from);
     addTime("--to", "up to S seconds after it", &TimeSpan::to);
-    auto* split = add("--split", "N", "each trial as N shorter ones", parseCount, &Selection::pieces);
+    auto* split = add("--split", count(), "each trial as N shorter ones", parseCount, &Selection::pieces);
     auto* continuous =
         m_command
             ->add_flag_callback(
@@ -48,16 +74,17 @@ class SelectionDefinition {
                 [&options = m_options] { keep(options, "--continuous", "").continuous = true; },
                 "the trials as one run: channels x samples")
             ->excludes(split);
-    add("--gaps", "nan|cut", "where trials of a run do not adjoin: fill with NaN, or put them together",
-        parseGaps, [](Selection& selection, Gaps gaps) { selection.gaps = gaps; })
+    add("--gaps", {"nan|cut", oneOf({"nan", "cut"})},
+        "where trials of a run do not adjoin: fill with NaN, or put them together", parseGaps,
+        [](Selection& selection, Gaps gaps) { selection.gaps = gaps; })
         ->needs(continuous);
-    add("--resample", "N", "every N-th sample, not filtered", parseCount, &Selection::step);
+    add("--resample", count(), "every N-th sample, not filtered", parseCount, &Selection::step);
   }
 
   void addChannels() {
-    add("--channels", "LIST", "names, patterns (MLC*) or kinds (meg, ref, eeg, stim), comma-separated",
+    add("--channels", {"LIST", {}}, "names, patterns (MLC*) or kinds (meg, ref, eeg, stim), comma-separated",
         parseNames, &Selection::channels);
-    add("--exclude", "LIST", "channels to leave out, likewise; bad: those marked as bad", parseNames,
+    add("--exclude", {"LIST", {}}, "channels to leave out, likewise; bad: those marked as bad", parseNames,
         [](Selection& selection, std::vector<std::string> names) { selection.exclude = std::move(names); });
   }
 
@@ -67,8 +94,9 @@ class SelectionDefinition {
         ->add_flag("--partial", *given,
                    "a last trial that is cut short counts: what it lacks is NaN, or with =drop left out")
         ->check([](const std::string& how) {
-          return how == "true" || how == "nan" || how == "drop" ? "" : "must be nan or drop, not " + how;
+          return how == "true" ? "" : oneOf({"nan", "drop"})(how);
         })
+        ->option_text("[=drop]")
         ->each([given, &options = m_options](const std::string& how) {
           keep(options, "--partial", how == "drop" ? how : "nan").partial =
               how == "drop" ? Partial::drop : Partial::fill;
@@ -78,7 +106,7 @@ class SelectionDefinition {
  private:
   /// `set` is a member of Selection, or a function that sets one.
   template <class Parse, class Set>
-  CLI::Option* add(const char* name, const char* type, const char* help, Parse parse, Set set) {
+  CLI::Option* add(const char* name, const Form& form, const char* help, Parse parse, Set set) {
     const auto take = [&options = m_options, name, parse, set](const std::string& text) {
       Selection& selection = keep(options, name, text);
       if constexpr (std::is_member_object_pointer_v<Set>)
@@ -86,10 +114,8 @@ class SelectionDefinition {
       else
         set(selection, *parse(text));
     };
-    return m_command->add_option_function<std::string>(name, take, help)
-        ->check(
-            [parse](const std::string& text) { return parse(text) ? "" : "can't be understood: " + text; })
-        ->type_name(type);
+    auto* option = m_command->add_option_function<std::string>(name, take, help)->type_name(form.word);
+    return form.check ? option->check(form.check) : option;
   }
 
   CLI::App* m_command;
