@@ -31,12 +31,24 @@ bool namesNoCommand(CLI::App& app, const std::string& first) {
   return !first.starts_with('-') && commandNamed(app, first) == nullptr;
 }
 
+/// Null where there is no such option.
+const CLI::Option* optionNamed(const CLI::App& command, const std::string& name) {
+  const auto found = command.get_options([&](const CLI::Option* option) {
+    return name.starts_with('-') && !option->get_positional() && option->check_name(name);
+  });
+  return found.empty() ? nullptr : found.front();
+}
+
 /// Throws for what CLI11 would take for something else.
 void requireUnmistakable(CLI::App& app, const std::vector<std::string>& arguments) {
   if (!arguments.empty() && namesNoCommand(app, arguments.front()))
     throw UsageError(unknownCommand(app, arguments.front()));
+  const CLI::App* command = arguments.empty() ? nullptr : commandNamed(app, arguments.front());
   for (std::size_t i = 1; i < arguments.size() && arguments[i - 1] != "--"; ++i) {
     const std::string& value = arguments[i];
+    const CLI::Option* option = command == nullptr ? nullptr : optionNamed(*command, arguments[i - 1]);
+    if (option != nullptr && !valueWordOf(*option).empty() && optionNamed(*command, value) != nullptr)
+      throw UsageError(arguments[i - 1] + " needs a value: " + arguments[i - 1] + " " + valueWordOf(*option));
     std::error_code unknown;
     if (arguments[i - 1] == "--partial" && (value == "drop" || value == "nan") &&
         !std::filesystem::exists(pathFromText(value), unknown))
@@ -58,12 +70,6 @@ PageOption describeOption(const CLI::Option& option) {
   return described;
 }
 
-/// Lines, without their heading.
-std::string examplesOf(const CLI::App& app) {
-  const std::string footer = app.get_footer();
-  return footer.substr(std::min(footer.find("  "), footer.size()));
-}
-
 /// The options of a group, which is an application without a name, are listed among the others.
 void describeInto(Page& page, const CLI::App& app) {
   for (const CLI::Option* option : app.get_options())
@@ -73,11 +79,28 @@ void describeInto(Page& page, const CLI::App& app) {
     if (part->get_name().empty()) {
       describeInto(page, *part);
     } else {
-      Page command{part->get_name(), part->get_description(), {}, {}, {}, examplesOf(*part)};
+      Page command{part->get_name(), part->get_description(), {}, {}, {}, part->get_footer()};
       describeInto(command, *part);
       page.commands.push_back(std::move(command));
     }
   }
+}
+
+/// The command line that shows what might have been meant.
+std::string helpFor(const CLI::App& app) {
+  const auto given = app.get_subcommands();
+  const std::string name = given.empty() ? "" : given.front()->get_name();
+  return name.empty() || name == "help" ? "ctfmeg help" : "ctfmeg help " + name;
+}
+
+/// Where words are names of commands, they are what completions offer.
+void offerCommands(Page& page) {
+  std::vector<std::string> names;
+  for (const Page& command : page.commands)
+    names.push_back(command.name);
+  for (Page& command : page.commands)
+    for (PageOption& argument : command.arguments)
+      if (argument.value == "COMMAND") argument.choices = names;
 }
 
 }  // namespace
@@ -93,8 +116,7 @@ int runCommandLine(const std::vector<std::string>& arguments) {
     finishOutput();
   } catch (const CLI::ParseError& error) {
     say("", wrongUsage(app, error));
-    const auto given = app.get_subcommands();
-    say("", "ctfmeg help" + (given.empty() ? "" : " " + given.front()->get_name()) + " shows what there is");
+    say("", helpFor(app) + " shows what there is");
     return kWrongUsage;
   }
   return definitions.exitCode();
@@ -103,8 +125,9 @@ int runCommandLine(const std::vector<std::string>& arguments) {
 Page describeCommandLine() {
   Definitions definitions;
   const CLI::App& app = definitions.app();
-  Page page{app.get_name(), app.get_description(), {}, {}, {}, examplesOf(app)};
+  Page page{app.get_name(), app.get_description(), {}, {}, {}, app.get_footer()};
   describeInto(page, app);
+  offerCommands(page);
   return page;
 }
 

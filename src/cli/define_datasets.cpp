@@ -9,8 +9,8 @@ void addScan(Definitions& definitions) {
   auto* command =
       definitions.add("scan", "List every dataset below a directory, from headers",
                       "  ctfmeg scan recordings\n"
-                      "  ctfmeg scan --csv recordings > list.csv            for a spreadsheet\n"
-                      "  ctfmeg scan --json --no-identity recordings        without what names a person\n",
+                      "  ctfmeg scan --csv recordings > list.csv      for a spreadsheet\n"
+                      "  ctfmeg scan --json --no-identity recordings  without what names a person\n",
                       [options] { return runScan(*options); });
   command->add_option("DIRECTORY", options->directories, "where to look, at any depth")
       ->required()

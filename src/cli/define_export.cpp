@@ -8,11 +8,11 @@ void addExport(Definitions& definitions) {
   const auto options = std::make_shared<ExportOptions>();
   auto* command =
       definitions.add("export", "Write samples as NumPy arrays",
-                      "  ctfmeg export run.ds -o run.npy                       trials x channels x samples\n"
-                      "  ctfmeg export run.ds --samples 0:599 -o start.npy     only part of each trial\n"
-                      "  ctfmeg export run.ds --marker tone -o tone.npy        only trials with an event\n"
+                      "  ctfmeg export run.ds -o run.npy                    trials x channels x samples\n"
+                      "  ctfmeg export run.ds --samples 0:599 -o start.npy  a part of each trial\n"
+                      "  ctfmeg export run.ds --marker tone -o tone.npy     the trials with an event\n"
                       "  ctfmeg export run.ds --physical --channels meg -o - | python3 analyse.py\n"
-                      "  ctfmeg export a.ds b.ds --output-dir arrays --jobs 2  a file for each\n",
+                      "  ctfmeg export a.ds b.ds --output-dir arrays         a file for each\n",
                       [options] {
                         if (const std::string problem = problemOf(*options); !problem.empty())
                           throw UsageError(problem);

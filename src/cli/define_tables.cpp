@@ -26,7 +26,7 @@ void addInfo(Definitions& definitions) {
   auto* command =
       definitions.add("info", "Show what recordings are, from their headers",
                       "  ctfmeg info run.ds\n"
-                      "  ctfmeg info --json a.ds b.ds              all that their headers say, for scripts\n"
+                      "  ctfmeg info --json a.ds b.ds              all that headers say, for scripts\n"
                       "  ctfmeg info --trials 0-3 --from 0 run.ds  what an export of that would hold\n",
                       [options] { return runInfo(*options); });
   addDatasets(command, options->datasets);

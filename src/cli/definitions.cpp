@@ -10,7 +10,6 @@ namespace ctfmeg::cli {
 namespace {
 
 constexpr const char* kExamples =
-    "\nExamples:\n"
     "  ctfmeg info run.ds                    what the recording is\n"
     "  ctfmeg channels run.ds                its channels\n"
     "  ctfmeg markers --csv run.ds           its events, for a spreadsheet\n"
@@ -56,7 +55,7 @@ CLI::App* Definitions::add(const char* name, const char* summary, const char* ex
                            std::function<int()> run) {
   CLI::App* command = m_app.add_subcommand(name, summary);
   command->group("Commands");
-  command->footer("\nExamples:\n" + std::string(examples));
+  command->footer(examples);
   command->callback([this, run = std::move(run)] { m_exitCode = run(); });
   return command;
 }
@@ -100,8 +99,12 @@ void addMemory(CLI::App* command) {
   command->add_option_function<std::string>("--memory", ignore, "changes nothing; kept for older scripts")
       ->check([](std::string text) {
         const std::string given = text;
-        const bool isSize = CLI::AsSizeValue(false)(text).empty() && CLI::PositiveNumber(text).empty();
-        return isSize ? "" : mustBe("a size such as 500MB", given);
+        try {
+          if (CLI::AsSizeValue(false)(text).empty() && CLI::PositiveNumber(text).empty())
+            return std::string();
+        } catch (const CLI::ValidationError&) {  // thrown for a unit that it does not know
+        }
+        return mustBe("a size such as 500MB", given);
       })
       ->type_name("SIZE");
   command->add_option_function<std::string>("--spill", ignore, "changes nothing; kept for older scripts")

@@ -148,6 +148,7 @@ class Export {
   /// Returns the array's shape as text.
   std::string write(std::size_t work, const std::string& output) {
     const std::string& dataset = m_options.datasets[work];
+    if (output != kStandardOutput) requireFolderOf(output);
     const Recording recording = m_session.open(dataset);
     const Selection& selection = m_options.samples.selection;
     const SelectedSamples selected = m_session.select(dataset, recording, selection);
@@ -196,7 +197,10 @@ class Export {
 void exportAll(const ExportOptions& options, Session& session) {
   std::error_code failed;
   fs::create_directories(reachable(pathFromText(*options.outputDirectory)), failed);
-  if (failed) throw CommandError(*options.outputDirectory, "can't be made: " + failed.message());
+  if (failed) {
+    requireFolderOf(*options.outputDirectory);
+    throw CommandError(*options.outputDirectory, "can't be made: " + failed.message());
+  }
   struct Result {
     std::string shape, what = "failed";
   };
@@ -237,10 +241,10 @@ std::optional<ValueType> valueTypeOf(const std::string& name) {
 
 std::string problemOf(const ExportOptions& options) {
   if (!options.outputDirectory) {
-    if (options.output.empty()) return "needs -o FILE, or --output-dir DIR";
-    if (options.datasets.size() > 1) return "needs --output-dir DIR for several datasets";
+    if (options.output.empty()) return "export needs -o FILE or --output-dir DIR";
+    if (options.datasets.size() > 1) return "export needs --output-dir DIR for several datasets";
     if (isFile(options.output) && !lowered(options.output).ends_with(".npy"))
-      return options.output + " does not end in .npy: a NumPy array is what can be had";
+      return options.output + " does not end in .npy: only NumPy arrays can be written";
   }
   if (options.type == ValueType::int32 && needsFloat(options))
     return "--dtype int32 can't hold physical or missing values: take float32 or float64";

@@ -47,6 +47,9 @@ std::string HelpLayout::make_description(const CLI::App* app) const {
   return app->get_description() + ".\n\n";
 }
 
+/// The examples.
+std::string HelpLayout::make_footer(const CLI::App* app) const { return "Examples:\n" + app->get_footer(); }
+
 std::string HelpLayout::make_usage(const CLI::App* app, std::string name) const {
   std::string line = "Usage: " + name;
   if (app->get_parent() == nullptr)

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <iostream>
 #include <map>
 #include <new>
@@ -93,6 +94,19 @@ std::shared_ptr<const SampleSource> samplesOf(const Recording& recording, const 
 
 void say(const std::string& path, const std::string& text) {
   writeLine("ctfmeg: " + (path.empty() ? "" : visible(path) + ": ") + visible(text));
+}
+
+void requireFolderOf(const std::string& file) {
+  const std::filesystem::path folder = pathFromText(file).parent_path();
+  std::filesystem::path there = folder;  // as far as it is
+  std::error_code unknown;
+  while (!there.empty() && there != there.parent_path() &&
+         !std::filesystem::exists(reachable(there), unknown))
+    there = there.parent_path();
+  if (!there.empty() && !std::filesystem::is_directory(reachable(there), unknown))
+    throw CommandError(file, "can't be written: " + textOf(there) + " is no folder");
+  if (there != folder)
+    throw CommandError(file, "can't be written: the folder " + textOf(folder) + " does not exist");
 }
 
 void finishOutput() {

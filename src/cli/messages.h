@@ -15,6 +15,9 @@ namespace ctfmeg::cli {
 /// A line on standard error: `ctfmeg: PATH: text`, or `ctfmeg: text` without a path.
 void say(const std::string& path, const std::string& text);
 
+/// Throws CommandError where there is no folder for a file of that name.
+void requireFolderOf(const std::string& file);
+
 /// Ends what was written to standard output; throws CommandError when it could not be written.
 void finishOutput();
 

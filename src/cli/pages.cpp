@@ -12,16 +12,10 @@ enum class ValueKind { none, words, directory, file, free };
 ValueKind kindOf(const PageOption& option) {
   const std::string& value = option.value;
   if (value.empty()) return ValueKind::none;
-  if (value.find('|') != std::string::npos) return ValueKind::words;
+  if (!option.choices.empty() || value.find('|') != std::string::npos) return ValueKind::words;
   if (value == "DIR" || value == "DIRECTORY") return ValueKind::directory;
   if (value == "FILE" || value == "DATASET" || value == "OUT.ds") return ValueKind::file;
   return ValueKind::free;
-}
-
-std::string wordsOf(const PageOption& option) {
-  std::string words = option.value;
-  std::replace(words.begin(), words.end(), '|', ' ');
-  return words;
 }
 
 std::string joined(const std::vector<std::string>& items, const char* between) {
@@ -29,6 +23,12 @@ std::string joined(const std::vector<std::string>& items, const char* between) {
   for (const std::string& item : items)
     text += (text.empty() ? "" : between) + item;
   return text;
+}
+
+std::string wordsOf(const PageOption& option) {
+  std::string words = option.choices.empty() ? option.value : joined(option.choices, " ");
+  std::replace(words.begin(), words.end(), '|', ' ');
+  return words;
 }
 
 std::string optionNames(const Page& page) {
@@ -155,7 +155,8 @@ std::string sectionOf(const Page& command) {
     text += itemOf(argument);
   for (const PageOption& option : command.options)
     text += itemOf(option);
-  return text;
+  return text +
+         (command.examples.empty() ? "" : ".PP\nExamples:\n.PP\n.nf\n" + escaped(command.examples) + ".fi\n");
 }
 
 }  // namespace
@@ -177,7 +178,7 @@ std::string manPage(const Page& page, const std::string& version) {
        {std::pair{"0", "Done."},
         {"1", "A dataset could not be read, a result not written, or it was refused."},
         {"2", "Wrong usage."},
-        {"3", "check only: odd but readable."},
+        {"3", "check and scan only: odd but readable."},
         {"130", "Ended by Ctrl-C; no partial file is left."}})
     text += ".TP\n.B " + std::string(code) + "\n" + escaped(meaning) + "\n";
   return text + ".SH EXAMPLES\n.nf\n" + escaped(page.examples) + ".fi\n";

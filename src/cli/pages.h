@@ -9,6 +9,7 @@ namespace ctfmeg::cli {
 struct PageOption {
   std::vector<std::string> names;  ///< such as "-o" and "--output"; none for an argument
   std::string value;  ///< the word for its value, such as "FILE" or "plain|host"; empty for a flag
+  std::vector<std::string> choices;  ///< what the value may be, where the word does not list it
   std::string help;
   std::string standard;   ///< its value when it is not given, if the help says so
   bool several = false;   ///< may be given more than once in a row

@@ -27,6 +27,9 @@ bool inputIsTerminal();
 bool outputIsTerminal();
 bool errorsAreTerminal();
 
+/// Columns of the terminal at the other end of standard error; 0 where that is not known.
+int errorColumns();
+
 /// Waits a little for a line at the terminal. True when one is there, or when waiting for it can't be cut
 /// short on this system.
 bool inputIsReady();

@@ -12,6 +12,7 @@ namespace ctfmeg::cli {
 
 int runSimulate(const SimulateOptions& options) {
   const auto bar = options.quiet ? nullptr : openProgressBar("Writing " + output::visible(options.directory));
+  requireFolderOf(options.directory);
   try {
     simulate::writeDataset(pathFromText(options.directory), options.dataset, [&](int done, int trials) {
       if (bar) bar->show(done, trials);

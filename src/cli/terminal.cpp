@@ -6,6 +6,7 @@
 #include <iostream>
 #include <mutex>
 #include <utility>
+#include <vector>
 
 #include "cli/process.h"
 
@@ -31,6 +32,35 @@ std::string durationText(double seconds) {
   if (whole < 60) return std::to_string(whole) + " s";
   if (whole < 3600) return both(whole / 60, " min ", whole % 60, " s");
   return both(whole / 3600, " h ", whole / 60 % 60, " min");
+}
+
+/// `text` in at most `width` letters: what is too much is left out before its end, where a path names its
+/// file.
+std::string shortened(const std::string& text, std::size_t width) {
+  std::vector<std::size_t> letters;  // where each begins
+  for (std::size_t i = 0; i < text.size(); ++i)
+    if ((static_cast<unsigned char>(text[i]) & 0xC0U) != 0x80U) letters.push_back(i);
+  if (letters.size() <= width) return text;
+  const std::string dots = width < 12 ? "" : "...";
+  const std::size_t front = dots.empty() ? 0 : width / 3;
+  const std::size_t back = width - front - dots.size();
+  return text.substr(0, letters[front]) + dots +
+         (back == 0 ? "" : text.substr(letters[letters.size() - back]));
+}
+
+/// A title and a bar in the columns that a terminal has beside a percentage and the time that is left.
+std::string titleAndBar(const std::string& title, double fraction) {
+  constexpr int kUsualColumns = 80;
+  constexpr int kTail = 24;  // " 100%, 59 min 59 s left", and a column that stays free
+  constexpr int kLongest = 32, kShortest = 10, kLeastTitle = 16;
+  const int columns = errorColumns();
+  const int room = std::max((columns > 0 ? columns : kUsualColumns) - kTail, 0);
+  const int brackets = 3;
+  if (room < kLeastTitle + brackets + kShortest) return shortened(title, static_cast<std::size_t>(room));
+  const int length = std::clamp(room - brackets - static_cast<int>(title.size()), kShortest, kLongest);
+  const auto filled = static_cast<std::size_t>(fraction * length);
+  return shortened(title, static_cast<std::size_t>(room - brackets - length)) + " [" +
+         std::string(filled, '#') + std::string(static_cast<std::size_t>(length) - filled, '.') + "]";
 }
 
 /// A line of standard input; false at its end, and when the waiting is stopped.
@@ -66,13 +96,10 @@ ProgressBar::~ProgressBar() {
 }
 
 void ProgressBar::show(double done, double total) {
-  constexpr int kWidth = 32;
   const double fraction = std::clamp(done / std::max(total, 1e-9), 0.0, 1.0);
-  const auto filled = static_cast<std::size_t>(fraction * kWidth);
   char text[64];
   std::snprintf(text, sizeof text, " %3d%%", static_cast<int>(100.0 * fraction));
-  std::string line =
-      m_title + " [" + std::string(filled, '#') + std::string(kWidth - filled, '.') + "]" + text;
+  std::string line = titleAndBar(m_title, fraction) + text;
   // Before a second has passed nobody knows how long it takes.
   const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - m_begin;
   if (passed.count() > 1.0 && fraction > 0.0 && fraction < 1.0)

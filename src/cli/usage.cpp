@@ -50,11 +50,11 @@ std::string unknownOption(const CLI::App& app, const CLI::App& command) {
   if (const std::string early = firstIn(app.remaining()); !early.empty()) {
     const bool inCommand = std::find(there.begin(), there.end(), early) != there.end();
     if (&command != &app && inCommand)
-      return early + " is an option of " + command.get_name() + ": give it after " + command.get_name();
+      return early + " comes after the command: ctfmeg " + command.get_name() + " " + early;
     if (&command == &app)
       for (const CLI::App* each : app.get_subcommands([](const CLI::App*) { return true; }))
         if (const auto names = optionsOf(*each); std::find(names.begin(), names.end(), early) != names.end())
-          return early + " is an option of commands: give it after one";
+          return early + " comes after a command";
     return "there is no option " + early + " before the command" + nearestText(early, optionsOf(app));
   }
   if (&command == &app) return "";
@@ -87,7 +87,7 @@ std::string missing(const CLI::App& app, const CLI::App& command) {
   for (const CLI::Option* option : command.get_options())
     if (option->get_required() && !isGiven(option))
       return command.get_name() + " needs " + nameOf(*option) +
-             (option->get_positional() ? "" : " " + valueWordOf(*option));
+             (option->get_positional() ? "" : " " + valueWordOf(*option)) + ": " + option->get_description();
   return "";
 }
 
@@ -104,7 +104,7 @@ std::string combination(const CLI::App& command) {
 }
 
 std::string wrongValue(const CLI::Option& option, const std::string& given) {
-  if (option.get_type_size_max() == 0) return nameOf(option) + " takes no value";
+  if (option.get_items_expected_max() == 0) return nameOf(option) + " takes no value";
   if (option.count() > 1) return nameOf(option) + " is given more than once";
   if (option.results().empty())
     return nameOf(option) + " needs a value: " + nameOf(option) + " " + valueWordOf(option);

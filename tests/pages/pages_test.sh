@@ -12,11 +12,11 @@ fail() { echo "FAILED: $*" >&2; exit 1; }
 man=$work/man/man1/ctfmeg.1 bash=$work/bash-completion/completions/ctfmeg zsh=$work/zsh/site-functions/_ctfmeg
 if "$write_pages" "$man" 2>/dev/null; then fail "a folder in a file was written"; fi
 
-commands=$("$ctfmeg" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
+commands=$("$ctfmeg" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
 [ "$(wc -w <<<"$commands")" -ge 8 ] || fail "--help names too few commands: $commands"
 for command in $commands; do
   grep -q "^\.SS $command\$" "$man" || fail "the manual page lacks $command"
-  for option in $("$ctfmeg" "$command" --help | grep -o '^  *\(-[a-z],\)\?--[a-z-]*' | tr -d ' ' | tr ',' '\n'); do
+  for option in $("$ctfmeg" "$command" --help | grep -o '^  \(-[a-z], \)\?--[a-z-]*' | tr -d ' ' | tr ',' '\n'); do
     sed -n "/^\.SS $command\$/,/^\.S[SH] /p" "$man" | tr -d '\\' | grep -qF "fB${option}fR" ||
       fail "the manual page lacks $option of $command"
     sed -n "/^    $command)/,/fi ;;/p" "$bash" | grep -q -- "[ ']$option[ ']" || fail "bash lacks $option of $command"
@@ -45,6 +45,8 @@ expect_offer() {
   [ "${COMPREPLY[*]}" = "$expected" ] || fail "for '$*' bash offers '${COMPREPLY[*]}', not '$expected'"
 }
 expect_offer "channels check" ctfmeg ch
+expect_offer "scan simulate" ctfmeg help s
+expect_offer "float32 float64" ctfmeg export --dtype f
 expect_offer "plain host" ctfmeg info --rules ""
 expect_offer "--csv --channels" ctfmeg channels --c
 expect_offer "files" ctfmeg info ""

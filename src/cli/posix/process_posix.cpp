@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -59,6 +60,11 @@ bool interrupted() { return noted != 0; }
 bool inputIsTerminal() { return isatty(STDIN_FILENO) == 1; }
 bool outputIsTerminal() { return isatty(STDOUT_FILENO) == 1; }
 bool errorsAreTerminal() { return isatty(STDERR_FILENO) == 1; }
+
+int errorColumns() {
+  winsize size{};
+  return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
 
 bool inputIsReady() {
   constexpr int kMilliseconds = 100;

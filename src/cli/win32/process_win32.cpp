@@ -70,6 +70,13 @@ bool inputIsTerminal() { return isConsole(STD_INPUT_HANDLE); }
 bool outputIsTerminal() { return isConsole(STD_OUTPUT_HANDLE); }
 bool errorsAreTerminal() { return isConsole(STD_ERROR_HANDLE); }
 
+int errorColumns() {
+  CONSOLE_SCREEN_BUFFER_INFO screen{};
+  const HANDLE errors = GetStdHandle(STD_ERROR_HANDLE);
+  return GetConsoleScreenBufferInfo(errors, &screen) != 0 ? screen.srWindow.Right - screen.srWindow.Left + 1
+                                                          : 0;
+}
+
 bool inputIsReady() { return true; }  // reading from a console returns when it is interrupted
 
 }  // namespace ctfmeg::cli
