@@ -46,7 +46,9 @@ std::vector<std::string> nearestOf(std::string_view word, const std::vector<std:
                    [](const auto& a, const auto& b) { return a.first < b.first; });
   std::vector<std::string> nearest;
   for (const auto& [distance, candidate] : found)
-    if (nearest.size() < kMost && std::find(nearest.begin(), nearest.end(), candidate) == nearest.end())
+    if (nearest.size() < kMost && std::none_of(nearest.begin(), nearest.end(), [&](const std::string& known) {
+          return lowered(known) == lowered(candidate);
+        }))
       nearest.push_back(candidate);
   return nearest;
 }

@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <set>
+#include <sstream>
 
 #include "base/nearest.h"
 
 namespace ctfmeg::cli {
 namespace {
+
+constexpr std::size_t kWidth = 80;  // of the narrowest terminal that is usual
 
 std::string namesOf(const std::set<CLI::Option*>& options, const char* last) {
   std::vector<std::string> names;
@@ -47,6 +50,14 @@ std::string HelpLayout::make_description(const CLI::App* app) const {
   return app->get_description() + ".\n\n";
 }
 
+std::string HelpLayout::make_subcommand(const CLI::App* command) const {
+  std::stringstream out;
+  CLI::detail::format_help(out, command->get_name(),
+                           wrapped(command->get_description(), kWidth - get_column_width()),
+                           get_column_width());
+  return out.str();
+}
+
 /// The examples.
 std::string HelpLayout::make_footer(const CLI::App* app) const { return "Examples:\n" + app->get_footer(); }
 
@@ -80,7 +91,6 @@ std::string HelpLayout::make_option_opts(const CLI::Option* option) const {
 }
 
 std::string HelpLayout::make_option_desc(const CLI::Option* option) const {
-  constexpr std::size_t kWidth = 80;  // of the narrowest terminal that is usual
   std::string text = option->get_description();
   if (!option->get_default_str().empty()) text += " (default: " + option->get_default_str() + ")";
   if (option->get_required() && !option->get_positional()) text += " (required)";

@@ -14,6 +14,7 @@ class HelpLayout : public CLI::Formatter {
   std::string make_option_opts(const CLI::Option* option) const override;
   std::string make_option_desc(const CLI::Option* option) const override;
   std::string make_description(const CLI::App* app) const override;
+  std::string make_subcommand(const CLI::App* command) const override;
   std::string make_footer(const CLI::App* app) const override;
 };
 
