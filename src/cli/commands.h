@@ -10,6 +10,7 @@
 #include "simulate/options.h"
 
 #include <ctfmeg/recording.h>
+#include <ctfmeg/statistics.h>
 
 namespace ctfmeg::cli {
 
@@ -59,8 +60,13 @@ struct InfoOptions {
 struct TableOptions {
   ReadingOptions reading;
   std::vector<std::string> datasets;
-  SelectionOptions shown;  ///< which channels; for `channels` only
+  SelectionOptions shown;  ///< which channels; for `channels` and `stats` only
   output::TableForm form = output::TableForm::text;
+};
+
+/// `shown` is all of a selection.
+struct StatsOptions : TableOptions {
+  SignalLimits limits;
 };
 
 struct ScanOptions {
@@ -108,6 +114,7 @@ int runInfo(const InfoOptions& options);
 int runChannels(const TableOptions& options);
 int runMarkers(const TableOptions& options);
 int runHeadCoils(const TableOptions& options);
+int runStats(const StatsOptions& options);
 /// Why the options can't be used together; empty when they can.
 std::string problemOf(const ExportOptions& options);
 int runExport(const ExportOptions& options);

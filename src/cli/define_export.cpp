@@ -27,10 +27,7 @@ void addExport(Definitions& definitions) {
                                      "folder to write a file into for each dataset, named after it")
                         ->excludes(output)
                         ->type_name("DIR");
-  const auto addCount = [command](const char* name, int& count, const char* help) {
-    return command->add_option(name, count, help)->check(numberFrom(1, 1024))->type_name("N");
-  };
-  addCount("--jobs", options->jobs, "datasets at once")->needs(directory);
+  addCount(command, "--jobs", options->jobs, "datasets at once")->needs(directory);
   command
       ->add_flag("--skip-existing", options->skipExisting, "leave out datasets whose file is there already")
       ->needs(directory);
@@ -44,7 +41,7 @@ void addExport(Definitions& definitions) {
           "type of the values")
       ->check(oneOf({"int32", "float32", "float64"}))
       ->type_name("int32|float32|float64");
-  addCount("--threads", options->threads, "threads that read (default: as many as may be used and pay)");
+  addThreads(command, options->threads);
   addSelection(command, options->samples);
   addMemory(command);
   addReading(command, options->reading);

@@ -6,11 +6,11 @@ namespace ctfmeg::cli {
 namespace {
 
 /// A command that prints a table of each dataset, and the options that it fills in.
-std::pair<CLI::App*, std::shared_ptr<TableOptions>> addTable(Definitions& definitions, const char* name,
-                                                             const char* summary, const char* examples,
-                                                             const char* identity,
-                                                             int (*run)(const TableOptions&)) {
-  const auto options = std::make_shared<TableOptions>();
+template <class Options>
+std::pair<CLI::App*, std::shared_ptr<Options>> addTable(Definitions& definitions, const char* name,
+                                                        const char* summary, const char* examples,
+                                                        const char* identity, int (*run)(const Options&)) {
+  const auto options = std::make_shared<Options>();
   auto* command = definitions.add(name, summary, examples, [options, run] { return run(*options); });
   addDatasets(command, options->datasets);
   addForm(command, options->form);
@@ -54,6 +54,15 @@ void addTables(Definitions& definitions) {
            "  ctfmeg headcoils run.ds\n"
            "  ctfmeg headcoils --csv run.ds > run.csv  for a spreadsheet\n",
            "leave out what can name a person (paths)", runHeadCoils);
+  const auto [stats, judged] =
+      addTable(definitions, "stats", "Say what the samples of each channel are like, and which look faulty",
+               "  ctfmeg stats run.ds\n"
+               "  ctfmeg stats --channels meg --from 0 run.ds  of some samples\n"
+               "  ctfmeg stats --csv a.ds b.ds > stats.csv     for a spreadsheet\n",
+               "leave out what can name a person (paths)", runStats);
+  addSignalLimits(stats, judged->limits);
+  addThreads(stats, judged->reading.threads);
+  addSelection(stats, judged->shown);
 }
 
 }  // namespace ctfmeg::cli

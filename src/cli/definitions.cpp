@@ -94,6 +94,28 @@ void addReading(CLI::App* command, ReadingOptions& options) {
   command->add_flag("--strict", options.strict, "a warning makes the exit code 1");
 }
 
+CLI::Option* addCount(CLI::App* command, const char* name, int& count, const char* help) {
+  return command->add_option(name, count, help)->check(numberFrom(1, 1024))->type_name("N");
+}
+
+void addThreads(CLI::App* command, int& threads) {
+  addCount(command, "--threads", threads, "threads that read (default: as many as may be used and pay)");
+}
+
+void addSignalLimits(CLI::App* command, SignalLimits& limits) {
+  const auto add = [command](const char* name, const char* type, double& limit, const char* help) {
+    command->add_option(name, limit, help)
+        ->check(CLI::PositiveNumber.description(""))
+        ->type_name(type)
+        ->capture_default_str();
+  };
+  add("--flat", "S", limits.flatSeconds, "a channel is flat that does not change for S seconds");
+  add("--clip", "N", limits.pileUp,
+      "it is clipped where its outermost value is N times as often as the next one");
+  add("--jump", "N", limits.jump, "it jumps where a step is N times as large as usual");
+  add("--noise", "N", limits.noise, "it is noisy at more than N times the noise of its kind");
+}
+
 void addMemory(CLI::App* command) {
   const auto ignore = [](const std::string& /*value*/) {};
   command->add_option_function<std::string>("--memory", ignore, "changes nothing; kept for older scripts")

@@ -56,6 +56,11 @@ void addMemory(CLI::App* command);
 
 /// A table as CSV or JSON.
 void addForm(CLI::App* command, output::TableForm& form);
+/// A number of things, or of what is done at once.
+CLI::Option* addCount(CLI::App* command, const char* name, int& count, const char* help);
+void addThreads(CLI::App* command, int& threads);
+/// From where on signals are faulty.
+void addSignalLimits(CLI::App* command, SignalLimits& limits);
 
 /// Which samples.
 void addSelection(CLI::App* command, SelectionOptions& options);

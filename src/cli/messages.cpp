@@ -175,6 +175,16 @@ void Session::sayFailure(const std::string& path, const std::string& text) {
   say(shownFolder(path, m_options), text);
 }
 
+std::vector<ChannelStatistics> Session::statistics(const std::string& dataset, const SampleSource& source,
+                                                   const SignalLimits& limits) const {
+  const auto bar = openBar(dataset);
+  const auto progress = [&](const Progress& now) {
+    if (bar) bar->show(now.fraction, 1.0);
+    return !interrupted();
+  };
+  return statisticsOf(source, limits, progress, m_options.threads);
+}
+
 std::unique_ptr<ProgressBar> Session::openBar(const std::string& dataset) const {
   return m_options.quiet ? nullptr : openProgressBar("Reading " + visible(shown(dataset, m_options)));
 }

@@ -1,0 +1,2 @@
+#include <ctfmeg/inspect.h>
+namespace ctfmeg {}
