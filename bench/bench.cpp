@@ -1,4 +1,5 @@
 #include <benchmark/benchmark.h>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <random>
@@ -7,6 +8,7 @@
 #include "floor.h"
 
 #include <ctfmeg/recording.h>
+#include <ctfmeg/statistics.h>
 #include <megreader/framework/native_path.h>
 #include <megreader/reader/meg_reader_face.h>
 
@@ -67,6 +69,36 @@ void RecordingPhysical(benchmark::State& state) {
     }
   }
 }
+
+/// Every raw sample by one thread into the same memory, as much at a time as `export` reads.
+void RecordingWindows(benchmark::State& state) {
+  constexpr std::int64_t kMost = 1 << 20;
+  std::vector<std::int32_t> values(kMost);
+  const auto source = ctfmeg::Recording::open(dataset(), {.threads = 1}).samples();
+  const ctfmeg::Shape shape = source->shape();
+  const auto channels = static_cast<int>(std::clamp<std::int64_t>(kMost / shape.samples, 1, shape.channels));
+  for (auto _ : state)
+    for (std::int64_t trial = 0; trial < shape.trials; ++trial)
+      for (int channel = 0; channel < shape.channels; channel += channels)
+        for (std::int64_t first = 0; first < shape.samples; first += kMost) {
+          source->read({.trial = trial,
+                        .channel = channel,
+                        .channels = std::min(channels, shape.channels - channel),
+                        .first = first,
+                        .samples = std::min(kMost, shape.samples - first)},
+                       values);
+          benchmark::DoNotOptimize(values.data());
+        }
+}
+
+void readStatistics(benchmark::State& state, int threads) {
+  const auto source = ctfmeg::Recording::open(dataset(), {.threads = threads}).samples();
+  for (auto _ : state)
+    benchmark::DoNotOptimize(ctfmeg::statisticsOf(*source, {}, {}, threads));
+}
+
+void Statistics(benchmark::State& state) { readStatistics(state, 1); }
+void StatisticsThreads(benchmark::State& state) { readStatistics(state, 0); }
 
 void RecordingHeader(benchmark::State& state) {
   for (auto _ : state)
@@ -146,6 +178,9 @@ BENCHMARK(Facade)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 BENCHMARK(FacadeThreads)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 BENCHMARK(RecordingWhole)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 BENCHMARK(RecordingPhysical)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+BENCHMARK(RecordingWindows)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+BENCHMARK(Statistics)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+BENCHMARK(StatisticsThreads)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 BENCHMARK(RecordingHeader)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(10);
 BENCHMARK(RecordingFiles)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(10);
 

@@ -309,7 +309,18 @@ def streams():
     bytes_of_selections()
 
 
-PARTS = {part.__name__: part for part in (whole_reads, small_costs, exports, growth, windows, streams)}
+def signals():
+    for name, path in (("trials of 14.4 MB", recording("large", 300, 84, 12000)),
+                       ("one trial", stretched("long", 300, 1, 1_000_000, filled=True))):
+        command_seconds(["cat", *sample_files(path)])  # into the cache
+        ratios(f"statistics, {name}, {sample_bytes(path) / 1e9:.2f} GB", best({
+            "read, one thread": lambda: in_process("RecordingWindows", path),
+            "floor": lambda: in_process("Floor", path),
+            "statistics, one thread": lambda: in_process("Statistics", path),
+            "statistics, several threads": lambda: in_process("StatisticsThreads", path)}), "read, one thread", 2)
+
+
+PARTS = {part.__name__: part for part in (whole_reads, small_costs, exports, growth, windows, streams, signals)}
 for name in sys.argv[3:]:
     if name not in PARTS:
         sys.exit(f"bench: there is no part {name}, only {', '.join(PARTS)}")

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include <ctfmeg/recording.h>
+#include <ctfmeg/statistics.h>
 
 namespace ctfmeg {
 inline namespace v1 {
@@ -12,6 +13,12 @@ inline namespace v1 {
 /// ASCII, numbers that can't be. Texts quote names of channels, markers and classes and nothing else that the
 /// dataset holds.
 CTFMEG_API std::vector<Finding> inspect(const Recording& recording);
+
+/// Which MEG, reference and EEG channels are flat, clipped, jump or are far noisier than their kind: a
+/// warning for each of these, and a remark about channels that the dataset marks as bad already. Reads all
+/// samples, as `statisticsOf` does, and throws what that throws. Nothing where there is no whole trial.
+CTFMEG_API std::vector<Finding> inspectSignals(const Recording& recording, const SignalLimits& limits = {},
+                                               const ProgressFunction& progress = {}, int threads = 0);
 
 }  // namespace v1
 }  // namespace ctfmeg

@@ -30,9 +30,9 @@ struct SignalLimits {
   /// the mean step of the 1024 samples around it. Normally distributed noise stays below 10 usual steps.
   double jump = 50.0;
 
-  /// Noisy: a channel's noise, the median deviation within 1024 samples, is more than this many times the
-  /// median of its kind, and 5 standard deviations (by its logarithm, and robust: 1.4826 times the median
-  /// distance of the channels above the median) away from it. Only where a kind has five channels.
+  /// Noisy: a channel's noise, the median deviation within 1024 samples that do not jump, is more than this
+  /// many times the median of its kind, and 5 standard deviations (by its logarithm, and robust: 1.4826 times
+  /// the median distance of the channels above the median) away from it. Only where a kind has five channels.
   double noise = 3.0;
 };
 

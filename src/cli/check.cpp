@@ -53,6 +53,8 @@ class DatasetCheck {
     if (recording.sampleFiles().status == SampleStatus::broken) failWithAll(recording);
     append(m_findings, m_session.lookAt(recording).findings);
     append(m_findings, inspect(recording));
+    if (options.signals && recording.sampleFiles().trialsThere > 0)
+      append(m_findings, inspectSignals(recording, options.limits, m_session.progress(m_dataset)));
     if (options.host && recording.rules() == Rules::plain) compareWithHost(recording);
     return std::move(m_findings);
   }

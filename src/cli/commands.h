@@ -78,7 +78,9 @@ struct ScanOptions {
 struct CheckOptions {
   ReadingOptions reading;
   std::vector<std::string> datasets;  ///< or directories that hold some
-  bool host = false;                  ///< show what host rules would lose, too
+  bool signals = false;               ///< what the samples are like, too
+  SignalLimits limits;
+  bool host = false;  ///< show what host rules would lose, too
   bool json = false;
 };
 

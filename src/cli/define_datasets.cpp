@@ -26,12 +26,16 @@ void addCheck(Definitions& definitions) {
       definitions.add("check", "List what is wrong or odd in datasets, or in all below a directory",
                       "  ctfmeg check run.ds           in plain words\n"
                       "  ctfmeg check recordings       every dataset below a folder\n"
+                      "  ctfmeg check --signals run.ds  faulty channels, too\n"
                       "  ctfmeg check --json run.ds    for scripts\n"
                       "  ctfmeg check --host run.ds    what host rules would lose, too\n",
                       [options] { return runCheck(*options); });
   command->add_option("DATASET", options->datasets, "a dataset, or a directory that holds some at any depth")
       ->required()
       ->type_name("");
+  command->add_flag("--signals", options->signals,
+                    "look at the samples, too: channels that are flat, clipped, jump or are noisy");
+  addSignalLimits(command, options->limits);
   command->add_flag("--host", options->host, "what host rules would lose, too (reads all samples)");
   command->add_flag("--json", options->json, "as JSON");
   addNoIdentity(command, options->reading);

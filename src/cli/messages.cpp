@@ -155,12 +155,7 @@ SelectedSamples Session::select(const std::string& dataset, const Recording& rec
             beyondKnown(hinted(recording, selection))};
   }
   // The resource file was found: nothing is left to be asked.
-  const auto bar = openBar(dataset);
-  const auto progress = [&](const Progress& now) {
-    if (bar) bar->show(now.fraction, 1.0);
-    return !interrupted();
-  };
-  HostReading reading = readAsHost(recording.resourceFile(), selection, {}, progress);
+  HostReading reading = readAsHost(recording.resourceFile(), selection, {}, progress(dataset));
   return {std::move(reading.record), std::move(reading.samples), false, beyondKnown(reading.findings)};
 }
 
@@ -175,14 +170,12 @@ void Session::sayFailure(const std::string& path, const std::string& text) {
   say(shownFolder(path, m_options), text);
 }
 
-std::vector<ChannelStatistics> Session::statistics(const std::string& dataset, const SampleSource& source,
-                                                   const SignalLimits& limits) const {
-  const auto bar = openBar(dataset);
-  const auto progress = [&](const Progress& now) {
+ProgressFunction Session::progress(const std::string& dataset) const {
+  const std::shared_ptr<ProgressBar> bar = openBar(dataset);
+  return [bar](const Progress& now) {
     if (bar) bar->show(now.fraction, 1.0);
     return !interrupted();
   };
-  return statisticsOf(source, limits, progress, m_options.threads);
 }
 
 std::unique_ptr<ProgressBar> Session::openBar(const std::string& dataset) const {

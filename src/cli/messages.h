@@ -45,10 +45,8 @@ class Session {
   /// Reports why something about a path, which may be a person's, can't be done; the exit code will be 1.
   void sayFailure(const std::string& path, const std::string& text);
 
-  /// What the samples of a source are like; all are read. Throws `Error`, and one of the kind `stopped` after
-  /// Ctrl-C.
-  std::vector<ChannelStatistics> statistics(const std::string& dataset, const SampleSource& source,
-                                            const SignalLimits& limits) const;
+  /// Shows a bar while a dataset's samples are read, and stops after Ctrl-C.
+  ProgressFunction progress(const std::string& dataset) const;
 
   /// A bar for a dataset's samples; null where none is to be seen.
   std::unique_ptr<ProgressBar> openBar(const std::string& dataset) const;

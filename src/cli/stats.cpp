@@ -33,7 +33,8 @@ int runStats(const StatsOptions& options) {
                               const SelectedSamples selected =
                                   session.select(path, recording, options.shown.selection);
                               session.sayWarnings(path, selected.findings);
-                              const auto all = session.statistics(path, *selected.source, options.limits);
+                              const auto all = statisticsOf(*selected.source, options.limits,
+                                                            session.progress(path), options.reading.threads);
                               for (std::size_t i = 0; i < all.size(); ++i) {
                                 const Channel& c = selected.source->channels()[i];
                                 const ChannelStatistics& its = all[i];

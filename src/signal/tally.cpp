@@ -41,7 +41,8 @@ double SizeCounts::quantile(double share) const {
   double below = share * static_cast<double>(all);
   for (std::size_t i = 0; i < m_counts.size(); ++i) {
     const auto count = static_cast<double>(m_counts[i]);
-    if (count > 0.0 && below <= count) return sizeOf(i) + (sizeOf(i + 1) - sizeOf(i)) * below / count;
+    if (count > 0.0 && below <= count)  // of the first class nearly all are 0
+      return i == 0 ? 0.0 : sizeOf(i) + (sizeOf(i + 1) - sizeOf(i)) * below / count;
     below -= count;
   }
   return 0.0;
@@ -91,6 +92,9 @@ void Tally::addBlock(const std::int32_t* samples, std::int64_t count, SamplePlac
   if (!m_judged) return;
   findTops(samples, count, block, first);
   if (block.steps > 0) findSteps(samples, count, block, first);
+  constexpr double kJump = 50.0;  // times the mean step: it makes a deviation that says nothing about noise
+  if (block.largestStep * static_cast<double>(block.steps) > kJump * static_cast<double>(block.stepSum))
+    return;
   const auto n = static_cast<double>(count);
   const double mean = static_cast<double>(block.sum) / n;
   m_deviations.add(std::sqrt(std::max(static_cast<double>(squares) / n - mean * mean, 0.0)), count);
