@@ -82,7 +82,7 @@ struct Channel {
   std::string shortName;         ///< such as "MLC11"
   std::int32_t sensorType = -1;  ///< code of the data model, its family in the hundreds; -1 when unknown
   ChannelKind kind = ChannelKind::other;
-  std::string unit;   ///< "T", "V", "s", or "1" where there is none
+  std::string unit;   ///< "T", "V", "s", "m", or "1" where there is none
   double gain = 1.0;  ///< the factor in use: physical = raw / gain
   bool good = true;   ///< false: the dataset marks it as bad
   /// +1, or -1 where properGain is negative: what a forward model multiplies coil orientations by, which have

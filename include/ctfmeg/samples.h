@@ -53,7 +53,7 @@ struct Window {
 /// As what values are read.
 enum class Values {
   raw,       ///< the converter's integers
-  physical,  ///< raw / gain, in each channel's unit: tesla, volt, seconds
+  physical,  ///< raw / gain, in each channel's unit: tesla, volt, seconds, metres
 };
 
 /// Samples that are read on demand. Operations may be called from several threads at once and keep no state.

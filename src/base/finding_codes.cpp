@@ -12,6 +12,8 @@ constexpr auto kCodes = std::to_array<CodeInfo>({
      "a file may not be read by this user"},
     {Code::fileError, "file.error", ErrorKind::damaged, false,
      "a file cannot be opened or read, for any other reason"},
+    {Code::fileName, "file.name", ErrorKind::damaged, false,
+     "a file is called otherwise than its dataset or folder"},
     {Code::memory, "memory", ErrorKind::outOfMemory, false, "there is not enough memory"},
     {Code::memorySpill, "memory.spill", ErrorKind::outOfMemory, true,
      "the folder for samples that memory is not to hold has no room for them"},

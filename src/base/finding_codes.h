@@ -12,6 +12,7 @@ enum class Code {
   fileNotFound,
   fileNoPermission,
   fileError,
+  fileName,
   memory,
   memorySpill,
   samplesSpilled,

@@ -44,7 +44,7 @@ void addTables(Definitions& definitions) {
                "  ctfmeg channels --channels 'MLC*' run.ds    some channels, by name\n"
                "  ctfmeg channels --channels ref,stim run.ds  or by kind\n"
                "  ctfmeg channels --csv run.ds > run.csv      for a spreadsheet\n",
-               "leave out what can name a person (nothing in this table does)", runChannels);
+               "leave out what can name a person (paths)", runChannels);
   addChannelSelection(channels, shown->shown);
   addTable(definitions, "markers", "List markers with the trials and times at which they occur",
            "  ctfmeg markers run.ds\n"

@@ -78,20 +78,26 @@ std::string trialsText(const Shape& shape, const RecordInfo& record) {
   return text;
 }
 
-/// Where the trigger lies in the trials of a selection, or in those of the file.
-std::string triggerText(const ShownDataset& dataset) {
-  const RecordInfo& record = dataset.record;
+/// When the trials of a selection, or those of the file, begin and end, and at which sample the trigger is.
+std::string timesText(const ShownDataset& dataset) {
   const auto& stored = dataset.stored;
-  if (!timed(record)) return {};
+  const double first = dataset.timing.firstTime, rate = dataset.record.sampleRate;
+  const std::int64_t samples = shapeOf(dataset).samples;
+  if (!timed(dataset.record) || samples < 1) return {};
   const auto isPieces = [](const std::vector<std::int64_t>& trials) {
     return trials.size() > 1 && trials[0] == trials[1];
   };
-  if (stored && (stored->isRun || isPieces(stored->fileTrials))) return {};
-  const double start = stored ? stored->firstTime : -1.0 * record.preTrigSamples / record.sampleRate;
-  const std::int64_t sample = std::llround(-start * record.sampleRate);
-  if (sample == 0) return "at the first sample";
-  return start < 0.0 ? "at sample " + std::to_string(sample) + ", " + seconds(-start) + " into each trial"
-                     : seconds(start) + " before each trial";
+  const bool isRun = stored && stored->isRun;
+  if (stored && !isRun && isPieces(stored->fileTrials)) return {};
+  std::string text = seconds(first) + " to " + seconds(first + static_cast<double>(samples - 1) / rate);
+  if (isRun) return text + " from the start of the run";
+  text += " from the trigger";
+  const double trigger = -first * rate;
+  const auto sample = std::llround(trigger);
+  const bool isAtSample = std::abs(trigger - static_cast<double>(sample)) < 1e-3;
+  return text + (isAtSample && sample >= 0 && sample < samples
+                     ? ", which is at sample " + std::to_string(sample)
+                     : "");
 }
 
 /// "1 file, 3.4 MB, with 6 of 10 trials and 20 of 40 channels of the next".
@@ -129,12 +135,20 @@ std::string channelsText(const std::vector<Channel>& channels) {
          tally(channels, [](const Channel& channel) { return nameOf(channel.kind); });
 }
 
-std::string coefficientsText(const std::vector<CoefficientRecord>& records) {
-  if (records.empty()) return {};
-  return std::to_string(records.size()) + " coefficient records: " + tally(records, [](const auto& record) {
-           const std::string name = coefficientTypeName(record.type);
-           return name.empty() ? std::to_string(record.type) : name;
-         });
+/// "order 3 stored, orders 0, 1, 2, 3 can be had; 20 G1BR, 20 G2BR, 20 G3BR".
+std::string compensationText(const ShownDataset& dataset) {
+  const auto& [stored, available] = dataset.compensation;
+  const auto number = [](int order) { return std::to_string(order); };
+  std::string text;
+  if (stored && (*stored != 0 || !dataset.coefficients.empty()))
+    text = "order " + number(*stored) + " stored";
+  if (available.size() > 1) text += ", orders " + names(available, number) + " can be had";
+  const auto typeOf = [](const CoefficientRecord& record) {
+    const std::string name = coefficientTypeName(record.type);
+    return name.empty() ? std::to_string(record.type) : name;
+  };
+  const std::string records = counted(dataset.coefficients.size(), "coefficient record");
+  return joined(text, "; ", records.empty() ? "" : records + ": " + tally(dataset.coefficients, typeOf));
 }
 
 std::string filtersText(const RecordInfo& record) {
@@ -219,7 +233,7 @@ void printOverview(const ShownDataset& dataset) {
   const Shape shape = shapeOf(dataset);
   line("Trials", trialsText(shape, record));
   line("Continuity", runText(dataset));
-  line("Trigger", triggerText(dataset));
+  line("Times", timesText(dataset));
   line("Channels", channelsText(dataset.channels));
   line("Bad",
        joined(names(dataset.badChannels, itself), "; ", counted(dataset.badSegments.size(), "segment")));
@@ -229,7 +243,7 @@ void printOverview(const ShownDataset& dataset) {
   line("EEG", joined(counted(dataset.electrodes.size(), "electrode"), ", ",
                      counted(dataset.digitised.points.size(), "digitised point")));
   line("Virtual", names(dataset.virtualChannels, [](const VirtualChannel& c) { return c.name; }));
-  line("Compensation", coefficientsText(dataset.coefficients));
+  line("Compensation", compensationText(dataset));
   line("Filters", filtersText(record));
   if (dataset.stored)
     line("Array", (dataset.stored->isRun ? "" : std::to_string(shape.trials) + " x ") +

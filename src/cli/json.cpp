@@ -1,13 +1,9 @@
 #include "cli/json.h"
 
-#include <array>
-#include <cstdio>
 #include <nlohmann/json.hpp>
-#include <vector>
 
+#include "cli/parts_json.h"
 #include "output/json.h"
-
-#include <ctfmeg/record_fields.h>
 
 namespace ctfmeg::cli {
 namespace {
@@ -19,197 +15,52 @@ using output::writeJsonList;
 
 constexpr int kSchema = 1;
 
-std::string colorText(std::uint32_t rgb) {
-  std::array<char, 8> text{};
-  std::snprintf(text.data(), text.size(), "#%06x", static_cast<unsigned>(rgb & 0xFFFFFF));
-  return text.data();
-}
+/// The unit and the frame or zero of what a key or, after a point, its members hold.
+struct Measure {
+  const char* key;
+  const char* unit;
+  const char* frame;  ///< null where the unit says it all
+};
 
-/// A visitor that puts the members of `from` into `object`, of a redacted one only those that can't name a
-/// person.
-template <class Struct>
-auto putInto(Json& object, const Struct& from, bool redacted) {
-  return [&object, &from, redacted](const char* name, auto member, bool identifying) {
-    if (!redacted || !identifying) object[name] = member(from);
-  };
-}
+constexpr const char* kDewar = "dewar: x right, y front, z up";
+constexpr const char* kHead = "head: x right, y front, z up";
+constexpr const char* kCtfHead = "CTF head: x front, y left, z up";
+constexpr const char* kTrigger = "from the trigger";
+constexpr const char* kTrialStart = "from the first sample of the trial";
+constexpr const char* kRunStart = "from the first sample of trial 0, gaps included";
 
-Json recordJson(const RecordInfo& record, bool redacted) {
-  Json object;
-  forEachRecordField(putInto(object, record, redacted));
-  object["filters"] = Json::array();
-  for (const Filter& filter : record.filters) {
-    Json entry;
-    forEachFilterField(putInto(entry, filter, redacted));
-    entry["params"] = filter.params;
-    object["filters"].push_back(std::move(entry));
+/// Every list that holds positions or times.
+constexpr Measure kMeasures[] = {
+    {"dewarCoils", "cm", kDewar},
+    {"dewarCoils.orientation", "1", kDewar},
+    {"dewarCoils.area", "cm^2", nullptr},
+    {"headCoils", "cm", kHead},
+    {"headCoils.orientation", "1", kHead},
+    {"headCoils.area", "cm^2", nullptr},
+    {"fiducials", "mm", "of each set its own"},
+    {"dewarStandard", "mm", kDewar},
+    {"dewarMeasured", "mm", kDewar},
+    {"headMeasured", "mm", kHead},
+    {"dewarToHead", "mm", "from dewar: x right, y front, z up; to head: x right, y front, z up"},
+    {"electrodes", "cm", kCtfHead},
+    {"digitised", "cm", kCtfHead},
+    {"markers.timeMs", "ms", kTrigger},
+    {"markers.runTime", "s", kRunStart},
+    {"badSegments.startMs", "ms", kTrialStart},
+    {"badSegments.endMs", "ms", kTrialStart},
+    {"badSegments.runTime", "s", kRunStart},
+    {"timing.firstTime", "s", "from the trigger; of a run from its start"},
+    {"timing.gaps.seconds", "s", nullptr},
+};
+
+void writeMeasures(JsonPieces& object) {
+  Json units, frames;
+  for (const Measure& measure : kMeasures) {
+    units[measure.key] = measure.unit;
+    if (measure.frame != nullptr) frames[measure.key] = measure.frame;
   }
-  return object;
-}
-
-Json coilsJson(const std::vector<Coil>& coils) {
-  Json list = Json::array();
-  for (const Coil& coil : coils)
-    list.push_back({{"position", coil.positionCm},
-                    {"orientation", coil.orientation},
-                    {"turns", coil.turns},
-                    {"area", coil.areaCm2}});
-  return list;
-}
-
-Json channelJson(const Channel& channel) {
-  Json object{{"index", channel.index},         {"name", channel.name},
-              {"shortName", channel.shortName}, {"sensorType", channel.sensorType},
-              {"kind", nameOf(channel.kind)},   {"unit", channel.unit},
-              {"gain", channel.gain},           {"good", channel.good}};
-  forEachSensorField(putInto(object, channel, false));
-  object["polarity"] = channel.polarity;
-  object["dewarCoils"] = coilsJson(channel.dewarCoils);
-  object["headCoils"] = coilsJson(channel.headCoils);
-  return object;
-}
-
-Json coefficientJson(const CoefficientRecord& record) {
-  Json object{{"sensor", record.sensor}};
-  const std::string type = coefficientTypeName(record.type);
-  if (type.empty())
-    object["type"] = record.type;
-  else
-    object["type"] = type;
-  object["references"] = Json::array();
-  for (const Coefficient& coefficient : record.references)
-    object["references"].push_back({{"name", coefficient.reference}, {"value", coefficient.value}});
-  return object;
-}
-
-template <class List, class Convert>
-Json listJson(const List& list, Convert convert) {
-  Json array = Json::array();
-  for (const auto& item : list)
-    array.push_back(convert(item));
-  return array;
-}
-
-Json groupJson(const EventGroup& group, bool redacted) {
-  Json object{{"name", group.name}};
-  if (!redacted) object["comment"] = group.comment;
-  object["color"] = group.color ? Json(colorText(*group.color)) : Json();
-  object["editable"] = group.editable;
-  object["classId"] = group.classId;
-  object["classGroupId"] = group.classGroupId;
-  return object;
-}
-
-Json orNull(const std::optional<double>& value) { return value ? Json(*value) : Json(); }
-
-Json markerJson(const Marker& marker, const ShownDataset& dataset) {
-  Json object = groupJson(marker, dataset.redacted);
-  object["numSamples"] = marker.numSamples;
-  object["samples"] = listJson(marker.samples, [&](const MarkerSample& sample) {
-    return Json{{"trial", sample.trial},
-                {"timeMs", sample.timeMs},
-                {"sample", sample.sample},
-                {"runTime", orNull(runTime(dataset, sample))}};
-  });
-  return object;
-}
-
-Json classJson(const TrialClass& trialClass, bool redacted) {
-  Json object = groupJson(trialClass, redacted);
-  object["numTrials"] = trialClass.numTrials;
-  object["trials"] = trialClass.trials ? Json(*trialClass.trials) : Json();
-  return object;
-}
-
-Json fiducialSetJson(const std::optional<FiducialSet>& set) {
-  if (!set) return {};
-  Json object{{"numPoints", set->numPoints}};
-  for (const auto& [name, point] : kFiducialNames)
-    object[name] = (*set).*point ? Json(*((*set).*point)) : Json();
-  return object;
-}
-
-Json fiducialsJson(const Fiducials& fiducials) {
-  Json object;
-  for (const auto& [name, set] : kFiducialSetNames)
-    object[name] = fiducialSetJson(fiducials.*set);
-  object["dewarToHead"] = fiducials.dewarToHead ? Json(*fiducials.dewarToHead) : Json();
-  return object;
-}
-
-Json pointJson(const DigitisedPoint& point) {
-  return {{"number", point.number}, {"position", point.positionCm}};
-}
-
-Json labelJson(const DigitisedFiducial& fiducial) {
-  return {{"label", fiducial.label}, {"position", fiducial.positionCm}};
-}
-
-Json electrodeJson(const Electrode& electrode) {
-  return {{"number", electrode.number}, {"name", electrode.name}, {"position", electrode.positionCm}};
-}
-
-Json segmentJson(const BadSegment& segment, const ShownDataset& dataset) {
-  return {{"trial", segment.trial},
-          {"startMs", segment.startMs},
-          {"endMs", segment.endMs},
-          {"runTime", orNull(runTime(dataset, segment))}};
-}
-
-Json filesJson(const SampleFiles& files) {
-  Json object{{"count", files.count},           {"bytes", files.bytes},    {"trialsThere", files.trialsThere},
-              {"trialsSaid", files.trialsSaid}, {"partialTrial", nullptr}, {"extraBytes", files.extraBytes}};
-  if (const auto& partial = files.partialTrial)
-    object["partialTrial"] = {{"channels", partial->channels}, {"samples", partial->samples}};
-  return object;
-}
-
-Json timingJson(const Timing& timing) {
-  return {{"sampleRate", timing.sampleRate},
-          {"firstTime", timing.firstTime},
-          {"acquisitionRate", timing.acquisitionRate},
-          {"trialsAdjoin", timing.trialsAdjoin ? Json(*timing.trialsAdjoin) : Json()},
-          {"gaps", listJson(timing.gaps, [](const Gap& gap) {
-             return Json{{"afterTrial", gap.afterTrial}, {"seconds", gap.seconds}, {"samples", gap.samples}};
-           })}};
-}
-
-/// Of every list that holds positions.
-void addUnits(JsonPieces& object) {
-  constexpr const char* kDewar = "dewar: x right, y front, z up";
-  constexpr const char* kHead = "head: x right, y front, z up";
-  constexpr const char* kCtfHead = "CTF head: x front, y left, z up";
-  object.next("units") << dump(Json{{"dewarCoils", "cm"},
-                                    {"headCoils", "cm"},
-                                    {"fiducials", "mm"},
-                                    {"dewarToHead", "mm"},
-                                    {"electrodes", "cm"},
-                                    {"digitised", "cm"}});
-  object.next("frames") << dump(Json{{"dewarCoils", kDewar},
-                                     {"headCoils", kHead},
-                                     {"dewarStandard", kDewar},
-                                     {"dewarMeasured", kDewar},
-                                     {"headMeasured", kHead},
-                                     {"dewarToHead", std::string("from ") + kDewar + "; to " + kHead},
-                                     {"electrodes", kCtfHead},
-                                     {"digitised", kCtfHead}});
-}
-
-Json virtualChannelJson(const VirtualChannel& channel) {
-  return {{"name", channel.name},
-          {"unit", channel.unit},
-          {"references", listJson(channel.references, [](const VirtualChannel::Reference& reference) {
-             return Json{{"channel", reference.channel}, {"weight", reference.weight}};
-           })}};
-}
-
-Json warningJson(const Finding& finding) {
-  Json object{
-      {"severity", nameOf(finding.severity)}, {"code", finding.code}, {"file", lastName(finding.file)}};
-  if (finding.line) object["line"] = *finding.line;
-  if (finding.offset) object["offset"] = *finding.offset;
-  object["text"] = finding.text;
-  return object;
+  object.next("units") << dump(units);
+  object.next("frames") << dump(frames);
 }
 
 Json errorJson(const ShownError& error) { return {{"kind", nameOf(error.kind)}, {"text", error.reason}}; }
@@ -238,8 +89,9 @@ void writeDataset(std::ostream& out, const ShownDataset& dataset) {
   }
   object.next("files") << (dataset.files ? dump(filesJson(*dataset.files)) : "null");
   object.next("timing") << dump(timingJson(dataset.timing));
-  addUnits(object);
+  writeMeasures(object);
   list("channels", dataset.channels, channelJson);
+  object.next("compensation") << dump(compensationJson(dataset.compensation));
   list("coefficients", dataset.coefficients, coefficientJson);
   list("markers", dataset.markers, [&](const Marker& marker) { return markerJson(marker, dataset); });
   list("classes", dataset.classes,

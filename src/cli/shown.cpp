@@ -125,6 +125,7 @@ ShownDataset describe(const std::string& path, const Recording& recording) {
   ShownDataset dataset = describeRecord(path, recording);
   dataset.channels = recording.channels();
   dataset.coefficients = recording.coefficients();
+  dataset.compensation = compensationOrders(dataset.channels, dataset.coefficients);
   dataset.markers = recording.markers();
   dataset.classes = recording.classes();
   dataset.fiducials = recording.fiducials();
@@ -164,8 +165,7 @@ std::optional<double> runTime(const ShownDataset& dataset, const BadSegment& seg
 }
 
 std::optional<std::int32_t> gradientOrderOf(const Channel& channel) {
-  const bool isMeg = channel.kind == ChannelKind::magnetometer || channel.kind == ChannelKind::gradiometer;
-  return isMeg ? std::optional(channel.gradientOrder) : std::nullopt;
+  return isMeg(channel) ? std::optional(channel.gradientOrder) : std::nullopt;
 }
 
 std::string redacted(const std::string& path) { return lastName(path); }

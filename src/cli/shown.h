@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/commands.h"
+#include "recording/compensation.h"
 
 #include <ctfmeg/recording.h>
 
@@ -54,6 +55,7 @@ struct ShownDataset {
   std::vector<CoefficientRecord> coefficients;
   std::vector<Marker> markers;
   std::vector<TrialClass> classes;
+  CompensationOrders compensation;
   Fiducials fiducials;
   std::vector<Electrode> electrodes;
   Digitised digitised;

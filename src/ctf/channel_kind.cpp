@@ -24,7 +24,7 @@ constexpr std::array kKinds{
     Kind{ChannelKind::dac, "dac", "V"},
     Kind{ChannelKind::stim, "stim", kNoUnit},
     Kind{ChannelKind::clock, "clock", "s"},
-    Kind{ChannelKind::position, "position", kNoUnit},
+    Kind{ChannelKind::position, "position", "m"},
     Kind{ChannelKind::other, "other", kNoUnit},
 };
 

@@ -7,6 +7,7 @@
 #include "base/memory_range.h"
 #include "recording/collected.h"
 #include "recording/dataset.h"
+#include "recording/file_names.h"
 #include "recording/open_recording.h"
 #include "recording/sample_sources.h"
 #include "recording/selection.h"
@@ -33,6 +34,7 @@ struct Recording::State {
       const RecordInfo& record = dataset.record;
       set.emplace(*store, name, SampleCounts{record.numTrials, record.numChannels, record.samplesPerTrial},
                   findings);
+      reportOtherSamples(*store, name, findings);
       sampleWarnings = findings.take();
     });
     return *set;
@@ -96,6 +98,7 @@ Recording openRecording(std::shared_ptr<const Store> store, const std::string& s
     Dataset& dataset = state->dataset;
     if (!readDataset(*state->store, stem, rules, findings, dataset))
       throw findings.errorAbout(state->resourceFile);
+    reportOtherName(state->resourceFile, findings);
     state->clock.emplace(dataset.channels, dataset.record);
     state->warnings = findings.take();
     return Recording(std::move(state));

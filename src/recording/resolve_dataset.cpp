@@ -3,6 +3,8 @@
 #include <system_error>
 #include <vector>
 
+#include "recording/file_names.h"
+
 #include <ctfmeg/path_text.h>
 #include <ctfmeg/recording.h>
 
@@ -33,18 +35,8 @@ std::vector<fs::path> resourceFilesIn(const fs::path& directory) {
   return found;
 }
 
-/// The name that the directory is given by, also with a trailing slash; its own when it is given as "." or
-/// "..".
-fs::path stemOf(const fs::path& directory) {
-  const fs::path name = directory.has_filename() ? directory.filename() : directory.parent_path().filename();
-  if (!name.empty() && name != "." && name != "..") return name.stem();
-  std::error_code failed;
-  const fs::path absolute = fs::canonical(directory, failed);
-  return (failed ? directory : absolute).stem();
-}
-
 fs::path resourceFileOf(const fs::path& directory) {
-  fs::path own = stemOf(directory);
+  fs::path own = stemOfFolder(directory);
   own += ".res4";
   std::error_code unknown;
   if (fs::exists(directory / own, unknown)) return directory / own;

@@ -1,0 +1,67 @@
+#include "recording/file_names.h"
+
+#include <algorithm>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "base/encoding.h"
+#include "base/finding_codes.h"
+
+#include <ctfmeg/path_text.h>
+
+namespace ctfmeg {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// The name of the folder, with its extension.
+fs::path nameOfFolder(const fs::path& folder) {
+  const fs::path name = folder.has_filename() ? folder.filename() : folder.parent_path().filename();
+  if (!name.empty() && name != "." && name != "..") return name;
+  std::error_code failed;
+  const fs::path own = fs::canonical(folder.empty() ? "." : folder, failed);
+  return (failed ? folder : own).filename();
+}
+
+void report(Notices& notices, const std::string& file, const char* text) {
+  notices.report(
+      {.severity = Finding::Severity::remark, .code = wordOf(Code::fileName), .file = file, .text = text});
+}
+
+/// "run" for run.meg4, run.1_meg4 and so on; empty for other files, and for hidden ones, which systems put
+/// beside files of theirs.
+std::string stemOfSamples(const std::string& name) {
+  const std::size_t point = name.rfind('.');
+  if (point == std::string::npos || point == 0 || name.front() == '.') return {};
+  const std::string_view extension = std::string_view(name).substr(point + 1);
+  const bool isFirst = extension == "meg4";
+  const bool isLater =
+      extension.ends_with("_meg4") && extension.find_first_not_of("0123456789") == extension.size() - 5;
+  return isFirst || isLater ? name.substr(0, point) : "";
+}
+
+}  // namespace
+
+fs::path stemOfFolder(const fs::path& folder) { return nameOfFolder(folder).stem(); }
+
+void reportOtherName(const fs::path& resourceFile, Notices& notices) {
+  const fs::path folder = nameOfFolder(resourceFile.parent_path());
+  if (lowered(textOf(folder.extension())) == ".ds" && folder.stem() != resourceFile.stem())
+    report(notices, textOf(resourceFile), "is called otherwise than its folder");
+}
+
+void reportOtherSamples(const Store& store, const std::string& stem, Notices& notices) {
+  std::vector<std::string> names;
+  try {
+    names = store.list();
+  } catch (const FileError&) {
+    return;  // a directory may let its files be opened and not be listed
+  }
+  std::sort(names.begin(), names.end());
+  for (const std::string& name : names)
+    if (const std::string other = stemOfSamples(name); !other.empty() && other != stem)
+      report(notices, store.pathOf(name), "is called otherwise than the dataset, and not read");
+}
+
+}  // namespace ctfmeg

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "base/file.h"
+#include "base/notices.h"
+
+namespace ctfmeg {
+
+/// A dataset's name by its folder: the name that the folder is given by, also with a trailing slash, without
+/// its extension; its own when it is given as nothing, "." or "..".
+std::filesystem::path stemOfFolder(const std::filesystem::path& folder);
+
+/// Reports a resource file that is called otherwise than the `.ds` folder that it is in: a folder was renamed
+/// or a file put there.
+void reportOtherName(const std::filesystem::path& resourceFile, Notices& notices);
+
+/// Reports sample files that are called otherwise than the dataset's: they are not read.
+void reportOtherSamples(const Store& store, const std::string& stem, Notices& notices);
+
+}  // namespace ctfmeg
