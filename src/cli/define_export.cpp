@@ -34,7 +34,8 @@ void addExport(Definitions& definitions) {
   command->add_flag_callback(
       "--no-description", [options] { options->description = false; },
       "write no FILE.json, which says what the array is");
-  command->add_flag("--physical", options->physical, "in tesla, volt, seconds and metres (float64), not raw (int32)");
+  command->add_flag("--physical", options->physical,
+                    "in tesla, volt, seconds and metres (float64), not raw (int32)");
   command
       ->add_option_function<std::string>(
           "--dtype", [options](const std::string& name) { options->type = *valueTypeOf(name); },

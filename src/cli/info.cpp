@@ -208,13 +208,17 @@ std::string classesText(const std::vector<TrialClass>& classes) {
   });
 }
 
-/// None without a value.
+/// None without a value. In a terminal long ones go on below their beginning.
 void line(const char* label, const std::string& value) {
-  constexpr std::size_t kLabelWidth = 14;
+  constexpr std::size_t kLabelWidth = 14, kFewestColumns = 40;
   if (value.empty()) return;
-  std::string padded(label);
-  padded.resize(std::max(kLabelWidth, padded.size()), ' ');
-  std::cout << "  " << padded << output::visible(value) << '\n';
+  std::string text = "  " + std::string(label);
+  text.resize(std::max(2 + kLabelWidth, text.size()), ' ');
+  const std::size_t indent = text.size();
+  text += output::visible(value);
+  if (const int most = outputColumns(); most > 0)
+    text = output::wrapped(text, std::max(static_cast<std::size_t>(most), kFewestColumns), indent);
+  std::cout << text << '\n';
 }
 
 void printOverview(const ShownDataset& dataset) {

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/dates.h"
 #include "cli/parts_json.h"
 #include "output/json.h"
 
@@ -83,6 +84,8 @@ void writeDataset(std::ostream& out, const ShownDataset& dataset) {
   object.next("dataset") << dump(dataset.name);
   object.next("rules") << (dataset.rules == Rules::plain ? R"("plain")" : R"("host")");
   object.next("record") << dump(recordJson(dataset.record, dataset.redacted));
+  const std::string start = isoDateTime(dataset.record.dataDate, dataset.record.dataTime);
+  if (!dataset.redacted) object.next("startTime") << (start.empty() ? "null" : dump(start));
   if (dataset.stored) {
     object.next("storedTrials") << dataset.stored->fileTrials.size();
     object.next("trialNumbers") << dump(dataset.stored->fileTrials);

@@ -27,7 +27,8 @@ bool inputIsTerminal();
 bool outputIsTerminal();
 bool errorsAreTerminal();
 
-/// Columns of the terminal at the other end of standard error; 0 where that is not known.
+/// Columns of the terminal that standard output or standard error is; 0 where it is none or does not say.
+int outputColumns();
 int errorColumns();
 
 /// Waits a little for a line at the terminal. True when one is there, or when waiting for it can't be cut

@@ -18,6 +18,12 @@ std::string rounded(double value) {
   return text.data();
 }
 
+std::string brief(double value) {
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "%.6g", value);
+  return text.data();
+}
+
 std::string seconds(double value) {
   std::array<char, 64> text{};
   std::snprintf(text.data(), text.size(), "%.3f s", value);

@@ -11,6 +11,9 @@ std::string shortest(double value);
 /// For people: ten digits, as short as they can be.
 std::string rounded(double value);
 
+/// For people: six digits, as short as they can be.
+std::string brief(double value);
+
 /// For people: three digits after the point.
 std::string seconds(double value);
 

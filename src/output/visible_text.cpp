@@ -104,6 +104,26 @@ std::size_t columns(std::string_view text) {
   return count;
 }
 
+std::string wrapped(const std::string& visibleText, std::size_t most, std::size_t indent) {
+  std::string text;
+  std::size_t used = 0;  // columns of the line
+  for (std::size_t begin = 0; begin <= visibleText.size();) {
+    const std::size_t end = std::min(visibleText.find(' ', begin), visibleText.size());
+    const std::string word = visibleText.substr(begin, end - begin);
+    if (used > 0 && used + 1 + columns(word) > most) {
+      text += '\n' + std::string(indent, ' ');
+      used = indent;
+    } else if (begin > 0) {
+      text += ' ';
+      ++used;
+    }
+    text += word;
+    used += columns(word);
+    begin = end + 1;
+  }
+  return text;
+}
+
 std::string clipped(const std::string& visibleText, std::size_t most) {
   if (columns(visibleText) <= most) return visibleText;
   std::size_t end = 0;

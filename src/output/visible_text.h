@@ -16,6 +16,10 @@ std::string harmlessJson(std::string_view json);
 /// At most `most` columns of a text made visible, with an ellipsis in the place of more.
 std::string clipped(const std::string& visibleText, std::size_t most);
 
+/// A text made visible with line feeds in the place of blanks, so that no line is wider than `most` columns
+/// unless a word is; lines after the first begin with `indent` blanks.
+std::string wrapped(const std::string& visibleText, std::size_t most, std::size_t indent);
+
 /// Characters that `text` takes on a terminal, one column each.
 std::size_t columns(std::string_view text);
 

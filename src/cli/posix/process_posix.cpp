@@ -36,6 +36,11 @@ void fillClosedStream(int stream) {
   if (filler != stream && filler >= 0) close(filler);
 }
 
+int columnsOf(int descriptor) {
+  winsize size{};
+  return ioctl(descriptor, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
 }  // namespace
 
 void prepareProcess() {
@@ -61,10 +66,8 @@ bool inputIsTerminal() { return isatty(STDIN_FILENO) == 1; }
 bool outputIsTerminal() { return isatty(STDOUT_FILENO) == 1; }
 bool errorsAreTerminal() { return isatty(STDERR_FILENO) == 1; }
 
-int errorColumns() {
-  winsize size{};
-  return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
-}
+int outputColumns() { return columnsOf(STDOUT_FILENO); }
+int errorColumns() { return columnsOf(STDERR_FILENO); }
 
 bool inputIsReady() {
   constexpr int kMilliseconds = 100;

@@ -41,6 +41,12 @@ void understandEscapes(DWORD stream) {
   if (GetConsoleMode(console, &mode)) SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
 }
 
+int columnsOf(DWORD stream) {
+  CONSOLE_SCREEN_BUFFER_INFO screen{};
+  const bool known = GetConsoleScreenBufferInfo(GetStdHandle(stream), &screen) != 0;
+  return known ? screen.srWindow.Right - screen.srWindow.Left + 1 : 0;
+}
+
 }  // namespace
 
 void prepareProcess() {
@@ -70,12 +76,8 @@ bool inputIsTerminal() { return isConsole(STD_INPUT_HANDLE); }
 bool outputIsTerminal() { return isConsole(STD_OUTPUT_HANDLE); }
 bool errorsAreTerminal() { return isConsole(STD_ERROR_HANDLE); }
 
-int errorColumns() {
-  CONSOLE_SCREEN_BUFFER_INFO screen{};
-  const HANDLE errors = GetStdHandle(STD_ERROR_HANDLE);
-  return GetConsoleScreenBufferInfo(errors, &screen) != 0 ? screen.srWindow.Right - screen.srWindow.Left + 1
-                                                          : 0;
-}
+int outputColumns() { return columnsOf(STD_OUTPUT_HANDLE); }
+int errorColumns() { return columnsOf(STD_ERROR_HANDLE); }
 
 bool inputIsReady() { return true; }  // reading from a console returns when it is interrupted
 
