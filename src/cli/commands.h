@@ -107,6 +107,7 @@ struct ExportOptions {
 struct SimulateOptions {
   std::string directory;
   simulate::Options dataset;
+  std::optional<std::string> gaps, bad;  ///< as given
   bool quiet = false;
 };
 

@@ -49,7 +49,9 @@ void addSimulate(Definitions& definitions) {
       definitions.add("simulate", "Write a simulated dataset",
                       "  ctfmeg simulate test.ds                           a dataset to try things on\n"
                       "  ctfmeg simulate test.ds --trials 10 --rate 1200\n"
-                      "  ctfmeg simulate other.ds --seed 2                 other noise\n",
+                      "  ctfmeg simulate other.ds --seed 2                 other noise\n"
+                      "  ctfmeg simulate run.ds --trials 8 --continuous --gap 2:1.5    a run with a pause\n"
+                      "  ctfmeg simulate bad.ds --bad flat:2,jump                      and which they are\n",
                       [options] { return runSimulate(*options); });
   simulate::Options& dataset = options->dataset;
   command->add_option("OUT.ds", options->directory, "directory to make; must not exist")
@@ -61,6 +63,17 @@ void addSimulate(Definitions& definitions) {
   command->add_option("--rate", dataset.rate, "samples a second")->type_name("HZ")->capture_default_str();
   command->add_option("--pretrigger", dataset.preTrigger, "samples before the trigger")
       ->capture_default_str();
+  command->add_flag("--continuous", dataset.continuous,
+                    "one run: what a tone evokes goes on into the next trial");
+  command
+      ->add_option("--gap", options->gaps,
+                   "pauses by the clock, each after a trial, counted from 0 (2:1.5,5:10)")
+      ->type_name("TRIAL:S,...");
+  command
+      ->add_option("--bad", options->bad,
+                   "faults of MEG channels: flat, clipped, jump, noisy, with a number of channels (flat:2); "
+                   "prints which channel has which")
+      ->type_name("LIST");
   command->add_option("--seed", dataset.seed, "the same seed gives the same bytes")->capture_default_str();
   command->add_option("--split-after", dataset.splitAfter, "trials in each sample file (0: as many as fit)")
       ->type_name("TRIALS")

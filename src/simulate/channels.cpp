@@ -52,11 +52,10 @@ Channel makeStimulus() {
 }
 
 Channel makeClock() {
-  constexpr double kTicksPerSecond = 12000.0;
   Channel channel;
   channel.name = "SCLK01-177";
   channel.type = SensorType::systemClock;
-  channel.qGain = kTicksPerSecond;
+  channel.qGain = kClockTicksPerSecond;
   return channel;
 }
 

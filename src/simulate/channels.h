@@ -51,6 +51,7 @@ inline bool measuresField(SensorType type) {
 inline constexpr std::string_view kSerial = "-2901";
 
 inline constexpr int kReferences = 29;
+inline constexpr double kClockTicksPerSecond = 12000.0;
 
 /// The reference sensors above the helmet: 9 magnetometers BG1 to BR3 (block G, P or R, dewar axis measured)
 /// and 20 first-order gradiometers G11 to R23 (block, dewar axis of the baseline, dewar axis measured).

@@ -9,10 +9,12 @@
 #include <utility>
 #include <vector>
 
+#include "simulate/faults.h"
 #include "simulate/files.h"
 #include "simulate/output.h"
 #include "simulate/random.h"
 #include "simulate/signals.h"
+#include "simulate/timeline.h"
 
 namespace ctfmeg::simulate {
 
@@ -36,25 +38,32 @@ class TrialSynthesis {
   TrialSynthesis(const Options& options, const std::vector<Channel>& channels)
       : m_options(options),
         m_random(options.seed),
+        m_timeline(options),
         m_activity(m_random),
+        m_triggers(options, m_timeline, m_random),
         m_moments(kBlockSamples),
         m_values(kBlockSamples),
         m_bytes(static_cast<std::size_t>(trialBytes(options))) {
     for (const Channel& channel : channels)
       m_rows.push_back({makeSignal(channel, m_rows.size(), options.rate), channel.gain()});
+    for (const PlantedFault& planted : plantFaults(options, channels)) {
+      std::unique_ptr<ChannelSignal>& signal = m_rows[planted.index].signal;
+      signal = makeFaulty(planted, std::move(signal), channels[planted.index], options);
+    }
   }
 
   /// Stays valid until the next call.
   std::span<const char> nextTrial() {
-    m_activity.beginTrial(m_random);
+    m_triggers.beginTrial(m_trialsDone, m_random);
     for (std::int64_t first = 0; first < m_options.samples; first += kBlockSamples) {
       const auto samples = static_cast<std::size_t>(std::min(kBlockSamples, m_options.samples - first));
       TimeBlock block;
       block.rate = m_options.rate;
-      block.firstAfterTrigger = first - m_options.preTrigger;
-      block.firstInRecording = m_trialsDone * m_options.samples + first;
+      block.firstInRecording = m_timeline.firstSample(m_trialsDone) + first;
+      block.triggers = m_triggers.between(block.firstInRecording,
+                                          block.firstInRecording + static_cast<std::int64_t>(samples));
       for (std::size_t i = 0; i < samples; ++i)
-        m_moments[i] = m_activity.at(block.secondsAfterTrigger(i), block.secondsInRecording(i));
+        m_moments[i] = momentsAt(block, i);
       block.moments = std::span(m_moments).first(samples);
       fillCounts(block, first);
     }
@@ -63,6 +72,13 @@ class TrialSynthesis {
   }
 
  private:
+  PerSource momentsAt(const TimeBlock& block, std::size_t sample) {
+    m_tones.clear();
+    for (const Trigger& trigger : block.triggers)
+      m_tones.push_back({block.secondsAfter(trigger, sample), trigger.strength});
+    return m_activity.at(block.secondsInRecording(sample), m_tones);
+  }
+
   struct Row {
     std::unique_ptr<ChannelSignal> signal;
     double gain;
@@ -82,12 +98,15 @@ class TrialSynthesis {
 
   Options m_options;
   Random m_random;
+  Timeline m_timeline;
   SourceActivity m_activity;
+  Triggers m_triggers;
+  std::vector<SourceActivity::Tone> m_tones;
   std::vector<Row> m_rows;
   std::vector<PerSource> m_moments;
   std::vector<double> m_values;
   std::vector<char> m_bytes;
-  std::int64_t m_trialsDone = 0;
+  int m_trialsDone = 0;
 };
 
 /// Writes the sample files. Each begins with the same header and holds whole trials, because a trial never

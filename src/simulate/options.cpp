@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <set>
 #include <stdexcept>
 #include <string>
 
+#include "simulate/channels.h"
+#include "simulate/faults.h"
 #include "simulate/files.h"
 
 namespace ctfmeg::simulate {
@@ -29,7 +32,26 @@ std::int64_t trialsThatFit(const Options& options) {
   return (kMaxFileBytes - kMeg4HeaderBytes) / trialBytes(options);
 }
 
+/// The clock channel counts in 32 bits as well, and must reach the end of the recording.
+void requirePauses(const Options& options) {
+  std::set<int> trials;
+  double samples = static_cast<double>(options.trials) * static_cast<double>(options.samples);
+  for (const Pause& pause : options.pauses) {
+    const std::string text = "gap after trial " + std::to_string(pause.afterTrial);
+    if (options.trials < 2) throw std::invalid_argument("gap needs two trials or more");
+    requireRange("gap: the trial", pause.afterTrial, 0, options.trials - 2);
+    if (!trials.insert(pause.afterTrial).second) throw std::invalid_argument(text + " is there twice");
+    const double length = pause.seconds * options.rate;
+    if (!(length >= 0.5)) throw std::invalid_argument(text + " is shorter than a sample");
+    samples += length;
+  }
+  if (!options.pauses.empty() && !(samples / options.rate < kMaxCount32 / kClockTicksPerSecond))
+    throw std::invalid_argument("gap: the clock can't count on to the end of so long a recording");
+}
+
 }  // namespace
+
+std::int64_t Pause::samples(double rate) const { return static_cast<std::int64_t>(seconds * rate + 0.5); }
 
 std::int64_t trialBytes(const Options& options) {
   return std::int64_t{options.channels} * options.samples * std::int64_t{sizeof(std::int32_t)};
@@ -47,11 +69,13 @@ void validate(const Options& options) {
   requireRange("splitAfter", options.splitAfter, 0, kMaxCount16);
   if (!(std::isfinite(options.rate) && options.rate > 0))
     throw std::invalid_argument("rate must be a finite number above 0");
+  requirePauses(options);
   if (trialsThatFit(options) < 1) {
     throw std::invalid_argument("channels and samples: one trial would take " +
                                 std::to_string(trialBytes(options)) +
                                 " bytes, but it has to fit whole into one file below 2 GiB");
   }
+  if (!options.bad.empty()) plantedFaults(options);  // throws when there are too few channels
 }
 
 }  // namespace ctfmeg::simulate

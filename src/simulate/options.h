@@ -1,12 +1,26 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 namespace ctfmeg::simulate {
 
 /// A whole system: stimulus channel, system clock, 29 references, 275 helmet gradiometers, 8 electrodes and
 /// 4 ADC channels.
 inline constexpr int kFullSystemChannels = 318;
+
+/// Time between two trials in which nothing was stored.
+struct Pause {
+  int afterTrial = 0;
+  double seconds = 0;
+
+  /// To the nearest sample.
+  std::int64_t samples(double rate) const;
+};
+
+/// What can be wrong with a channel.
+enum class Fault { flat, clipped, jump, noisy };
+inline constexpr int kMaxFaults = 1000;  // of one kind
 
 /// What to simulate. The same options give the same bytes on every system.
 struct Options {
@@ -25,6 +39,14 @@ struct Options {
   std::int32_t preTrigger = 0;
 
   std::uint64_t seed = 1;
+
+  /// The trials as one run: what a tone evokes goes on into the next trial. Otherwise each trial shows its
+  /// own tone only; everything else goes on in any case.
+  bool continuous = false;
+  std::vector<Pause> pauses;  // after trials that are not the last, each trial once
+
+  /// A gradiometer for each, chosen by the seed. BadChannels does not name them.
+  std::vector<Fault> bad;
 
   /// Trials in each meg4 file, 0 for as many as fit. A file stays below 2 GiB whatever this says.
   int splitAfter = 0;

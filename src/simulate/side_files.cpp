@@ -9,6 +9,7 @@
 #include "simulate/files.h"
 #include "simulate/output.h"
 #include "simulate/random.h"
+#include "simulate/timeline.h"
 
 namespace ctfmeg::simulate {
 
@@ -80,14 +81,31 @@ std::string markerText(const std::string& heading, const std::vector<Event>& eve
   return text + "\n\n";
 }
 
+/// Something that happened so many seconds after the tone of a trial, as the marker file of a continuous run
+/// counts it: in the trial that was recorded then. Nothing when none was.
+void addInRun(std::vector<Event>& events, const Options& options, const Timeline& timeline, int trial,
+              double seconds) {
+  const std::int64_t sample =
+      timeline.triggerSample(trial) + static_cast<std::int64_t>(seconds * options.rate + 0.5);
+  const int in = timeline.trialAt(sample);
+  if (in >= 0)
+    events.push_back({in, static_cast<double>(sample - timeline.triggerSample(in)) / options.rate});
+}
+
 std::string markersText(const Options& options) {
   constexpr double kReaction = 0.32, kSpread = 0.08;  // seconds
   const double end = static_cast<double>(options.samples - options.preTrigger) / options.rate;
   const double start = -options.preTrigger / options.rate;
   Random random(~options.seed);
   std::vector<Event> tones, presses;
+  const Timeline timeline(options);
   for (int trial = 0; trial < options.trials; ++trial) {
     const double reaction = kReaction + kSpread * random.symmetric();
+    if (options.continuous) {
+      addInRun(tones, options, timeline, trial, 0);
+      addInRun(presses, options, timeline, trial, reaction);
+      continue;
+    }
     if (start <= 0 && 0 < end) tones.push_back({trial, 0});
     if (start <= reaction && reaction < end) presses.push_back({trial, reaction});
   }

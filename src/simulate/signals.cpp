@@ -24,7 +24,6 @@ double sineOfTurns(double turns) {
 double cosineOfTurns(double turns) { return sineOfTurns(turns + 0.25); }
 
 constexpr double kNanoampereMetre = 1e-9;
-constexpr double kResponseVariation = 0.1;
 
 constexpr double kAlphaMoment = 25 * kNanoampereMetre;
 constexpr double kAlphaHz = 10.0;
@@ -61,8 +60,7 @@ double whiteNoiseDeviation(double density, double rate) { return density * std::
 
 class FieldSignal : public ChannelSignal {
  public:
-  FieldSignal(const Channel& channel, double rate)
-      : m_lead(leadField(channel)), m_noise(whiteNoiseDeviation(kNoiseDensity, rate)) {}
+  FieldSignal(const Channel& channel, double rate) : m_lead(leadField(channel)), m_noise(sensorNoise(rate)) {}
 
   void fill(const TimeBlock& block, Random& random, std::span<double> values) override {
     for (std::size_t i = 0; i < values.size(); ++i)
@@ -70,8 +68,6 @@ class FieldSignal : public ChannelSignal {
   }
 
  private:
-  static constexpr double kNoiseDensity = 5e-15;  // tesla per root hertz
-
   PerSource m_lead;
   double m_noise;
 };
@@ -109,8 +105,11 @@ class StimulusSignal : public ChannelSignal {
  public:
   void fill(const TimeBlock& block, Random& /*random*/, std::span<double> values) override {
     for (std::size_t i = 0; i < values.size(); ++i) {
-      const double seconds = block.secondsAfterTrigger(i);
-      values[i] = seconds >= 0 && seconds < kPulseSeconds ? kCode : 0.0;
+      values[i] = 0;
+      for (const Trigger& trigger : block.triggers) {
+        const double seconds = block.secondsAfter(trigger, i);
+        if (seconds >= 0 && seconds < kPulseSeconds) values[i] = kCode;
+      }
     }
   }
 
@@ -152,11 +151,7 @@ SourceActivity::SourceActivity(Random& random) {
     phase = random.uniform();
 }
 
-void SourceActivity::beginTrial(Random& random) {
-  m_responseStrength = 1 + kResponseVariation * random.normal();
-}
-
-PerSource SourceActivity::at(double secondsAfterTrigger, double secondsInRecording) const {
+PerSource SourceActivity::at(double secondsInRecording, std::span<const Tone> tones) const {
   const auto wave = [this, secondsInRecording](Source source, double frequency) {
     return sineOfTurns(m_phases[source] + frequency * secondsInRecording);
   };
@@ -166,16 +161,23 @@ PerSource SourceActivity::at(double secondsAfterTrigger, double secondsInRecordi
   const double alpha = kAlphaMoment * waxing;
 
   PerSource moments{};
-  moments[leftAuditory] = m_responseStrength * auditoryResponse(secondsAfterTrigger) +
-                          kAlphaInAuditoryCortex * alpha * wave(leftAuditory, kAlphaHz);
-  moments[rightAuditory] =
-      m_responseStrength * kWeakerOnTheRight * auditoryResponse(secondsAfterTrigger - kLaterOnTheRight) +
-      kAlphaInAuditoryCortex * alpha * wave(rightAuditory, kAlphaHz);
+  for (const Tone& tone : tones) {
+    moments[leftAuditory] += tone.strength * auditoryResponse(tone.secondsAgo);
+    moments[rightAuditory] +=
+        tone.strength * kWeakerOnTheRight * auditoryResponse(tone.secondsAgo - kLaterOnTheRight);
+  }
+  moments[leftAuditory] += kAlphaInAuditoryCortex * alpha * wave(leftAuditory, kAlphaHz);
+  moments[rightAuditory] += kAlphaInAuditoryCortex * alpha * wave(rightAuditory, kAlphaHz);
   moments[occipital] = alpha * wave(occipital, kAlphaHz);
   moments[elevator] = kMachineMoment * wave(elevator, kElevatorHz);
   moments[trolley] = kMachineMoment * wave(trolley, kTrolleyHz);
   moments[traffic] = kMachineMoment * wave(traffic, kTrafficHz);
   return moments;
+}
+
+double sensorNoise(double rate) {
+  constexpr double kNoiseDensity = 5e-15;  // tesla per root hertz
+  return whiteNoiseDeviation(kNoiseDensity, rate);
 }
 
 std::unique_ptr<ChannelSignal> makeSignal(const Channel& channel, std::size_t index, double rate) {

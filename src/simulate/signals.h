@@ -8,6 +8,7 @@
 
 #include "simulate/channels.h"
 #include "simulate/random.h"
+#include "simulate/timeline.h"
 
 namespace ctfmeg::simulate {
 
@@ -33,24 +34,26 @@ class SourceActivity {
  public:
   explicit SourceActivity(Random& random);
 
-  /// Responses differ a little from trial to trial.
-  void beginTrial(Random& random);
-
-  PerSource at(double secondsAfterTrigger, double secondsInRecording) const;
+  struct Tone {
+    double secondsAgo;
+    double strength;
+  };
+  PerSource at(double secondsInRecording, std::span<const Tone> tones) const;
 
  private:
   PerSource m_phases{};  // turns
-  double m_responseStrength = 1;
 };
 
 /// A stretch of one trial that is computed at once for all channels.
 struct TimeBlock {
   double rate = 0;                     // Hz
-  std::int64_t firstAfterTrigger = 0;  // its first sample, counted from the trigger of its trial
   std::int64_t firstInRecording = 0;   // its first sample, counted from the start of the recording
+  std::span<const Trigger> triggers;   // that may show in it
   std::span<const PerSource> moments;  // of all sources, for each sample
 
-  double secondsAfterTrigger(std::size_t sample) const { return seconds(firstAfterTrigger, sample); }
+  double secondsAfter(const Trigger& trigger, std::size_t sample) const {
+    return seconds(firstInRecording - trigger.sample, sample);
+  }
   double secondsInRecording(std::size_t sample) const { return seconds(firstInRecording, sample); }
 
  private:
@@ -70,6 +73,9 @@ class ChannelSignal {
   /// Fills `values`, one for each sample of `block`. Blocks come in the order of time.
   virtual void fill(const TimeBlock& block, Random& random, std::span<double> values) = 0;
 };
+
+/// Deviation of the white noise of a magnetic channel, in tesla.
+double sensorNoise(double rate);
 
 /// `index` is the channel's place in the dataset, `rate` its samples per second.
 std::unique_ptr<ChannelSignal> makeSignal(const Channel& channel, std::size_t index, double rate);

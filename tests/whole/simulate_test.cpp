@@ -6,6 +6,7 @@
 
 #include "check_host/check_host.h"
 #include "simulate/dataset.h"
+#include "simulate/faults.h"
 #include "support/temporary_directory.h"
 
 #include <ctfmeg/recording.h>
@@ -13,6 +14,7 @@
 namespace {
 
 using namespace ctfmeg;
+using simulate::Fault;
 namespace fs = std::filesystem;
 
 simulate::Options smallOptions() {
@@ -140,6 +142,74 @@ TEST(Simulate, ASplitSetReadsAsTheSameDataInOneFile) {
     std::vector<std::int32_t> values(trial.raw().size());
     host->read({number, 1, 0, trial.channels(), 0, trial.samples()}, values);
     EXPECT_TRUE(std::ranges::equal(values, trial.raw())) << number;
+  }
+}
+
+TEST(Simulate, ARunGoesOnOverTrialsAndItsClockOverPauses) {
+  TemporaryDirectory directory;
+  auto options = smallOptions();
+  options.continuous = true;
+  options.preTrigger = 239;  // a trial's tone and pulse begin with its last sample
+  options.pauses = {{3, 0.25}, {1, 2.001}};
+  const Recording recording = Recording::open(simulated(directory.path(), "a.ds", options));
+  const auto run = recording.samples({.continuous = true, .gaps = Gaps::fill});
+  std::vector<std::pair<int, std::int64_t>> gaps;
+  for (const Gap& gap : run->gaps())
+    gaps.emplace_back(gap.afterTrial, gap.samples);
+  EXPECT_EQ(gaps, (std::vector<std::pair<int, std::int64_t>>{{1, 1201}, {3, 150}}));
+  std::string pulses;  // the six samples of a pulse: whether the next trial begins within it
+  for (const Trial& trial : recording.read())
+    pulses += std::to_string(std::ranges::count(trial.raw().first(10), 1)) + " ";
+  EXPECT_EQ(pulses, "0 5 0 5 0 ");
+  for (const MarkerSample& press : recording.markers().at(1).samples) {
+    EXPECT_TRUE(press.trial == 1 || press.trial == 3) << "the others are in pauses or after the end";
+    EXPECT_LT(press.sample, 239) << "before the trial's own tone";
+  }
+  EXPECT_EQ(recording.markers().at(1).samples.size(), 2u);
+}
+
+TEST(Simulate, FaultsAreWhereTheKeySaysAndNowhereElse) {
+  TemporaryDirectory directory;
+  auto options = smallOptions();
+  const Recording sound = Recording::open(simulated(directory.path(), "a.ds", options));
+  options.bad = {Fault::flat, Fault::flat, Fault::clipped, Fault::jump, Fault::noisy};
+  const Recording spoilt = Recording::open(simulated(directory.path(), "b.ds", options));
+  const auto planted = simulate::plantedFaults(options);
+  ASSERT_EQ(planted.size(), 5u);
+  const auto valuesOf = [](const Recording& recording, int channel) {
+    std::vector<std::int32_t> values;
+    for (const Trial& trial : recording.read())
+      values.insert(values.end(), trial.raw(channel).begin(), trial.raw(channel).end());
+    return values;
+  };
+  const auto deviation = [](const std::vector<std::int32_t>& values) {
+    double sum = 0;
+    for (std::size_t i = 1; i < values.size(); ++i)
+      sum += std::abs(static_cast<double>(values[i]) - values[i - 1]);
+    return sum / static_cast<double>(values.size());
+  };
+  for (const Channel& channel : spoilt.channels()) {
+    const auto before = valuesOf(sound, channel.index), values = valuesOf(spoilt, channel.index);
+    const auto fault = std::ranges::find(planted, channel.name, &simulate::PlantedFault::channel);
+    if (fault == planted.end()) {
+      EXPECT_EQ(values, before) << channel.name;
+      continue;
+    }
+    EXPECT_TRUE(channel.good) << "to be found";
+    if (fault->fault == Fault::flat) {
+      EXPECT_EQ(std::ranges::count(std::span(values).last(400), values.back()), 400);
+    } else if (fault->fault == Fault::clipped) {
+      EXPECT_GT(std::ranges::count(values, INT32_MAX), 20);
+      EXPECT_GT(std::ranges::count(values, INT32_MIN), 20);
+    } else if (fault->fault == Fault::jump) {
+      std::int64_t steps = 0;
+      for (std::size_t i = 1; i < values.size(); ++i)
+        steps += std::abs(values[i] - values[i - 1]) > 100 * deviation(before);
+      EXPECT_EQ(steps, 3);
+      EXPECT_GT(std::abs(values.back() - before.back()), 100 * deviation(before)) << "steps stay";
+    } else {
+      EXPECT_GT(deviation(values), 50 * deviation(before));
+    }
   }
 }
 
