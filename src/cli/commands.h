@@ -107,7 +107,7 @@ struct ExportOptions {
 struct SimulateOptions {
   std::string directory;
   simulate::Options dataset;
-  std::optional<std::string> gaps, bad;  ///< as given
+  std::optional<std::string> gaps, bad, damage;  ///< as given
   bool quiet = false;
 };
 
@@ -123,6 +123,8 @@ std::string problemOf(const ExportOptions& options);
 int runExport(const ExportOptions& options);
 int runScan(const ScanOptions& options);
 int runCheck(const CheckOptions& options);
+/// A line for each way in which `simulate` can damage a dataset.
+std::string damageList();
 int runSimulate(const SimulateOptions& options);
 
 }  // namespace ctfmeg::cli

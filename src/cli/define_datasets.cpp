@@ -51,7 +51,8 @@ void addSimulate(Definitions& definitions) {
                       "  ctfmeg simulate test.ds --trials 10 --rate 1200\n"
                       "  ctfmeg simulate other.ds --seed 2                 other noise\n"
                       "  ctfmeg simulate run.ds --trials 8 --continuous --gap 2:1.5    a run with a pause\n"
-                      "  ctfmeg simulate bad.ds --bad flat:2,jump                      and which they are\n",
+                      "  ctfmeg simulate bad.ds --bad flat:2,jump                      and which they are\n"
+                      "  ctfmeg simulate broken.ds --damage cut-markers                to see what is said\n",
                       [options] { return runSimulate(*options); });
   simulate::Options& dataset = options->dataset;
   command->add_option("OUT.ds", options->directory, "directory to make; must not exist")
@@ -74,11 +75,16 @@ void addSimulate(Definitions& definitions) {
                    "faults of MEG channels: flat, clipped, jump, noisy, with a number of channels (flat:2); "
                    "prints which channel has which")
       ->type_name("LIST");
+  command
+      ->add_option("--damage", options->damage,
+                   "damage to the files, for practice: names that are listed at the end of simulate --help")
+      ->type_name("LIST");
   command->add_option("--seed", dataset.seed, "the same seed gives the same bytes")->capture_default_str();
   command->add_option("--split-after", dataset.splitAfter, "trials in each sample file (0: as many as fit)")
       ->type_name("TRIALS")
       ->capture_default_str();
   command->add_flag("--quiet", options->quiet, "no progress");
+  command->footer("\nDamage:\n" + damageList() + command->get_footer());
 }
 
 }  // namespace ctfmeg::cli

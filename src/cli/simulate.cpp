@@ -6,6 +6,7 @@
 #include "cli/selection.h"
 #include "cli/terminal.h"
 #include "output/visible_text.h"
+#include "simulate/damage.h"
 #include "simulate/dataset.h"
 #include "simulate/faults.h"
 
@@ -34,6 +35,7 @@ simulate::Options optionsOf(const SimulateOptions& options) {
   simulate::Options dataset = options.dataset;
   if (options.gaps) dataset.pauses = parsePauses(*options.gaps);
   if (options.bad) dataset.bad = simulate::parseFaults(*options.bad);
+  if (options.damage) dataset.damage = parseNames(*options.damage).value();
   return dataset;
 }
 
@@ -45,6 +47,16 @@ void printFaults(const simulate::Options& options) {
 }
 
 }  // namespace
+
+std::string damageList() {
+  std::string lines;
+  for (const simulate::Damage& damage : simulate::damages()) {
+    constexpr std::size_t kColumn = 18;
+    lines += "  " + std::string(damage.name);
+    lines.append(kColumn - damage.name.size(), ' ').append(damage.what).append("\n");
+  }
+  return lines;
+}
 
 int runSimulate(const SimulateOptions& options) {
   const auto bar = options.quiet ? nullptr : openProgressBar("Writing " + output::visible(options.directory));

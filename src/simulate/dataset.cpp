@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "simulate/channels.h"
+#include "simulate/damage.h"
 #include "simulate/files.h"
 
 namespace ctfmeg::simulate {
@@ -73,6 +74,7 @@ void writeDataset(const fs::path& directory, const Options& options, const Progr
   writeRes4(stem, options, channels);
   writeSideFiles(stem, options, channels);
   writeMeg4(stem, options, channels, progress);
+  applyDamage({temporary.path(), stem, options});
 
   requireNew(target);  // a rename may replace an empty directory made meanwhile
   temporary.renameTo(target);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <vector>
@@ -12,6 +13,9 @@
 // std::filesystem::filesystem_error with the path and the system's reason.
 
 namespace ctfmeg::simulate {
+
+inline constexpr std::size_t kChannelNameBytes = 32;
+inline constexpr std::size_t kSensorBytes = 1328;
 
 /// <stem>.res4, the resource file: general header, run description, filters, channel names, sensor records
 /// and compensation coefficients.

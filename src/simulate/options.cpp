@@ -8,6 +8,7 @@
 #include <string>
 
 #include "simulate/channels.h"
+#include "simulate/damage.h"
 #include "simulate/faults.h"
 #include "simulate/files.h"
 
@@ -75,6 +76,7 @@ void validate(const Options& options) {
                                 std::to_string(trialBytes(options)) +
                                 " bytes, but it has to fit whole into one file below 2 GiB");
   }
+  validateDamage(options);
   if (!options.bad.empty()) plantedFaults(options);  // throws when there are too few channels
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace ctfmeg::simulate {
@@ -47,6 +48,8 @@ struct Options {
 
   /// A gradiometer for each, chosen by the seed. BadChannels does not name them.
   std::vector<Fault> bad;
+
+  std::vector<std::string> damage;  // done to the files at last, by their names in damage.h
 
   /// Trials in each meg4 file, 0 for as many as fit. A file stays below 2 GiB whatever this says.
   int splitAfter = 0;

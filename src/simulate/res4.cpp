@@ -118,7 +118,6 @@ BigEndianBuffer encodeHeader(const Options& options) {
   return out;
 }
 
-constexpr std::size_t kChannelNameBytes = 32;
 constexpr std::size_t kCoilSlots = 8;
 constexpr std::size_t kCoilBytes = 80;
 

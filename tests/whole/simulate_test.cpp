@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <set>
 
 #include "check_host/check_host.h"
+#include "simulate/damage.h"
 #include "simulate/dataset.h"
 #include "simulate/faults.h"
 #include "support/temporary_directory.h"
@@ -210,6 +212,32 @@ TEST(Simulate, FaultsAreWhereTheKeySaysAndNowhereElse) {
     } else {
       EXPECT_GT(deviation(values), 50 * deviation(before));
     }
+  }
+}
+
+TEST(Simulate, EachDamageChangesItsFileAndNoOther) {
+  TemporaryDirectory directory;
+  auto options = smallOptions();
+  options.splitAfter = 2;
+  const auto filesOf = [&] {
+    fs::remove_all(directory.path() / "a.ds");
+    std::map<std::string, std::string> files;
+    for (const auto& entry : fs::directory_iterator(simulated(directory.path(), "a.ds", options)))
+      files[entry.path().filename().string()] = readFile(entry.path());
+    return files;
+  };
+  const auto sound = filesOf();
+  for (const simulate::Damage& damage : simulate::damages()) {
+    options.damage = {std::string(damage.name)};
+    auto damaged = filesOf();
+    int differences = 0;
+    for (const auto& [name, bytes] : sound) {
+      if (damaged.contains(name) && damaged[name] == bytes) continue;
+      ++differences;
+      EXPECT_TRUE(name.ends_with(damage.file) || (damage.file == ".meg4" && name.ends_with("_meg4")))
+          << damage.name << ": " << name;
+    }
+    EXPECT_GT(differences, 0) << damage.name;
   }
 }
 
