@@ -108,6 +108,7 @@ struct SimulateOptions {
   std::string directory;
   simulate::Options dataset;
   std::optional<std::string> gaps, bad, damage;  ///< as given
+  std::optional<std::string> commonNoise;        ///< "true" without a value
   bool quiet = false;
 };
 

@@ -52,7 +52,8 @@ void addSimulate(Definitions& definitions) {
                       "  ctfmeg simulate other.ds --seed 2                 other noise\n"
                       "  ctfmeg simulate run.ds --trials 8 --continuous --gap 2:1.5    a run with a pause\n"
                       "  ctfmeg simulate bad.ds --bad flat:2,jump                      and which they are\n"
-                      "  ctfmeg simulate broken.ds --damage cut-markers                to see what is said\n",
+                      "  ctfmeg simulate broken.ds --damage cut-markers                to see what is said\n"
+                      "  ctfmeg simulate noise.ds --common-noise                       to be compensated\n",
                       [options] { return runSimulate(*options); });
   simulate::Options& dataset = options->dataset;
   command->add_option("OUT.ds", options->directory, "directory to make; must not exist")
@@ -70,6 +71,8 @@ void addSimulate(Definitions& definitions) {
       ->add_option("--gap", options->gaps,
                    "pauses by the clock, each after a trial, counted from 0 (2:1.5,5:10)")
       ->type_name("TRIAL:S,...");
+  command->add_flag("--common-noise", options->commonNoise,
+                    "noise of distant sources in references and sensors: a field of 200 pT, or of =PT");
   command
       ->add_option("--bad", options->bad,
                    "faults of MEG channels: flat, clipped, jump, noisy, with a number of channels (flat:2); "

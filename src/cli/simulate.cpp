@@ -31,10 +31,20 @@ std::vector<simulate::Pause> parsePauses(const std::string& text) {
   return pauses;
 }
 
+double parseNoise(const std::string& text) {
+  constexpr double kUsualPicotesla = 200;
+  const auto picotesla = text == "true" ? std::optional(kUsualPicotesla) : parseSeconds(text);
+  if (!picotesla || *picotesla <= 0)
+    throw std::invalid_argument("common-noise takes a number of picotesla, as in --common-noise=50, not \"" +
+                                text + "\"");
+  return *picotesla;
+}
+
 simulate::Options optionsOf(const SimulateOptions& options) {
   simulate::Options dataset = options.dataset;
   if (options.gaps) dataset.pauses = parsePauses(*options.gaps);
   if (options.bad) dataset.bad = simulate::parseFaults(*options.bad);
+  if (options.commonNoise) dataset.commonNoise = parseNoise(*options.commonNoise);
   if (options.damage) dataset.damage = parseNames(*options.damage).value();
   return dataset;
 }

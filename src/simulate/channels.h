@@ -40,6 +40,11 @@ struct Channel {
 
   /// Raw counts per unit: tesla, volt, second or trigger code.
   double gain() const { return properGain * qGain * ioGain; }
+
+  /// In tesla, of a sum over the coils of orientation . B. Raw counts follow the coils with their sign
+  /// reversed: counts = -|gain| x sum. After division by the gain with its sign, field out of the head is
+  /// positive in all gradiometers.
+  double shown(double sum) const { return gain() > 0 ? -sum : sum; }
 };
 
 inline bool measuresField(SensorType type) {

@@ -27,6 +27,7 @@ inline Vector3 cross(const Vector3& a, const Vector3& b) {
 //   x to the nose, y left, z up, origin between the ears
 // The head is in the helmet leaning back a little: one rigid transform relates their frames.
 
+inline constexpr double kMetresPerCm = 0.01;
 inline constexpr double kHalfSqrt2 = 0.7071067811865476;
 
 inline constexpr Vector3 kHelmetCentreInDewarCm{0.0, 0.0, -20.5};

@@ -1,6 +1,6 @@
 #include <cstddef>
-#include <functional>
 
+#include "simulate/environment.h"
 #include "simulate/signals.h"
 
 namespace ctfmeg::simulate {
@@ -39,8 +39,6 @@ double dipolePotential(const Vector3& r0, const Vector3& q, const Vector3& r) {
   return dot(q, a) / (kFourPi * kConductivity * distance * distance * distance);
 }
 
-constexpr double kMetresPerCm = 0.01;
-
 struct CurrentDipole {
   Vector3 positionCm;  // head frame
   Vector3 direction;   // unit length
@@ -51,11 +49,7 @@ constexpr std::array<CurrentDipole, 3> kCurrentDipoles{{
     {{-5.6, 0.9, 7.2}, {0.0, 0.8, 0.6}},
 }};
 
-struct Machine {
-  Vector3 positionM;  // head frame
-  Vector3 direction;  // unit length
-};
-constexpr std::array<Machine, 3> kMachines{{
+constexpr std::array<DistantDipole, 3> kMachines{{
     {{8.0, 3.0, -2.0}, {0.0, 0.0, 1.0}},
     {{-5.0, -7.0, 1.0}, {0.6, 0.8, 0.0}},
     {{2.0, 9.0, -4.0}, {0.0, 0.6, -0.8}},
@@ -65,35 +59,21 @@ static_assert(kCurrentDipoles.size() + kMachines.size() == kSources);
 /// Metres from the middle of the conductor.
 Vector3 fromConductor(const Vector3& headCm) { return kMetresPerCm * (headCm - kConductorCentreCm); }
 
-/// B = mu0 / (4 pi r^3) (3 (m . e) e - m) at distance r in the direction e from a magnetic dipole m.
-Vector3 magneticDipoleField(const Vector3& m, const Vector3& fromDipole) {
-  const double distance = norm(fromDipole);
-  const Vector3 e = unit(fromDipole);
-  return kMu0Over4Pi / (distance * distance * distance) * (3 * dot(m, e) * e - m);
-}
-
-using FieldAtHeadCm = std::function<Vector3(const Vector3&)>;
-
-double seenByCoils(const Channel& channel, const FieldAtHeadCm& field) {
+double seenByCoils(const CurrentDipole& dipole, const Channel& channel) {
   double sum = 0;
   for (const Coil& coil : channel.headCoils)
-    sum += dot(coil.orientation, field(coil.positionCm));
-  return channel.gain() > 0 ? -sum : sum;
+    sum += dot(coil.orientation, dipoleField(fromConductor(dipole.positionCm), dipole.direction,
+                                             fromConductor(coil.positionCm)));
+  return channel.shown(sum);
 }
 
 PerSource magneticLeadField(const Channel& channel) {
   PerSource lead{};
   std::size_t source = 0;
-  for (const CurrentDipole& dipole : kCurrentDipoles) {
-    lead[source++] = seenByCoils(channel, [&dipole](const Vector3& headCm) {
-      return dipoleField(fromConductor(dipole.positionCm), dipole.direction, fromConductor(headCm));
-    });
-  }
-  for (const Machine& machine : kMachines) {
-    lead[source++] = seenByCoils(channel, [&machine](const Vector3& headCm) {
-      return magneticDipoleField(machine.direction, kMetresPerCm * headCm - machine.positionM);
-    });
-  }
+  for (const CurrentDipole& dipole : kCurrentDipoles)
+    lead[source++] = seenByCoils(dipole, channel);
+  for (const DistantDipole& machine : kMachines)
+    lead[source++] = shownOf(machine, channel);
   return lead;
 }
 

@@ -46,6 +46,7 @@ class TrialSynthesis {
         m_bytes(static_cast<std::size_t>(trialBytes(options))) {
     for (const Channel& channel : channels)
       m_rows.push_back({makeSignal(channel, m_rows.size(), options.rate), channel.gain()});
+    if (options.commonNoise > 0) m_environment.emplace(options.commonNoise, options.rate, options.seed);
     for (const PlantedFault& planted : plantFaults(options, channels)) {
       std::unique_ptr<ChannelSignal>& signal = m_rows[planted.index].signal;
       signal = makeFaulty(planted, std::move(signal), channels[planted.index], options);
@@ -65,6 +66,12 @@ class TrialSynthesis {
       for (std::size_t i = 0; i < samples; ++i)
         m_moments[i] = momentsAt(block, i);
       block.moments = std::span(m_moments).first(samples);
+      if (m_environment) {
+        m_distantMoments.clear();
+        for (std::size_t i = 0; i < samples; ++i)
+          m_distantMoments.push_back(m_environment->next(block.secondsInRecording(i)));
+        block.distantMoments = m_distantMoments;
+      }
       fillCounts(block, first);
     }
     ++m_trialsDone;
@@ -102,8 +109,10 @@ class TrialSynthesis {
   SourceActivity m_activity;
   Triggers m_triggers;
   std::vector<SourceActivity::Tone> m_tones;
+  std::optional<Environment> m_environment;
   std::vector<Row> m_rows;
   std::vector<PerSource> m_moments;
+  std::vector<PerDistantSource> m_distantMoments;
   std::vector<double> m_values;
   std::vector<char> m_bytes;
   int m_trialsDone = 0;

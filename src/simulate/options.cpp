@@ -70,6 +70,9 @@ void validate(const Options& options) {
   requireRange("splitAfter", options.splitAfter, 0, kMaxCount16);
   if (!(std::isfinite(options.rate) && options.rate > 0))
     throw std::invalid_argument("rate must be a finite number above 0");
+  constexpr double kMostNoise = 1e6;
+  if (!(options.commonNoise >= 0 && options.commonNoise <= kMostNoise))
+    throw std::invalid_argument("common-noise must be at most 1000000 picotesla");
   requirePauses(options);
   if (trialsThatFit(options) < 1) {
     throw std::invalid_argument("channels and samples: one trial would take " +

@@ -46,6 +46,10 @@ struct Options {
   bool continuous = false;
   std::vector<Pause> pauses;  // after trials that are not the last, each trial once
 
+  /// Noise of distant sources in references and sensors: the field's root mean square in the middle of the
+  /// head, in picotesla; 0 for none.
+  double commonNoise = 0;
+
   /// A gradiometer for each, chosen by the seed. BadChannels does not name them.
   std::vector<Fault> bad;
 

@@ -1,9 +1,8 @@
-#include <algorithm>
-#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "simulate/compensation.h"
 #include "simulate/files.h"
 #include "simulate/output.h"
 #include "simulate/random.h"
@@ -171,67 +170,10 @@ BigEndianBuffer encodeCoefficientCount(std::size_t count) {
   return out;
 }
 
-/// How far a gradiometer is made blind to distant sources by subtracting references: "G1BR" for first, "G2BR"
-/// second and "G3BR" third order.
-struct Compensation {
-  std::string sensor;
-  std::string_view scheme;
-  std::vector<std::string> references;
-};
-
-constexpr std::size_t kMaxRecords = std::numeric_limits<std::int16_t>::max();
 constexpr std::size_t kSensorNameBytes = 32;
 constexpr std::size_t kReferenceNameBytes = 31;
 constexpr std::size_t kReferenceSlots = 50;
-constexpr double kWeightLimit = 0.2;
 
-struct Scheme {
-  std::string_view name;
-  std::vector<std::string_view> blocks;  // beginnings of the names of the references it uses
-  bool forReferences;                    // reference gradiometers are compensated, too
-};
-
-std::vector<Scheme> schemes() {
-  return {{"G1BR", {"BG"}, true}, {"G2BR", {"BG", "G"}, false}, {"G3BR", {"BG", "G", "P", "Q", "R"}, false}};
-}
-
-bool isReference(const Channel& channel) {
-  return channel.type == SensorType::referenceMagnetometer ||
-         channel.type == SensorType::referenceGradiometer;
-}
-
-bool isCompensated(const Channel& channel, const Scheme& scheme) {
-  return channel.type == SensorType::gradiometer ||
-         (scheme.forReferences && channel.type == SensorType::referenceGradiometer);
-}
-
-std::vector<std::string> referencesOf(const Scheme& scheme, const std::vector<Channel>& channels) {
-  std::vector<std::string> names;
-  for (const Channel& channel : channels) {
-    const auto begins = [&channel](std::string_view block) { return channel.name.starts_with(block); };
-    if (isReference(channel) && std::any_of(scheme.blocks.begin(), scheme.blocks.end(), begins))
-      names.push_back(channel.name);
-  }
-  return names;
-}
-
-/// First order for every helmet and reference gradiometer, second and third for the helmet's, in this order.
-/// Without references there are none. The file counts them in 16 bits: what exceeds 32767 is dropped from the
-/// end, so a huge helmet loses its third order first.
-std::vector<Compensation> chooseCompensations(const std::vector<Channel>& channels) {
-  std::vector<Compensation> chosen;
-  for (const Scheme& scheme : schemes()) {
-    const std::vector<std::string> references = referencesOf(scheme, channels);
-    if (references.empty()) continue;
-    for (const Channel& channel : channels) {
-      if (chosen.size() == kMaxRecords) return chosen;
-      if (isCompensated(channel, scheme)) chosen.push_back({channel.name, scheme.name, references});
-    }
-  }
-  return chosen;
-}
-
-/// One coefficient record, with small weights drawn from `random`.
 BigEndianBuffer encodeCompensation(const Compensation& compensation, Random& random) {
   const std::size_t unusedSlots = kReferenceSlots - compensation.references.size();
   BigEndianBuffer out;
@@ -239,11 +181,11 @@ BigEndianBuffer encodeCompensation(const Compensation& compensation, Random& ran
   out.characters(compensation.scheme);
   out.zeros(4);
   out.int16(static_cast<std::int16_t>(compensation.references.size()));
-  for (const std::string& name : compensation.references)
-    putName(out, name, kReferenceNameBytes, random);
+  for (const Compensation::Reference& reference : compensation.references)
+    putName(out, reference.name, kReferenceNameBytes, random);
   out.zeros(unusedSlots * kReferenceNameBytes);
-  for (std::size_t i = 0; i < compensation.references.size(); ++i)
-    out.float64(kWeightLimit * random.symmetric());
+  for (const Compensation::Reference& reference : compensation.references)
+    out.float64(reference.weight);
   out.zeros(unusedSlots * sizeof(double));
   return out;
 }

@@ -4,10 +4,6 @@
 
 namespace ctfmeg::simulate {
 
-namespace {
-
-/// sin(2 pi turns) to 1e-11. The last bits of libm's sine differ between systems; this uses exact and
-/// correctly rounded operations only.
 double sineOfTurns(double turns) {
   double r = turns - std::floor(turns + 0.5);
   if (r > 0.25) r = 0.5 - r;
@@ -20,6 +16,8 @@ double sineOfTurns(double turns) {
     nested = 1.0 - nested * y2 / (n * (n - 1));
   return y * nested;
 }
+
+namespace {
 
 double cosineOfTurns(double turns) { return sineOfTurns(turns + 0.25); }
 
@@ -48,7 +46,8 @@ double auditoryResponse(double seconds) {
          (12 * hump(seconds, 0.05, 0.03) - 40 * hump(seconds, 0.1, 0.05) + 25 * hump(seconds, 0.2, 0.09));
 }
 
-double mix(const PerSource& lead, const PerSource& moments) {
+template <class PerAny>
+double mix(const PerAny& lead, const PerAny& moments) {
   double sum = 0;
   for (std::size_t source = 0; source < lead.size(); ++source)
     sum += lead[source] * moments[source];
@@ -60,15 +59,19 @@ double whiteNoiseDeviation(double density, double rate) { return density * std::
 
 class FieldSignal : public ChannelSignal {
  public:
-  FieldSignal(const Channel& channel, double rate) : m_lead(leadField(channel)), m_noise(sensorNoise(rate)) {}
+  FieldSignal(const Channel& channel, double rate)
+      : m_lead(leadField(channel)), m_distant(distantLeadField(channel)), m_noise(sensorNoise(rate)) {}
 
   void fill(const TimeBlock& block, Random& random, std::span<double> values) override {
     for (std::size_t i = 0; i < values.size(); ++i)
       values[i] = mix(m_lead, block.moments[i]) + m_noise * random.normal();
+    for (std::size_t i = 0; i < block.distantMoments.size(); ++i)
+      values[i] += mix(m_distant, block.distantMoments[i]);
   }
 
  private:
   PerSource m_lead;
+  PerDistantSource m_distant;
   double m_noise;
 };
 

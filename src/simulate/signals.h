@@ -7,6 +7,7 @@
 #include <span>
 
 #include "simulate/channels.h"
+#include "simulate/environment.h"
 #include "simulate/random.h"
 #include "simulate/timeline.h"
 
@@ -22,11 +23,11 @@ using PerSource = std::array<double, kSources>;
 
 /// What `channel` shows of each source, in tesla or volt for a moment of 1. Zero for a channel that is
 /// neither magnetic nor an electrode.
-///
-/// Raw counts follow the coils with their sign reversed: counts = -|gain| x (sum over the coils of
-/// orientation . B). After division by the gain with its sign, field out of the head is positive in all
-/// gradiometers.
 PerSource leadField(const Channel& channel);
+
+/// sin(2 pi turns) to 1e-11. The last bits of libm's sine differ between systems; this uses exact and
+/// correctly rounded operations only.
+double sineOfTurns(double turns);
 
 /// Moments of all sources over time: in the auditory cortices a response to the trigger, in the occipital
 /// cortex an alpha rhythm that waxes and wanes, outside slowly turning machines.
@@ -50,6 +51,7 @@ struct TimeBlock {
   std::int64_t firstInRecording = 0;   // its first sample, counted from the start of the recording
   std::span<const Trigger> triggers;   // that may show in it
   std::span<const PerSource> moments;  // of all sources, for each sample
+  std::span<const PerDistantSource> distantMoments;  // likewise; empty without common noise
 
   double secondsAfter(const Trigger& trigger, std::size_t sample) const {
     return seconds(firstInRecording - trigger.sample, sample);

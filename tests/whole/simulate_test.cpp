@@ -215,6 +215,43 @@ TEST(Simulate, FaultsAreWhereTheKeySaysAndNowhereElse) {
   }
 }
 
+TEST(Simulate, CoefficientsCancelCommonNoise) {
+  TemporaryDirectory directory;
+  simulate::Options options;
+  options.trials = 1;
+  options.samples = 600;
+  const Recording quiet = Recording::open(simulated(directory.path(), "a.ds", options));
+  options.commonNoise = 200;
+  const Recording noisy = Recording::open(simulated(directory.path(), "b.ds", options));
+  // Flux that the noise alone makes in a channel, in counts of the converter.
+  const auto with = noisy.trial(0), without = quiet.trial(0);
+  std::map<std::string, std::vector<double>> noise;
+  for (const Channel& channel : noisy.channels())
+    for (std::int64_t i = 0; i < options.samples; ++i)
+      noise[channel.name].push_back(
+          static_cast<double>(with.raw(channel.index)[static_cast<std::size_t>(i)]) -
+          without.raw(channel.index)[static_cast<std::size_t>(i)]);
+  std::map<std::string, std::pair<double, double>> power;  // before and after, by the coefficients' type
+  for (const CoefficientRecord& record : noisy.coefficients()) {
+    if (!record.sensor.starts_with("M")) continue;
+    auto& [before, after] = power[coefficientTypeName(record.type)];
+    for (std::size_t i = 0; i < 600; ++i) {
+      double left = noise.at(record.sensor)[i];
+      before += left * left;
+      for (std::size_t k = 0; k < record.references.size(); ++k)
+        left -= record.references[k].value * noise.at(record.references[k].reference)[i];
+      after += left * left;
+    }
+  }
+  const auto share = [&](const char* type) {
+    return std::sqrt(power.at(type).second / power.at(type).first);
+  };
+  EXPECT_LT(share("G1BR"), 1.01)
+      << "nothing to remove from gradiometers that are balanced, and nothing added";
+  EXPECT_LT(share("G2BR"), 0.1);
+  EXPECT_LT(share("G3BR"), 0.01);
+}
+
 TEST(Simulate, EachDamageChangesItsFileAndNoOther) {
   TemporaryDirectory directory;
   auto options = smallOptions();
