@@ -48,16 +48,12 @@ extern "C" {
 int __real_open(const char* path, int flags, ...);
 int __real_fstat(int descriptor, struct stat* status);
 int __real_lstat(const char* path, struct stat* status);
-ssize_t __real_read(int descriptor, void* buffer, size_t bytes);
 ssize_t __real_pread(int descriptor, void* buffer, size_t bytes, off_t offset);
-off_t __real_lseek(int descriptor, off_t offset, int whence);
 
 int __wrap_open(const char* path, int flags, ...);
 int __wrap_fstat(int descriptor, struct stat* status);
 int __wrap_lstat(const char* path, struct stat* status);
-ssize_t __wrap_read(int descriptor, void* buffer, size_t bytes);
 ssize_t __wrap_pread(int descriptor, void* buffer, size_t bytes, off_t offset);
-off_t __wrap_lseek(int descriptor, off_t offset, int whence);
 
 int __wrap_open(const char* path, int flags, ...) { return fails(-1) ? -1 : __real_open(path, flags); }
 int __wrap_fstat(int descriptor, struct stat* status) {
@@ -65,9 +61,6 @@ int __wrap_fstat(int descriptor, struct stat* status) {
 }
 int __wrap_lstat(const char* path, struct stat* status) {
   return fails(-1) ? -1 : __real_lstat(path, status);
-}
-ssize_t __wrap_read(int descriptor, void* buffer, size_t bytes) {
-  return fails(descriptor) ? -1 : __real_read(descriptor, buffer, bytes);
 }
 ssize_t __wrap_pread(int descriptor, void* buffer, size_t bytes, off_t offset) {
   if (fails(descriptor)) return -1;
@@ -81,9 +74,6 @@ ssize_t __wrap_pread(int descriptor, void* buffer, size_t bytes, off_t offset) {
     bytes = std::min(bytes, static_cast<size_t>(left));
   }
   return __real_pread(descriptor, buffer, bytes, offset);
-}
-off_t __wrap_lseek(int descriptor, off_t offset, int whence) {
-  return fails(descriptor) ? -1 : __real_lseek(descriptor, offset, whence);
 }
 }
 // NOLINTEND(bugprone-reserved-identifier, cert-dcl37-c, cert-dcl51-cpp)

@@ -87,18 +87,6 @@ std::string MinimalDataset::sampleFile(const std::vector<std::string>& trials) {
   return file;
 }
 
-MinimalDataset MinimalDataset::split(const std::vector<std::vector<int>>& files, int channels, int samples) {
-  MinimalDataset dataset;
-  dataset.sampleFiles.clear();
-  for (const auto& trials : files) {
-    std::vector<std::string> bytes;
-    for (const int t : trials)
-      bytes.push_back(trial(t, channels, samples));
-    dataset.sampleFiles.push_back(sampleFile(bytes));
-  }
-  return dataset;
-}
-
 std::filesystem::path MinimalDataset::write(const std::filesystem::path& parent) const {
   const std::filesystem::path directory = parent / "run.ds";
   std::filesystem::create_directory(directory);

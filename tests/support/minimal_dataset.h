@@ -39,9 +39,6 @@ struct MinimalDataset {
   static std::string trial(int trial, int channels, int samples);
   static std::string sampleFile(const std::vector<std::string>& trials);
 
-  /// Sample files that hold these trials each; the header stays as it is.
-  static MinimalDataset split(const std::vector<std::vector<int>>& files, int channels, int samples);
-
   /// Writes run.ds below `parent`; returns the path of its resource file.
   std::filesystem::path write(const std::filesystem::path& parent) const;
 };

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <process.h>
 
 #include <megreader/framework/native_path.h>
 #include <megreader/reader/meg_reader_face.h>
@@ -41,7 +42,6 @@ std::wstring answered(int button, int& result) {
   const Hands hands([&] {
     const HWND box = Hands::awaitMessageBox();
     question = Hands::messageOf(box);
-    Hands::photograph(box, L"question");
     Hands::press(box, button);
   });
   result = CMEGReaderFace().checkCtfFileFormat(L"run.dat");
@@ -73,7 +73,6 @@ TEST(Dialogs, ChoosingAFile) {
       const HWND dialog = Hands::await(kDialogClass, L"Open");
       type = Hands::textOf(GetDlgItem(dialog, kFileType));
       Hands::type(dialog, kFileName, path.wstring());
-      Hands::photograph(dialog, L"file-open");
       Hands::press(dialog, IDOK);
     });
     EXPECT_EQ(host.facade.readResampling(&host.array, 2, nullptr), 1);
@@ -92,7 +91,6 @@ std::int64_t resampled(int answer, const std::function<void(HWND)>& inDialog) {
     const Hands hands([&] {
       const HWND question = Hands::awaitMessageBox();
       EXPECT_EQ(Hands::messageOf(question), L"This data is 404 MB, would you like to re-sample it?");
-      Hands::photograph(question, L"resample-question");
       Hands::press(question, answer);
       if (answer != IDYES) return;
       const HWND dialog = Hands::await(kDialogClass, L"Sampling Rate");
@@ -111,7 +109,6 @@ TEST(Dialogs, TheSamplingRate) {
   EXPECT_EQ(resampled(IDYES,
                       [](HWND dialog) {
                         EXPECT_EQ(Hands::textOf(GetDlgItem(dialog, kSamplingRateField)), L"2");
-                        Hands::photograph(dialog, L"sampling-rate");
                         Hands::type(dialog, kSamplingRateField, L"31");
                         Hands::press(dialog, IDOK);
                         for (int told = 0; told < 2; ++told) {
@@ -136,7 +133,6 @@ TEST(Dialogs, ProgressOfAnImport) {
       const HWND window = Hands::await(L"MEGReaderProgress", L"Importing CTF MEG data T...");
       const HWND bar = GetWindow(window, GW_CHILD);
       range = static_cast<int>(SendMessageW(bar, PBM_GETRANGE, FALSE, 0));
-      Hands::photograph(window, L"progress");
       for (int last = -1; IsWindow(window); Sleep(1)) {
         const int position = static_cast<int>(SendMessageW(bar, PBM_GETPOS, 0, 0));
         positions += position > last ? 1 : 0;
@@ -155,12 +151,9 @@ TEST(Dialogs, TheExampleHostListsADataset) {
   MinimalDataset dataset;
   const auto path = dataset.write(directory.path());
   writeFile(path.parent_path() / "BadChannels", "STIM\n");
-  STARTUPINFOW start{};
-  start.cb = sizeof start;
-  PROCESS_INFORMATION process{};
-  std::wstring line = (Hands::programFolder() / "win32_host.exe").wstring();
-  ASSERT_TRUE(
-      CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &process));
+  const std::wstring program = (Hands::programFolder() / "win32_host.exe").wstring();
+  const std::intptr_t process = _wspawnl(_P_NOWAIT, program.c_str(), program.c_str(), nullptr);
+  ASSERT_NE(process, -1);
   const HWND window = Hands::await(L"MEGReaderHost", L"MEG datasets");
   Hands::press(window, kOpen);
   const HWND dialog = Hands::await(kDialogClass, L"Open");
@@ -179,14 +172,10 @@ TEST(Dialogs, TheExampleHostListsADataset) {
   EXPECT_EQ(lines, (std::vector<std::wstring>{
                        L"run: 2 trials of 3 samples", L"trial 0: the first sample is 0",
                        L"trial 1: the first sample is 1000", L"channel MLC11-2805", L"channel STIM (bad)"}));
-  Hands::photograph(window, L"example-host");
   Hands::press(window, kExit);
-  EXPECT_EQ(WaitForSingleObject(process.hProcess, 10000), WAIT_OBJECT_0);
-  DWORD exitCode = 1;
-  GetExitCodeProcess(process.hProcess, &exitCode);
-  EXPECT_EQ(exitCode, 0U);
-  CloseHandle(process.hThread);
-  CloseHandle(process.hProcess);
+  int exitCode = 1;
+  _cwait(&exitCode, process, 0);
+  EXPECT_EQ(exitCode, 0);
 }
 
 }  // namespace

@@ -33,9 +33,6 @@ class Hands {
   static void press(HWND dialog, int button);
   static void type(HWND dialog, int control, const std::wstring& text);
 
-  /// Keeps a picture of what is seen of a window beside the test program, for people.
-  static void photograph(HWND window, const std::wstring& name);
-
  private:
   std::thread m_thread;
 };
