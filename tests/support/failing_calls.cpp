@@ -4,7 +4,6 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <mutex>
 #include <utility>
@@ -13,15 +12,13 @@ namespace {
 
 FailingCalls::Before beforeCall;
 int calls = 0;
-std::uint64_t badFile = 0;  // its inode; 0: none
-off_t badFrom = 0;
 std::mutex oneAtATime;  // readers share a read between threads
 
 /// Whether the call is to fail; sets errno then.
-bool fails(int descriptor) {
+bool fails(int descriptor, std::int64_t end = 0) {
   const std::lock_guard lock(oneAtATime);
   if (!beforeCall) return false;
-  const int error = beforeCall(++calls, descriptor);
+  const int error = beforeCall(++calls, descriptor, end);
   if (error != 0) errno = error;
   return error != 0;
 }
@@ -34,13 +31,6 @@ FailingCalls::FailingCalls(Before before) {
 }
 FailingCalls::~FailingCalls() { beforeCall = nullptr; }
 int FailingCalls::count() const { return calls; }
-
-BadPlace::BadPlace(const char* file, std::int64_t from) {
-  struct stat status {};
-  if (stat(file, &status) == 0) badFile = status.st_ino;
-  badFrom = static_cast<off_t>(from);
-}
-BadPlace::~BadPlace() { badFile = 0; }
 
 // The linker's names for what a call reaches now, and for what it reached before.
 // NOLINTBEGIN(bugprone-reserved-identifier, cert-dcl37-c, cert-dcl51-cpp)
@@ -63,17 +53,9 @@ int __wrap_lstat(const char* path, struct stat* status) {
   return fails(-1) ? -1 : __real_lstat(path, status);
 }
 ssize_t __wrap_pread(int descriptor, void* buffer, size_t bytes, off_t offset) {
-  if (fails(descriptor)) return -1;
-  struct stat status {};
-  if (badFile != 0 && __real_fstat(descriptor, &status) == 0 && status.st_ino == badFile) {
-    const off_t left = badFrom - offset;
-    if (left <= 0) {
-      errno = EIO;
-      return -1;
-    }
-    bytes = std::min(bytes, static_cast<size_t>(left));
-  }
-  return __real_pread(descriptor, buffer, bytes, offset);
+  return fails(descriptor, offset + static_cast<off_t>(bytes))
+             ? -1
+             : __real_pread(descriptor, buffer, bytes, offset);
 }
 }
 // NOLINTEND(bugprone-reserved-identifier, cert-dcl37-c, cert-dcl51-cpp)
