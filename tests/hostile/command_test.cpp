@@ -83,6 +83,26 @@ TEST_P(Writing, StopsWithoutALeftoverWhenThereIsNoMoreRoom) {
 INSTANTIATE_TEST_SUITE_P(Command, Writing, testing::Values("export", "simulate"),
                          [](const auto& command) { return std::string(command.param); });
 
+TEST(Output, SaysWhatTheSystemRefuses) {
+  const TemporaryDirectory directory;
+  const fs::path dataset = MinimalDataset().write(directory.path()).parent_path();
+  const auto errorOf = [](const std::string& command) {
+    const CommandResult result = runCommand("/bin/sh", {"-c", "exec '" CTFMEG_COMMAND "' " + command});
+    EXPECT_EQ(result.exitCode, 1) << command;
+    return result.err;
+  };
+  EXPECT_TRUE(errorOf("info 'x\x1b[31m.ds'").starts_with("ctfmeg: x\\x1b[31m.ds: "));
+  if (fs::exists("/dev/full")) {
+    const std::string full = "can't be written: No space left on device\n";
+    EXPECT_EQ(errorOf("export '" + dataset.string() + "' -o /dev/full"), "ctfmeg: /dev/full: " + full);
+    EXPECT_EQ(errorOf("info '" + dataset.string() + "' >/dev/full"), "ctfmeg: standard output: " + full);
+  }
+  if (geteuid() == 0) return;  // who may read everything
+  fs::permissions(dataset / "run.res4", fs::perms::none);
+  EXPECT_NE(errorOf("info '" + dataset.string() + "'").find("run.res4: can't be read: Permission denied"),
+            std::string::npos);
+}
+
 TEST(Output, ADatasetCannotTakeOverTheTerminalOrTheSpreadsheet) {
   const TemporaryDirectory directory;
   MinimalDataset dataset;

@@ -102,6 +102,20 @@ TEST_P(Limits, OfALoad) {
   }
 }
 
+#ifndef __SANITIZE_ADDRESS__
+TEST(LimitsOfExport, NoMemoryForTheWholeRecording) {
+  const TemporaryDirectory directory;
+  MinimalDataset dataset;
+  dataset.resize(1, 10, 1);
+  dataset.res4.put(1288, Bytes().i32(1000000)).put(1312, Bytes().i16(10));
+  const auto given = dataset.write(directory.path()).parent_path();
+  std::filesystem::resize_file(given / "run.meg4", 8 + 400'000'000);  // a hole: takes no room
+  for (const char* how : {"--quiet", "--resample=10", "--physical"})
+    EXPECT_EQ(runCommand(CTFMEG_COMMAND, {"export", given.string(), "-o", "/dev/null", how}).exitCode, 0);
+  EXPECT_LT(OfPrograms().residentKiB, 100 * 1000);
+}
+#endif
+
 INSTANTIATE_TEST_SUITE_P(Header, Limits, testing::ValuesIn(kHostile));
 
 }  // namespace
