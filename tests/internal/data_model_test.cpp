@@ -85,6 +85,17 @@ TEST(DataModel, CopiesShareNothingWithTheirOriginal) {
   EXPECT_EQ(linesOf(assigned), linesOf(empty));
 }
 
+TEST(DataModel, MarkersAreFoundByNameAndComeBackFromTheirBackup) {
+  Filled filled;
+  CMarkerManagerzk& manager = *filled.data.getTrigManager();
+  EXPECT_EQ(manager.findMarker(L"left"), manager.getMarker(0, true));
+  EXPECT_EQ(manager.findMarker(L"none"), nullptr);
+  EXPECT_EQ(manager.getMarker(1, false), nullptr);
+  manager.getMarker(0, false)->name = L"changed";
+  manager.restoreAllBackup();
+  EXPECT_EQ(manager.getMarker(0, false)->name, L"left");
+}
+
 TEST(DataModel, CopiesOfSumsAreSums) {
   CMEGDatazk original;
   {

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cstdio>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -186,8 +187,9 @@ class Dump {
     for (int i = 0; i < manager.getTotalMarkzk(); ++i) {
       const CMarkerDatazk& m = *manager.getMarker(i, false);
       std::string samples;
-      for (const MarkerSample& s : m.samples)
+      for (const MarkerSample& s : std::span(m.samples).first(std::min(m.samples.size(), std::size_t{16})))
         samples += " " + shownAs(s.trial) + "@" + shownAs(s.timeMs) + "=" + shownAs(s.sample);
+      if (m.samples.size() > 16) samples += " ... of " + shownAs(m.samples.size());
       add(what, m.name + L"/" + m.displayName + L" '" + m.comment + L"'",
           m.colorKnown ? shownAs(m.color) : "?", m.editable ? "e" : "-", m.classId, m.classGroupId,
           shownAs(m.numSamples) + ":" + samples);

@@ -34,16 +34,6 @@ struct Host {
   ThreadUserInterface installed{&user};
 };
 
-TEST(Facade, AsksAboutOtherFileTypesOnly) {
-  Host host;
-  for (const wchar_t* path : {L"run.meg4", L"RUN.MEG4", L"x.1_meg4", L"run.res4", L"run.eeg", L"run.infods"})
-    EXPECT_EQ(host.facade.checkCtfFileFormat(path), 1);
-  EXPECT_TRUE(host.user.transcript().empty());
-  for (const wchar_t* path : {L"run.ds", L"run.meg"})
-    EXPECT_EQ(host.facade.checkCtfFileFormat(path), 0);
-  EXPECT_EQ(host.user.transcript().size(), 2U);
-}
-
 TEST(Facade, RefusesWhatItCannotFillAndPassesOverEmptyPlaces) {
   Host host;
   CString path = host.write({});
