@@ -1,14 +1,12 @@
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <string_view>
 
 #include "hosts/reader/ctf_dataset_reader.h"
+#include "support/temporary_directory.h"
 
 #include <ctfmeg/recording.h>
 #include <megreader/framework/native_path.h>
@@ -21,35 +19,15 @@ namespace {
 
 using Bytes = std::basic_string_view<std::uint8_t>;
 
-/// This process's dataset, "run.ds" in memory; removed at the end.
-class Directory {
- public:
-  Directory() : m_top(folder() / ("megreader-fuzz-" + std::to_string(getpid()))) {
-    std::filesystem::create_directories(m_top / "run.ds");
-  }
-  Directory(const Directory&) = delete;
-  Directory& operator=(const Directory&) = delete;
-  ~Directory() { std::filesystem::remove_all(m_top); }
-
-  std::filesystem::path file(const std::string& name) const { return m_top / "run.ds" / name; }
-
- private:
-  static std::filesystem::path folder() {
-    const std::filesystem::path memory = "/dev/shm";
-    return std::filesystem::is_directory(memory) ? memory : std::filesystem::temp_directory_path();
-  }
-
-  std::filesystem::path m_top;
-};
-
+/// In this process's dataset, removed at the end.
 std::filesystem::path fileOf(const std::string& name) {
-  static const Directory directory;
-  return directory.file(name);
+  static const TemporaryDirectory directory;
+  static const bool made = std::filesystem::create_directory(directory.path() / "run.ds");
+  return made ? directory.path() / "run.ds" / name : "";
 }
 
 void write(const std::string& name, Bytes bytes) {
-  std::ofstream file(fileOf(name), std::ios::binary);
-  file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  writeFile(fileOf(name), {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }
 
 /// The path up to and including the dot before the extension, as readers take it.

@@ -1,5 +1,9 @@
 #include "tables/case_run.h"
 
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
 #include <ctfmeg/path_text.h>
 
 namespace {
@@ -22,6 +26,22 @@ const std::map<std::string, std::pair<int (CCtfDatasetReader::*)(const CString&)
     {"virtual", {&CCtfDatasetReader::readVirtualChannels, L"res4"}},
     {"bad", {&CCtfDatasetReader::readBadChannels, L"res4"}},
     {"segments", {&CCtfDatasetReader::readBadSegments, L"res4"}}};
+
+/// Makes a file that opens, but that can't be read at its start while what is returned lives.
+std::shared_ptr<void> makeUnreadable(const fs::path& path) {
+#ifdef _WIN32  // somebody else has locked it
+  writeFile(path, std::string(100, 'x'));
+  const HANDLE file =
+      CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  OVERLAPPED start{};
+  LockFileEx(file, LOCKFILE_EXCLUSIVE_LOCK, 0, 100, 0, &start);
+  return {file, CloseHandle};
+#else
+  fs::create_symlink("/proc/self/mem", path);  // nothing is mapped at its start
+  return nullptr;
+#endif
+}
 
 CMarkerDatazk markerIn(const std::vector<std::int64_t>& trials) {
   CMarkerDatazk marker;
@@ -54,7 +74,7 @@ CaseRun::CaseRun(const Case& c, const ReadingRules& rules)
   for (const auto& line : c.list("link"))
     fs::create_symlink(line.at(0), directory.path() / line.at(1));
   for (const auto& line : c.list("unreadable"))
-    unreadable.push_back(std::make_unique<UnreadableFile>(folder / line.at(0)));
+    m_unreadable.push_back(makeUnreadable(folder / line.at(0)));
   std::deque<MessageAnswer> answers;
   for (const std::string& answer : c.words("answer"))
     answers.push_back(answer == "yes" ? MessageAnswer::yes : MessageAnswer::no);

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include <megreader/reader/meg_reader_face.h>
-#include "support/unreadable_file.h"
 #include "tables/case.h"
 #include "tables/dump.h"
 
@@ -24,11 +23,12 @@ struct CaseRun : Probe {
   CPtrArray array;
   ImportTrace trace;
   CMEGReaderFacezk facade;
-  std::vector<std::unique_ptr<UnreadableFile>> unreadable;
 
  private:
   using Numbers = std::vector<std::int64_t>;
   int operation(const std::string& name, const Numbers& n);
+
+  std::vector<std::shared_ptr<void>> m_unreadable;
 };
 
 /// What commands print that run on the dataset, "$ ctfmeg info HERE/run.ds; ls": the exit code other than 0,

@@ -113,8 +113,6 @@ class TableCase : public testing::Test {
 #endif
     if (c.lists.contains("real") && !fs::exists(REAL_RECORDING))
       GTEST_SKIP() << "the real recording is not here";
-    if (c.lists.contains("unreadable") && !CaseRun(c, ReadingRules::host()).unreadable[0]->works())
-      GTEST_SKIP() << "no file here that opens but can't be read";
     for (const auto& [rules, expected] : m_written.expected)
       for (const std::string& each : rulesIn(rules))
         EXPECT_EQ(resultOf(c, each), expected) << each << " rules";
