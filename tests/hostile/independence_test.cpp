@@ -1,4 +1,6 @@
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <fstream>
@@ -58,28 +60,28 @@ TEST(Independence, ThreadsShareAReadAndLoseNothing) {
 }
 
 TEST(Independence, ThreadsReadWindowsOfOneRecording) {
-  constexpr int kChannels = 4, kSamples = 20'000, kTrials = 5;
-  const auto store = std::make_shared<TestStore>(kChannels, kSamples, std::vector{3, 2});
+  const auto store = std::make_shared<TestStore>(4, 20'000, std::vector{3, 2});
   std::atomic<int> reads = 0, wrong = 0;
   store->hook = [&](const ctfmeg::File&, std::size_t bytes) {
     if (++reads % 7 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     return bytes;
   };
+  const auto windowOf = [](const ctfmeg::SampleSource& source, std::int64_t trial) {
+    const ctfmeg::Window window{trial, trial % 2 + 1, 0, 4, 100 * trial, 20'000 - 100 * trial};
+    std::vector<std::int32_t> out(static_cast<std::size_t>(window.trials * 4 * window.samples));
+    source.read(window, out);
+    return out;
+  };
+  const auto alone = openRecording(store, "run", {.threads = 1}).samples();
+  std::vector<std::vector<std::int32_t>> expected;
+  for (std::int64_t trial = 0; trial < 4; ++trial)
+    expected.push_back(windowOf(*alone, trial));
   const ctfmeg::Recording recording = openRecording(store, "run", {.threads = 3});
   const auto source = recording.samples();
   const auto readAll = [&] {  // half of the windows are shared by several threads once more
     EXPECT_EQ(recording.timeline().gaps.size(), 1U);
-    for (std::int64_t t = 0; t + 1 < kTrials; ++t) {
-      const std::int64_t trials = t % 2 + 1, first = 100 * t, samples = kSamples - first;
-      std::vector<std::int32_t> out(static_cast<std::size_t>(trials * kChannels * samples));
-      source->read({t, trials, 0, kChannels, first, samples}, out);
-      for (std::int64_t i = 0; i < std::ssize(out); ++i) {
-        const std::int64_t block = i / samples;
-        wrong +=
-            out[static_cast<std::size_t>(i)] !=
-            store->value(t + block / kChannels, static_cast<int>(block % kChannels), first + i % samples);
-      }
-    }
+    for (std::size_t trial = 0; trial < expected.size(); ++trial)
+      wrong += windowOf(*source, static_cast<std::int64_t>(trial)) != expected[trial];
   };
   std::vector<std::thread> threads;
   for (int i = 0; i < 8; ++i)
@@ -114,6 +116,25 @@ TEST(Independence, AThousandLoadsLeaveNothingBehind) {
   EXPECT_LE(mapped(), mappedBefore + 16) << "a leaked range of samples takes one page a load at least";
 #endif
   EXPECT_EQ(openFiles(), filesBefore);
+}
+
+TEST(Fork, ReadsAndClosesWithoutTheThreadsOfItsParent) {
+  const auto store = std::make_shared<TestStore>(3, 30'000, std::vector{5});
+  auto source = openRecording(store, "run", {.threads = 4}).samples();
+  std::vector<std::int32_t> expected(5 * 3 * 30'000), out(expected.size());
+  const ctfmeg::Window all{0, 5, 0, 3, 0, 30'000};  // which several threads share
+  source->read(all, expected);
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    alarm(60);
+    source->read(all, out);
+    source.reset();
+    _exit(out == expected ? 0 : 1);
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
 }
 
 }  // namespace

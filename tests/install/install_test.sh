@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs a build, moves what was installed elsewhere, and builds and runs the examples with nothing but that. What
-# they print is compared with what was simulated, and with bytes read by od.
+# they print is compared with what was simulated, and with what the command exports.
 #   install_test.sh BUILD_FOLDER SOURCE_FOLDER COMPILER [FOLDER_OF_REAL_DATASETS]
 set -euo pipefail
 export LC_ALL=C
@@ -62,27 +62,11 @@ expect "version for pkg-config" "$version" "$(pkg-config --modversion ctfmeg)"
 cd "$work"
 PATH=$work/examples:$prefix/bin:$PATH
 
-# A number of a file, without the library: FILE OFFSET TYPE, as od knows it.
-number() { od -An -v --endian=big -j"$2" -N"${3#?}" -t"$3" "$1" | tr -d ' \n'; }
-# DATASET CHANNEL TRIAL SAMPLE, the channel by the start of its name: sets `raw` and `value`, the latter in its unit.
-sample_bytes() {
-  local stem=${1%.ds}
-  stem=$1/${stem##*/}
-  local res4=$stem.res4 samples channels index at filters
-  samples=$(number "$res4" 1288 d4) channels=$(number "$res4" 1292 d2)
-  at=$((1844 + $(number "$res4" 1836 d4)))
-  filters=$(number "$res4" "$at" d2)
-  at=$((at + 2))
-  for ((; filters > 0; --filters)); do at=$((at + 18 + 8 * $(number "$res4" $((at + 16)) d2))); done
-  index=$(head -c $((at + 32 * channels)) "$res4" | tail -c $((32 * channels)) | tr '\0\n' '  ' |
-    fold -b -w 32 |
-    awk -v name="$2" '!found && index($0, name) == 1 { found = NR } END { print found - 1 }')
-  [ "$index" -ge 0 ] || fail "$1 has no channel $2"
-  at=$((at + 32 * channels + 1328 * index))
-  raw=$(number "$stem.meg4" $((8 + 4 * (($3 * channels + index) * samples + $4))) d4)
-  local proper q io
-  proper=$(number "$res4" $((at + 8)) f8) q=$(number "$res4" $((at + 16)) f8) io=$(number "$res4" $((at + 24)) f8)
-  value=$(awk "BEGIN { printf \"%.9e\", $raw / ($proper * $q * $io) }")
+# DATASET CHANNEL TRIAL SAMPLE: sets `raw` and `value`, the latter in its unit, as they are exported.
+sample_of() {
+  local -a words=(export --quiet "$1" --channels "$2" --trials "$3" --samples "$4:$4" -o -)
+  raw=$(ctfmeg "${words[@]}" | tail -c 4 | od -An -td4 | tr -d ' ')
+  value=$(ctfmeg "${words[@]}" --physical | tail -c 8 | od -An -tf8 | awk '{ printf "%.9e", $1 }')
 }
 
 mkdir -p tree/deeper
@@ -99,7 +83,7 @@ expect "lines" 241 "$(wc -l <<<"$clock")"
 expect_line "clock" "# SCLK01-177 of trial 1: seconds, s" "$clock"
 expect_line "clock" "-0.100000 4.000000000e-01" "$clock"
 expect_line "clock" "0.000000 5.000000000e-01" "$clock"
-sample_bytes tree/a.ds MLF11 2 5
+sample_of tree/a.ds MLF11 2 5
 expect "sample 5" "-0.091667 $value" "$(read_channel tree/a.ds MLF11 2 | sed -n 7p)"
 expect "the same by pkg-config" "-0.091667 $value" "$(./by_pkg_config tree/a.ds MLF11 2 | sed -n 7p)"
 if read_channel tree/a.ds MLF11 3 2>/dev/null; then fail "there is no trial 3"; fi
@@ -122,7 +106,7 @@ expect_line "one too near the start" "# SCLK01-177 around tone: 2 averaged, 1 to
 
 echo "== printing_host"
 # The last sample of the first trial: 20 channels, the last of them an ADC.
-sample_bytes tree/a.ds UADC001 0 239
+sample_of tree/a.ds UADC001 0 239
 for program in printing_host ./host_by_pkg_config; do
   shown=$($program tree/a.ds/a.meg4)
   expect_line "$program" "a: 3 trials, 20 channels" "$shown"
@@ -143,6 +127,6 @@ expect "lines" 4 "$(wc -l < list.csv)"
 [ -d "$real" ] || { echo "== no real datasets"; exit 0; }
 echo "== real datasets"
 for dataset in "$real"/*.ds; do
-  sample_bytes "$dataset" MLC21 0 7
+  sample_of "$dataset" MLC21 0 7
   expect "$dataset" "$value" "$(read_channel "$dataset" MLC21 | sed -n 9p | cut -d ' ' -f 2)"
 done

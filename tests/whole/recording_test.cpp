@@ -66,46 +66,30 @@ TEST(Recording, HasSamplesUnitsAndTimes) {
   EXPECT_THROW(trial.time(3), std::out_of_range);
 }
 
-/// All values of a window, as text.
-std::string textOf(const SampleSource& source, const Window& window) {
-  std::vector<std::int32_t> values(
-      static_cast<std::size_t>(window.trials * window.channels * window.samples));
-  source.read(window, values);
-  std::string text;
-  for (const std::int32_t value : values)
-    text += (text.empty() ? "" : " ") + std::to_string(value);
-  std::vector<double> physical(values.size(), -1.0);
-  source.read(window, physical);
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    const bool first =
-        i / static_cast<std::size_t>(window.samples) % static_cast<std::size_t>(window.channels) +
-            static_cast<std::size_t>(window.channel) ==
-        0;
-    EXPECT_EQ(physical[i], values[i] / (first ? -2.0e9 * 1048576.0 : 1.0)) << i;
-  }
-  return text;
-}
-
 TEST(Recording, ReadsAnyWindowUnderBothRules) {
   TemporaryDirectory directory;
   const fs::path run = D().write(directory.path());
-  const auto plain = Recording::open(run).samples();
-  const auto host = readAsHost(run, {}, {}).samples;
+  const auto plain = Recording::open(run).samples(), host = readAsHost(run, {}, {}).samples;
+  for (const Window& window : {Window{0, 2, 0, 2, 0, 3}, Window{0, 2, 0, 2, 1, 2}, Window{1, 1, 1, 1, 2, 1},
+                               Window{2, 0, 0, 2, 0, 3}}) {
+    const auto room = static_cast<std::size_t>(window.trials * window.channels * window.samples);
+    const auto valuesIn = [&](const SampleSource& source, auto values) {
+      source.read(window, values);
+      return values;
+    };
+    EXPECT_EQ(valuesIn(*host, std::vector<int>(room)), valuesIn(*plain, std::vector<int>(room)));
+    EXPECT_EQ(valuesIn(*host, std::vector<double>(room)), valuesIn(*plain, std::vector<double>(room)));
+  }
   for (const auto& source : {plain, host}) {
-    EXPECT_EQ(textOf(*source, {0, 2, 0, 2, 0, 3}), "0 1 2 100 101 102 1000 1001 1002 1100 1101 1102");
-    EXPECT_EQ(textOf(*source, {0, 2, 0, 2, 1, 2}), "1 2 101 102 1001 1002 1101 1102");
-    EXPECT_EQ(textOf(*source, {1, 1, 1, 1, 2, 1}), "1102");
-    EXPECT_EQ(textOf(*source, {2, 0, 0, 2, 0, 3}), "");
     EXPECT_DOUBLE_EQ(source->time(1, 2), 1 / 600.0);
-    std::vector<std::int32_t> out(12);
+    std::vector<std::int32_t> out(11);
     for (const Window& outside :
          {Window{1, 2, 0, 1, 0, 1}, Window{0, 1, 1, 2, 0, 1}, Window{0, 1, 0, 1, 1, 3},
           Window{0, 1, -1, 1, 0, 1}, Window{0, 1, 0, 1, INT64_MAX, INT64_MAX}})
       EXPECT_THROW(source->read(outside, out), std::out_of_range);
     EXPECT_THROW(source->origin(2), std::out_of_range);
     EXPECT_THROW(source->time(0, 3), std::out_of_range);
-    out.resize(11);
-    EXPECT_THROW(source->read({0, 2, 0, 2, 0, 3}, out), std::invalid_argument);
+    EXPECT_THROW(source->read({0, 2, 0, 2, 0, 3}, out), std::invalid_argument) << "12 values";
   }
 }
 
