@@ -18,9 +18,6 @@ class Listener : public UserInterface {
     ++told;
     return MessageAnswer::no;
   }
-  std::optional<CString> chooseFile(const CString& /*filter*/, int /*index*/) override {
-    return std::nullopt;
-  }
   std::unique_ptr<ProgressWindow> openProgress(const CString& /*title*/) override { return nullptr; }
   void report(const Finding& /*finding*/) override { ++told; }
 
@@ -81,24 +78,7 @@ VictimDataset::VictimDataset() {
   writeFile(dataset / "MarkerFile.mrk", markers);
   writeFile(dataset / "MarkerFile.mrk.bak", markers);
   for (const auto& entry : std::filesystem::directory_iterator(dataset))
-    m_names.push_back(entry.path().filename().string());
-  std::sort(m_names.begin(), m_names.end());
-  for (const std::string& name : m_names)
-    m_contents.push_back(readFile(file(name)));
-}
-
-const std::string& VictimDataset::content(const std::string& name) const {
-  return m_contents.at(
-      static_cast<std::size_t>(std::find(m_names.begin(), m_names.end(), name) - m_names.begin()));
-}
-
-void VictimDataset::restore(const std::string& name) const { writeFile(file(name), content(name)); }
-
-std::size_t VictimDataset::bytes() const {
-  std::size_t all = 0;
-  for (const std::string& content : m_contents)
-    all += content.size();
-  return all;
+    m_contents[entry.path().filename().string()] = readFile(entry.path());
 }
 
 MinimalDataset largeTrials() {

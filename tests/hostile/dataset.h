@@ -1,7 +1,7 @@
 #pragma once
 
+#include <map>
 #include <string>
-#include <vector>
 
 #include <megreader/framework/user_interface.h>
 #include <megreader/reader/reading_rules.h>
@@ -14,17 +14,13 @@ class VictimDataset {
   VictimDataset();
 
   std::filesystem::path file(const std::string& name) const { return m_directory.path() / "run.ds" / name; }
-  const std::vector<std::string>& names() const { return m_names; }
-  /// As it was first written.
-  const std::string& content(const std::string& name) const;
-  void restore(const std::string& name) const;
-
-  std::size_t bytes() const;  ///< of all files together
+  /// Of each file by its name, as it was first written.
+  const std::map<std::string, std::string>& contents() const { return m_contents; }
+  void restore(const std::string& name) const { writeFile(file(name), m_contents.at(name)); }
 
  private:
   TemporaryDirectory m_directory;
-  std::vector<std::string> m_names;
-  std::vector<std::string> m_contents;
+  std::map<std::string, std::string> m_contents;
 };
 
 /// A dataset of 2 trials that are large enough to be read by several threads at once.

@@ -174,7 +174,7 @@ TEST(Faults, OnlyRegularFilesAreOpened) {
   };
   const VictimDataset dataset;
   for (const auto& [kind, make] : kinds) {
-    for (const std::string& file : dataset.names()) {
+    for (const auto& [file, content] : dataset.contents()) {
       std::filesystem::remove(dataset.file(file));
       make(dataset.file(file));
       const bool spare = file == "MarkerFile.mrk.bak";  // read when there is no MarkerFile.mrk
@@ -195,7 +195,7 @@ TEST(Faults, InformationBeforeABadPlaceOfTheDiskIsKept) {
   CString path = toWindowsPath(dataset.file("run.res4").string());
   // As bytes become readable one by one, so do the entries that end there.
   std::size_t entries = 0;
-  for (std::int64_t bad = 1; bad <= std::ssize(dataset.content("run.infods")) + 1; ++bad) {
+  for (std::int64_t bad = 1; bad <= std::ssize(dataset.contents().at("run.infods")) + 1; ++bad) {
     const FailingCalls failing([&](int, int descriptor, std::int64_t end) {
       return end > bad - 1 && fileOf(descriptor).extension() == ".infods" ? EIO : 0;
     });

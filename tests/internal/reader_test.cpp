@@ -3,13 +3,12 @@
 #include <functional>
 #include <iterator>
 
-#include <megreader/reader/meg_reader_face.h>
 #include "base/memory_range.h"
 #include "ctf/event_files.h"
 #include "hosts/datamodel/trial_storage.h"
 #include "hosts/reader/sample_import.h"
-#include "internal/probe.h"
 #include "support/allocations.h"
+#include "tables/case_run.h"
 
 // What no file can cause, on the reader object and on the data object; what files cause is in tables/.
 
@@ -156,6 +155,41 @@ TEST(Reader, AReaderThatThereIsNoMemoryForIsNull) {
   const FailingNew second = FailingNew::nth(2);
   EXPECT_NE(door.reader(), nullptr);
   EXPECT_FALSE(second.happened()) << "the reader is all that is allocated";
+}
+
+TEST(Facade, RefusesWhatItCannotFillAndPassesOverEmptyPlaces) {
+  CaseRun host(Case(), ReadingRules::host());
+  EXPECT_EQ(host.facade.checkCTFMEGData(host.path, nullptr), 0);
+  EXPECT_EQ(host.facade.readCTFMEGDataInfo(host.path, nullptr), 0);
+  EXPECT_EQ(host.facade.readCTFMEGData2HdPa(host.path, nullptr, nullptr, nullptr), 0);
+  host.array.SetAtGrow(0, nullptr);
+  EXPECT_EQ(host.perform("facadeArray; facadeArray"), "facadeArray = 1, facadeArray = 1");
+  EXPECT_EQ(static_cast<CMEGDatazk*>(host.array.GetAt(2))->trialSamples(1)[5], D::value(1, 1, 2));
+}
+
+TEST(Facade, CopiesShareAReaderThatOutlivesThem) {
+  CaseRun host(Case(), ReadingRules::host());
+  const auto firstCoil = [&](CMEGReaderFacezk& facade) {
+    CMEGDatazk data;
+    EXPECT_EQ(facade.readCTFMEGDataInfo(host.path, &data), 1);
+    return data.channels().at(0).sensor.squid()->dewarCoils[0].position[2];
+  };
+  auto first = std::make_unique<CMEGReaderFacezk>();
+  firstCoil(*first);
+  CMEGReaderFacezk second(*first), failing;
+  failing = second;
+  first.reset();
+  firstCoil(second);
+  EXPECT_EQ(failing.readCTFMEGData2HdPa(L"missing.res4", &host.array, nullptr, nullptr), 0);
+  firstCoil(second);   // a failure releases the failing facade's share only,
+  firstCoil(failing);  // and that one makes itself a new one
+
+  CMEGReaderFacezk third(second), fresh;
+  CMEGReaderFacezk unrelated(fresh);
+  third.setReadingRules(ReadingRules::plain());
+  fresh.setReadingRules(ReadingRules::plain());
+  EXPECT_EQ(firstCoil(second), 3.0) << "rules belong to the reader that is shared";
+  EXPECT_EQ(firstCoil(unrelated), 300.0) << "there was no reader yet to share";
 }
 
 #ifdef __linux__
