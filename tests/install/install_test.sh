@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Installs a build, moves what was installed elsewhere, and builds and runs the examples with nothing but that. What
 # they print is compared with what was simulated, and with what the command exports.
-#   install_test.sh BUILD_FOLDER SOURCE_FOLDER COMPILER [FOLDER_OF_REAL_DATASETS]
+#   install_test.sh BUILD_FOLDER SOURCE_FOLDER COMPILER
 set -euo pipefail
 export LC_ALL=C
-build=$1 source=$2 compiler=$3 real=${4:-}
+build=$1 source=$2 compiler=$3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
@@ -123,10 +123,3 @@ expect_line "a.ds" '"tree/a.ds",20,3,240,600,2,0,' "$(cat list.csv)"
 expect_line "b.ds" '"tree/deeper/b.ds",8,1,100,1200,2,0,' "$(cat list.csv)"
 grep -q '^"tree/deeper/broken.ds",,,,,,,".' list.csv || fail "a broken dataset has its line: $(cat list.csv)"
 expect "lines" 4 "$(wc -l < list.csv)"
-
-[ -d "$real" ] || { echo "== no real datasets"; exit 0; }
-echo "== real datasets"
-for dataset in "$real"/*.ds; do
-  sample_of "$dataset" MLC21 0 7
-  expect "$dataset" "$value" "$(read_channel "$dataset" MLC21 | sed -n 9p | cut -d ' ' -f 2)"
-done
