@@ -87,7 +87,7 @@ MinimalDataset largeTrials() {
   return dataset;
 }
 
-Load load(const std::filesystem::path& file, const ReadingRules& rules) {
+Load load(const std::filesystem::path& file, const ReadingRules& rules, int threads) {
   Listener listener;
   const ThreadUserInterface installed(&listener);
   Load result;
@@ -95,7 +95,7 @@ Load load(const std::filesystem::path& file, const ReadingRules& rules) {
   try {
     CMEGReaderFacezk facade;
     facade.setReadingRules(rules);
-    facade.setReadingThreads(0);
+    facade.setReadingThreads(threads);
     const CString path = toWindowsPath(file.string());
     if (facade.readCTFMEGData2HdPa(path, &array, nullptr, nullptr)) result.outcome = Outcome::complete;
     if (array.GetSize() > 0) result.data = amounts(*static_cast<CMEGDatazk*>(array.GetAt(0)));

@@ -42,8 +42,8 @@ struct Load {
   }
 };
 
-/// Reads header, side files and samples through the facade, as hosts do.
-Load load(const std::filesystem::path& file, const ReadingRules& rules);
+/// Reads header, side files and samples through the facade, as hosts do; 0 threads are as many as are useful.
+Load load(const std::filesystem::path& file, const ReadingRules& rules, int threads = 0);
 inline Load load(const VictimDataset& dataset, const ReadingRules& rules) {
   return load(dataset.file("run.res4"), rules);
 }

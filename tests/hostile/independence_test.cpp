@@ -9,8 +9,6 @@
 #include <thread>
 #include <vector>
 
-#include <megreader/framework/native_path.h>
-#include <megreader/reader/meg_reader_face.h>
 #include "hostile/dataset.h"
 #include "recording/open_recording.h"
 #include "support/allocations.h"
@@ -40,22 +38,11 @@ TEST(Independence, FacadesOnTwoThreads) {
 
 TEST(Independence, ThreadsShareAReadAndLoseNothing) {
   const TemporaryDirectory directory;
-  CString path = toWindowsPath(largeTrials().write(directory.path()).string());
+  const auto file = largeTrials().write(directory.path());
   for (const auto& [name, rules] : kBothRules) {
-    CMEGReaderFacezk facade;
-    facade.setReadingRules(rules);
-    facade.setReadingThreads(0);
-    CPtrArray array;
-    ASSERT_EQ(facade.readCTFMEGData2HdPa(path, &array, nullptr, nullptr), 1);
-    const std::unique_ptr<CMEGDatazk> data(static_cast<CMEGDatazk*>(array.GetAt(0)));
-    ASSERT_EQ(data->numStoredTrials(), 2);
-    const int samples = static_cast<int>(data->storedSamples());
-    int wrong = 0;
-    for (int t = 0; t < 2; ++t)
-      for (int c = 0; c < 3; ++c)
-        for (int s = 0; s < samples; ++s)
-          wrong += data->trialSamples(t)[c * samples + s] != MinimalDataset::value(t, c, s);
-    EXPECT_EQ(wrong, 0) << name;
+    const Load alone = load(file, rules, 1);
+    ASSERT_EQ(alone.outcome, Outcome::complete);
+    EXPECT_EQ(load(file, rules).data, alone.data) << name;
   }
 }
 

@@ -29,18 +29,6 @@ struct Probe : CCtfDatasetReader {
 
   CMEGRecordInfozkProzk& info() { return *data.getMEGRecordInfozk(); }
   const CMEGSensorzk& sensor(int index) const { return *static_cast<CMEGSensorzk*>(m_sensors.GetAt(index)); }
-  const CCoefficientDatazk& coefficients(int index) {
-    return info().getSensorCoefficientzk()->coefficients(index);
-  }
-
-  /// Codes of the findings, joined.
-  std::string codes() const {
-    std::string joined;
-    for (const Finding& finding : user.findings())
-      joined += (joined.empty() ? "" : " ") + finding.code;
-    return joined;
-  }
-
   CMEGDatazk& current() { return *m_currentData; }
 
   using CCtfDatasetReader::m_channelNames;

@@ -129,7 +129,7 @@ TEST(Reader, ByteCountsWrapByRule) {
   };
   EXPECT_TRUE(opens(ReadingRules::host(), AvailableBytes::wide));
   EXPECT_FALSE(opens(ReadingRules::host(), AvailableBytes::narrow));
-  EXPECT_EQ(reader.codes(), "file.notFound");
+  EXPECT_EQ(reader.user.findings().at(0).code, "file.notFound");
   EXPECT_TRUE(opens(hostBut(&ReadingRules::wideCounts), AvailableBytes::narrow));
 }
 

@@ -77,41 +77,29 @@ class AtATerminal {
   std::string m_shown;
 };
 
-class Terminal : public testing::Test {
- protected:
-  Terminal() {
-    run = MinimalDataset().write(directory.path()).parent_path();
-    other = run / "run.txt";  // no file of a dataset by its name: worth a question
-    writeFile(other, readFile(run / "run.res4"));
+TEST(Terminal, AsksAndShowsABar) {
+  const TemporaryDirectory directory;
+  const fs::path run = MinimalDataset().write(directory.path()).parent_path();
+  const fs::path other = run / "run.txt";  // no file of a dataset by its name: worth a question
+  writeFile(other, readFile(run / "run.res4"));
+  const fs::path result = directory.path() / "out.npy";
+  const std::vector<std::string> exporting{"export", other.string(), "-o", result.string()};
+  const struct {
+    const char *answer, *then;
+    int exitCode;
+  } cases[] = {{"n\n", "", 1},
+               {"\x03", "", 130},
+               {"n\x15"
+                "y\n",
+                "] 100%", 0}};  // Ctrl-C; Ctrl-U takes a line back
+  for (const auto& [answer, then, exitCode] : cases) {
+    AtATerminal user(exporting);
+    ASSERT_TRUE(user.shows("Would you like to continue?"));
+    user.types(answer);
+    EXPECT_TRUE(user.shows(then));
+    EXPECT_EQ(user.exitCode(), exitCode);
+    EXPECT_EQ(fs::exists(result), exitCode == 0);
   }
-
-  TemporaryDirectory directory;
-  fs::path run, other;
-};
-
-TEST_F(Terminal, AsksAndShowsABar) {
-  const fs::path result = directory.path() / "out.npy";
-  AtATerminal user({"export", other.string(), "-o", result.string()});
-  ASSERT_TRUE(user.shows("Would you like to continue?"));
-  user.types(
-      "n\x15"
-      "y\n");  // Ctrl-U takes a line back
-  ASSERT_TRUE(user.shows("] 100%"));
-  EXPECT_EQ(user.exitCode(), 0);
-  EXPECT_TRUE(fs::exists(result));
-}
-
-TEST_F(Terminal, NoAndCtrlCLeaveNothing) {
-  const fs::path result = directory.path() / "out.npy";
-  AtATerminal no({"info", other.string()});
-  ASSERT_TRUE(no.shows("Would you like to continue?"));
-  no.types("n\n");
-  EXPECT_EQ(no.exitCode(), 1);
-  AtATerminal gone({"export", other.string(), "-o", result.string()});
-  ASSERT_TRUE(gone.shows("Would you like to continue?"));
-  gone.types("\x03");
-  EXPECT_EQ(gone.exitCode(), 130);
-  EXPECT_FALSE(fs::exists(result));
   AtATerminal binary({"export", run.string(), "-o", "-"});
   EXPECT_TRUE(binary.shows("is a terminal: name a file with -o"));
   EXPECT_EQ(binary.exitCode(), 1);

@@ -31,19 +31,27 @@ std::vector<Value> read(const SampleSource& source, const Window& window, Values
   return out;
 }
 
-/// How many values of a window are not those of a plain loop, of a source that selects every `ofSource`th
-/// sample.
-template <class Value>
-int wrongValues(const TestStore& store, const SampleSource& source, const Window& window,
-                std::int64_t ofSource = 1) {
-  const auto values = read<Value>(source, window);
+/// How many values of a window are not what `expected` has for their trial, channel and sample; NaN: missing.
+template <class Value, class Expected>
+int wrongValues(const SampleSource& source, const Window& window, Expected expected,
+                Values as = Values::raw) {
+  const auto values = read<Value>(source, window, as);
   int wrong = 0;
   auto value = values.begin();
   for (std::int64_t t = window.trial; t < window.trial + window.trials; ++t)
     for (int c = window.channel; c < window.channel + window.channels; ++c)
-      for (std::int64_t s = 0; s < window.samples; ++s, ++value)
-        wrong += *value != static_cast<Value>(store.value(t, c, ofSource * (window.first + s * window.step)));
+      for (std::int64_t s = 0; s < window.samples; ++s, ++value) {
+        const double wanted = expected(t, c, window.first + s * window.step);
+        wrong += std::isnan(wanted) ? *value == *value : *value != static_cast<Value>(wanted);
+      }
   return wrong;
+}
+
+/// What is stored, of a source that selects every `step`th sample.
+auto storedIn(const TestStore& store, int step = 1) {
+  return [&store, step](auto trial, int channel, auto sample) -> double {
+    return store.value(trial, channel, step * sample);
+  };
 }
 
 TEST(Windows, OpeningReadsNoSamples) {
@@ -106,30 +114,12 @@ TEST(Windows, ALittleOfTwentyGigabytesIsReadAtOnce) {
   const auto store = std::make_shared<TestStore>(300, 100'000, std::vector<int>(12, 14));
   const auto source = openRecording(store, "run").samples();
   EXPECT_EQ(store->takeCounts().bytes, 12 * 8U);
-  EXPECT_EQ(wrongValues<std::int32_t>(*store, *source, {167, 1, 0, 300, 99'400, 600}), 0);
+  EXPECT_EQ(wrongValues<std::int32_t>(*source, {167, 1, 0, 300, 99'400, 600}, storedIn(*store)), 0);
   EXPECT_EQ(store->counts["run.11_meg4"].bytes, 300 * 600 * 4U);
   const TestStore::Counts counts = store->takeCounts();
   EXPECT_EQ(counts.bytes, 300 * 600 * 4U);
   EXPECT_EQ(counts.reads, 300);
   EXPECT_EQ(counts.opens, 1);
-}
-
-/// How many values of a window are not those of its selection; `whole` holds all of that.
-template <class Value>
-int otherValues(const std::vector<double>& whole, const SampleSource& source, const Window& window,
-                Values as) {
-  const auto values = read<Value>(source, window, as);
-  const Shape shape = source.shape();
-  int wrong = 0;
-  auto value = values.begin();
-  for (std::int64_t t = window.trial; t < window.trial + window.trials; ++t)
-    for (int c = window.channel; c < window.channel + window.channels; ++c)
-      for (std::int64_t s = 0; s < window.samples; ++s, ++value) {
-        const std::int64_t at = (t * shape.channels + c) * shape.samples + window.first + s * window.step;
-        const double expected = whole[static_cast<std::size_t>(at)];
-        wrong += std::isnan(expected) ? *value == *value : *value != static_cast<Value>(expected);
-      }
-  return wrong;
 }
 
 /// Compares windows of many selections of trials that have so many samples with the selections as a whole,
@@ -162,6 +152,9 @@ void compareWindows(int samples) {
     const Window all{.trials = shape.trials, .channels = shape.channels, .samples = shape.samples};
     for (const Values as : {Values::raw, Values::physical}) {
       const auto whole = read<double>(*source, all, as);
+      const auto inWhole = [&](auto trial, int channel, auto sample) {
+        return whole[static_cast<std::size_t>((trial * shape.channels + channel) * shape.samples + sample)];
+      };
       for (int i = 0; i < 20; ++i) {
         Window window{.trial = below(shape.trials), .channel = static_cast<int>(below(shape.channels))};
         window.trials = 1 + below(std::min<std::int64_t>(shape.trials - window.trial, 3));
@@ -172,7 +165,7 @@ void compareWindows(int samples) {
         window.samples = i % 2 == 0 ? most : 1 + below(std::min<std::int64_t>(most, 50));
         SCOPED_TRACE(std::string(name) + ", window " + std::to_string(i));
         const auto wrongAs = [&](auto value) {
-          return otherValues<decltype(value)>(whole, *source, window, as);
+          return wrongValues<decltype(value)>(*source, window, inWhole, as);
         };
         const bool asWhole = i % 5 == 4 && as == Values::raw && !source->hasMissing();
         ASSERT_EQ(asWhole ? wrongAs(std::int32_t{}) : i % 5 < 2 ? wrongAs(double{}) : wrongAs(float{}), 0);
@@ -197,8 +190,9 @@ TEST(Windows, OutsideTheShapeAreRefused) {
         Window{0, 1, 0, 1, 1, 8, 8}, Window{0, 1, 0, 1, 0, 2, kMost}, Window{0, 1, 0, 1, 0, 1, 0},
         Window{0, -1, 0, 1, 0, 1}, Window{0, 1, 0, 1, 0, kMost}})
     EXPECT_THROW(source->read(window, out), std::out_of_range) << testing::PrintToString(window);
-  EXPECT_EQ(wrongValues<double>(*store, *source, {3, 1, 0, 3, 0, 8, 7}, 2), 0);
-  EXPECT_EQ(wrongValues<double>(*store, *source, {3, 1, 0, 3, 1, 1, kMost}, 2), 0) << "one has no step";
+  EXPECT_EQ(wrongValues<double>(*source, {3, 1, 0, 3, 0, 8, 7}, storedIn(*store, 2)), 0);
+  EXPECT_EQ(wrongValues<double>(*source, {3, 1, 0, 3, 1, 1, kMost}, storedIn(*store, 2)), 0)
+      << "one has no step";
 }
 
 TEST(Windows, NeedSomethingToBeIn) {
@@ -247,18 +241,18 @@ TEST(Windows, FailedReadsAreErrorsAndTheNextOnesWork) {
       isShort = shortRead;
       reads = 0;
       failing = -1;
-      ASSERT_EQ(wrongValues<std::int32_t>(*store, *source, window), 0);
+      ASSERT_EQ(wrongValues<std::int32_t>(*source, window, storedIn(*store)), 0);
       for (int n = reads; n-- > 0;) {
         reads = 0;
         failing = n;
         const std::string file = fileOfError(window);
         EXPECT_TRUE(file == "run.1_meg4" || (window.trial == 0 && file == "run.meg4")) << file << " " << n;
-        ASSERT_EQ(wrongValues<std::int32_t>(*store, *source, window), 0) << n;
+        ASSERT_EQ(wrongValues<std::int32_t>(*source, window, storedIn(*store)), 0) << n;
       }
     }
   store->files["run.1_meg4"].size -= 4;
   EXPECT_EQ(fileOfError(all), "run.1_meg4") << "it became shorter";
-  EXPECT_EQ(wrongValues<float>(*store, *source, {0, 5, 0, 3, 0, 29'999}), 0) << "what is there";
+  EXPECT_EQ(wrongValues<float>(*source, {0, 5, 0, 3, 0, 29'999}, storedIn(*store)), 0) << "what is there";
 }
 
 }  // namespace
