@@ -61,6 +61,9 @@ TEST(CString, CutsSearchesAndTrims) {
   EXPECT_TRUE(CString(L"RUN.MEGZ\u00C4").MakeLower() == L"run.megz\u00C4");
   EXPECT_TRUE(CString(L" \t\r\n\v\fa b\u00A0\r\n").Trim() == L"a b\u00A0");
   EXPECT_TRUE(CString(L" \r\n").Trim().IsEmpty());
+  CString replaced(L"xayaz");
+  EXPECT_EQ(replaced.Replace(L"a", L"aa"), 2);
+  EXPECT_TRUE(replaced == L"xaayaaz");
 }
 
 TEST(CString, IsATextAndNoPointer) {
@@ -238,7 +241,8 @@ TEST(UserInterface, TheThreadsOwnComesFirst) {
   EXPECT_EQ(AfxMessageBox(L"?", MessageStyle::yesNo), MessageAnswer::no);
   EXPECT_EQ(AfxMessageBox(L"!"), MessageAnswer::ok);
 #endif
-  ScriptedInterface process({MessageAnswer::yes}), outer, inner;
+  ScriptedInterface process, outer, inner;
+  process.follow({MessageAnswer::yes}, {}, {});
   installUserInterface(&process);
   EXPECT_EQ(AfxMessageBox(L"to the process", MessageStyle::yesNo), MessageAnswer::yes);
   {

@@ -11,11 +11,7 @@
 /// them when it is used up), and writes down everything that is shown, a line each.
 class ScriptedInterface : public UserInterface {
  public:
-  explicit ScriptedInterface(std::deque<MessageAnswer> answers = {}, std::deque<CString> files = {},
-                             std::deque<CString> entries = {})
-      : m_answers(std::move(answers)), m_files(std::move(files)), m_entries(std::move(entries)) {}
-
-  /// Goes on with another script.
+  /// The script, which has nothing in it before.
   void follow(std::deque<MessageAnswer> answers, std::deque<CString> files, std::deque<CString> entries) {
     m_answers = std::move(answers);
     m_files = std::move(files);
