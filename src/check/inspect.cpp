@@ -1,7 +1,6 @@
 #include <ctfmeg/inspect.h>
 
 #include <algorithm>
-#include <cmath>
 #include <set>
 #include <string>
 #include <string_view>
@@ -134,13 +133,6 @@ void inspectNames(const Recording& recording, Notes& notes) {
                        " that no channel has, the first is " + std::string(*strangers.begin()));
 }
 
-void inspectNumbers(const Recording& recording, Notes& notes) {
-  const RecordInfo& record = recording.record();
-  if (!std::isfinite(record.sampleRate) || !std::isfinite(1.0 / record.sampleRate) ||
-      record.sampleRate <= 0.0)
-    notes.resource(Code::res4Rate, "gives a sample rate that can't be");
-}
-
 bool isAscii(std::string_view text) {
   return std::all_of(text.begin(), text.end(),
                      [](char c) { return (c >= 0x20 && c < 0x7F) || c == '\n' || c == '\r' || c == '\t'; });
@@ -206,7 +198,6 @@ void inspectTexts(const Recording& recording, Notes& notes) {
 
 std::vector<Finding> inspect(const Recording& recording) {
   Notes notes(recording.resourceFile());
-  inspectNumbers(recording, notes);
   inspectNames(recording, notes);
   inspectMarkers(recording, notes);
   inspectClasses(recording, notes);

@@ -87,7 +87,7 @@ void addSimulate(Definitions& definitions) {
       ->type_name("TRIALS")
       ->capture_default_str();
   command->add_flag("--quiet", options->quiet, "no progress");
-  command->footer("\nDamage:\n" + damageList() + command->get_footer());
+  command->footer(command->get_footer() + "\nDamage:\n" + damageList());
 }
 
 }  // namespace ctfmeg::cli

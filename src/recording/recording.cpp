@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <mutex>
 #include <new>
 #include <stdexcept>
@@ -99,6 +100,10 @@ Recording openRecording(std::shared_ptr<const Store> store, const std::string& s
     if (!readDataset(*state->store, stem, rules, findings, dataset))
       throw findings.errorAbout(state->resourceFile);
     reportOtherName(state->resourceFile, findings);
+    const double rate = dataset.record.sampleRate;
+    if (!std::isfinite(rate) || !std::isfinite(1.0 / rate) || rate <= 0.0)
+      findings.report({Finding::Severity::warning, wordOf(Code::res4Rate), textOf(state->resourceFile),
+                       "gives a sample rate that can't be"});
     state->clock.emplace(dataset.channels, dataset.record);
     state->warnings = findings.take();
     return Recording(std::move(state));

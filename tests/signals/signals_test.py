@@ -83,7 +83,7 @@ def test_numbers():
     compare(simulate("long.ds", "--trials", 2, "--samples", 150001, "--channels", 6), "--continuous")
     one = run("stats", "--csv", "a.ds", "--threads", 1)
     assert all(run("stats", "--csv", "a.ds", "--threads", threads) == one for threads in (2, 3, 8))
-    assert one.startswith("channel,kind,unit,min,max,mean,std,flat,clipped,jumps,verdict\r\n")
+    assert one.startswith("channel,kind,unit,min,max,mean,std,flat,clipped,jumps,verdict\n")
     assert stats("a.ds", "long.ds")[-1]["dataset"] == "long.ds"
 
 

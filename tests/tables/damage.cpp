@@ -1,8 +1,8 @@
 #include <functional>
 #include <set>
 
+#include "recording/collected.h"
 #include "recording/dataset.h"
-#include "support/memory_file.h"
 #include "support/test_store.h"
 #include "tables/case_run.h"
 
@@ -74,11 +74,11 @@ Reading readingOf(const std::string& name, const std::string& content, const Rea
     if (opening && file.path().ends_with(name)) opening();
     return bytes;
   };
-  KeptNotices notices;
+  ctfmeg::CollectedFindings notices;
   ctfmeg::Dataset dataset;
   readDataset(store, "run", rules, notices, dataset);
   Reading reading{valuesOf(dataset), {}};
-  for (const auto& finding : notices.findings)
+  for (const auto& finding : notices.all())
     reading.findings.insert(std::string(nameOf(finding.severity)) + " " + finding.code);
   return reading;
 }
