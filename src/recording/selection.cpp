@@ -101,7 +101,8 @@ bool mark(const std::vector<Channel>& channels, std::vector<bool>& wanted, bool 
     if (nearest.empty()) nearest = nearestText(item.substr(0, item.find('-')), shortNames);
   } else if (literal > 1) {  // what comes before the first of them is how names begin
     for (std::string& name : shortNames)
-      name = name.substr(0, literal) + "*";
+      name.resize(literal);
+      name += "*";
     nearest = nearestText(item.substr(0, literal) + "*", shortNames);
   }
   refuse(file, "has no channel " + (item.empty() ? "with an empty name" : item) +
