@@ -18,7 +18,7 @@ int runTable(const TableOptions& options, const DatasetTable& described) {
       described.addRows(session, path, recording, table);
     });
   }
-  table.end(described.ifEmpty);
+  table.end(session.exitCode() == kDone ? described.ifEmpty : nullptr);
   finishOutput();
   return session.exitCode();
 }

@@ -288,7 +288,7 @@ int runScan(const ScanOptions& options) {
     sayOf(scanned);
     summary.add(scanned);
   }
-  table.end(session.exitCode() == kDone ? "no datasets" : "nothing was scanned");
+  table.end(session.exitCode() == kDone ? "no datasets" : nullptr);
   if (options.form == output::TableForm::text && !all.empty()) std::cout << summary.sentence() << '\n';
   finishOutput();
   return session.exitCode() == kDone ? summary.exitCode(options.reading.strict) : session.exitCode();

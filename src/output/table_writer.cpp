@@ -101,10 +101,10 @@ void TableWriter::end(const char* ifEmpty) {
   endDataset();
   if (m_form == TableForm::json) m_out << (m_rows == 0 ? "[]\n" : "\n]\n");
   if (m_form != TableForm::text) return;
-  if (m_rows == 0)
-    m_out << ifEmpty << '\n';
-  else
+  if (m_rows > 0)
     writeTable(m_out, m_text);
+  else if (ifEmpty != nullptr)
+    m_out << ifEmpty << '\n';
 }
 
 }  // namespace ctfmeg::output

@@ -65,7 +65,7 @@ class TableWriter {
   void add(std::vector<Cell> row);
   /// A row that scripts do not get.
   void addForPeople(std::vector<Cell> row);
-  /// Writes what is left; for people `ifEmpty` where there was no row at all.
+  /// Writes what is left; for people `ifEmpty`, unless it is null, where there was no row at all.
   void end(const char* ifEmpty);
 
  private:

@@ -101,8 +101,7 @@ bool mark(const std::vector<Channel>& channels, std::vector<bool>& wanted, bool 
     if (nearest.empty()) nearest = nearestText(item.substr(0, item.find('-')), shortNames);
   } else if (literal > 1) {  // what comes before the first of them is how names begin
     for (std::string& name : shortNames)
-      name.resize(literal);
-      name += "*";
+      name.replace(std::min(literal, name.size()), std::string::npos, "*");
     nearest = nearestText(item.substr(0, literal) + "*", shortNames);
   }
   refuse(file, "has no channel " + (item.empty() ? "with an empty name" : item) +
