@@ -45,7 +45,7 @@ expect_offer() {
   [ "${COMPREPLY[*]}" = "$expected" ] || fail "for '$*' bash offers '${COMPREPLY[*]}', not '$expected'"
 }
 expect_offer "channels check" ctfmeg ch
-expect_offer "scan simulate" ctfmeg help s
+expect_offer "stats scan simulate" ctfmeg help s
 expect_offer "float32 float64" ctfmeg export --dtype f
 expect_offer "plain host" ctfmeg info --rules ""
 expect_offer "--csv --channels" ctfmeg channels --c
