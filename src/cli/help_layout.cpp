@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "base/nearest.h"
+#include "output/visible_text.h"
 
 namespace ctfmeg::cli {
 namespace {
@@ -17,25 +18,6 @@ std::string namesOf(const std::set<CLI::Option*>& options, const char* last) {
     names.push_back(option->get_name());
   std::sort(names.begin(), names.end());
   return listText(names, last);
-}
-
-/// `text` in lines of at most `width` letters.
-std::string wrapped(const std::string& text, std::size_t width) {
-  std::string out;
-  std::size_t column = 0;
-  for (std::size_t begin = 0; begin < text.size();) {
-    const std::size_t end = std::min(text.find(' ', begin), text.size());
-    const std::size_t length = end - begin;
-    if (column > 0 && column + 1 + length > width) {
-      out += '\n';
-      column = 0;
-    }
-    if (column > 0) out += ' ';
-    out.append(text, begin, length);
-    column += length + (column > 0 ? 1 : 0);
-    begin = end + 1;
-  }
-  return out;
 }
 
 }  // namespace
@@ -53,7 +35,7 @@ std::string HelpLayout::make_description(const CLI::App* app) const {
 std::string HelpLayout::make_subcommand(const CLI::App* command) const {
   std::stringstream out;
   CLI::detail::format_help(out, command->get_name(),
-                           wrapped(command->get_description(), kWidth - get_column_width()),
+                           output::wrapped(command->get_description(), kWidth - get_column_width(), 0),
                            get_column_width());
   return out.str();
 }
@@ -96,7 +78,7 @@ std::string HelpLayout::make_option_desc(const CLI::Option* option) const {
   if (option->get_required() && !option->get_positional()) text += " (required)";
   if (!option->get_needs().empty()) text += " (only with " + namesOf(option->get_needs(), "and") + ")";
   if (!option->get_excludes().empty()) text += " (not with " + namesOf(option->get_excludes(), "or") + ")";
-  return wrapped(text, kWidth - get_column_width());
+  return output::wrapped(text, kWidth - get_column_width(), 0);
 }
 
 }  // namespace ctfmeg::cli

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <mutex>
 #include <new>
@@ -161,18 +162,8 @@ SampleFiles Recording::sampleFiles() const {
 }
 
 const char* nameOf(SampleStatus status) {
-  switch (status) {
-    case SampleStatus::broken:
-      return "broken";
-    case SampleStatus::noSamples:
-      return "no-samples";
-    case SampleStatus::tooShort:
-      return "short";
-    case SampleStatus::extra:
-      return "extra";
-    default:
-      return "ok";
-  }
+  constexpr std::array kNames{"broken", "no-samples", "short", "extra", "ok"};
+  return kNames[static_cast<std::size_t>(status)];
 }
 
 Timeline Recording::timeline(int mostTrials) const {
