@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <ctfmeg/export.h>
@@ -46,7 +47,9 @@ struct SamplePlace {
   std::int64_t trial = 0;
   std::int64_t sample = 0;
 
-  friend auto operator<=>(const SamplePlace&, const SamplePlace&) = default;
+  friend bool operator<(const SamplePlace& a, const SamplePlace& b) {
+    return std::tie(a.trial, a.sample) < std::tie(b.trial, b.sample);
+  }
 };
 
 /// What the samples of one channel are like. Missing samples count for nothing.

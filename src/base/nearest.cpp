@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <set>
 
 #include "base/encoding.h"
 
@@ -45,11 +46,9 @@ std::vector<std::string> nearestOf(std::string_view word, const std::vector<std:
   std::stable_sort(found.begin(), found.end(),
                    [](const auto& a, const auto& b) { return a.first < b.first; });
   std::vector<std::string> nearest;
+  std::set<std::string> known;
   for (const auto& [distance, candidate] : found)
-    if (nearest.size() < kMost && std::none_of(nearest.begin(), nearest.end(), [&](const std::string& known) {
-          return lowered(known) == lowered(candidate);
-        }))
-      nearest.push_back(candidate);
+    if (nearest.size() < kMost && known.insert(lowered(candidate)).second) nearest.push_back(candidate);
   return nearest;
 }
 

@@ -14,6 +14,7 @@ constexpr std::size_t kWidth = 80;  // of the narrowest terminal that is usual
 
 std::string namesOf(const std::set<CLI::Option*>& options, const char* last) {
   std::vector<std::string> names;
+  names.reserve(options.size());
   for (const CLI::Option* option : options)
     names.push_back(option->get_name());
   std::sort(names.begin(), names.end());

@@ -29,7 +29,6 @@ namespace {
 namespace fs = std::filesystem;
 
 using output::Cell;
-using output::visible;
 
 // Reading their headers.
 

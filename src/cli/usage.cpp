@@ -150,9 +150,9 @@ std::string unknownCommand(const CLI::App& app, const std::string& name) {
 
 std::string wrongUsage(const CLI::App& app, const CLI::Error& error) {
   const CLI::App& command = givenCommand(app);
-  const std::string text = error.what();
+  std::string text = error.what();
   if (dynamic_cast<const UsageError*>(&error) != nullptr) return text;
-  if (const std::string unknown = unknownOption(app, command); !unknown.empty()) return unknown;
+  if (std::string unknown = unknownOption(app, command); !unknown.empty()) return unknown;
   if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) return missing(app, command);
   if (dynamic_cast<const CLI::RequiresError*>(&error) != nullptr ||
       dynamic_cast<const CLI::ExcludesError*>(&error) != nullptr)

@@ -17,10 +17,10 @@ namespace fs = std::filesystem;
 
 /// The name of the folder, with its extension.
 fs::path nameOfFolder(const fs::path& folder) {
-  const fs::path name = folder.has_filename() ? folder.filename() : folder.parent_path().filename();
+  fs::path name = folder.has_filename() ? folder.filename() : folder.parent_path().filename();
   if (!name.empty() && name != "." && name != "..") return name;
   std::error_code failed;
-  const fs::path own = fs::canonical(folder.empty() ? "." : folder, failed);
+  fs::path own = fs::canonical(folder.empty() ? "." : folder, failed);
   return (failed ? folder : own).filename();
 }
 

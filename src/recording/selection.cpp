@@ -28,6 +28,7 @@ std::set<int> trialsWith(const std::string& name, const std::vector<Marker>& mar
       std::find_if(markers.begin(), markers.end(), [&](const Marker& m) { return m.name == name; });
   if (marker == markers.end()) {
     std::vector<std::string> there;
+    there.reserve(markers.size());
     for (const Marker& m : markers)
       there.push_back(m.name);
     refuse(file, "has no marker " + name + ": " +

@@ -45,15 +45,13 @@ constexpr std::size_t kEnoughOfAKind = 5;
 class Walk {
  public:
   explicit Walk(const SampleSource& source)
-      : m_source(source), m_shape(source.shape()), m_missing(source.hasMissing()) {
-    const auto atOnce = [](std::int64_t size, std::int64_t count) {
-      return std::clamp<std::int64_t>(kSamplesAtOnce / std::max<std::int64_t>(size, 1), 1,
-                                      std::max<std::int64_t>(count, 1));
-    };
-    m_channels = atOnce(m_shape.samples, m_shape.channels);
-    m_trials = atOnce(m_shape.samples * m_channels, m_shape.trials);
-    m_groups = (m_shape.channels + m_channels - 1) / m_channels;
-    m_windows = (m_shape.trials + m_trials - 1) / m_trials * m_groups;
+      : m_source(source),
+        m_shape(source.shape()),
+        m_missing(source.hasMissing()),
+        m_channels(atOnce(m_shape.samples, m_shape.channels)),
+        m_trials(atOnce(m_shape.samples * m_channels, m_shape.trials)),
+        m_groups((m_shape.channels + m_channels - 1) / m_channels),
+        m_windows((m_shape.trials + m_trials - 1) / m_trials * m_groups) {
     const std::vector<Gap> gaps = source.gaps();
     const std::vector<Piece> pieces = gaps.empty() ? std::vector<Piece>() : source.pieces(0);
     for (const Gap& gap : gaps)
@@ -97,12 +95,18 @@ class Walk {
   }
 
  private:
+  /// How many of `count` things of a size are read together.
+  static std::int64_t atOnce(std::int64_t size, std::int64_t count) {
+    return std::clamp<std::int64_t>(kSamplesAtOnce / std::max<std::int64_t>(size, 1), 1,
+                                    std::max<std::int64_t>(count, 1));
+  }
+
   void addWindow(const Window& window, std::vector<Tally>& tallies, std::int32_t* samples,
                  const double* values) const {
     for (std::int64_t t = 0; t < window.trials; ++t)
       for (int c = 0; c < window.channels; ++c) {
         const SamplePlace first{window.trial + t, window.first};
-        Tally& tally = tallies[static_cast<std::size_t>(window.channel + c)];
+        Tally& tally = tallies[static_cast<std::size_t>(window.channel) + static_cast<std::size_t>(c)];
         if (m_missing)
           addPresent(tally, values, samples, window.samples, first);
         else
@@ -139,9 +143,9 @@ class Walk {
   const SampleSource& m_source;
   Shape m_shape;
   bool m_missing;
-  std::int64_t m_channels = 1, m_trials = 1;  // of a window
-  std::int64_t m_groups = 1, m_windows = 1;   // of channels; in all
-  std::vector<std::int64_t> m_breaks;         // of a run: samples that do not follow the one before
+  std::int64_t m_channels, m_trials;   // of a window
+  std::int64_t m_groups, m_windows;    // of channels; in all
+  std::vector<std::int64_t> m_breaks;  // of a run: samples that do not follow the one before
   std::atomic<std::int64_t> m_next = 0;
 };
 

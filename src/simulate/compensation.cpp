@@ -149,6 +149,7 @@ std::vector<Compensation> chooseCompensations(const std::vector<Channel>& channe
     const std::vector<const Channel*> references = referencesOf(scheme, channels);
     if (references.empty()) continue;
     std::vector<std::vector<double>> shown;
+    shown.reserve(references.size());
     for (const Channel* reference : references)
       shown.push_back(shownBy(*reference, dipoles));
     const LeastSquares fit(std::move(shown), kReferenceNoise);

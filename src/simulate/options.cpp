@@ -52,7 +52,7 @@ void requirePauses(const Options& options) {
 
 }  // namespace
 
-std::int64_t Pause::samples(double rate) const { return static_cast<std::int64_t>(seconds * rate + 0.5); }
+std::int64_t Pause::samples(double rate) const { return std::llround(seconds * rate); }
 
 std::int64_t trialBytes(const Options& options) {
   return std::int64_t{options.channels} * options.samples * std::int64_t{sizeof(std::int32_t)};

@@ -1,5 +1,6 @@
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <span>
 #include <string>
 #include <string_view>
@@ -85,8 +86,7 @@ std::string markerText(const std::string& heading, const std::vector<Event>& eve
 /// counts it: in the trial that was recorded then. Nothing when none was.
 void addInRun(std::vector<Event>& events, const Options& options, const Timeline& timeline, int trial,
               double seconds) {
-  const std::int64_t sample =
-      timeline.triggerSample(trial) + static_cast<std::int64_t>(seconds * options.rate + 0.5);
+  const std::int64_t sample = timeline.triggerSample(trial) + std::llround(seconds * options.rate);
   const int in = timeline.trialAt(sample);
   if (in >= 0)
     events.push_back({in, static_cast<double>(sample - timeline.triggerSample(in)) / options.rate});
