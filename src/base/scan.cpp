@@ -23,7 +23,7 @@ bool isTiny(std::string_view number) {
 /// What is left of a line.
 class Rest {
  public:
-  explicit Rest(std::string_view text) : m_text(text) {}
+  Rest(std::string_view text, AfterNumber after) : m_text(text), m_after(after) {}
 
   void skipSpace() {
     while (m_next < m_text.size() && isSpace(m_text[m_next]))
@@ -88,20 +88,22 @@ class Rest {
     return take(text, end);
   }
 
+  /// False where something else follows that may not.
   bool take(const std::string& text, const char* end) {
     m_next += static_cast<std::size_t>(end - text.data());
-    return true;
+    return m_after == AfterNumber::anything || m_next == m_text.size() || isSpace(m_text[m_next]);
   }
 
   std::string_view m_text;
+  AfterNumber m_after;
   std::size_t m_next = 0;
 };
 
 }  // namespace
 
 int scan(std::string_view line, std::string_view format, std::initializer_list<ScanTarget> targets,
-         ScanPrecision precision) {
-  Rest rest(line);
+         ScanPrecision precision, AfterNumber after) {
+  Rest rest(line, after);
   int converted = 0;
   for (const char* c = format.data(); c != format.data() + format.size(); ++c) {
     if (isSpace(*c)) {

@@ -1,5 +1,7 @@
 #include "cli/definitions.h"
 
+#include "cli/selection.h"
+
 #include <iostream>
 #include <memory>
 
@@ -105,7 +107,10 @@ void addThreads(CLI::App* command, int& threads) {
 void addSignalLimits(CLI::App* command, SignalLimits& limits) {
   const auto add = [command](const char* name, const char* type, double& limit, const char* help) {
     command->add_option(name, limit, help)
-        ->check(CLI::PositiveNumber.description(""))
+        ->check([](const std::string& text) {
+          const auto number = parseSeconds(text);
+          return number && *number > 0.0 ? "" : mustBe("a number above 0", text);
+        })
         ->type_name(type)
         ->capture_default_str();
   };

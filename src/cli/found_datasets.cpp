@@ -51,22 +51,38 @@ bool isFolderOfDatasets(const std::string& path) {
   if (!fs::is_directory(directory, unknown)) return false;
   if (fs::weakly_canonical(directory, unknown).extension() == ".ds" || directory.extension() == ".ds")
     return false;
-  fs::directory_iterator entry(directory, unknown);
-  for (const fs::directory_iterator end; !unknown && entry != end; entry.increment(unknown))
-    if (entry->path().extension() == ".res4") return false;
   return true;
 }
 
+namespace {
+
+bool holdsResourceFile(const std::string& directory) {
+  std::error_code unknown;
+  fs::directory_iterator entry(reachable(pathFromText(directory)), unknown);
+  for (const fs::directory_iterator end; !unknown && entry != end; entry.increment(unknown))
+    if (entry->path().extension() == ".res4") return true;
+  return false;
+}
+
+}  // namespace
+
 std::vector<std::string> datasetsAtOrBelow(const std::vector<std::string>& given, Session& session) {
   std::vector<std::string> datasets;
+  std::set<std::string> known;
+  const auto add = [&](const std::string& path) {
+    if (known.insert(path).second) datasets.push_back(path);
+  };
   for (const std::string& path : given) {
     if (!isFolderOfDatasets(path)) {
-      datasets.push_back(path);
+      add(path);
       continue;
     }
+    const bool itself = holdsResourceFile(path);
+    if (itself) add(path);
     const auto below = datasetsBelow({path}, session);
-    if (below.empty()) session.sayFailure(path, "holds no dataset");
-    datasets.insert(datasets.end(), below.begin(), below.end());
+    if (below.empty() && !itself) session.sayFailure(path, "holds no dataset");
+    for (const std::string& dataset : below)
+      add(dataset);
   }
   return datasets;
 }

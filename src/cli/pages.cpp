@@ -167,7 +167,7 @@ std::string manPage(const Page& page, const std::string& version) {
   for (const Page& command : page.commands)
     text += synopsisOf(page.name, command);
   text += ".SH DESCRIPTION\n" + escaped(page.summary) +
-          " A dataset is a directory whose name ends in .ds, or a file in it.\n.SH COMMANDS\n";
+          ". A dataset is a directory whose name ends in .ds, or a file in it.\n.SH COMMANDS\n";
   for (const Page& command : page.commands)
     text += sectionOf(command);
   text += ".SH OPTIONS\n";

@@ -55,9 +55,10 @@ std::int64_t bytesOfFilesIn(const fs::path& directory) {
 /// Reads header, side files, and beginnings and lengths of sample files. What goes wrong is in the result.
 ScannedDataset scanDataset(const std::string& path, const Session& session) {
   const fs::path directory = pathFromText(path);
-  ScannedDataset scanned{{}, bytesOfFilesIn(directory)};
+  ScannedDataset scanned{};
   const auto fail = [&](const Error& error) { scanned.dataset = describe(path, error); };
   try {
+    scanned.bytes = bytesOfFilesIn(directory);
     const Recording recording = session.open(path);
     const SelectedSamples files = session.lookAt(recording);
     scanned.dataset = describeRecord(path, recording);
@@ -208,7 +209,8 @@ void addRow(const ScannedDataset& scanned, output::TableWriter& table) {
 /// All headers, with a bar for as long as it takes: nothing else is written meanwhile.
 std::vector<ScannedDataset> scanAll(const std::vector<std::string>& datasets, const ScanOptions& options,
                                     const Session& session) {
-  const std::string title = "Scanning " + std::to_string(datasets.size()) + " datasets";
+  const std::string title =
+      "Scanning " + std::to_string(datasets.size()) + (datasets.size() == 1 ? " dataset" : " datasets");
   const auto bar = options.reading.quiet ? nullptr : openProgressBar(title);
   HeaderReaders readers(datasets, session);
   std::vector<ScannedDataset> all;
@@ -217,6 +219,11 @@ std::vector<ScannedDataset> scanAll(const std::vector<std::string>& datasets, co
     if (bar) bar->show(static_cast<double>(i + 1), static_cast<double>(datasets.size()));
   }
   return all;
+}
+
+/// " line 12", where a finding is about a line.
+std::string placeOf(const Finding& finding) {
+  return finding.line ? " line " + std::to_string(*finding.line) : "";
 }
 
 /// On standard error: why a dataset is not what it should be, or the first of its warnings.
@@ -230,7 +237,9 @@ void sayOf(const ScannedDataset& scanned) {
   });
   const std::size_t others = dataset.warningCodes.size() - 1;
   say(dataset.path,
-      "warning: " + (first == findings.end() ? "see info" : lastName(first->file) + " " + first->text) +
+      "warning: " +
+          (first == findings.end() ? "see info"
+                                   : lastName(first->file) + placeOf(*first) + " " + first->text) +
           (others > 0 ? "; and " + std::to_string(others) + " more" : ""));
 }
 

@@ -72,7 +72,8 @@ void describeTiming(ShownDataset& dataset, const Recording& recording, int mostT
   for (std::size_t i = 1; i < trials.size() && !isRun; ++i) {
     const auto before = static_cast<std::size_t>(trials[i - 1]), after = static_cast<std::size_t>(trials[i]);
     const double missing = dataset.trialStarts.at(after) - dataset.trialStarts.at(before) - trialSeconds;
-    const auto samples = std::llround(missing * header.sampleRate);
+    const double gap = missing * header.sampleRate;
+    const auto samples = std::abs(gap) < 0x1p62 ? std::llround(gap) : 0;
     if (samples != 0) timing.gaps.push_back({static_cast<int>(before), missing, samples});
   }
   timing.trialsAdjoin = timing.gaps.empty();

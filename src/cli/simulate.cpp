@@ -1,10 +1,12 @@
 #include <filesystem>
 #include <iostream>
 
+#include "base/nearest.h"
 #include "cli/messages.h"
 #include "cli/process.h"
 #include "cli/selection.h"
 #include "cli/terminal.h"
+#include "cli/usage.h"
 #include "output/visible_text.h"
 #include "simulate/damage.h"
 #include "simulate/dataset.h"
@@ -49,6 +51,22 @@ simulate::Options optionsOf(const SimulateOptions& options) {
   return dataset;
 }
 
+/// The simulation's sentence about an option that can't be used, with the option as it is given and what was
+/// probably meant.
+std::string wrongOption(std::string text) {
+  if (text.starts_with("directory ")) return text.replace(0, 9, "OUT.ds");
+  if (text.starts_with("splitAfter")) text.replace(0, 10, "split-after");
+  std::vector<std::string> words;
+  for (const simulate::Damage& damage : simulate::damages())
+    words.emplace_back(damage.name);
+  for (const auto fault :
+       {simulate::Fault::flat, simulate::Fault::clipped, simulate::Fault::jump, simulate::Fault::noisy})
+    words.emplace_back(nameOf(fault));
+  const std::size_t quote = text.find('"');
+  const std::string given = quote == std::string::npos ? "" : text.substr(quote + 1, text.size() - quote - 2);
+  return "--" + text + nearestText(given, words);
+}
+
 void printFaults(const simulate::Options& options) {
   if (options.bad.empty()) return;
   for (const simulate::PlantedFault& planted : simulate::plantedFaults(options))
@@ -81,8 +99,7 @@ int runSimulate(const SimulateOptions& options) {
   } catch (const simulate::Stopped&) {
     throw Interrupted{};
   } catch (const std::invalid_argument& wrong) {
-    say("", wrong.what());
-    return kWrongUsage;
+    throw UsageError(wrongOption(wrong.what()));
   } catch (const std::filesystem::filesystem_error& failed) {
     throw CommandError(options.directory, "can't be written: " + failed.code().message());
   }

@@ -21,11 +21,17 @@ void addChannel(const Channel& c, TableWriter& table) {
   table.add(std::move(row));
 }
 
+/// Nothing for a time beyond all samples that there can be.
+std::optional<std::int64_t> sampleOf(const MarkerSample& sample) {
+  constexpr auto kBeyond = std::numeric_limits<std::int64_t>::min();
+  return sample.sample == kBeyond ? std::nullopt : std::optional(sample.sample);
+}
+
 void addMarkers(const ShownDataset& dataset, TableWriter& table) {
   for (const Marker& marker : dataset.markers) {
     if (marker.samples.empty()) table.addForPeople({marker.name, {}, {}, {}, {}});
     for (const MarkerSample& sample : marker.samples)
-      table.add({marker.name, sample.trial, sample.timeMs, sample.sample, runTime(dataset, sample)});
+      table.add({marker.name, sample.trial, sample.timeMs, sampleOf(sample), runTime(dataset, sample)});
   }
 }
 

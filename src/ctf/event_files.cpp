@@ -66,7 +66,7 @@ enum class Found { here, missing, endOfFile };
 bool readNumber(const TextLines& lines, const BlockKind& kind, std::string text, bool plusSignsRemoved,
                 std::int32_t& number) {
   if (plusSignsRemoved) std::erase(text, '+');
-  return scan(text, "%d", {&number}, ScanPrecision::full) == 1 ||
+  return scan(text, "%d", {&number}, ScanPrecision::full, afterNumber(lines.rules())) == 1 ||
          lines.passOver(kind.numberCode, "is not a number");
 }
 
@@ -225,10 +225,10 @@ std::optional<ReadMarker> readMarker(TextLines& lines, const TrialTiming& timing
 
 // Classes.
 
-std::optional<std::int32_t> parseTrial(std::string line) {
+std::optional<std::int32_t> parseTrial(std::string line, const ReadingRules& rules) {
   std::erase(line, '+');
   std::int32_t trial = 0;
-  if (scan(line, "%d", {&trial}, ScanPrecision::full) != 1) return std::nullopt;
+  if (scan(line, "%d", {&trial}, ScanPrecision::full, afterNumber(rules)) != 1) return std::nullopt;
   return trial;
 }
 
@@ -245,7 +245,7 @@ bool readTrialList(TextLines& lines, std::int64_t count, TrialClass& trialClass)
     return true;
   for (std::int64_t i = 0; i < count; ++i) {
     if (!lines.next(line)) return endInsideBlock(lines, kClassBlock);
-    if (const auto trial = parseTrial(line)) {
+    if (const auto trial = parseTrial(line, lines.rules())) {
       ++trialClass.numTrials;
       if (trialClass.trials) trialClass.trials->push_back(*trial);
       continue;
@@ -326,7 +326,8 @@ std::optional<MarkerSample> parseMarkerSample(const std::string& line, double ms
                                               const TrialTiming& timing, const ReadingRules& rules) {
   MarkerSample sample;
   double time = 0.0;
-  if (scan(line, "%d  %f", {&sample.trial, &time}, precisionOf(rules)) != 2) return std::nullopt;
+  if (scan(line, "%d  %f", {&sample.trial, &time}, precisionOf(rules), afterNumber(rules)) != 2)
+    return std::nullopt;
   sample.timeMs = time * msPerUnit;
   // Whatever the unit, the time is taken for seconds here.
   sample.sample = timing.sampleAt(time, rules);
@@ -369,7 +370,7 @@ bool readClasses(const File& file, const ReadingRules& given, Notices& told, con
       if (found == Found::endOfFile) reportTotal(lines, kClassBlock, count, kept);
       if (found != Found::here) return false;
       if (!holds(line, kClassBlock.keywords[kNextBlock])) {
-        if (!surplusReported && parseTrial(line)) {
+        if (!surplusReported && parseTrial(line, lines.rules())) {
           lines.passOver(Code::classCount, "goes beyond the number of trials that the class says it has");
           surplusReported = true;
         }

@@ -122,7 +122,7 @@ bool readHeadCoil(TextLines& lines, HeadCoil& coil, const ReadingRules& rules) {
     std::string line, label;
     double centimetres = 0.0;
     if (!lines.next(line) || !holds(line, keyword) ||
-        scan(line, "%s = %f", {&label, &centimetres}, precisionOf(rules)) != 2) {
+        scan(line, "%s = %f", {&label, &centimetres}, precisionOf(rules), afterNumber(rules)) != 2) {
       lines.passOver(Code::coilCoordinate, "is not the coordinate of a head coil that is expected here");
       return false;
     }

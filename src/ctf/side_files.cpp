@@ -36,7 +36,7 @@ class DigitisedReader {
     std::int32_t count = 0;
     if (!m_lines.next(line))
       return !m_lines.warned() && m_lines.passOver(Code::posShort, "ends before the number of points");
-    bool counted = scan(line, "%d", {&count}, ScanPrecision::full) == 1;
+    bool counted = scan(line, "%d", {&count}, ScanPrecision::full, afterNumber(m_rules)) == 1;
     if (!counted && !m_lines.passOver(Code::posCount, "is not the number of points")) return false;
     // Under host rules the number of a point that is here is taken for the count.
     if (counted && parseDigitisedPoint(line, m_rules))
@@ -169,7 +169,8 @@ std::vector<VirtualChannel> readDefinitions(TextLines& lines, const ReadingRules
 std::optional<Electrode> parseElectrode(const std::string& line, const ReadingRules& rules) {
   Electrode e;
   auto& [x, y, z] = e.positionCm;
-  if (scan(line, "%d %s %f %f %f", {&e.number, &e.name, &x, &y, &z}, precisionOf(rules)) != 5)
+  if (scan(line, "%d %s %f %f %f", {&e.number, &e.name, &x, &y, &z}, precisionOf(rules),
+           afterNumber(rules)) != 5)
     return std::nullopt;
   return e;
 }
@@ -177,14 +178,16 @@ std::optional<Electrode> parseElectrode(const std::string& line, const ReadingRu
 std::optional<DigitisedPoint> parseDigitisedPoint(const std::string& line, const ReadingRules& rules) {
   DigitisedPoint p;
   auto& [x, y, z] = p.positionCm;
-  if (scan(line, "%d %f %f %f", {&p.number, &x, &y, &z}, precisionOf(rules)) != 4) return std::nullopt;
+  if (scan(line, "%d %f %f %f", {&p.number, &x, &y, &z}, precisionOf(rules), afterNumber(rules)) != 4)
+    return std::nullopt;
   return p;
 }
 
 std::optional<DigitisedFiducial> parseDigitisedFiducial(const std::string& line, const ReadingRules& rules) {
   DigitisedFiducial f;
   auto& [x, y, z] = f.positionCm;
-  if (scan(line, "%s %f %f %f", {&f.label, &x, &y, &z}, precisionOf(rules)) != 4) return std::nullopt;
+  if (scan(line, "%s %f %f %f", {&f.label, &x, &y, &z}, precisionOf(rules), afterNumber(rules)) != 4)
+    return std::nullopt;
   return f;
 }
 
@@ -193,7 +196,7 @@ std::optional<BadSegment> parseBadSegment(const std::string& line, const Reading
   const ScanPrecision precision = precisionOf(rules);
   std::int32_t trial = 0;
   double start = 0.0, end = 0.0;
-  if (scan(line, "%d %f %f", {&trial, &start, &end}, precision) != 3) return std::nullopt;
+  if (scan(line, "%d %f %f", {&trial, &start, &end}, precision, afterNumber(rules)) != 3) return std::nullopt;
   // Single precision is multiplied as such too.
   const auto toMs = [precision](double seconds) {
     return precision == ScanPrecision::full ? seconds * double{kMillisecondsPerSecond}

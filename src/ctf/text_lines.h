@@ -21,6 +21,11 @@ inline ScanPrecision precisionOf(const ReadingRules& rules) {
   return rules.doubleNumbers ? ScanPrecision::full : ScanPrecision::single;
 }
 
+/// A number with something else at its end is none, which is reported and passed over.
+inline AfterNumber afterNumber(const ReadingRules& rules) {
+  return rules.badLinesSkipped ? AfterNumber::blank : AfterNumber::anything;
+}
+
 /// What is made of a last line that no line break ends. The system ends every line, so that in a file of
 /// counts, keywords or sets the line was cut, perhaps inside a number. Lists that scripts write often lack
 /// the last line break, and nothing else tells a whole line from a cut one.
@@ -65,6 +70,8 @@ class TextLines {
 
   /// Reports a finding about the file as a whole.
   void note(Code code, const std::string& text) const;
+
+  const ReadingRules& rules() const { return m_rules; }
 
   /// Whether a warning was reported of this file.
   bool warned() const { return m_warned; }

@@ -1,6 +1,7 @@
 #include "recording/file_names.h"
 
 #include <algorithm>
+#include <charconv>
 #include <string_view>
 #include <system_error>
 #include <vector>
@@ -41,6 +42,13 @@ std::string stemOfSamples(const std::string& name) {
   return isFirst || isLater ? name.substr(0, point) : "";
 }
 
+/// The number in the name of a sample file; 0 for the first.
+int numberOfSamples(const std::string& name) {
+  int number = 0;
+  std::from_chars(name.data() + name.rfind('.') + 1, name.data() + name.size(), number);
+  return number;
+}
+
 }  // namespace
 
 fs::path stemOfFolder(const fs::path& folder) { return nameOfFolder(folder).stem(); }
@@ -51,17 +59,27 @@ void reportOtherName(const fs::path& resourceFile, Notices& notices) {
     report(notices, textOf(resourceFile), "is called otherwise than its folder");
 }
 
-void reportOtherSamples(const Store& store, const std::string& stem, Notices& notices) {
+int reportOtherSamples(const Store& store, const std::string& stem, int last, Notices& notices) {
   std::vector<std::string> names;
   try {
     names = store.list();
   } catch (const FileError&) {
-    return;  // a directory may let its files be opened and not be listed
+    return 0;  // a directory may let its files be opened and not be listed
   }
   std::sort(names.begin(), names.end());
-  for (const std::string& name : names)
-    if (const std::string other = stemOfSamples(name); !other.empty() && other != stem)
+  int beyond = 0;
+  for (const std::string& name : names) {
+    const std::string itsStem = stemOfSamples(name);
+    if (!itsStem.empty() && itsStem != stem)
       report(notices, store.pathOf(name), "is called otherwise than the dataset, and not read");
+    if (itsStem != stem || numberOfSamples(name) <= last) continue;
+    ++beyond;
+    notices.report({.severity = Finding::Severity::warning,
+                    .code = wordOf(Code::meg4Trailing),
+                    .file = store.pathOf(name),
+                    .text = "is not read: the run ends before it"});
+  }
+  return beyond;
 }
 
 }  // namespace ctfmeg

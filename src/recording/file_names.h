@@ -16,7 +16,8 @@ std::filesystem::path stemOfFolder(const std::filesystem::path& folder);
 /// or a file put there.
 void reportOtherName(const std::filesystem::path& resourceFile, Notices& notices);
 
-/// Reports sample files that are called otherwise than the dataset's: they are not read.
-void reportOtherSamples(const Store& store, const std::string& stem, Notices& notices);
+/// Reports sample files that are not read: those that are called otherwise than the dataset's, and those of
+/// its own whose number is above `last`. Returns how many these are.
+int reportOtherSamples(const Store& store, const std::string& stem, int last, Notices& notices);
 
 }  // namespace ctfmeg

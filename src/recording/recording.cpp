@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cmath>
 #include <mutex>
 #include <new>
@@ -36,7 +37,10 @@ struct Recording::State {
       const RecordInfo& record = dataset.record;
       set.emplace(*store, name, SampleCounts{record.numTrials, record.numChannels, record.samplesPerTrial},
                   findings);
-      reportOtherSamples(*store, name, findings);
+      // The set itself reports the file after its last.
+      const bool whole = set->trials() == record.numTrials;
+      const int last = whole ? static_cast<int>(set->files().size()) : INT_MAX;
+      strayFiles = reportOtherSamples(*store, name, last, findings);
       sampleWarnings = findings.take();
     });
     return *set;
@@ -58,6 +62,7 @@ struct Recording::State {
 
   mutable std::once_flag looked;
   mutable std::optional<SampleSet> set;
+  mutable int strayFiles = 0;  // with numbers beyond those of the set
   mutable std::vector<Finding> sampleWarnings;
 };
 
@@ -82,11 +87,11 @@ void checkFileFormat(const fs::path& file, const OpenOptions& options) {
   throw Error(ErrorKind::refused, file, "does not look like a CTF file; not read");
 }
 
-SampleStatus statusOf(const SampleSet& set) {
+SampleStatus statusOf(const SampleSet& set, int strayFiles) {
   if (set.holdsNothing()) return SampleStatus::noSamples;
   if (set.failure() && !is(*set.failure(), Code::meg4Empty)) return SampleStatus::broken;
   if (set.trials() < set.counts().trials) return SampleStatus::tooShort;
-  return set.extraBytes() > 0 ? SampleStatus::extra : SampleStatus::ok;
+  return set.extraBytes() > 0 || strayFiles > 0 ? SampleStatus::extra : SampleStatus::ok;
 }
 
 }  // namespace
@@ -102,7 +107,8 @@ Recording openRecording(std::shared_ptr<const Store> store, const std::string& s
       throw findings.errorAbout(state->resourceFile);
     reportOtherName(state->resourceFile, findings);
     const double rate = dataset.record.sampleRate;
-    if (!std::isfinite(rate) || !std::isfinite(1.0 / rate) || rate <= 0.0)
+    // Times of samples must be numbers.
+    if (!std::isfinite(rate) || !std::isfinite(0x1p63 / rate) || rate <= 0.0)
       findings.report({Finding::Severity::warning, wordOf(Code::res4Rate), textOf(state->resourceFile),
                        "gives a sample rate that can't be"});
     state->clock.emplace(dataset.channels, dataset.record);
@@ -149,7 +155,7 @@ const std::vector<Finding>& Recording::sampleWarnings() const& {
 SampleFiles Recording::sampleFiles() const {
   if (record().samplesPerTrial < 1) return {.trialsSaid = record().numTrials};
   const SampleSet& set = m_state->sampleSet();
-  SampleFiles files{.status = statusOf(set),
+  SampleFiles files{.status = statusOf(set, m_state->strayFiles),
                     .count = static_cast<int>(set.files().size()),
                     .trialsSaid = record().numTrials,
                     .trialsThere = set.trials(),

@@ -95,6 +95,10 @@ bool mark(const std::vector<Channel>& channels, std::vector<bool>& wanted, bool 
   }
   std::string nearest;
   if (const std::size_t literal = item.find_first_of("*?"); literal == std::string::npos) {
+    for (const char* group : {"meg", "ref"})
+      if (std::any_of(channels.begin(), channels.end(),
+                      [&](const Channel& channel) { return isOfKind(channel, group); }))
+        kinds.emplace_back(group);
     std::vector<std::string> there = shortNames;
     there.insert(there.end(), kinds.begin(), kinds.end());
     nearest = nearestText(item, there);

@@ -212,8 +212,9 @@ std::vector<ChannelStatistics> statisticsOf(const SampleSource& source, const Si
   for (std::size_t i = 0; i < tallies.size(); ++i) {
     const Channel& channel = source.channels()[i];
     all.push_back(tallies[i].statistics(channel.gain, limits, static_cast<std::int64_t>(mostFlat)));
-    if (const double noise = tallies[i].noise() / std::abs(channel.gain); noise > 0.0)
-      noises[channel.kind].emplace(i, noise);
+    // A channel whose gain can't be has raw values, which compare with nothing.
+    const double noise = channel.unit == "1" ? 0.0 : tallies[i].noise() / std::abs(channel.gain);
+    if (noise > 0.0 && std::isfinite(noise)) noises[channel.kind].emplace(i, noise);
   }
   for (const auto& [kind, ofKind] : noises)
     if (isJudged(kind)) compareNoise(ofKind, limits, all);

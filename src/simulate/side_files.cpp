@@ -272,7 +272,7 @@ void writeSideFiles(const std::filesystem::path& stem, const Options& options,
 
   const auto [electrodes, positions] = electrodeTexts(channels);
   writeFile(stem, ".hc", headCoilText());
-  writeFile(stem, ".eeg", electrodes);
+  if (!electrodes.empty()) writeFile(stem, ".eeg", electrodes);
   writeFile(stem, ".pos", positions);
 
   const std::vector<std::string> gradiometers = gradiometerNames(channels);

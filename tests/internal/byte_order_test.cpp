@@ -162,14 +162,14 @@ TEST(Text, ALocaleOfTheHostChangesNoNumber) {
   Probe reader(ReadingRules::plain());
   const CString base = Probe::getFilePathBasic(reader.writeDataset({}));
   writeFile(reader.directory.path() / "run.ds" / "run.infods", infods);
-  writeFile(reader.directory.path() / "run.ds" / "bad.segments", "1 0.5 1,5\n");
+  writeFile(reader.directory.path() / "run.ds" / "bad.segments", "1 0.5 1.5\n");
   reader.readInfoDsFile(base + L"infods");
   reader.readBadSegments(base);
   std::setlocale(LC_ALL, "C");
   ASSERT_STREQ(comma, "0,5") << "the locale has no comma";
   EXPECT_EQ(toUtf8(reader.info().information.text), "0.500000 \n");
   EXPECT_EQ(reader.data.badSegments().at(0).startMs, 500.0);
-  EXPECT_EQ(reader.data.badSegments().at(0).endMs, 1000.0);
+  EXPECT_EQ(reader.data.badSegments().at(0).endMs, 1500.0);
 }
 #endif
 
