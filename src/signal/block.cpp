@@ -1,101 +1,169 @@
 #include "signal/block.h"
 
 #include <algorithm>
+#include <array>
+#include <numeric>
 
 #include "base/wide_instructions.h"
 
-// Simple loops that the compiler makes wide instructions of. What is inline is part of both forms of `sumUp`.
-
-#define INLINE inline __attribute__((always_inline))
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
 namespace ctfmeg {
 namespace {
 
-/// to - from, without what exceeds 32 bits.
-INLINE std::int32_t difference(std::int32_t from, std::int32_t to) {
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(to) - static_cast<std::uint32_t>(from));
+Block emptyBlock(const std::int32_t* samples, std::size_t count, bool goesOn) {
+  return {.base = samples[0], .min = samples[0], .max = samples[0], .steps = goesOn ? count : count - 1};
 }
 
-/// The sums of samples from `first` on, in 32 bits but for the squares. They are right where all samples
-/// differ by less than 2^21, as those of most blocks do; the range is right anyway.
-INLINE void sumNarrow(const std::int32_t* samples, std::size_t first, std::size_t count, Block& block) {
+/// Whatever the samples are: simple loops that the compiler makes wide instructions of, inlined to be
+/// compiled for different machines.
+inline __attribute__((always_inline)) Block sumUpAny(const std::int32_t* samples, std::size_t count,
+                                                     bool goesOn) {
+  Block block = emptyBlock(samples, count, goesOn);
   const std::int32_t base = block.base;
-  std::int32_t min = base, max = base, largest = 0, equal = 0;
-  std::uint32_t sum = 0, stepSum = 0;
-  std::uint64_t squares = 0;
-  for (std::size_t i = first; i < count; ++i) {
-    const std::int32_t sample = samples[i];
-    min = std::min(min, sample);
-    max = std::max(max, sample);
-    const std::int32_t change = difference(samples[i - 1], sample);
-    const std::int32_t step = std::max(change, difference(change, 0));
-    largest = std::max(largest, step);
-    stepSum += static_cast<std::uint32_t>(step);
-    equal += change == 0 ? 1 : 0;
-  }
-  for (std::size_t i = first; i < count; ++i) {
-    const std::int32_t distance = difference(base, samples[i]);
-    sum += static_cast<std::uint32_t>(distance);
-    squares += static_cast<std::uint64_t>(std::int64_t{distance} * distance);
-  }
-  block.min = min;
-  block.max = max;
-  block.sum = static_cast<std::int32_t>(sum);
-  block.squaresLow = squares;
-  block.largestStep = static_cast<std::uint32_t>(largest);
-  block.stepSum = stepSum;
-  block.equalSteps = static_cast<std::size_t>(equal);
-}
-
-/// The sums of any samples.
-INLINE void sumWide(const std::int32_t* samples, std::size_t first, std::size_t count, Block& block) {
-  const std::int64_t base = block.base;
-  std::int64_t sum = 0;
-  std::uint64_t low = 0, high = 0, stepSum = 0, equal = 0;
-  std::uint32_t largest = 0;
-  for (std::size_t i = first; i < count; ++i) {
-    const std::uint64_t distance = stepBetween(block.base, samples[i]);
+  std::uint64_t low = 0, high = 0;  // squares = low + high x 2^32
+  for (std::size_t i = 1; i < count; ++i) {
+    block.min = std::min(block.min, samples[i]);
+    block.max = std::max(block.max, samples[i]);
+    block.sum += std::int64_t{samples[i]} - base;
+    const std::uint64_t distance = stepBetween(base, samples[i]);
     const std::uint64_t square = distance * distance;
-    sum += samples[i] - base;
     low += square & 0xFFFFFFFFU;
     high += square >> 32U;
-    const std::uint32_t step = stepBetween(samples[i - 1], samples[i]);
-    largest = step > largest ? step : largest;
-    stepSum += step;
-    equal += step == 0 ? 1 : 0;
   }
-  block.sum = sum;
-  block.squaresLow = low;
-  block.squaresHigh = high;
-  block.largestStep = largest;
-  block.stepSum = stepSum;
-  block.equalSteps = equal;
+  block.squares = (Sum{high} << 32U) + low;
+  for (std::size_t i = count - block.steps; i < count; ++i) {
+    const std::uint32_t step = stepBetween(samples[static_cast<std::ptrdiff_t>(i) - 1], samples[i]);
+    block.largestStep = std::max(block.largestStep, step);
+    block.stepSum += step;
+  }
+  for (std::size_t i = 2; i < count; ++i)
+    block.repeated += samples[i] == samples[i - 1] && samples[i] == samples[i - 2] ? 1 : 0;
+  return block;
 }
 
-INLINE Block sumUpHere(const std::int32_t* samples, std::size_t count, bool goesOn) {
-  constexpr std::uint32_t kNarrow = 1U << 21U;
-  const std::size_t first = goesOn ? 0 : 1;
-  Block block{.base = samples[0], .steps = count - first};
-  sumNarrow(samples, first, count, block);
-  const std::int32_t before = goesOn ? samples[-1] : samples[0];
-  if (stepBetween(std::min(block.min, before), std::max(block.max, before)) >= kNarrow)
-    sumWide(samples, first, count, block);
+#if defined(__x86_64__)
+
+#define WIDE_INLINE WIDE_INSTRUCTIONS inline __attribute__((always_inline))
+
+/// Eight samples or what is summed up of them, each in a lane of its own.
+using Lanes = __m256i;
+constexpr std::size_t kLanes = 8;
+
+WIDE_INLINE Lanes load(const std::int32_t* samples) {
+  return _mm256_loadu_si256(reinterpret_cast<const Lanes*>(samples));
+}
+
+template <class T>
+WIDE_INLINE auto each(Lanes lanes) {
+  std::array<T, kLanes * sizeof(std::int32_t) / sizeof(T)> values{};
+  _mm256_storeu_si256(reinterpret_cast<Lanes*>(values.data()), lanes);
+  return values;
+}
+
+template <class T>
+WIDE_INLINE T total(Lanes lanes) {
+  const auto values = each<T>(lanes);
+  return std::accumulate(values.begin(), values.end(), T{0});
+}
+
+WIDE_INLINE std::int32_t least(Lanes lanes) {
+  const auto values = each<std::int32_t>(lanes);
+  return std::accumulate(values.begin(), values.end(), values[0],
+                         [](auto a, auto b) { return std::min(a, b); });
+}
+
+WIDE_INLINE std::int32_t greatest(Lanes lanes) {
+  const auto values = each<std::int32_t>(lanes);
+  return std::accumulate(values.begin(), values.end(), values[0],
+                         [](auto a, auto b) { return std::max(a, b); });
+}
+
+/// What is summed up in lanes. Sums leave out what exceeds 32 bits, those of squares what exceeds 64.
+struct LaneSums {
+  Lanes min, max;
+  Lanes sum = _mm256_setzero_si256(), squares = sum, largestStep = sum, stepSum = sum, repeated = sum;
+
+  WIDE_INLINE explicit LaneSums(Lanes base) : min(base), max(base) {}
+
+  /// Adds samples, of which those one before and two before are needed, too.
+  WIDE_INLINE void add(Lanes now, Lanes before, Lanes earlier) {
+    min = _mm256_min_epi32(min, now);
+    max = _mm256_max_epi32(max, now);
+    sum = _mm256_add_epi32(sum, now);
+    const Lanes odd = _mm256_srli_epi64(now, 32);  // products are of every other lane
+    squares = _mm256_add_epi64(squares, _mm256_mul_epi32(now, now));
+    squares = _mm256_add_epi64(squares, _mm256_mul_epi32(odd, odd));
+    const Lanes step = _mm256_abs_epi32(_mm256_sub_epi32(now, before));
+    largestStep = _mm256_max_epi32(largestStep, step);
+    stepSum = _mm256_add_epi32(stepSum, step);
+    const Lanes equal = _mm256_and_si256(_mm256_cmpeq_epi32(now, before), _mm256_cmpeq_epi32(now, earlier));
+    repeated = _mm256_sub_epi32(repeated, equal);  // equal is -1
+  }
+};
+
+/// Right where all samples, and the one before them, differ by less than 2^21, as those of most blocks do.
+/// The range is right anyway.
+WIDE_INLINE Block sumUpNarrow(const std::int32_t* samples, std::size_t count, bool goesOn) {
+  Block block = emptyBlock(samples, count, goesOn);
+  LaneSums sums(_mm256_set1_epi32(block.base));
+  // All but the first two samples and the last few fill whole lanes. Those few share lanes, and those left
+  // over have the base, which changes nothing.
+  const std::size_t head = std::min<std::size_t>(count, 2), end = count - (count - head) % kLanes;
+  std::array<std::int32_t, kLanes> few{}, before{}, earlier{};
+  few.fill(block.base);
+  before.fill(block.base);
+  earlier.fill(~block.base);
+  for (std::size_t lane = 0; lane < kLanes; ++lane) {
+    const std::size_t i = lane < head ? lane : end + lane - head;
+    if (i >= count) break;
+    few[lane] = samples[i];
+    before[lane] = i > 0 || goesOn ? samples[static_cast<std::ptrdiff_t>(i) - 1] : samples[i];
+    earlier[lane] = i > 1 ? samples[i - 2] : ~samples[i];
+  }
+  sums.add(load(few.data()), load(before.data()), load(earlier.data()));
+  for (const std::int32_t* at = samples + head; at != samples + end; at += kLanes)
+    sums.add(load(at), load(at - 1), load(at - 2));
+
+  // The sums are about 0, without their upper bits; about the base they have no such bits.
+  const auto n = static_cast<std::uint32_t>(end - head + kLanes),
+             base = static_cast<std::uint32_t>(block.base);
+  block.sum = static_cast<std::int32_t>(total<std::uint32_t>(sums.sum) - n * base);
+  const auto wideBase = static_cast<std::uint64_t>(std::int64_t{block.base});
+  block.squares = total<std::uint64_t>(sums.squares) -
+                  wideBase * (2 * static_cast<std::uint64_t>(block.sum) + n * wideBase);
+  block.min = least(sums.min);
+  block.max = greatest(sums.max);
+  block.largestStep = static_cast<std::uint32_t>(greatest(sums.largestStep));
+  block.stepSum = total<std::uint32_t>(sums.stepSum);
+  block.repeated = total<std::uint32_t>(sums.repeated);
   return block;
 }
 
 WIDE_INSTRUCTIONS Block sumUpWide(const std::int32_t* samples, std::size_t count, bool goesOn) {
-  return sumUpHere(samples, count, goesOn);
+  constexpr std::uint32_t kNarrow = 1U << 21U;
+  Block block = sumUpNarrow(samples, count, goesOn);
+  const std::int32_t before = goesOn ? samples[-1] : samples[0];
+  if (stepBetween(std::min(block.min, before), std::max(block.max, before)) >= kNarrow)
+    block = sumUpAny(samples, count, goesOn);
+  return block;
 }
+
+#endif
 
 }  // namespace
 
 Block sumUpPlainly(const std::int32_t* samples, std::size_t count, bool goesOn) {
-  return sumUpHere(samples, count, goesOn);
+  return sumUpAny(samples, count, goesOn);
 }
 
 Block sumUp(const std::int32_t* samples, std::size_t count, bool goesOn) {
-  return machineHasWideInstructions() ? sumUpWide(samples, count, goesOn)
-                                      : sumUpPlainly(samples, count, goesOn);
+#if defined(__x86_64__)
+  if (machineHasWideInstructions()) return sumUpWide(samples, count, goesOn);
+#endif
+  return sumUpPlainly(samples, count, goesOn);
 }
 
 }  // namespace ctfmeg

@@ -8,16 +8,21 @@ namespace ctfmeg {
 /// Samples of a channel that are looked at together: enough to say how noisy it is just there.
 inline constexpr std::int64_t kBlockSamples = 1024;
 
+/// Of all samples, or their squares.
+__extension__ using Sum = __int128;
+
 /// What is summed up of a block. `sum` and the squares are of the samples' distances from the first one.
 struct Block {
   std::int32_t base = 0;  ///< the first sample
   std::int32_t min = 0, max = 0;
   std::int64_t sum = 0;
-  std::uint64_t squaresLow = 0, squaresHigh = 0;  ///< squares = low + high x 2^32, neither near its limit
-  std::size_t steps = 0;                          ///< from one sample to the next
-  std::uint32_t largestStep = 0;                  ///< without sign, as all of them
+  Sum squares = 0;
+  std::size_t steps = 0;          ///< from one sample to the next
+  std::uint32_t largestStep = 0;  ///< without sign, as all of them
   std::uint64_t stepSum = 0;
-  std::size_t equalSteps = 0;  ///< steps of 0
+  std::size_t repeated = 0;  ///< samples equal to the two before them, which are of the block
+
+  friend bool operator==(const Block&, const Block&) = default;
 };
 
 /// Sums up 1 to `kBlockSamples` samples. `goesOn`: samples[-1] is the sample before, and the step from it

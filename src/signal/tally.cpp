@@ -71,6 +71,7 @@ void Top::add(const Top& other) {
 }
 
 void Tally::add(const std::int32_t* samples, std::int64_t count, SamplePlace first, bool goesOn) {
+  if (m_judged) lookAtSteps(samples, count, first, goesOn);
   for (std::int64_t done = 0; done < count;) {
     const std::int64_t now = std::min(kBlockSamples - (first.sample + done) % kBlockSamples, count - done);
     addBlock(samples + done, now, first + done, goesOn || done > 0);
@@ -80,12 +81,11 @@ void Tally::add(const std::int32_t* samples, std::int64_t count, SamplePlace fir
 
 void Tally::addBlock(const std::int32_t* samples, std::int64_t count, SamplePlace first, bool goesOn) {
   const Block block = sumUp(samples, static_cast<std::size_t>(count), goesOn);
-  const Sum squares = (Sum{block.squaresHigh} << 32U) + block.squaresLow;
   m_min = m_count == 0 ? block.min : std::min(m_min, block.min);
   m_max = m_count == 0 ? block.max : std::max(m_max, block.max);
   m_count += count;
   m_sum += Sum{block.base} * count + block.sum;
-  m_squares += squares + 2 * Sum{block.base} * block.sum + Sum{block.base} * block.base * count;
+  m_squares += block.squares + 2 * Sum{block.base} * block.sum + Sum{block.base} * block.base * count;
 
   if (!goesOn) m_run = 0;
   followRuns(samples, count, block, first);
@@ -97,7 +97,7 @@ void Tally::addBlock(const std::int32_t* samples, std::int64_t count, SamplePlac
     return;
   const auto n = static_cast<double>(count);
   const double mean = static_cast<double>(block.sum) / n;
-  m_deviations.add(std::sqrt(std::max(static_cast<double>(squares) / n - mean * mean, 0.0)), count);
+  m_deviations.add(std::sqrt(std::max(static_cast<double>(block.squares) / n - mean * mean, 0.0)), count);
 }
 
 void Tally::keepLonger(std::int64_t length, SamplePlace first) {
@@ -118,8 +118,8 @@ void Tally::followRuns(const std::int32_t* samples, std::int64_t count, const Bl
     if (at == count) return;
   }
   // One that begins here and is longer than the longest so far reaches so many samples further: most of those
-  // in between need not be looked at.
-  if (static_cast<std::int64_t>(block.equalSteps) >= m_longest) {
+  // in between need not be looked at, and none where too few samples repeat the two before them.
+  if (static_cast<std::int64_t>(block.repeated) >= m_longest - 1) {
     for (std::int64_t begin = at; begin + m_longest < count;) {
       const std::int64_t probe = begin + m_longest;
       if (m_longest > 0 && samples[probe] != samples[probe - 1]) {
@@ -159,19 +159,20 @@ void Tally::findTops(const std::int32_t* samples, std::int64_t count, const Bloc
   }
 }
 
-void Tally::findSteps(const std::int32_t* samples, std::int64_t count, const Block& block,
-                      SamplePlace first) {
-  const std::int64_t firstStep = count - static_cast<std::int64_t>(block.steps);
+void Tally::lookAtSteps(const std::int32_t* samples, std::int64_t count, SamplePlace first, bool goesOn) {
   constexpr std::int64_t kTrialsApart = 127;  // so that not every trial has the same of its steps looked at
   const std::int64_t offset = (first.sample + first.trial * kTrialsApart) % m_stepsToOne;
   for (std::int64_t i = offset == 0 ? 0 : m_stepsToOne - offset; i < count; i += m_stepsToOne)
-    if (i >= firstStep && samples[i] != samples[i - 1])
+    if ((i > 0 || goesOn) && samples[i] != samples[i - 1])
       m_usualSteps.add(stepBetween(samples[i - 1], samples[i]), 1);
+}
 
+void Tally::findSteps(const std::int32_t* samples, std::int64_t count, const Block& block,
+                      SamplePlace first) {
   constexpr double kOutstanding = 8.0;
   const double limit = kOutstanding * static_cast<double>(block.stepSum) / static_cast<double>(block.steps);
   if (block.largestStep <= limit) return;
-  for (std::int64_t i = firstStep; i < count; ++i) {
+  for (std::int64_t i = count - static_cast<std::int64_t>(block.steps); i < count; ++i) {
     const std::uint32_t step = stepBetween(samples[i - 1], samples[i]);
     if (step <= limit) continue;
     Steps& steps = m_outstanding.try_emplace(SizeCounts::classOf(step), Steps{0, first + i}).first->second;

@@ -69,9 +69,8 @@ class Tally {
   double noise() const { return m_deviations.quantile(0.5); }
 
  private:
-  __extension__ using Sum = __int128;
-
   void addBlock(const std::int32_t* samples, std::int64_t count, SamplePlace first, bool goesOn);
+  void lookAtSteps(const std::int32_t* samples, std::int64_t count, SamplePlace first, bool goesOn);
   void followRuns(const std::int32_t* samples, std::int64_t count, const Block& block, SamplePlace first);
   void keepLonger(std::int64_t length, SamplePlace first);
   void findTops(const std::int32_t* samples, std::int64_t count, const Block& block, SamplePlace first);
