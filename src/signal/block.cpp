@@ -23,24 +23,37 @@ inline __attribute__((always_inline)) Block sumUpAny(const std::int32_t* samples
                                                      bool goesOn) {
   Block block = emptyBlock(samples, count, goesOn);
   const std::int32_t base = block.base;
+  std::int32_t min = base, max = base;
+  std::int64_t sum = 0;
   std::uint64_t low = 0, high = 0;  // squares = low + high x 2^32
   for (std::size_t i = 1; i < count; ++i) {
-    block.min = std::min(block.min, samples[i]);
-    block.max = std::max(block.max, samples[i]);
-    block.sum += std::int64_t{samples[i]} - base;
+    min = std::min(min, samples[i]);
+    max = std::max(max, samples[i]);
+    sum += std::int64_t{samples[i]} - base;
     const std::uint64_t distance = stepBetween(base, samples[i]);
     const std::uint64_t square = distance * distance;
     low += square & 0xFFFFFFFFU;
     high += square >> 32U;
   }
+  block.min = min;
+  block.max = max;
+  block.sum = sum;
   block.squares = (Sum{high} << 32U) + low;
+
+  std::uint32_t largest = 0;
+  std::uint64_t stepSum = 0, repeated = 0;
   for (std::size_t i = count - block.steps; i < count; ++i) {
     const std::uint32_t step = stepBetween(samples[static_cast<std::ptrdiff_t>(i) - 1], samples[i]);
-    block.largestStep = std::max(block.largestStep, step);
-    block.stepSum += step;
+    largest = std::max(largest, step);
+    stepSum += step;
   }
-  for (std::size_t i = 2; i < count; ++i)
-    block.repeated += samples[i] == samples[i - 1] && samples[i] == samples[i - 2] ? 1 : 0;
+  for (std::size_t i = 2; i < count; ++i) {
+    const bool once = samples[i] == samples[i - 1], twice = samples[i] == samples[i - 2];
+    repeated += once && twice ? 1 : 0;
+  }
+  block.largestStep = largest;
+  block.stepSum = stepSum;
+  block.repeated = repeated;
   return block;
 }
 
