@@ -122,26 +122,27 @@ struct LaneSums {
 WIDE_INLINE Block sumUpNarrow(const std::int32_t* samples, std::size_t count, bool goesOn) {
   Block block = emptyBlock(samples, count, goesOn);
   LaneSums sums(_mm256_set1_epi32(block.base));
-  // All but the first two samples and the last few fill whole lanes. Those few share lanes, and those left
-  // over have the base, which changes nothing.
-  const std::size_t head = std::min<std::size_t>(count, 2), end = count - (count - head) % kLanes;
-  std::array<std::int32_t, kLanes> few{}, before{}, earlier{};
+  // All but the first two samples and the last ones, of which there are up to seven, fill whole lanes. Those
+  // share some of their own, and lanes left over have the base, which changes nothing.
+  const std::size_t head = std::min<std::size_t>(count, 2), tail = (count - head) % kLanes,
+                    end = count - tail;
+  std::array<std::int32_t, 2 * kLanes> few{}, before{}, earlier{};
   few.fill(block.base);
   before.fill(block.base);
   earlier.fill(~block.base);
-  for (std::size_t lane = 0; lane < kLanes; ++lane) {
+  for (std::size_t lane = 0; lane < head + tail; ++lane) {
     const std::size_t i = lane < head ? lane : end + lane - head;
-    if (i >= count) break;
     few[lane] = samples[i];
     before[lane] = i > 0 || goesOn ? samples[static_cast<std::ptrdiff_t>(i) - 1] : samples[i];
     earlier[lane] = i > 1 ? samples[i - 2] : ~samples[i];
   }
-  sums.add(load(few.data()), load(before.data()), load(earlier.data()));
+  for (std::size_t lane = 0; lane < few.size(); lane += kLanes)
+    sums.add(load(few.data() + lane), load(before.data() + lane), load(earlier.data() + lane));
   for (const std::int32_t* at = samples + head; at != samples + end; at += kLanes)
     sums.add(load(at), load(at - 1), load(at - 2));
 
   // The sums are about 0, without their upper bits; about the base they have no such bits.
-  const auto n = static_cast<std::uint32_t>(end - head + kLanes),
+  const auto n = static_cast<std::uint32_t>(end - head + few.size()),
              base = static_cast<std::uint32_t>(block.base);
   block.sum = static_cast<std::int32_t>(total<std::uint32_t>(sums.sum) - n * base);
   const auto wideBase = static_cast<std::uint64_t>(std::int64_t{block.base});

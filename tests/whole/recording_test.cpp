@@ -8,6 +8,7 @@
 
 #include "check_host/check_host.h"
 #include "recording/physical.h"
+#include "signal/block.h"
 #include "support/minimal_dataset.h"
 #include "support/temporary_directory.h"
 
@@ -170,6 +171,37 @@ TEST(Recording, PhysicalValuesAreTheNearestDoublesToTheQuotients) {
     ctfmeg::divideEachPlainly(values, divisor, plain);
     ASSERT_EQ(std::memcmp(quotients.data(), plain.data(), plain.size() * sizeof(double)), 0) << divisor;
   }
+}
+
+TEST(Statistics, OfABlockAreTheSameByEveryInstructionSet) {
+  std::mt19937_64 random(20261122);
+  for (int round = 0; round < 20000; ++round) {
+    // Values of so many bits, about any base; some blocks have one at an end of 32 bits.
+    const int bits = round % 33;
+    const auto base = static_cast<std::uint32_t>(random());
+    std::vector<std::int32_t> samples(1 + (round % 7 == 0 ? ctfmeg::kBlockSamples : 1 + random() % 40));
+    for (std::int32_t& sample : samples)
+      sample = static_cast<std::int32_t>(base + (bits == 0 ? 0 : random() >> (64 - bits)));
+    if (round % 5 == 0) samples[random() % samples.size()] = round % 2 == 0 ? INT32_MAX : INT32_MIN;
+    for (const bool goesOn : {false, true}) {
+      const auto count = samples.size() - 1;
+      ASSERT_EQ(ctfmeg::sumUp(samples.data() + 1, count, goesOn),
+                ctfmeg::sumUpPlainly(samples.data() + 1, count, goesOn))
+          << round;
+    }
+  }
+  // What both say of one that is easy to see through.
+  const std::vector<std::int32_t> few{7, 7, 7, 7, 4, INT32_MIN};
+  const ctfmeg::Block block = ctfmeg::sumUp(few.data() + 1, 4, true);
+  EXPECT_EQ(block, (ctfmeg::Block{.base = 7,
+                                  .min = 4,
+                                  .max = 7,
+                                  .sum = -3,
+                                  .squares = 9,
+                                  .steps = 4,
+                                  .largestStep = 3,
+                                  .stepSum = 3,
+                                  .repeated = 1}));
 }
 
 }  // namespace
