@@ -122,19 +122,24 @@ struct LaneSums {
 WIDE_INLINE Block sumUpNarrow(const std::int32_t* samples, std::size_t count, bool goesOn) {
   Block block = emptyBlock(samples, count, goesOn);
   LaneSums sums(_mm256_set1_epi32(block.base));
+  const std::int32_t beforeFirst = goesOn ? samples[-1] : samples[0];
   // All but the first two samples and the last ones, of which there are up to seven, fill whole lanes. Those
-  // share some of their own, and lanes left over have the base, which changes nothing.
-  const std::size_t head = std::min<std::size_t>(count, 2), tail = (count - head) % kLanes,
-                    end = count - tail;
+  // have some for themselves, in which the base is left over: it changes nothing.
+  const std::size_t head = std::min<std::size_t>(count, 2), end = count - (count - head) % kLanes;
   std::array<std::int32_t, 2 * kLanes> few{}, before{}, earlier{};
   few.fill(block.base);
   before.fill(block.base);
   earlier.fill(~block.base);
-  for (std::size_t lane = 0; lane < head + tail; ++lane) {
-    const std::size_t i = lane < head ? lane : end + lane - head;
+  for (std::size_t i = 0; i < head; ++i) {
+    few[i] = samples[i];
+    before[i] = i > 0 ? samples[0] : beforeFirst;
+    earlier[i] = ~samples[i];
+  }
+  for (std::size_t i = end; i < count; ++i) {
+    const std::size_t lane = kLanes + i - end;
     few[lane] = samples[i];
-    before[lane] = i > 0 || goesOn ? samples[static_cast<std::ptrdiff_t>(i) - 1] : samples[i];
-    earlier[lane] = i > 1 ? samples[i - 2] : ~samples[i];
+    before[lane] = samples[i - 1];
+    earlier[lane] = samples[i - 2];
   }
   for (std::size_t lane = 0; lane < few.size(); lane += kLanes)
     sums.add(load(few.data() + lane), load(before.data() + lane), load(earlier.data() + lane));
