@@ -311,7 +311,7 @@ def streams():
 
 def signals():
     for name, path in (("trials of 14.4 MB", recording("large", 300, 84, 12000)),
-                       ("one trial", stretched("long", 300, 1, 1_000_000, filled=True))):
+                       ("one trial", recording("one-trial", 300, 1, 1_000_000))):
         command_seconds(["cat", *sample_files(path)])  # into the cache
         ratios(f"statistics, {name}, {sample_bytes(path) / 1e9:.2f} GB", best({
             "read, one thread": lambda: in_process("RecordingWindows", path),
