@@ -1,5 +1,7 @@
 #include "tables/case_run.h"
 
+#include <fstream>
+
 #ifdef _WIN32
 #include <windows.h>
 #endif
@@ -51,6 +53,13 @@ CMarkerDatazk markerIn(const std::vector<std::int64_t>& trials) {
 }
 
 }  // namespace
+
+bool someFilesAreUnreadable() {
+  const TemporaryDirectory folder;
+  const fs::path path = folder.path() / "file";
+  const auto lock = makeUnreadable(path);
+  return fs::exists(path) && std::ifstream(path, std::ios::binary).get() == std::char_traits<char>::eof();
+}
 
 CaseRun::CaseRun(const Case& c, const ReadingRules& rules)
     : Probe(rules),

@@ -39,3 +39,6 @@ std::string printedBy(const CaseRun& run, const std::string& commands);
 std::string damageTo(const std::string& name, const std::string& whole, const ReadingRules& rules);
 
 void replaceAll(std::string& text, const std::string& old, const std::string& replacement);
+
+/// Whether a file can be made here that opens but can't be read, as cases want it with "unreadable".
+bool someFilesAreUnreadable();
