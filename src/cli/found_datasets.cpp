@@ -49,9 +49,7 @@ bool isFolderOfDatasets(const std::string& path) {
   const fs::path directory = reachable(pathFromText(path));
   std::error_code unknown;
   if (!fs::is_directory(directory, unknown)) return false;
-  if (fs::weakly_canonical(directory, unknown).extension() == ".ds" || directory.extension() == ".ds")
-    return false;
-  return true;
+  return directory.extension() != ".ds" && fs::weakly_canonical(directory, unknown).extension() != ".ds";
 }
 
 namespace {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <climits>
 #include <string_view>
 #include <system_error>
 #include <vector>
@@ -42,11 +43,12 @@ std::string stemOfSamples(const std::string& name) {
   return isFirst || isLater ? name.substr(0, point) : "";
 }
 
-/// The number in the name of a sample file; 0 for the first.
+/// The number in the name of a sample file; 0 for the first, the largest that there is for one beyond all.
 int numberOfSamples(const std::string& name) {
   int number = 0;
-  std::from_chars(name.data() + name.rfind('.') + 1, name.data() + name.size(), number);
-  return number;
+  const auto [end, error] =
+      std::from_chars(name.data() + name.rfind('.') + 1, name.data() + name.size(), number);
+  return error == std::errc::result_out_of_range ? INT_MAX : number;
 }
 
 }  // namespace
