@@ -35,7 +35,8 @@ void addCheck(Definitions& definitions) {
       ->type_name("");
   command->add_flag("--signals", options->signals,
                     "look at the samples, too: channels that are flat, clipped, jump or are noisy");
-  addSignalLimits(command, options->limits);
+  for (CLI::Option* limit : addSignalLimits(command, options->limits))
+    limit->needs("--signals");
   command->add_flag("--host", options->host, "what host rules would lose, too (reads all samples)");
   command->add_flag("--json", options->json, "as JSON");
   addNoIdentity(command, options->reading);

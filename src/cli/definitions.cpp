@@ -43,9 +43,13 @@ void Definitions::addHelp() {
   const auto name = std::make_shared<std::string>();
   auto* help =
       add("help", "Show what a command takes", "  ctfmeg help\n  ctfmeg help export\n", [this, name] {
-        const CLI::App* asked = name->empty() ? &m_app : commandNamed(m_app, *name);
-        if (asked == nullptr) throw UsageError(unknownCommand(m_app, *name));
-        const std::string called = (asked == &m_app ? "" : "ctfmeg ") + asked->get_name();
+        const CLI::App* asked = &m_app;
+        std::string called = m_app.get_name();
+        if (!name->empty()) {
+          asked = commandNamed(m_app, *name);
+          if (asked == nullptr) throw UsageError(unknownCommand(m_app, *name));
+          called += " " + asked->get_name();
+        }
         std::cout << m_app.get_formatter()->make_help(asked, called, CLI::AppFormatMode::Normal);
         finishOutput();
         return kDone;
@@ -104,9 +108,9 @@ void addThreads(CLI::App* command, int& threads) {
   addCount(command, "--threads", threads, "threads that read (default: as many as may be used and pay)");
 }
 
-void addSignalLimits(CLI::App* command, SignalLimits& limits) {
+std::vector<CLI::Option*> addSignalLimits(CLI::App* command, SignalLimits& limits) {
   const auto add = [command](const char* name, const char* type, double& limit, const char* help) {
-    command->add_option(name, limit, help)
+    return command->add_option(name, limit, help)
         ->check([](const std::string& text) {
           const auto number = parseSeconds(text);
           return number && *number > 0.0 ? "" : mustBe("a number above 0", text);
@@ -114,11 +118,11 @@ void addSignalLimits(CLI::App* command, SignalLimits& limits) {
         ->type_name(type)
         ->capture_default_str();
   };
-  add("--flat", "S", limits.flatSeconds, "a channel is flat that does not change for S seconds");
-  add("--clip", "N", limits.pileUp,
-      "it is clipped where its outermost value is N times as often as the next one");
-  add("--jump", "N", limits.jump, "it jumps where a step is N times as large as usual");
-  add("--noise", "N", limits.noise, "it is noisy at more than N times the noise of its kind");
+  return {add("--flat", "S", limits.flatSeconds, "a channel is flat that does not change for S seconds"),
+          add("--clip", "N", limits.pileUp,
+              "it is clipped where its outermost value is N times as often as the next one"),
+          add("--jump", "N", limits.jump, "it jumps where a step is N times as large as usual"),
+          add("--noise", "N", limits.noise, "it is noisy at more than N times the noise of its kind")};
 }
 
 void addMemory(CLI::App* command) {

@@ -59,8 +59,8 @@ void addForm(CLI::App* command, output::TableForm& form);
 /// A number of things, or of what is done at once.
 CLI::Option* addCount(CLI::App* command, const char* name, int& count, const char* help);
 void addThreads(CLI::App* command, int& threads);
-/// From where on signals are faulty.
-void addSignalLimits(CLI::App* command, SignalLimits& limits);
+/// From where on signals are faulty. Gives what was added.
+std::vector<CLI::Option*> addSignalLimits(CLI::App* command, SignalLimits& limits);
 
 /// Which samples.
 void addSelection(CLI::App* command, SelectionOptions& options);

@@ -49,7 +49,7 @@ bool isFolderOfDatasets(const std::string& path) {
   const fs::path directory = reachable(pathFromText(path));
   std::error_code unknown;
   if (!fs::is_directory(directory, unknown)) return false;
-  return directory.extension() != ".ds" && fs::weakly_canonical(directory, unknown).extension() != ".ds";
+  return !isNamedDataset(directory);
 }
 
 namespace {

@@ -1,7 +1,6 @@
 #include <filesystem>
 #include <iostream>
 
-#include "base/nearest.h"
 #include "cli/messages.h"
 #include "cli/process.h"
 #include "cli/selection.h"
@@ -27,7 +26,7 @@ std::vector<simulate::Pause> parsePauses(const std::string& text) {
     const auto trials = parseTrials(item.substr(0, colon));
     const auto seconds = colon == std::string::npos ? std::nullopt : parseSeconds(item.substr(colon + 1));
     if (!trials || trials->size() != 1 || !seconds)
-      throw std::invalid_argument("gap must be TRIAL:SECONDS, such as 2:1.5, not \"" + item + "\"");
+      throw std::invalid_argument("--gap must be TRIAL:SECONDS, such as 2:1.5, not \"" + item + "\"");
     pauses.push_back({trials->front(), *seconds});
   }
   return pauses;
@@ -37,8 +36,8 @@ double parseNoise(const std::string& text) {
   constexpr double kUsualPicotesla = 200;
   const auto picotesla = text == "true" ? std::optional(kUsualPicotesla) : parseSeconds(text);
   if (!picotesla || *picotesla <= 0)
-    throw std::invalid_argument("common-noise takes a number of picotesla, as in --common-noise=50, not \"" +
-                                text + "\"");
+    throw std::invalid_argument(
+        "--common-noise takes a number of picotesla, as in --common-noise=50, not \"" + text + "\"");
   return *picotesla;
 }
 
@@ -49,22 +48,6 @@ simulate::Options optionsOf(const SimulateOptions& options) {
   if (options.commonNoise) dataset.commonNoise = parseNoise(*options.commonNoise);
   if (options.damage) dataset.damage = parseNames(*options.damage).value();
   return dataset;
-}
-
-/// The simulation's sentence about an option that can't be used, with the option as it is given and what was
-/// probably meant.
-std::string wrongOption(std::string text) {
-  if (text.starts_with("directory ")) return text.replace(0, 9, "OUT.ds");
-  if (text.starts_with("splitAfter")) text.replace(0, 10, "split-after");
-  std::vector<std::string> words;
-  for (const simulate::Damage& damage : simulate::damages())
-    words.emplace_back(damage.name);
-  for (const auto fault :
-       {simulate::Fault::flat, simulate::Fault::clipped, simulate::Fault::jump, simulate::Fault::noisy})
-    words.emplace_back(nameOf(fault));
-  const std::size_t quote = text.find('"');
-  const std::string given = quote == std::string::npos ? "" : text.substr(quote + 1, text.size() - quote - 2);
-  return "--" + text + nearestText(given, words);
 }
 
 void printFaults(const simulate::Options& options) {
@@ -99,7 +82,7 @@ int runSimulate(const SimulateOptions& options) {
   } catch (const simulate::Stopped&) {
     throw Interrupted{};
   } catch (const std::invalid_argument& wrong) {
-    throw UsageError(wrongOption(wrong.what()));
+    throw UsageError(wrong.what());
   } catch (const std::filesystem::filesystem_error& failed) {
     throw CommandError(options.directory, "can't be written: " + failed.code().message());
   }

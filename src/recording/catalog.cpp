@@ -13,13 +13,16 @@ bool isDataset(const fs::path& path) { return path.extension() == ".ds"; }
 
 }  // namespace
 
-Catalog findDatasets(const fs::path& directory, const std::function<bool()>& stops) {
-  Catalog found;
-  // A directory that is named without its name, such as ".", may be a dataset all the same.
+bool isNamedDataset(const fs::path& directory) {
   std::error_code unknown;
   const fs::path itself = fs::canonical(directory, unknown);
   const fs::path given = directory.has_filename() ? directory : directory.parent_path();
-  if (isDataset(given) || (!unknown && isDataset(itself))) found.datasets.push_back(directory);
+  return isDataset(given) || (!unknown && isDataset(itself));
+}
+
+Catalog findDatasets(const fs::path& directory, const std::function<bool()>& stops) {
+  Catalog found;
+  if (isNamedDataset(directory)) found.datasets.push_back(directory);
   std::vector<fs::path> open{directory};
   while (!open.empty() && !(stops && stops())) {
     const fs::path here = std::move(open.back());

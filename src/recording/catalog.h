@@ -17,6 +17,9 @@ struct Catalog {
   std::vector<Problem> problems;                ///< directories and links that can't be followed
 };
 
+/// Whether a directory is called `.ds`, in the path or, as with ".", itself.
+bool isNamedDataset(const std::filesystem::path& directory);
+
 /// Every `.ds` directory at or below `directory`, those inside others too. Links to directories are not
 /// followed, except those that are themselves named `.ds`. `stops` is asked now and then: true ends the
 /// search with what was found so far.

@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "base/nearest.h"
+
 #include "simulate/channels.h"
 #include "simulate/files.h"
 #include "simulate/output.h"
@@ -210,10 +212,11 @@ constexpr Damage kDamages[] = {
 const Damage& damageOf(const std::string& name) {
   const auto known = std::ranges::find(kDamages, name, &Damage::name);
   if (known != std::end(kDamages)) return *known;
-  std::string names;
+  std::vector<std::string> names;
   for (const Damage& damage : kDamages)
-    names += (names.empty() ? "" : ", ") + std::string(damage.name);
-  throw std::invalid_argument("damage takes " + names + ", not \"" + name + "\"");
+    names.emplace_back(damage.name);
+  throw std::invalid_argument("--damage takes " + listText(names) + ", not \"" + name + "\"" +
+                              nearestText(name, names));
 }
 
 }  // namespace
@@ -226,13 +229,13 @@ void validateDamage(const Options& options) {
     const Damage& damage = damageOf(name);
     const auto [earlier, isFirst] = damaged.emplace(damage.file, damage.name);
     if (!isFirst)
-      throw std::invalid_argument("damage: " + std::string(earlier->second) + " and " + name +
+      throw std::invalid_argument("--damage: " + std::string(earlier->second) + " and " + name +
                                   " are of one file: choose one");
     if (sampleFiles(options) < damage.leastSampleFiles)
-      throw std::invalid_argument("damage: " + name + " needs " + std::to_string(damage.leastSampleFiles) +
-                                  " sample files or more: split-after makes several");
+      throw std::invalid_argument("--damage: " + name + " needs " + std::to_string(damage.leastSampleFiles) +
+                                  " sample files or more: --split-after makes several");
     if (name == "twice-named" && options.channels < 2)
-      throw std::invalid_argument("damage: " + name + " needs 2 channels or more");
+      throw std::invalid_argument("--damage: " + name + " needs 2 channels or more");
   }
 }
 

@@ -65,7 +65,7 @@ class TemporaryDirectory {
 void writeDataset(const fs::path& directory, const Options& options, const Progress& progress) {
   validate(options);
   const fs::path target = withoutTrailingSeparator(directory);
-  if (target.extension() != ".ds") throw std::invalid_argument("directory must have a name ending in .ds");
+  if (target.extension() != ".ds") throw std::invalid_argument("OUT.ds must have a name ending in .ds");
   requireNew(target);
 
   const std::vector<Channel> channels = makeChannels(options.channels);

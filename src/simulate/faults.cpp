@@ -7,6 +7,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "base/nearest.h"
+
 namespace ctfmeg::simulate {
 
 namespace {
@@ -142,13 +144,6 @@ class NoisySignal : public FaultySignal {
   double m_noise;
 };
 
-std::string names() {
-  std::string text;
-  for (const std::string_view name : kNames)
-    text += (text.empty() ? "" : ", ") + std::string(name);
-  return text;
-}
-
 }  // namespace
 
 std::string_view nameOf(Fault fault) { return kNames[static_cast<std::size_t>(fault)]; }
@@ -166,9 +161,12 @@ std::vector<Fault> parseFaults(std::string_view list) {
     int number = 0;
     const auto [end, error] = std::from_chars(count.data(), count.data() + count.size(), number);
     const bool counts = error == std::errc() && end == count.data() + count.size();
-    if (known == kNames.end() || !counts || number < 1 || number > kMaxFaults)
-      throw std::invalid_argument("bad takes " + names() + ", each with a number such as flat:2, not \"" +
-                                  std::string(item) + "\"");
+    if (known == kNames.end() || !counts || number < 1 || number > kMaxFaults) {
+      const std::vector<std::string> names(kNames.begin(), kNames.end());
+      throw std::invalid_argument("--bad takes " + listText(names) +
+                                  ", each with a number such as flat:2, not \"" + std::string(item) + "\"" +
+                                  nearestText(item, names));
+    }
     faults.insert(faults.end(), static_cast<std::size_t>(number), static_cast<Fault>(known - kNames.begin()));
   }
   return faults;
@@ -180,7 +178,7 @@ std::vector<PlantedFault> plantFaults(const Options& options, const std::vector<
     if (channels[i].type == SensorType::gradiometer) free.push_back(i);
   if (free.size() > 1) free.pop_back();  // marked as bad in any case
   if (options.bad.size() > free.size())
-    throw std::invalid_argument("bad: " + std::to_string(options.bad.size()) +
+    throw std::invalid_argument("--bad: " + std::to_string(options.bad.size()) +
                                 " channels can't have a fault where there are " +
                                 std::to_string(free.size()) + " to choose from");
   Random random = randomOf(options, channels.size());

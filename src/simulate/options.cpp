@@ -38,16 +38,16 @@ void requirePauses(const Options& options) {
   std::set<int> trials;
   double samples = static_cast<double>(options.trials) * static_cast<double>(options.samples);
   for (const Pause& pause : options.pauses) {
-    const std::string text = "gap after trial " + std::to_string(pause.afterTrial);
-    if (options.trials < 2) throw std::invalid_argument("gap needs two trials or more");
-    requireRange("gap: the trial", pause.afterTrial, 0, options.trials - 2);
+    const std::string text = "--gap after trial " + std::to_string(pause.afterTrial);
+    if (options.trials < 2) throw std::invalid_argument("--gap needs two trials or more");
+    requireRange("--gap: the trial", pause.afterTrial, 0, options.trials - 2);
     if (!trials.insert(pause.afterTrial).second) throw std::invalid_argument(text + " is there twice");
     const double length = pause.seconds * options.rate;
     if (!(length >= 0.5)) throw std::invalid_argument(text + " is shorter than a sample");
     samples += length;
   }
   if (!options.pauses.empty() && !(samples / options.rate < kMaxCount32 / kClockTicksPerSecond))
-    throw std::invalid_argument("gap: the clock can't count on to the end of so long a recording");
+    throw std::invalid_argument("--gap: the clock can't count on to the end of so long a recording");
 }
 
 }  // namespace
@@ -64,18 +64,18 @@ int trialsPerFile(const Options& options) {
 }
 
 void validate(const Options& options) {
-  requireRange("channels", options.channels, 1, kMaxCount16);
-  requireRange("trials", options.trials, 1, kMaxCount16);
-  requireRange("samples", options.samples, 1, kMaxCount32);
-  requireRange("splitAfter", options.splitAfter, 0, kMaxCount16);
+  requireRange("--channels", options.channels, 1, kMaxCount16);
+  requireRange("--trials", options.trials, 1, kMaxCount16);
+  requireRange("--samples", options.samples, 1, kMaxCount32);
+  requireRange("--split-after", options.splitAfter, 0, kMaxCount16);
   if (!(std::isfinite(options.rate) && options.rate > 0))
-    throw std::invalid_argument("rate must be a finite number above 0");
+    throw std::invalid_argument("--rate must be a finite number above 0");
   constexpr double kMostNoise = 1e6;
   if (!(options.commonNoise >= 0 && options.commonNoise <= kMostNoise))
-    throw std::invalid_argument("common-noise must be at most 1000000 picotesla");
+    throw std::invalid_argument("--common-noise must be at most 1000000 picotesla");
   requirePauses(options);
   if (trialsThatFit(options) < 1) {
-    throw std::invalid_argument("channels and samples: one trial would take " +
+    throw std::invalid_argument("--channels and --samples: one trial would take " +
                                 std::to_string(trialBytes(options)) +
                                 " bytes, but it has to fit whole into one file below 2 GiB");
   }
