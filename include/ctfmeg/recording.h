@@ -207,6 +207,8 @@ class CTFMEG_API Recording {
 
  private:
   friend Recording openRecording(std::shared_ptr<const Store>, const std::string&, const OpenOptions&);
+  friend std::shared_ptr<const SampleSource> samplesOfChannels(const Recording&, const Selection&,
+                                                               std::vector<int>);
   struct State;
   explicit Recording(std::shared_ptr<const State> state) : m_state(std::move(state)) {}
   std::shared_ptr<const State> m_state;

@@ -1,48 +1,36 @@
 #include "recording/compensation.h"
 
 #include <algorithm>
-#include <set>
-#include <string_view>
-#include <unordered_set>
-#include <utility>
 
 namespace ctfmeg {
-namespace {
 
-constexpr int kHighestOrder = 3;
-
-/// "GkBR" for order k.
-std::uint32_t typeOf(int order) { return 0x47304252U + (static_cast<std::uint32_t>(order) << 16); }
-
-/// The coefficients whose references are all there, by sensor and type.
-class Coefficients {
- public:
-  Coefficients(const std::vector<Channel>& channels, const std::vector<CoefficientRecord>& records) {
-    std::unordered_set<std::string_view> names;
-    for (const Channel& channel : channels) {
-      names.insert(channel.name);
-      names.insert(channel.shortName);
-    }
-    for (const CoefficientRecord& record : records)
-      if (std::all_of(record.references.begin(), record.references.end(),
-                      [&](const Coefficient& c) { return names.contains(c.reference); }))
-        m_known.emplace(record.sensor, record.type);
-  }
-
-  bool has(const Channel& channel, int order) const {
-    if (order == 0) return true;
-    return m_known.contains({channel.name, typeOf(order)}) ||
-           m_known.contains({channel.shortName, typeOf(order)});
-  }
-
- private:
-  std::set<std::pair<std::string_view, std::uint32_t>> m_known;
-};
-
-}  // namespace
+std::uint32_t coefficientTypeOf(int order) { return 0x47304252U + (static_cast<std::uint32_t>(order) << 16); }
 
 bool isMeg(const Channel& channel) {
   return channel.kind == ChannelKind::magnetometer || channel.kind == ChannelKind::gradiometer;
+}
+
+Coefficients::Coefficients(const std::vector<Channel>& channels,
+                           const std::vector<CoefficientRecord>& records) {
+  for (const CoefficientRecord& record : records)
+    m_records.emplace(std::pair{std::string_view(record.sensor), record.type}, &record);
+  for (const Channel& channel : channels) {
+    m_names.emplace(channel.name, &channel);
+    m_shortNames.emplace(channel.shortName, &channel);
+  }
+}
+
+const CoefficientRecord* Coefficients::find(const Channel& sensor, int order) const {
+  const std::uint32_t type = coefficientTypeOf(order);
+  auto found = m_records.find({sensor.name, type});
+  if (found == m_records.end()) found = m_records.find({sensor.shortName, type});
+  return found == m_records.end() ? nullptr : found->second;
+}
+
+const Channel* Coefficients::reference(const std::string& name) const {
+  if (const auto found = m_names.find(name); found != m_names.end()) return found->second;
+  const auto found = m_shortNames.find(name);
+  return found == m_shortNames.end() ? nullptr : found->second;
 }
 
 CompensationOrders compensationOrders(const std::vector<Channel>& channels,
@@ -57,11 +45,18 @@ CompensationOrders compensationOrders(const std::vector<Channel>& channels,
                   [&](const Channel* c) { return c->gradientOrder == first; }))
     orders.stored = first;
   const Coefficients known(channels, coefficients);
+  const auto has = [&](const Channel& sensor, int order) {
+    if (order == 0) return true;
+    const CoefficientRecord* record = known.find(sensor, order);
+    return record != nullptr &&
+           std::all_of(record->references.begin(), record->references.end(),
+                       [&](const Coefficient& c) { return known.reference(c.reference) != nullptr; });
+  };
   for (int order = 0; order <= kHighestOrder; ++order) {
     const auto canHave = [&](const Channel* channel) {
       const std::int32_t own = channel->gradientOrder;
       if (own == order) return true;
-      return own >= 0 && own <= kHighestOrder && known.has(*channel, own) && known.has(*channel, order);
+      return own >= 0 && own <= kHighestOrder && has(*channel, own) && has(*channel, order);
     };
     if (std::all_of(sensors.begin(), sensors.end(), canHave)) orders.available.push_back(order);
   }

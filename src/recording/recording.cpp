@@ -222,21 +222,26 @@ RecordInfo Recording::record(const Selection& selection) const {
 }
 
 std::shared_ptr<const SampleSource> Recording::samples(const Selection& selection) const {
-  const fs::path& file = resourceFile();
-  const RecordInfo& header = record();
-  std::vector<int> trials = chosenTrials(selection, markers(), file, header.numTrials);
-  std::vector<int> numbers = chosenChannels(selection);
+  return samplesOfChannels(*this, selection, chosenChannels(selection));
+}
+
+std::shared_ptr<const SampleSource> samplesOfChannels(const Recording& recording, const Selection& selection,
+                                                      std::vector<int> numbers) {
+  const auto& state = recording.m_state;
+  const fs::path& file = recording.resourceFile();
+  const RecordInfo& header = recording.record();
+  std::vector<int> trials = chosenTrials(selection, recording.markers(), file, header.numTrials);
   if (header.samplesPerTrial < 1) throw Error(ErrorKind::refused, file, "says that a trial has no samples");
-  const SampleSet& set = m_state->sampleSet();
+  const SampleSet& set = state->sampleSet();
   const bool takesPartial =
       selection.partial != Partial::leaveOut && set.partialTrial() && set.partialTrial()->channels > 0;
   if (const auto& failure = set.failure(); failure && !(takesPartial && is(*failure, Code::meg4Empty)))
-    throw Error(kindOf(*failure), pathFromText(failure->file), failure->text, m_state->sampleWarnings);
+    throw Error(kindOf(*failure), pathFromText(failure->file), failure->text, state->sampleWarnings);
 
   const int there = set.trials() + (takesPartial ? 1 : 0);
   const auto beyond = std::lower_bound(trials.begin(), trials.end(), there);
   if (beyond != trials.end() && (selection.trials || selection.markers))
-    throw missingTrial(*beyond, file, m_state->sampleWarnings);
+    throw missingTrial(*beyond, file, state->sampleWarnings);
   trials.erase(beyond, trials.end());
 
   bool missing = false;
@@ -250,14 +255,14 @@ std::shared_ptr<const SampleSource> Recording::samples(const Selection& selectio
   std::vector<Channel> chosen;
   chosen.reserve(numbers.size());
   for (const int number : numbers)
-    chosen.push_back(channels()[static_cast<std::size_t>(number)]);
+    chosen.push_back(recording.channels()[static_cast<std::size_t>(number)]);
   std::vector<Finding> findings;
-  const auto gapBetween = [this](int trial, int later) { return m_state->gapBetween(trial, later); };
+  const auto gapBetween = [&state](int trial, int later) { return state->gapBetween(trial, later); };
   Arrangement arrangement = arrange(selection, trials, {header, file, gapBetween}, findings);
   arrangement.missing = arrangement.missing || missing;
   if (auto remark = aliasingOf(header, arrangement.step, file)) findings.push_back(*std::move(remark));
-  return std::make_shared<FileSamples>(m_state, set, m_state->workers, std::move(chosen),
-                                       std::move(arrangement), std::move(findings));
+  return std::make_shared<FileSamples>(state, set, state->workers, std::move(chosen), std::move(arrangement),
+                                       std::move(findings));
 }
 
 std::vector<Trial> Recording::read(const Selection& selection, const ProgressFunction& progress) const {

@@ -1,14 +1,25 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <vector>
 
 #include <ctfmeg/events.h>
 #include <ctfmeg/finding.h>
 #include <ctfmeg/record.h>
+#include <ctfmeg/recording.h>
+#include <ctfmeg/samples.h>
 #include <ctfmeg/selection.h>
 
 namespace ctfmeg {
+inline namespace v1 {
+
+/// The samples that a selection leaves of these channels, places in `Recording::channels()` in rising order,
+/// in the place of those that it chooses. Throws what `Recording::samples` throws.
+std::shared_ptr<const SampleSource> samplesOfChannels(const Recording& recording, const Selection& selection,
+                                                      std::vector<int> channels);
+
+}  // namespace v1
 
 // What a selection means for a recording. `file` is what errors are about.
 
