@@ -97,7 +97,8 @@ struct ExportOptions {
   std::string output;                          ///< "-": standard output
   std::optional<std::string> outputDirectory;  ///< in the place of `output`: a file for each dataset
   bool physical = false;
-  std::optional<ValueType> type;  ///< without one the type that fits
+  std::optional<int> compensation;  ///< gradient order of MEG channels, which are then physical
+  std::optional<ValueType> type;    ///< without one the type that fits
   bool description = true;
   bool skipExisting = false;
   int jobs = 1;     ///< datasets at once

@@ -38,6 +38,16 @@ void addExport(Definitions& definitions) {
                     "in tesla, volt, seconds and metres (float64), not raw (int32)");
   command
       ->add_option_function<std::string>(
+          "--compensation",
+          [options](const std::string& order) {
+            options->compensation = order[0] - '0';
+            options->samples.asked.emplace_back("compensation", order);
+          },
+          "MEG channels in this gradient order, whatever they are stored in (implies --physical)")
+      ->check(oneOf({"0", "1", "2", "3"}))
+      ->type_name("0|1|2|3");
+  command
+      ->add_option_function<std::string>(
           "--dtype", [options](const std::string& name) { options->type = *valueTypeOf(name); },
           "type of the values")
       ->check(oneOf({"int32", "float32", "float64"}))

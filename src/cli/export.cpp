@@ -27,10 +27,15 @@ using output::ResultFile;
 
 constexpr const char* kStandardOutput = "-";
 
+Values valuesOf(const ExportOptions& options) {
+  return options.physical || options.compensation ? Values::physical : Values::raw;
+}
+
 /// Whether values may be missing, or are no integers.
 bool needsFloat(const ExportOptions& options) {
   const Selection& selection = options.samples.selection;
-  return options.physical || selection.gaps == Gaps::fill || selection.partial == Partial::fill;
+  return valuesOf(options) == Values::physical || selection.gaps == Gaps::fill ||
+         selection.partial == Partial::fill;
 }
 
 ValueType typeOf(const ExportOptions& options) {
@@ -92,30 +97,49 @@ class SharedProgress {
   std::vector<double> m_done;  // 0 to 1
 };
 
-/// Writes the array of a source, a window at a time, so that memory does not grow with the recording. With
-/// more than one thread a window is written while the next one is read.
+/// How the array of a source is written: a window at a time, so that memory does not grow with the recording.
+struct Writing {
+  Values values = Values::raw;
+  int threads = 0;  ///< with more than one a window is written while the next one is read
+  /// Where the array begins in a file whose bytes may come in any order; then no window lacks any of the
+  /// channels, which other channels are needed for. Elsewhere they come in the order of the array.
+  std::optional<std::uint64_t> begin{};
+};
+
 template <class Value, class Show>
-void writeValues(ResultFile& file, const SampleSource& source, Values values, int threads, Show show) {
+void writeValues(ResultFile& file, const SampleSource& source, const Writing& how, Show show) {
   constexpr std::int64_t kBytes = 1 << 22;  // still in the processor's own memory when they are written
+  constexpr std::int64_t kMost = kBytes / std::int64_t{sizeof(Value)};
   const Shape shape = source.shape();
   std::vector<Value> before, next;  // read already, and being read
-  Workers both(std::min(threads > 0 ? threads : usableProcessors(), 2));
+  Window written, reading;          // they are of
+  Workers both(std::min(how.threads > 0 ? how.threads : usableProcessors(), 2));
   const auto writer = std::this_thread::get_id();  // signals about pipes reach this thread alone
   double done = 0.0;
   const double all = static_cast<double>(shape.trials) * shape.channels * static_cast<double>(shape.samples);
+  const std::int64_t span = std::max<std::int64_t>(kMost / std::max(shape.channels, 1), 1);
+  const bool anyOrder = how.begin && span < shape.samples;
   const auto write = [&] {
-    file.write(std::as_bytes(std::span(before)));
+    const auto bytes = std::as_bytes(std::span(before));
+    if (!anyOrder) file.write(bytes);
+    for (int c = 0; c < written.channels && anyOrder; ++c) {
+      const std::int64_t place = (written.trial * shape.channels + c) * shape.samples + written.first;
+      file.goTo(*how.begin + static_cast<std::uint64_t>(place) * sizeof(Value));
+      const std::size_t row = bytes.size() / static_cast<std::size_t>(written.channels);
+      file.write(bytes.subspan(static_cast<std::size_t>(c) * row, row));
+    }
     done += static_cast<double>(before.size());
   };
   const auto read = [&](const Window& window) {
+    reading = window;
     next.resize(static_cast<std::size_t>(window.trials * window.channels * window.samples));
     if constexpr (std::is_same_v<Value, std::int32_t>)
       source.read(window, next);
     else
-      source.read(window, next, values);
+      source.read(window, next, how.values);
   };
   const Window everything{0, shape.trials, 0, shape.channels, 0, shape.samples};
-  forEachWindow(everything, kBytes / std::int64_t{sizeof(Value)}, [&](const Window& window) {
+  const auto step = [&](const Window& window) {
     show(done / all);
     stopIfInterrupted();
     if (before.empty()) {
@@ -128,7 +152,12 @@ void writeValues(ResultFile& file, const SampleSource& source, Values values, in
       });
     }
     std::swap(before, next);
-  });
+    written = reading;
+  };
+  if (!anyOrder) forEachWindow(everything, kMost, step);
+  for (std::int64_t t = 0; t < shape.trials && anyOrder; ++t)
+    for (std::int64_t s = 0; s < shape.samples; s += span)
+      step({t, 1, 0, shape.channels, s, std::min(span, shape.samples - s)});
   stopIfInterrupted();
   write();
   show(1.0);
@@ -151,13 +180,13 @@ class Export {
     if (output != kStandardOutput) requireFolderOf(output);
     const Recording recording = m_session.open(dataset);
     const Selection& selection = m_options.samples.selection;
-    const SelectedSamples selected = m_session.select(dataset, recording, selection);
+    const SelectedSamples selected = m_session.select(dataset, recording, selection, m_options.compensation);
     m_session.sayWarnings(dataset, recording.warnings());
     m_session.sayWarnings(dataset, selected.findings);
 
     const SampleSource& source = *selected.source;
     const ValueType type = typeOf(m_options);
-    const Values values = m_options.physical ? Values::physical : Values::raw;
+    const Values values = valuesOf(m_options);
     const ArrayDescription array{
         dataset, recording, source, descrOf(type), values, selection.continuous, m_options.samples.asked};
     const bool file = isFile(output);
@@ -166,13 +195,15 @@ class Export {
                             : ResultFile(stdout, "standard output");
     const std::string header = output::npyHeader(array.descr, array.shape());
     result.write(std::as_bytes(std::span(header)));
+    Writing how{values, threadsOf(m_options)};
+    if (file && m_options.compensation) how.begin = header.size();
     const auto show = [&](double done) { m_progress.show(work, done); };
     if (type == ValueType::int32)
-      writeValues<std::int32_t>(result, source, values, threadsOf(m_options), show);
+      writeValues<std::int32_t>(result, source, how, show);
     else if (type == ValueType::float32)
-      writeValues<float>(result, source, values, threadsOf(m_options), show);
+      writeValues<float>(result, source, how, show);
     else
-      writeValues<double>(result, source, values, threadsOf(m_options), show);
+      writeValues<double>(result, source, how, show);
     stopIfInterrupted();
     if (file && m_options.description) {
       ResultFile described(reachable(pathFromText(output + ".json")), output + ".json");

@@ -17,6 +17,7 @@
 #include "recording/catalog.h"
 #include "recording/collected.h"
 
+#include <ctfmeg/compensation.h>
 #include <ctfmeg/path_text.h>
 
 namespace ctfmeg::cli {
@@ -76,9 +77,11 @@ std::string folderHint(const Error& error) {
              : "; there are datasets below it, which \"ctfmeg scan\" lists";
 }
 
-std::shared_ptr<const SampleSource> samplesOf(const Recording& recording, const Selection& selection) {
+std::shared_ptr<const SampleSource> samplesOf(const Recording& recording, const Selection& selection,
+                                              std::optional<int> compensation, int threads) {
   try {
-    return recording.samples(selection);
+    return compensation ? compensated(recording, selection, *compensation, threads)
+                        : recording.samples(selection);
   } catch (const Error& error) {
     std::string hint;
     for (const Finding& finding : error.findings())
@@ -134,7 +137,7 @@ Recording Session::open(const std::string& dataset, Rules rules) const {
 }
 
 SelectedSamples Session::select(const std::string& dataset, const Recording& recording,
-                                const Selection& selection) const {
+                                const Selection& selection, std::optional<int> compensation) const {
   CollectedFindings findings;
   for (const Finding& known : recording.warnings())
     findings.report(known);
@@ -148,12 +151,14 @@ SelectedSamples Session::select(const std::string& dataset, const Recording& rec
     return all;
   };
   if (recording.rules() == Rules::plain) {
-    const auto source = samplesOf(recording, selection);
+    const auto source = samplesOf(recording, selection, compensation, m_options.threads);
     for (const Finding& finding : source->warnings())
       findings.report(finding);
     return {recording.record(selection), source, selection.continuous,
             beyondKnown(hinted(recording, selection))};
   }
+  if (compensation)
+    throw Error(ErrorKind::refused, recording.resourceFile(), "can't be compensated under host rules");
   // The resource file was found: nothing is left to be asked.
   HostReading reading = readAsHost(recording.resourceFile(), selection, {}, progress(dataset));
   return {std::move(reading.record), std::move(reading.samples), false, beyondKnown(reading.findings)};

@@ -32,9 +32,10 @@ class Session {
   Recording open(const std::string& dataset, Rules rules) const;
 
   /// What a selection leaves of a recording: under plain rules to be read on demand, under host rules all
-  /// that hosts import, in memory. Throws `Error`, and Interrupted after Ctrl-C.
-  SelectedSamples select(const std::string& dataset, const Recording& recording,
-                         const Selection& selection) const;
+  /// that hosts import, in memory. MEG channels come in the gradient order `compensation`, where one is
+  /// given. Throws `Error`, and Interrupted after Ctrl-C.
+  SelectedSamples select(const std::string& dataset, const Recording& recording, const Selection& selection,
+                         std::optional<int> compensation = {}) const;
 
   /// A recording without a selection, with what was noticed about its sample files where there are any.
   SelectedSamples lookAt(const Recording& recording) const;

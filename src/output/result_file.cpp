@@ -62,6 +62,10 @@ void ResultFile::write(std::span<const std::byte> bytes) {
   if (std::fwrite(bytes.data(), 1, bytes.size(), m_file) != bytes.size()) fail("can't be written", errno);
 }
 
+void ResultFile::goTo(std::uint64_t offset) {
+  if (!seek(m_file, offset)) fail("can't be written", errno);
+}
+
 void ResultFile::finish() {
   if (m_file == nullptr) return;
   if (std::fflush(m_file) != 0) fail("can't be written", errno);

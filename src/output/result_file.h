@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -35,6 +36,8 @@ class ResultFile {
   ~ResultFile();
 
   void write(std::span<const std::byte> bytes);
+  /// What is written next begins at this byte of the file, which must be a new one.
+  void goTo(std::uint64_t offset);
 
   /// Everything is written: closes the file.
   void finish();
@@ -48,6 +51,8 @@ class ResultFile {
 
   /// Opens a file for binary writing; null, with the reason in errno, when that fails.
   static std::FILE* open(const std::filesystem::path& file, bool mustBeNew);
+  /// Whether that was possible; the reason is in errno.
+  static bool seek(std::FILE* file, std::uint64_t offset);
   [[noreturn]] void fail(const char* what, const std::error_code& reason) const;
   [[noreturn]] void fail(const char* what, int errorNumber) const;
   void openBeside();

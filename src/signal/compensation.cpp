@@ -280,8 +280,9 @@ std::shared_ptr<const SampleSource> compensated(const Recording& recording, cons
   requireOrder(order);
   std::vector<int> chosen = recording.chosenChannels(selection);
   if (selection.partial == Partial::drop) {  // not all of them may be left
+    const auto left = recording.samples(selection);
     chosen.clear();
-    for (const Channel& channel : recording.samples(selection)->channels())
+    for (const Channel& channel : left->channels())
       chosen.push_back(channel.index);
   }
   const Weights weights(recording);

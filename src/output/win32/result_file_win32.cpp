@@ -12,4 +12,8 @@ std::FILE* ResultFile::open(const std::filesystem::path& file, bool mustBeNew) {
   return opened < 0 ? nullptr : _fdopen(opened, "wb");
 }
 
+bool ResultFile::seek(std::FILE* file, std::uint64_t offset) {
+  return _fseeki64(file, static_cast<__int64>(offset), SEEK_SET) == 0;
+}
+
 }  // namespace ctfmeg::output
