@@ -100,14 +100,14 @@ struct Reading {
 
 /// Memory of one thread.
 struct Rows {
-  std::vector<double> references, values;
-  std::vector<SampleTile> tiles;  // of the references
+  std::vector<double> values;
+  std::vector<SampleTile> tiles;  // of all references, and then the next samples of all
 };
 
 constexpr std::int64_t kTile = SampleTile::kSamples;
-constexpr std::int64_t kSamplesAtOnce = 4096;       // of a channel
-constexpr std::int64_t kValuesAtOnce = 1 << 16;     // of several, beside references
-constexpr std::int64_t kReferenceValues = 1 << 17;  // of all references
+constexpr std::int64_t kSamplesAtOnce = 2048;       // of a channel
+constexpr std::int64_t kValuesAtOnce = 1 << 15;     // of several, beside references
+constexpr std::int64_t kReferenceValues = 1 << 16;  // of all references
 
 class CompensatedSamples : public SampleSource {
  public:
@@ -202,8 +202,8 @@ class CompensatedSamples : public SampleSource {
   template <class Value>
   void readPart(const Window& part, const Reading& reading, Rows& rows, Value* out,
                 std::int64_t stride) const {
-    readPlaces(part, reading.references, rows.references);
-    rows.tiles.resize(reading.references.size());
+    const std::size_t references = reading.references.size();
+    readReferences(part, reading.references, rows);
     const auto atOnce =
         static_cast<int>(std::clamp<std::int64_t>(kValuesAtOnce / part.samples, 1, part.channels));
     for (int first = 0; first < part.channels; first += atOnce) {
@@ -215,19 +215,33 @@ class CompensatedSamples : public SampleSource {
       readPlaces(part, places, rows.values);
       for (std::int64_t from = 0; from < part.samples; from += kTile) {
         const std::int64_t count = std::min(kTile, part.samples - from);
-        for (std::size_t r = 0; r < rows.tiles.size(); ++r)
-          std::copy_n(rows.references.data() + static_cast<std::int64_t>(r) * part.samples + from, count,
-                      rows.tiles[r].samples.data());
+        const auto tiles =
+            std::span(rows.tiles).subspan(static_cast<std::size_t>(from / kTile) * references, references);
         const double* own = rows.values.data() + from;
         for (int c = first; c < end; ++c) {
           const Output& output = reading.outputs[static_cast<std::size_t>(c)];
           const std::ptrdiff_t shared = reading.shared[static_cast<std::size_t>(c)];
-          const double* values = shared < 0 ? own : rows.references.data() + shared * part.samples + from;
-          if (shared < 0) own += part.samples;
-          subtract(values, rows.tiles, output.references, count, out + c * stride + from);
+          const double* values = own;
+          if (shared < 0)
+            own += part.samples;
+          else
+            values = tiles[static_cast<std::size_t>(shared)].samples.data();
+          subtract(values, tiles, output.references, count, out + c * stride + from);
         }
       }
     }
+  }
+
+  void readReferences(const Window& part, const std::vector<int>& references, Rows& rows) const {
+    readPlaces(part, references, rows.values);
+    const std::size_t tiles =
+        static_cast<std::size_t>((part.samples + kTile - 1) / kTile) * references.size();
+    if (rows.tiles.size() < tiles) rows.tiles.resize(tiles);
+    auto tile = rows.tiles.begin();
+    for (std::int64_t from = 0; from < part.samples; from += kTile)
+      for (std::int64_t r = 0; r < std::ssize(references); ++r)
+        std::copy_n(rows.values.data() + r * part.samples + from, std::min(kTile, part.samples - from),
+                    (tile++)->samples.data());
   }
 
   static void subtract(const double* values, std::span<const SampleTile> tiles,

@@ -9,7 +9,7 @@ namespace ctfmeg {
 /// Samples of one channel that are summed up at once: so few that those of all references stay in the memory
 /// nearest to the processor.
 struct alignas(64) SampleTile {
-  static constexpr std::size_t kSamples = 128;
+  static constexpr std::size_t kSamples = 64;
   std::array<double, kSamples> samples;
 };
 
