@@ -5,7 +5,11 @@
 #include <random>
 
 #include "recording/open_recording.h"
+#include "simulate/dataset.h"
+#include "support/temporary_directory.h"
 #include "support/test_store.h"
+
+#include <ctfmeg/compensation.h>
 
 // What is read of the files for a window, and that its values are right whatever happens meanwhile.
 
@@ -113,6 +117,37 @@ TEST(Windows, ReadLittleMoreThanIsWanted) {
   }
 }
 
+/// Compares windows of a source with all of it.
+void compareWindows(const SampleSource& source, const std::string& name, const std::vector<Values>& forms) {
+  const Shape shape = source.shape();
+  std::mt19937_64 random(20261122);
+  const auto below = [&](std::int64_t count) {
+    return static_cast<std::int64_t>(random() % static_cast<std::uint64_t>(count));
+  };
+  const Window all{.trials = shape.trials, .channels = shape.channels, .samples = shape.samples};
+  for (const Values as : forms) {
+    const auto whole = read<double>(source, all, as);
+    const auto inWhole = [&](auto trial, int channel, auto sample) {
+      return whole[static_cast<std::size_t>((trial * shape.channels + channel) * shape.samples + sample)];
+    };
+    for (int i = 0; i < 20; ++i) {
+      Window window{.trial = below(shape.trials), .channel = static_cast<int>(below(shape.channels))};
+      window.trials = 1 + below(std::min<std::int64_t>(shape.trials - window.trial, 3));
+      window.channels = static_cast<int>(1 + below(shape.channels - window.channel));
+      window.first = i % 4 == 0 ? 0 : below(shape.samples);
+      window.step = i % 3 == 0 ? 1 : 1 + below(i % 3 == 1 ? 12 : 6000);
+      const std::int64_t most = (shape.samples - 1 - window.first) / window.step + 1;
+      window.samples = i % 2 == 0 ? most : 1 + below(std::min<std::int64_t>(most, 50));
+      SCOPED_TRACE(name + ", window " + std::to_string(i));
+      const auto wrongAs = [&](auto value) {
+        return wrongValues<decltype(value)>(source, window, inWhole, as);
+      };
+      const bool asWhole = i % 5 == 4 && as == Values::raw && !source.hasMissing();
+      ASSERT_EQ(asWhole ? wrongAs(std::int32_t{}) : i % 5 < 2 ? wrongAs(double{}) : wrongAs(float{}), 0);
+    }
+  }
+}
+
 /// Compares windows of many selections of trials that have so many samples with the selections as a whole,
 /// which arrays_test.py compares with the files.
 void compareWindows(int samples) {
@@ -130,44 +165,45 @@ void compareWindows(int samples) {
       {"partial in a run",
        {.trials = {{5, 6}}, .continuous = true, .gaps = Gaps::fill, .partial = Partial::fill}},
   };
-  std::mt19937_64 random(20261122);
-  const auto below = [&](std::int64_t count) {
-    return static_cast<std::int64_t>(random() % static_cast<std::uint64_t>(count));
-  };
   for (const auto& [name, selection] : cases) {
     const auto source = recording.samples(selection);
-    const Shape shape = source->shape();
     if (source->hasMissing()) {
       EXPECT_THROW(read<std::int32_t>(*source, {}), std::invalid_argument) << name;
     }
-    const Window all{.trials = shape.trials, .channels = shape.channels, .samples = shape.samples};
-    for (const Values as : {Values::raw, Values::physical}) {
-      const auto whole = read<double>(*source, all, as);
-      const auto inWhole = [&](auto trial, int channel, auto sample) {
-        return whole[static_cast<std::size_t>((trial * shape.channels + channel) * shape.samples + sample)];
-      };
-      for (int i = 0; i < 20; ++i) {
-        Window window{.trial = below(shape.trials), .channel = static_cast<int>(below(shape.channels))};
-        window.trials = 1 + below(std::min<std::int64_t>(shape.trials - window.trial, 3));
-        window.channels = static_cast<int>(1 + below(shape.channels - window.channel));
-        window.first = i % 4 == 0 ? 0 : below(shape.samples);
-        window.step = i % 3 == 0 ? 1 : 1 + below(i % 3 == 1 ? 12 : 6000);
-        const std::int64_t most = (shape.samples - 1 - window.first) / window.step + 1;
-        window.samples = i % 2 == 0 ? most : 1 + below(std::min<std::int64_t>(most, 50));
-        SCOPED_TRACE(std::string(name) + ", window " + std::to_string(i));
-        const auto wrongAs = [&](auto value) {
-          return wrongValues<decltype(value)>(*source, window, inWhole, as);
-        };
-        const bool asWhole = i % 5 == 4 && as == Values::raw && !source->hasMissing();
-        ASSERT_EQ(asWhole ? wrongAs(std::int32_t{}) : i % 5 < 2 ? wrongAs(double{}) : wrongAs(float{}), 0);
-      }
-    }
+    compareWindows(*source, name, {Values::raw, Values::physical});
   }
 }
 
 TEST(Windows, HoldTheValuesOfTheirSelections) {
   compareWindows(1'001);   // many blocks are read at once
   compareWindows(70'001);  // a block is more than that
+}
+
+TEST(Windows, HoldTheValuesOfTheirCompensation) {
+  TemporaryDirectory directory;
+  simulate::Options options;
+  options.channels = 40;
+  options.trials = 4;
+  options.samples = 5000;  // more than are compensated at once
+  simulate::writeDataset(directory.path() / "a.ds", options);
+  const Recording recording = Recording::open(directory.path() / "a.ds");
+  const auto stored = recording.samples(), third = compensated(recording, {}, 3);
+  compareWindows(*third, "third order", {Values::physical});
+  EXPECT_THROW(read<double>(*third, {.samples = 1}, Values::raw), std::invalid_argument);
+  EXPECT_THROW(read<std::int32_t>(*third, {.samples = 1}), std::invalid_argument);
+  EXPECT_THROW(compensated(recording, {}, 4), std::invalid_argument);
+  const auto weights = compensationWeights(recording, 3);
+  EXPECT_GT(weights.size(), 5U);
+  for (const auto& [channel, references] : weights) {
+    const auto valueOf = [](const SampleSource& source, int number) {
+      return read<double>(source, {.channel = number, .first = 4999, .samples = 1}, Values::physical).front();
+    };
+    double expected = valueOf(*stored, channel);
+    for (const ReferenceWeight& weight : references)
+      expected -= weight.tesla * valueOf(*stored, weight.reference);
+    EXPECT_NEAR(valueOf(*third, channel), expected, 1e-24);
+    EXPECT_EQ(third->channels()[static_cast<std::size_t>(channel)].gradientOrder, 3);
+  }
 }
 
 TEST(Windows, OutsideTheShapeAreRefused) {
