@@ -182,9 +182,9 @@ TEST(Windows, HoldTheValuesOfTheirSelections) {
 TEST(Windows, HoldTheValuesOfTheirCompensation) {
   TemporaryDirectory directory;
   simulate::Options options;
-  options.channels = 40;
+  options.channels = 24;
   options.trials = 4;
-  options.samples = 5000;  // more than are compensated at once
+  options.samples = 30'000;  // many times what is compensated at once
   simulate::writeDataset(directory.path() / "a.ds", options);
   const Recording recording = Recording::open(directory.path() / "a.ds");
   const auto stored = recording.samples(), third = compensated(recording, {}, 3);
