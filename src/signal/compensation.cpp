@@ -34,12 +34,9 @@ class Weights {
     std::vector<ReferenceWeight> weights;
     for (const auto& [name, value] : record->references) {
       const Channel* reference = m_coefficients.reference(name);
-      if (reference == nullptr)
-        throw refused("has no reference " + name + ", which the " + type + " coefficients for " +
-                      sensor.name + " are for");
+      if (reference == nullptr) throw noReference(name, type, sensor);
       const double tesla = value * properGainOf(*reference) / properGainOf(sensor);
-      if (!std::isfinite(tesla))
-        throw refused("gives " + sensor.name + " no usable " + type + " coefficient for " + name);
+      if (!std::isfinite(tesla)) throw noCoefficient(name, type, sensor);
       weights.push_back({reference->index, value, tesla});
     }
     return weights;
@@ -62,6 +59,15 @@ class Weights {
 
  private:
   Error refused(const std::string& text) const { return {ErrorKind::refused, m_file, text}; }
+
+  Error noReference(const std::string& name, const std::string& type, const Channel& sensor) const {
+    return refused("has no reference " + name + ", which the " + type + " coefficients for " + sensor.name +
+                   " are for");
+  }
+
+  Error noCoefficient(const std::string& name, const std::string& type, const Channel& sensor) const {
+    return refused("gives " + sensor.name + " no usable " + type + " coefficient for " + name);
+  }
 
   double properGainOf(const Channel& channel) const {
     const double gain = channel.properGain * channel.qGain * channel.ioGain;
