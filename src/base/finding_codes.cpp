@@ -66,6 +66,12 @@ constexpr auto kCodes = std::to_array<CodeInfo>({
      "every so many samples are read without a filter, and the low-pass filter of the recording lets through "
      "more "
      "than the new sample rate can show"},
+    {Code::epochIncomplete, "epoch.incomplete", ErrorKind::refused, false,
+     "epochs are left out of which not all samples are there, without a gap between them"},
+    {Code::epochBad, "epoch.bad", ErrorKind::refused, false,
+     "epochs are left out that touch a bad segment or a trial of a class of bad ones"},
+    {Code::epochRejected, "epoch.rejected", ErrorKind::refused, false,
+     "epochs are left out in which a channel goes beyond a peak-to-peak limit"},
     {Code::markerKeyword, "marker.keyword", ErrorKind::damaged, false,
      "a line of the marker file is not the keyword that is expected"},
     {Code::markerNumber, "marker.number", ErrorKind::damaged, false, "a number of the marker file is none"},

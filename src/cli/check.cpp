@@ -73,8 +73,7 @@ class DatasetCheck {
 
   /// Samples of a recording; null where it has no whole trial.
   std::shared_ptr<const SampleSource> samplesOf(const Recording& recording) const {
-    return recording.sampleFiles().trialsThere > 0 ? m_session.select(m_dataset, recording, {}).source
-                                                   : nullptr;
+    return recording.sampleFiles().trialsThere > 0 ? m_session.select(m_dataset, recording).source : nullptr;
   }
 
   void compareWithHost(const Recording& plain) {
@@ -85,7 +84,7 @@ class DatasetCheck {
     try {
       const Recording host = m_session.open(textOf(plain.resourceFile()), Rules::host);
       append(m_findings, hostLosses(plain, host));
-      const auto theirs = m_session.select(m_dataset, host, {}).source;
+      const auto theirs = m_session.select(m_dataset, host).source;
       const auto ours = samplesOf(plain);
       const std::int64_t trials = ours ? ours->shape().trials : 0;
       if (theirs->shape().trials != trials)

@@ -9,6 +9,7 @@
 #include "output/table_writer.h"
 #include "simulate/options.h"
 
+#include <ctfmeg/processing.h>
 #include <ctfmeg/recording.h>
 #include <ctfmeg/statistics.h>
 
@@ -45,6 +46,13 @@ struct ReadingOptions {
 /// Which samples are wanted.
 struct SelectionOptions {
   Selection selection;
+  std::optional<int> compensation{};  ///< gradient order of MEG channels
+  int decimate = 1;
+  /// Markers around whose occurrences epochs are; the selection's seconds are then theirs.
+  std::optional<std::vector<std::string>> around{};
+  std::optional<Epoching::Baseline> baseline{};
+  bool skipBad = false;
+  std::vector<PeakToPeak> reject{};
   /// Options and what was given with them, in their order.
   std::vector<std::pair<std::string, std::string>> asked;
 };
@@ -97,8 +105,9 @@ struct ExportOptions {
   std::string output;                          ///< "-": standard output
   std::optional<std::string> outputDirectory;  ///< in the place of `output`: a file for each dataset
   bool physical = false;
-  std::optional<int> compensation;  ///< gradient order of MEG channels, which are then physical
-  std::optional<ValueType> type;    ///< without one the type that fits
+  bool average = false;  ///< of the trials, with its standard error
+
+  std::optional<ValueType> type;  ///< without one the type that fits
   bool description = true;
   bool skipExisting = false;
   int jobs = 1;     ///< datasets at once

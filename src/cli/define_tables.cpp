@@ -33,6 +33,7 @@ void addInfo(Definitions& definitions) {
   command->add_flag("--json", options->json, "everything, as JSON");
   addNoIdentity(command, options->reading);
   addSelection(command, options->samples);
+  addProcessing(command, options->samples);
   addMemory(command);
   addReading(command, options->reading);
 }

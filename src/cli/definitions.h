@@ -64,6 +64,8 @@ std::vector<CLI::Option*> addSignalLimits(CLI::App* command, SignalLimits& limit
 
 /// Which samples.
 void addSelection(CLI::App* command, SelectionOptions& options);
+/// What is done with them; after `addSelection`.
+void addProcessing(CLI::App* command, SelectionOptions& options);
 /// Which channels; a part of the former.
 void addChannelSelection(CLI::App* command, SelectionOptions& options);
 

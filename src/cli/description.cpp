@@ -19,18 +19,18 @@ Json channelJson(const Channel& channel, Values values) {
           {"good", channel.good}};
 }
 
-Json trialJson(const Origin& origin) {
+Json trialJson(const Origin& origin, const Occurrence* epoch) {
   return {
       {"origin", {{"trial", origin.fileTrial}, {"firstSample", origin.firstSample}, {"step", origin.step}}},
-      {"marker", nullptr},
-      {"timeMs", nullptr}};
+      {"marker", epoch == nullptr ? Json() : Json(epoch->name)},
+      {"timeMs", epoch == nullptr ? Json() : Json(epoch->timeMs)}};
 }
 
 }  // namespace
 
 std::vector<std::int64_t> ArrayDescription::shape() const {
   const Shape shape = source.shape();
-  if (isRun) return {shape.channels, shape.samples};
+  if (selected.isRun && !isAverage) return {shape.channels, shape.samples};
   return {shape.trials, shape.channels, shape.samples};
 }
 
@@ -43,6 +43,7 @@ std::string ArrayDescription::shapeText() const {
 
 std::string describe(const ArrayDescription& array, const ReadingOptions& options) {
   const SampleSource& source = array.source;
+  const bool isRun = array.selected.isRun && !array.isAverage;
   std::ostringstream out;
   output::JsonPieces object(out, '{', '}', 0);
   object.next("schema") << 1;
@@ -58,21 +59,31 @@ std::string describe(const ArrayDescription& array, const ReadingOptions& option
       Json{{"first", source.time(0, 0)}, {"step", 1.0 / source.sampleRate()}});
   object.next("trials");
   output::JsonPieces trials(out, '[', ']', 1);
-  for (std::int64_t t = 0; t < source.shape().trials && !array.isRun; ++t)
-    trials.next() << output::dump(trialJson(source.origin(t)));
+  const auto& epochs = array.selected.epochs;
+  for (std::int64_t t = 0; t < source.shape().trials && !isRun && !array.isAverage; ++t)
+    trials.next() << output::dump(
+        trialJson(source.origin(t), epochs.empty() ? nullptr : &epochs[static_cast<std::size_t>(t)]));
   trials.end();
   object.next("pieces");
-  output::writeJsonList(out, array.isRun ? source.pieces(0) : std::vector<Piece>(), 1,
-                        [&](const Piece& piece) {
-                          return Json{{"trial", piece.fileTrial},
-                                      {"firstSample", piece.firstSample},
-                                      {"at", piece.at},
-                                      {"time", source.time(0, piece.at)}};
-                        });
+  output::writeJsonList(out, isRun ? source.pieces(0) : std::vector<Piece>(), 1, [&](const Piece& piece) {
+    return Json{{"trial", piece.fileTrial},
+                {"firstSample", piece.firstSample},
+                {"at", piece.at},
+                {"time", source.time(0, piece.at)}};
+  });
   object.next("gaps");
   output::writeJsonList(out, source.gaps(), 1, [](const Gap& gap) {
     return Json{{"afterTrial", gap.afterTrial}, {"seconds", gap.seconds}, {"samples", gap.samples}};
   });
+  if (array.isAverage) {
+    object.next("epochs") << array.selected.source->shape().trials;
+    object.next("values") << output::dump(Json{"mean", "standardError"});
+  }
+  if (!epochs.empty()) {
+    const LeftOut& count = array.selected.leftOut;
+    object.next("leftOut") << output::dump(
+        Json{{"incomplete", count.incomplete}, {"bad", count.bad}, {"rejected", count.rejected}});
+  }
   Json asked = Json::object();
   for (const auto& [name, value] : array.asked)
     asked[name] = value.empty() ? Json(true) : Json(value);

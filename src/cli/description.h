@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cli/commands.h"
+#include "cli/shown.h"
 
 namespace ctfmeg::cli {
 
@@ -13,9 +14,10 @@ struct ArrayDescription {
   const std::string& dataset;  ///< as given
   const Recording& recording;
   const SampleSource& source;
-  std::string descr;  ///< NumPy's type, such as "<f8"
+  const SelectedSamples& selected;  ///< that it is made from
+  std::string descr;                ///< NumPy's type, such as "<f8"
   Values values;
-  bool isRun;  ///< channels x samples
+  bool isAverage;
   const std::vector<std::pair<std::string, std::string>>& asked;
 
   /// The array's extents.

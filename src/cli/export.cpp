@@ -28,7 +28,10 @@ using output::ResultFile;
 constexpr const char* kStandardOutput = "-";
 
 Values valuesOf(const ExportOptions& options) {
-  return options.physical || options.compensation ? Values::physical : Values::raw;
+  const SelectionOptions& samples = options.samples;
+  const bool isProcessed =
+      options.average || samples.compensation || samples.baseline || samples.decimate > 1;
+  return options.physical || isProcessed ? Values::physical : Values::raw;
 }
 
 /// Whether values may be missing, or are no integers.
@@ -179,16 +182,27 @@ class Export {
     const std::string& dataset = m_options.datasets[work];
     if (output != kStandardOutput) requireFolderOf(output);
     const Recording recording = m_session.open(dataset);
-    const Selection& selection = m_options.samples.selection;
-    const SelectedSamples selected = m_session.select(dataset, recording, selection, m_options.compensation);
+    const double judging = m_options.samples.reject.empty() ? 0.0 : 0.5;  // share of the work
+    const auto judged = [&](const Progress& now) {
+      m_progress.show(work, now.fraction * judging);
+      return !interrupted();
+    };
+    const SelectedSamples selected = m_session.select(dataset, recording, m_options.samples, judged);
     m_session.sayWarnings(dataset, recording.warnings());
     m_session.sayWarnings(dataset, selected.findings);
 
-    const SampleSource& source = *selected.source;
+    const auto written = m_options.average ? averaged(selected.source, interrupted) : selected.source;
+    const SampleSource& source = *written;
     const ValueType type = typeOf(m_options);
     const Values values = valuesOf(m_options);
-    const ArrayDescription array{
-        dataset, recording, source, descrOf(type), values, selection.continuous, m_options.samples.asked};
+    const ArrayDescription array{dataset,
+                                 recording,
+                                 source,
+                                 selected,
+                                 descrOf(type),
+                                 values,
+                                 m_options.average,
+                                 m_options.samples.asked};
     const bool file = isFile(output);
     ResultFile result = file || output != kStandardOutput
                             ? ResultFile(reachable(pathFromText(output)), output)
@@ -196,8 +210,8 @@ class Export {
     const std::string header = output::npyHeader(array.descr, array.shape());
     result.write(std::as_bytes(std::span(header)));
     Writing how{values, threadsOf(m_options)};
-    if (file && m_options.compensation) how.begin = header.size();
-    const auto show = [&](double done) { m_progress.show(work, done); };
+    if (file && m_options.samples.compensation) how.begin = header.size();
+    const auto show = [&](double done) { m_progress.show(work, judging + (1.0 - judging) * done); };
     if (type == ValueType::int32)
       writeValues<std::int32_t>(result, source, how, show);
     else if (type == ValueType::float32)
@@ -272,8 +286,9 @@ std::optional<ValueType> valueTypeOf(const std::string& name) {
 
 std::string problemOf(const ExportOptions& options) {
   if (!options.outputDirectory) {
-    if (options.output.empty()) return "export needs -o FILE or --output-dir DIR";
-    if (options.datasets.size() > 1) return "export needs --output-dir DIR for several datasets";
+    const std::string command = options.average ? "average" : "export";
+    if (options.output.empty()) return command + " needs -o FILE or --output-dir DIR";
+    if (options.datasets.size() > 1) return command + " needs --output-dir DIR for several datasets";
     if (isFile(options.output) && !lowered(options.output).ends_with(".npy"))
       return options.output + " does not end in .npy: only NumPy arrays can be written";
   }

@@ -87,11 +87,11 @@ std::string timesText(const ShownDataset& dataset) {
   const auto isPieces = [](const std::vector<std::int64_t>& trials) {
     return trials.size() > 1 && trials[0] == trials[1];
   };
-  const bool isRun = stored && stored->isRun;
-  if (stored && !isRun && isPieces(stored->fileTrials)) return {};
+  const bool isRun = stored && stored->isRun, isEpochs = stored && stored->isEpochs;
+  if (stored && !isRun && !isEpochs && isPieces(stored->fileTrials)) return {};
   std::string text = seconds(first) + " to " + seconds(first + static_cast<double>(samples - 1) / rate);
   if (isRun) return text + " from the start of the run";
-  text += " from the trigger";
+  text += isEpochs ? " from the marker" : " from the trigger";
   const double trigger = -first * rate;
   const auto sample = std::llround(trigger);
   const bool isAtSample = std::abs(trigger - static_cast<double>(sample)) < 1e-3;
@@ -273,7 +273,7 @@ int runInfo(const InfoOptions& options) {
           const Recording recording = session.open(path);
           const SelectedSamples selected = options.samples.asked.empty()
                                                ? session.lookAt(recording)
-                                               : session.select(path, recording, options.samples.selection);
+                                               : session.select(path, recording, options.samples);
           session.sayWarnings(path, recording.warnings());
           session.sayWarnings(path, selected.findings);
           const ShownDataset dataset =

@@ -17,7 +17,6 @@
 #include "recording/catalog.h"
 #include "recording/collected.h"
 
-#include <ctfmeg/compensation.h>
 #include <ctfmeg/path_text.h>
 
 namespace ctfmeg::cli {
@@ -77,11 +76,27 @@ std::string folderHint(const Error& error) {
              : "; there are datasets below it, which \"ctfmeg scan\" lists";
 }
 
-std::shared_ptr<const SampleSource> samplesOf(const Recording& recording, const Selection& selection,
-                                              std::optional<int> compensation, int threads) {
+/// The selection and the processing that options ask for.
+std::pair<Selection, Processing> askedFor(const Recording& recording, const SelectionOptions& options) {
+  Selection selection = options.selection;
+  Processing processing{.compensation = options.compensation, .decimate = options.decimate};
+  if (options.around) {
+    const TimeSpan span = selection.seconds.value_or(TimeSpan{});
+    selection.seconds.reset();
+    processing.epochs = Epoching{.occurrences = occurrencesOf(recording, *options.around),
+                                 .from = span.from.value_or(0.0),
+                                 .to = span.to.value_or(0.0),
+                                 .baseline = options.baseline,
+                                 .skipBad = options.skipBad,
+                                 .reject = options.reject};
+  }
+  return {selection, processing};
+}
+
+ProcessedSamples samplesOf(const Recording& recording, const Selection& selection,
+                           const Processing& processing, const ProgressFunction& progress, int threads) {
   try {
-    return compensation ? compensated(recording, selection, *compensation, threads)
-                        : recording.samples(selection);
+    return processed(recording, selection, processing, progress, threads);
   } catch (const Error& error) {
     std::string hint;
     for (const Finding& finding : error.findings())
@@ -91,6 +106,20 @@ std::shared_ptr<const SampleSource> samplesOf(const Recording& recording, const 
         hint = partialHint(recording, selection);
     throw Error(error.kind(), error.path(), error.text() + hint, error.findings());
   }
+}
+
+/// The record information, with the counts and rates that samples have when they are processed.
+RecordInfo recordOf(const Recording& recording, Selection selection, const Processing& processing,
+                    const SampleSource& samples) {
+  if (processing.decimate > 1) selection.step = processing.decimate;
+  if (!processing.epochs) return recording.record(selection);
+  RecordInfo record = recording.record();
+  const Shape shape = samples.shape();
+  record.samplesPerTrial = record.samplesPerTrialAcq =
+      static_cast<std::int32_t>(std::min<std::int64_t>(shape.samples, INT32_MAX));
+  record.sampleRate = record.sampleRateAcq = samples.sampleRate();
+  record.numTrialsDone = static_cast<std::int32_t>(std::min<std::int64_t>(shape.trials, INT32_MAX));
+  return record;
 }
 
 }  // namespace
@@ -137,7 +166,8 @@ Recording Session::open(const std::string& dataset, Rules rules) const {
 }
 
 SelectedSamples Session::select(const std::string& dataset, const Recording& recording,
-                                const Selection& selection, std::optional<int> compensation) const {
+                                const SelectionOptions& samples, const ProgressFunction& progress) const {
+  const Selection& selection = samples.selection;
   CollectedFindings findings;
   for (const Finding& known : recording.warnings())
     findings.report(known);
@@ -151,16 +181,20 @@ SelectedSamples Session::select(const std::string& dataset, const Recording& rec
     return all;
   };
   if (recording.rules() == Rules::plain) {
-    const auto source = samplesOf(recording, selection, compensation, m_options.threads);
-    for (const Finding& finding : source->warnings())
+    const auto [wanted, processing] = askedFor(recording, samples);
+    ProcessedSamples left = samplesOf(recording, wanted, processing, progress, m_options.threads);
+    for (const Finding& finding : left.source->warnings())
       findings.report(finding);
-    return {recording.record(selection), source, selection.continuous,
-            beyondKnown(hinted(recording, selection))};
+    RecordInfo record = recordOf(recording, wanted, processing, *left.source);
+    return {std::move(record),      std::move(left.source),
+            selection.continuous,   beyondKnown(hinted(recording, selection)),
+            std::move(left.epochs), left.leftOut};
   }
-  if (compensation)
-    throw Error(ErrorKind::refused, recording.resourceFile(), "can't be compensated under host rules");
+  if (samples.compensation || samples.decimate > 1 || samples.around)
+    throw Error(ErrorKind::refused, recording.resourceFile(),
+                "can't be processed under host rules: they know no gradient compensation, filter or epoch");
   // The resource file was found: nothing is left to be asked.
-  HostReading reading = readAsHost(recording.resourceFile(), selection, {}, progress(dataset));
+  HostReading reading = readAsHost(recording.resourceFile(), selection, {}, this->progress(dataset));
   return {std::move(reading.record), std::move(reading.samples), false, beyondKnown(reading.findings)};
 }
 

@@ -31,11 +31,11 @@ class Session {
   Recording open(const std::string& dataset) const { return open(dataset, m_options.rules); }
   Recording open(const std::string& dataset, Rules rules) const;
 
-  /// What a selection leaves of a recording: under plain rules to be read on demand, under host rules all
-  /// that hosts import, in memory. MEG channels come in the gradient order `compensation`, where one is
-  /// given. Throws `Error`, and Interrupted after Ctrl-C.
-  SelectedSamples select(const std::string& dataset, const Recording& recording, const Selection& selection,
-                         std::optional<int> compensation = {}) const;
+  /// What options leave of a recording: under plain rules to be read on demand, under host rules all that
+  /// hosts import, in memory. `progress` is about samples that are read to know which epochs are left. Throws
+  /// `Error`, and Interrupted after Ctrl-C.
+  SelectedSamples select(const std::string& dataset, const Recording& recording,
+                         const SelectionOptions& samples = {}, const ProgressFunction& progress = {}) const;
 
   /// A recording without a selection, with what was noticed about its sample files where there are any.
   SelectedSamples lookAt(const Recording& recording) const;

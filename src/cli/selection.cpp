@@ -54,6 +54,25 @@ std::optional<SampleSpan> parseSpan(const std::string& text) {
   return SampleSpan{*first, *last};
 }
 
+std::optional<Epoching::Baseline> parseBaseline(const std::string& text) {
+  const std::size_t colon = text.find(':');
+  if (colon == std::string::npos) return std::nullopt;
+  const auto from = parseSeconds(text.substr(0, colon)), to = parseSeconds(text.substr(colon + 1));
+  if (!from || !to) return std::nullopt;
+  return Epoching::Baseline{*from, *to};
+}
+
+std::optional<std::vector<PeakToPeak>> parseLimits(const std::string& text) {
+  std::vector<PeakToPeak> limits;
+  for (const std::string& item : itemsOf(text)) {
+    const std::size_t equals = item.find('=');
+    const auto limit = equals == std::string::npos ? std::nullopt : parseSeconds(item.substr(equals + 1));
+    if (equals == 0 || !limit || *limit <= 0) return std::nullopt;
+    limits.push_back({item.substr(0, equals), *limit});
+  }
+  return limits;
+}
+
 std::optional<std::vector<int>> parseTrials(const std::string& text) {
   constexpr int kBeyond = 32767;  // the first number that no dataset has: where a range to nowhere may stop
   std::set<int> numbers;

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include <ctfmeg/epochs.h>
 #include <ctfmeg/selection.h>
 
 namespace ctfmeg::cli {
@@ -18,6 +19,12 @@ std::optional<double> parseSeconds(const std::string& text);
 
 /// "FIRST:LAST".
 std::optional<SampleSpan> parseSpan(const std::string& text);
+
+/// "S:S", in seconds.
+std::optional<Epoching::Baseline> parseBaseline(const std::string& text);
+
+/// "KIND=LIMIT,KIND=LIMIT", each limit above 0.
+std::optional<std::vector<PeakToPeak>> parseLimits(const std::string& text);
 
 /// "0,2,5-7", each once.
 std::optional<std::vector<int>> parseTrials(const std::string& text);

@@ -88,6 +88,46 @@ class SelectionDefinition {
         [](Selection& selection, std::vector<std::string> names) { selection.exclude = std::move(names); });
   }
 
+  void addProcessing() {
+    add(
+        "--compensation", {"0|1|2|3", oneOf({"0", "1", "2", "3"})},
+        "MEG channels in this gradient order, whatever they are stored in",
+        [](const std::string& order) { return std::optional(order[0] - '0'); },
+        [&options = m_options](Selection&, int order) { options.compensation = order; });
+    add("--decimate", count(), "every N-th sample, after a low-pass filter", parseCount,
+        [&options = m_options](Selection&, int n) { options.decimate = n; })
+        ->excludes(m_command->get_option("--resample"));
+    auto* around = add("--around", {"NAMES", {}},
+                       "epochs around each occurrence of these markers, from --from to --to seconds after it",
+                       parseNames, [&options = m_options](Selection&, std::vector<std::string> names) {
+                         options.around = std::move(names);
+                       });
+    for (const char* needed : {"--from", "--to"})
+      around->needs(m_command->get_option(needed));
+    for (const char* other : {"--split", "--continuous", "--marker", "--samples"})
+      around->excludes(m_command->get_option(other));
+    add("--baseline", {"S:S", understoodBy(parseBaseline, "a span in seconds such as -0.2:0")},
+        "subtract each channel's mean over this span of the epoch", parseBaseline,
+        [&options = m_options](Selection&, Epoching::Baseline span) { options.baseline = span; })
+        ->needs(around);
+    m_command
+        ->add_flag_callback(
+            "--skip-bad",
+            [&options = m_options] {
+              keep(options, "--skip-bad", "");
+              options.skipBad = true;
+            },
+            "leave out epochs in bad segments, or in trials of a class named BAD...")
+        ->needs(around);
+    add("--reject", {"KIND=LIMIT", understoodBy(parseLimits, "limits such as meg=4e-12,eeg=150e-6")},
+        "leave out epochs whose peak-to-peak value is greater in a good channel of that kind (meg=4e-12)",
+        parseLimits,
+        [&options = m_options](Selection&, const std::vector<PeakToPeak>& limits) {
+          options.reject = limits;
+        })
+        ->needs(around);
+  }
+
   void addPartial() {
     const auto given = std::make_shared<std::string>();
     m_command
@@ -129,6 +169,10 @@ void addSelection(CLI::App* command, SelectionOptions& options) {
   definition.addSamples();
   definition.addChannels();
   definition.addPartial();
+}
+
+void addProcessing(CLI::App* command, SelectionOptions& options) {
+  SelectionDefinition(command, options).addProcessing();
 }
 
 void addChannelSelection(CLI::App* command, SelectionOptions& options) {

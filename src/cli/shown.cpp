@@ -27,18 +27,22 @@ Information withoutRepeats(const Information& information) {
   return once;
 }
 
-StoredSamples storedSamples(const SampleSource& source, bool isRun) {
-  StoredSamples stored{source.shape(), isRun, {}, source.time(0, 0), source.gaps()};
-  for (std::int64_t trial = 0; trial < stored.shape.trials; ++trial)
-    for (const Piece& piece : source.pieces(trial))
+StoredSamples storedSamples(const SelectedSamples& selected) {
+  const SampleSource& source = *selected.source;
+  const bool isRun = selected.isRun;
+  StoredSamples stored{source.shape(), isRun, !selected.epochs.empty(), {}, source.time(0, 0), source.gaps()};
+  if (isRun)
+    for (const Piece& piece : source.pieces(0))
       stored.fileTrials.push_back(piece.fileTrial);
+  for (std::int64_t trial = 0; trial < stored.shape.trials && !isRun; ++trial)
+    stored.fileTrials.push_back(source.origin(trial).fileTrial);
   return stored;
 }
 
 /// The trials of a selection, or all, each once.
 std::vector<std::int64_t> trialsOf(const ShownDataset& dataset) {
   std::vector<std::int64_t> trials;
-  if (dataset.stored) {
+  if (dataset.stored && !dataset.stored->isEpochs) {
     std::unique_copy(dataset.stored->fileTrials.begin(), dataset.stored->fileTrials.end(),
                      std::back_inserter(trials));
   } else {
@@ -115,7 +119,7 @@ ShownDataset describe(const std::string& path, const Recording& recording, const
   ShownDataset dataset = describe(path, recording);
   dataset.record = selected.record;
   if (recording.record().samplesPerTrial > 0) dataset.files = recording.sampleFiles();
-  if (selected.source) dataset.stored = storedSamples(*selected.source, selected.isRun);
+  if (selected.source) dataset.stored = storedSamples(selected);
   dataset.findings.insert(dataset.findings.end(), selected.findings.begin(), selected.findings.end());
   describeTiming(dataset, recording, mostTrials);
   dataset.warningCodes = codesOfWarnings(dataset.findings);

@@ -25,6 +25,7 @@ struct ShownError {
 struct StoredSamples {
   Shape shape;
   bool isRun = false;  ///< channels x samples
+  bool isEpochs = false;
   /// For each trial its number in the file; of a run, those that it is made of.
   std::vector<std::int64_t> fileTrials;
   double firstTime = 0.0;  ///< seconds from the trigger to the first sample, or from the start of the run
@@ -77,6 +78,8 @@ struct SelectedSamples {
   std::shared_ptr<const SampleSource> source;  ///< null without a selection
   bool isRun = false;                          ///< the trials as one
   std::vector<Finding> findings{};             ///< beyond those of the recording
+  std::vector<Occurrence> epochs{};            ///< of each trial, where these are epochs
+  LeftOut leftOut{};
 };
 
 /// Header and side files.

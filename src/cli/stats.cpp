@@ -30,8 +30,7 @@ int runStats(const StatsOptions& options) {
                             "no channels",
                             [&](Session& session, const std::string& path, const Recording& recording,
                                 output::TableWriter& table) {
-                              const SelectedSamples selected =
-                                  session.select(path, recording, options.shown.selection);
+                              const SelectedSamples selected = session.select(path, recording, options.shown);
                               session.sayWarnings(path, selected.findings);
                               const auto all = statisticsOf(*selected.source, options.limits,
                                                             session.progress(path), options.reading.threads);

@@ -15,30 +15,20 @@
 #include <ctfmeg/path_text.h>
 
 namespace ctfmeg {
+
+bool isOfKind(const Channel& channel, const std::string& kind) {
+  using enum ChannelKind;
+  if (kind == "meg") return channel.kind == magnetometer || channel.kind == gradiometer;
+  if (kind == "ref") return channel.kind == refMagnetometer || channel.kind == refGradiometer;
+  return kind == nameOf(channel.kind);
+}
+
 namespace {
 
 namespace fs = std::filesystem;
 
 [[noreturn]] void refuse(const fs::path& file, const std::string& text) {
   throw Error(ErrorKind::refused, file, text);
-}
-
-std::set<int> trialsWith(const std::string& name, const std::vector<Marker>& markers, const fs::path& file) {
-  const auto marker =
-      std::find_if(markers.begin(), markers.end(), [&](const Marker& m) { return m.name == name; });
-  if (marker == markers.end()) {
-    std::vector<std::string> there;
-    there.reserve(markers.size());
-    for (const Marker& m : markers)
-      there.push_back(m.name);
-    refuse(file, "has no marker " + name + ": " +
-                     (there.empty() ? "there are none" : "there are " + listText(there)) +
-                     nearestText(name, there));
-  }
-  std::set<int> trials;
-  for (const MarkerSample& sample : marker->samples)
-    trials.insert(sample.trial);
-  return trials;
 }
 
 /// `*` matches any characters, `?` one.
@@ -61,13 +51,6 @@ bool matches(std::string_view pattern, std::string_view name) {
     }
   }
   return pattern.find_first_not_of('*', p) == kNone;
-}
-
-bool isOfKind(const Channel& channel, const std::string& word) {
-  using enum ChannelKind;
-  if (word == "meg") return channel.kind == magnetometer || channel.kind == gradiometer;
-  if (word == "ref") return channel.kind == refMagnetometer || channel.kind == refGradiometer;
-  return word == nameOf(channel.kind);
 }
 
 /// Sets `wanted` to `value` for each channel that `fits`; false when there is none.
@@ -139,6 +122,19 @@ std::int64_t sampleAt(double seconds, const Counting& counting) {
 
 }  // namespace
 
+const Marker& markerNamed(const std::string& name, const std::vector<Marker>& markers, const fs::path& file) {
+  const auto marker =
+      std::find_if(markers.begin(), markers.end(), [&](const Marker& m) { return m.name == name; });
+  if (marker != markers.end()) return *marker;
+  std::vector<std::string> there;
+  there.reserve(markers.size());
+  for (const Marker& m : markers)
+    there.push_back(m.name);
+  refuse(file, "has no marker " + name + ": " +
+                   (there.empty() ? "there are none" : "there are " + listText(there)) +
+                   nearestText(name, there));
+}
+
 std::vector<int> chosenTrials(const Selection& selection, const std::vector<Marker>& markers,
                               const fs::path& file, std::int32_t trials) {
   std::set<int> chosen;
@@ -158,8 +154,8 @@ std::vector<int> chosenTrials(const Selection& selection, const std::vector<Mark
     std::string names;
     for (const std::string& name : *selection.markers) {
       names += (names.empty() ? "" : ", ") + name;
-      for (const int trial : trialsWith(name, markers, file))
-        if (chosen.contains(trial)) marked.insert(trial);
+      for (const MarkerSample& sample : markerNamed(name, markers, file).samples)
+        if (chosen.contains(sample.trial)) marked.insert(sample.trial);
     }
     if (marked.empty()) refuse(file, "has no trial in which marker " + names + " occurs");
     chosen = std::move(marked);

@@ -23,6 +23,13 @@ std::shared_ptr<const SampleSource> samplesOfChannels(const Recording& recording
 
 // What a selection means for a recording. `file` is what errors are about.
 
+/// Throws `Error` with the names that there are.
+const Marker& markerNamed(const std::string& name, const std::vector<Marker>& markers,
+                          const std::filesystem::path& file);
+
+/// Whether a channel is of a kind: "meg", "ref", or any that a channel has.
+bool isOfKind(const Channel& channel, const std::string& kind);
+
 /// Numbers of the file's trials that a selection keeps, in file order, each once. Throws `Error` where it
 /// names what the recording does not have.
 std::vector<int> chosenTrials(const Selection& selection, const std::vector<Marker>& markers,

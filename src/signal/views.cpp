@@ -1,0 +1,164 @@
+#include "signal/views.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+namespace ctfmeg {
+namespace {
+
+constexpr std::int64_t kValuesAtOnce = 1 << 16;  // of a baseline, or to be narrowed
+
+/// Channels of which so many samples each are read at once.
+int channelsAtOnce(std::int64_t samples) {
+  return static_cast<int>(std::max<std::int64_t>(kValuesAtOnce / std::max<std::int64_t>(samples, 1), 1));
+}
+
+/// Adds `count` values of each row to its sum, one after another: it is the same in whatever parts they come.
+void addRows(const double* values, std::int64_t count, std::int64_t stride, std::vector<double>& sums) {
+  for (double& sum : sums) {
+    for (std::int64_t i = 0; i < count; ++i)
+      sum += values[i];
+    values += stride;
+  }
+}
+
+}  // namespace
+
+Views::Views(std::shared_ptr<const SampleSource> source, Layout layout, std::vector<Finding> warnings)
+    : m_source(std::move(source)), m_layout(std::move(layout)), m_warnings(std::move(warnings)) {
+  for (std::int64_t trial = 0; trial < m_source->shape().trials; ++trial)
+    m_pieces.push_back(m_source->pieces(trial));
+}
+
+Shape Views::shape() const {
+  return {std::ssize(m_layout.starts), m_source->shape().channels, m_layout.samples};
+}
+
+double Views::sampleRate() const { return m_source->sampleRate() / static_cast<double>(m_layout.step); }
+
+const Views::Start& Views::start(std::int64_t trial) const {
+  if (trial < 0 || trial >= std::ssize(m_layout.starts))
+    throw std::out_of_range("trial " + std::to_string(trial) + " is not within 0 to " +
+                            std::to_string(std::ssize(m_layout.starts) - 1));
+  return m_layout.starts[static_cast<std::size_t>(trial)];
+}
+
+std::vector<Piece> Views::pieces(std::int64_t trial) const {
+  const Start& from = start(trial);
+  const auto& all = m_pieces[static_cast<std::size_t>(from.trial)];
+  const std::int64_t step = m_layout.step, fileStep = m_source->origin(from.trial).step;
+  std::vector<Piece> pieces;
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    const std::int64_t end = i + 1 < all.size() ? all[i + 1].at : m_source->shape().samples;
+    const std::int64_t begin = std::max(all[i].at, from.sample) - from.sample;
+    const std::int64_t at = (begin + step - 1) / step;  // the first sample that is kept
+    const std::int64_t place = from.sample + at * step;
+    if (at < m_layout.samples && place < end)
+      pieces.push_back({all[i].fileTrial, all[i].firstSample + (place - all[i].at) * fileStep, at});
+  }
+  return pieces;
+}
+
+Origin Views::origin(std::int64_t trial) const {
+  const auto all = pieces(trial);
+  Origin origin = m_source->origin(start(trial).trial);
+  origin.step *= m_layout.step;
+  origin.fileTrial = all.empty() ? -1 : all.front().fileTrial;
+  origin.firstSample = all.empty() ? 0 : all.front().firstSample;
+  return origin;
+}
+
+std::vector<Gap> Views::gaps() const { return m_layout.from ? std::vector<Gap>() : m_source->gaps(); }
+
+double Views::time(std::int64_t trial, std::int64_t sample) const {
+  const Start& from = start(trial);
+  if (sample < 0 || sample >= m_layout.samples)
+    throw std::out_of_range("sample " + std::to_string(sample) + " is not within 0 to " +
+                            std::to_string(m_layout.samples - 1));
+  const std::int64_t place = sample * m_layout.step;
+  if (m_layout.from) return *m_layout.from + static_cast<double>(place) / m_source->sampleRate();
+  return m_source->time(from.trial, from.sample + place);
+}
+
+Window Views::windowOf(std::int64_t trial, const Window& window) const {
+  const Start& from = start(trial);
+  Window there = window;
+  there.trial = from.trial;
+  there.trials = 1;
+  there.first = from.sample + window.first * m_layout.step;
+  there.step = window.step * m_layout.step;
+  return there;
+}
+
+std::vector<double> Views::baselines(std::int64_t trial, int channel, int channels) const {
+  const auto [first, last] = *m_layout.baseline;
+  const std::int64_t all = last - first + 1;
+  std::vector<double> sums(static_cast<std::size_t>(channels)), values;
+  for (std::int64_t done = 0; done < all;) {
+    const std::int64_t count = std::min(all - done, kValuesAtOnce);
+    values.resize(static_cast<std::size_t>(count) * sums.size());
+    const Window part{.channel = channel, .channels = channels, .first = first + done, .samples = count};
+    m_source->read(windowOf(trial, part), std::span(values));
+    addRows(values.data(), count, count, sums);
+    done += count;
+  }
+  return sums;
+}
+
+template <class Value>
+void Views::readLess(const Window& window, std::int64_t trial, Value* out) const {
+  const auto [first, last] = *m_layout.baseline;
+  const std::int64_t length = last - first + 1;
+  const int most = channelsAtOnce(std::max(window.samples, length));
+  std::vector<double> values;
+  for (int done = 0; done < window.channels; done += most) {
+    Window part = window;
+    part.channel += done;
+    part.channels = std::min(most, window.channels - done);
+    const auto count = static_cast<std::size_t>(part.channels * part.samples);
+    double* into = nullptr;
+    if constexpr (std::is_same_v<Value, double>) {
+      into = out;
+    } else {
+      values.resize(count);
+      into = values.data();
+    }
+    m_source->read(windowOf(trial, part), std::span(into, count));
+    std::vector<double> sums(static_cast<std::size_t>(part.channels));
+    if (window.step == 1 && window.first <= first && last < window.first + window.samples)
+      addRows(into + (first - window.first), length, window.samples, sums);
+    else
+      sums = baselines(trial, part.channel, part.channels);
+    for (const double sum : sums) {
+      const double mean = sum / static_cast<double>(length);
+      for (std::int64_t i = 0; i < part.samples; ++i)
+        *out++ = static_cast<Value>(*into++ - mean);
+    }
+  }
+}
+
+void Views::readInto(const Window& window, const Target& target) const {
+  if (m_layout.baseline && target.values != Values::physical)
+    throw std::invalid_argument("values less a baseline are physical: there are no raw ones");
+  const std::int64_t size = window.channels * window.samples;
+  std::visit(
+      [&](auto* out) {
+        using Value = std::remove_pointer_t<decltype(out)>;
+        for (std::int64_t i = 0; i < window.trials; ++i, out += size) {
+          const std::int64_t trial = window.trial + i;
+          const std::span part(out, static_cast<std::size_t>(size));
+          if constexpr (std::is_same_v<Value, std::int32_t>)
+            m_source->read(windowOf(trial, window), part);
+          else if (m_layout.baseline)
+            readLess(window, trial, out);
+          else
+            m_source->read(windowOf(trial, window), part, target.values);
+        }
+      },
+      target.out);
+}
+
+}  // namespace ctfmeg

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include <ctfmeg/finding.h>
+#include <ctfmeg/samples.h>
+
+namespace ctfmeg {
+
+/// Stretches of the trials of a source, as trials of a source of their own: the trials with a step, or
+/// epochs.
+class Views : public SampleSource {
+ public:
+  /// Where a stretch begins.
+  struct Start {
+    std::int64_t trial = 0, sample = 0;
+  };
+  /// Samples of a stretch, from 0, both included.
+  struct Span {
+    std::int64_t first = 0, last = 0;
+  };
+  struct Layout {
+    std::vector<Start> starts{};
+    std::int64_t samples = 0;  ///< of each stretch, after the step
+    std::int64_t step = 1;
+    /// Seconds of a stretch's first sample, before the step; without it times are those of the source.
+    std::optional<double> from{};
+    std::optional<Span> baseline{};  ///< whose mean is subtracted; values are physical then
+  };
+
+  Views(std::shared_ptr<const SampleSource> source, Layout layout, std::vector<Finding> warnings);
+
+  Shape shape() const override;
+  const std::vector<Channel>& channels() const override { return m_source->channels(); }
+  double sampleRate() const override;
+  Origin origin(std::int64_t trial) const override;
+  std::vector<Piece> pieces(std::int64_t trial) const override;
+  std::vector<Gap> gaps() const override;
+  double time(std::int64_t trial, std::int64_t sample) const override;
+  bool hasMissing() const override { return m_source->hasMissing(); }
+  const std::vector<Finding>& warnings() const override { return m_warnings; }
+
+ protected:
+  void readInto(const Window& window, const Target& target) const override;
+
+ private:
+  const Start& start(std::int64_t trial) const;
+  Window windowOf(std::int64_t trial, const Window& window) const;
+  template <class Value>
+  void readLess(const Window& window, std::int64_t trial, Value* out) const;
+  /// Sums over the baseline.
+  std::vector<double> baselines(std::int64_t trial, int channel, int channels) const;
+
+  std::shared_ptr<const SampleSource> m_source;
+  Layout m_layout;
+  std::vector<Finding> m_warnings;
+  std::vector<std::vector<Piece>> m_pieces;  // of each trial of the source
+};
+
+}  // namespace ctfmeg
