@@ -110,8 +110,30 @@ def test_missing():
     run(*third, "--exclude", first)
 
 
+def test_noise():
+    """Noise of distant sources goes, what a tone evokes stays."""
+    quiet, noisy = {}, {}
+    for kept, words in ((quiet, []), (noisy, ["--common-noise"])):
+        run("simulate", "--quiet", "c.ds", "--channels", 100, "--trials", 40, "--samples", 600, "--pretrigger", 120, *words)
+        for order in (0, 2, 3):
+            kept[order] = export("c.ds", "--channels", "meg", "--exclude", "bad", "--compensation", order)
+        shutil.rmtree("c.ds")
+    added = {order: np.std(noisy[order] - quiet[order]) for order in quiet}
+    print("order 2 leaves 1/%.0f of the noise, order 3 1/%.0f" % (added[0] / added[2], added[0] / added[3]))
+    assert added[2] < added[0] / 10 and added[3] < added[0] / 100
+
+    def evoked(trials):
+        mean = trials.mean(axis=0)[:, :480]
+        return (mean - mean[:, :120].mean(axis=1, keepdims=True)).ravel()
+
+    brain, before, after = evoked(quiet[0]), evoked(noisy[0]), evoked(noisy[3])
+    assert np.corrcoef(brain, before)[0, 1] < 0.5 and np.corrcoef(brain, after)[0, 1] > 0.9
+    assert abs(after @ brain / (brain @ brain) - 1) < 0.05, "the response is smaller or larger"
+
+
 with tempfile.TemporaryDirectory() as folder:
     os.chdir(folder)
+    test_noise()
     run("simulate", "--quiet", "a.ds", "--channels", 60, "--trials", 3, "--samples", 9000)
     run("simulate", "--quiet", "b.ds", "--channels", 60, "--trials", 2, "--samples", 300)
     test_values("a.ds")
