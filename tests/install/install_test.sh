@@ -92,17 +92,16 @@ echo "== average_epochs"
 # Tones are at the triggers, where the clock says 0.1, 0.5 and 0.9 s; the stimulus pulse begins there.
 mean=$(average_epochs tree/a.ds tone SCLK01-177 0.05 0.1)
 expect "lines" 92 "$(wc -l <<<"$mean")"
-expect_line "mean clock" "# SCLK01-177 around tone: 3 averaged, 0 too near an edge; seconds, s" "$mean"
+expect_line "mean clock" "# tone: 3 averaged, 0 too near an edge; seconds, SCLK01-177 in s" "$mean"
 expect_line "mean clock" "0.000000 5.000000000e-01" "$mean"
 pulse=$(average_epochs tree/a.ds tone UPPT001 0.05 0.1)
 expect_line "before the pulse" "-0.001667 0.000000000e+00" "$pulse"
 expect_line "its start" "0.000000 1.000000000e+00" "$pulse"
 # The last sample is 179 after the trigger: 180 leave nothing to average.
-expect "epochs past the end" "# UPPT001 around tone: 0 averaged, 3 too near an edge; seconds, 1" \
-  "$(average_epochs tree/a.ds tone UPPT001 0 0.3)"
+if average_epochs tree/a.ds tone UPPT001 0 0.3 2>/dev/null; then fail "there is nothing to average"; fi
 sed -i '0,/+1\t\t\t\t     +0/s//+1\t\t\t\t     -0.06/' tree/a.ds/MarkerFile.mrk
 mean=$(average_epochs tree/a.ds tone SCLK01-177 0.05 0.1)
-expect_line "one too near the start" "# SCLK01-177 around tone: 2 averaged, 1 too near an edge; seconds, s" "$mean"
+expect_line "one too near the start" "# tone: 2 averaged, 1 too near an edge; seconds, SCLK01-177 in s" "$mean"
 
 echo "== printing_host"
 # The last sample of the first trial: 20 channels, the last of them an ADC.
