@@ -320,7 +320,38 @@ def signals():
             "statistics, several threads": lambda: in_process("StatisticsThreads", path)}), "read, one thread", 2)
 
 
-PARTS = {part.__name__: part for part in (whole_reads, small_costs, exports, growth, windows, streams, signals)}
+def product_seconds(path, library):
+    """NumPy's matrix product with one of Debian's libraries for it."""
+    channels = described(path)["channels"]
+    count = [sum(channel["kind"] in kinds for channel in channels)
+             for kinds in (("magnetometer", "gradiometer"), ("ref-magnetometer", "ref-gradiometer"))]
+    command = [sys.executable, NUMPY.with_name("product_numpy.py"), *map(str, count), "12000", "84"]
+    libraries = f"/usr/lib/x86_64-linux-gnu/{library}"
+    out = subprocess.run(command, check=True, capture_output=True, env={**os.environ, "LD_LIBRARY_PATH": libraries}).stdout
+    return float(out)
+
+
+def processing():
+    large = recording("large", 300, 84, 12000)
+    command_seconds(["cat", *sample_files(large)])  # into the cache
+    ratios(f"order 3 of {sample_bytes(large) / 1e9:.2f} GB", best({
+        "physical values": lambda: in_process("Physical", large),
+        "order 3": lambda: in_process("Compensated", large),
+        "every 4th, filtered": lambda: in_process("Decimated", large),
+        "NumPy, libblas3": lambda: product_seconds(large, "blas"),
+        "NumPy, libopenblas0": lambda: product_seconds(large, "openblas-pthread")}), "physical values")
+    ratios("100 epochs of 1200 samples, 300 channels", best({
+        "windows": lambda: in_process("EpochBytes", large),
+        "epochs": lambda: in_process("Epochs", large)}), "windows")
+    long = recording("long", 2, 1, 250_000_000)
+    command_seconds(["cat", *sample_files(long)])
+    ratios("a channel of 1 GB in 1000 pixels", best({
+        "read, one thread": lambda: in_process("RecordingChannel", long),
+        "drawn": lambda: in_process("Drawing", long),
+        "drawn again": lambda: in_process("DrawingAgain", long)}), "read, one thread")
+
+
+PARTS = {part.__name__: part for part in (whole_reads, small_costs, exports, growth, windows, streams, signals, processing)}
 for name in sys.argv[3:]:
     if name not in PARTS:
         sys.exit(f"bench: there is no part {name}, only {', '.join(PARTS)}")
