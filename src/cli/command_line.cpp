@@ -19,7 +19,8 @@ namespace {
 std::vector<std::string> argumentsOf(std::vector<std::string> arguments) {
   std::string before;
   for (std::string& argument : arguments) {
-    const bool isValue = before == "--channels" || before == "--exclude" || before == "--marker";
+    const bool isValue = before == "--channels" || before == "--channel" || before == "--exclude" ||
+                         before == "--marker" || before == "--compare-markers";
     before = argument;
     if (!isValue && argument.starts_with('[') && argument.ends_with(']')) argument.insert(0, "./");
   }

@@ -12,6 +12,7 @@
 #include <ctfmeg/processing.h>
 #include <ctfmeg/recording.h>
 #include <ctfmeg/statistics.h>
+#include <ctfmeg/stimulus.h>
 
 namespace ctfmeg::cli {
 
@@ -68,13 +69,19 @@ struct InfoOptions {
 struct TableOptions {
   ReadingOptions reading;
   std::vector<std::string> datasets;
-  SelectionOptions shown;  ///< which channels; for `channels` and `stats` only
+  SelectionOptions shown;  ///< which channels; for `channels`, `stats` and `events` only
   output::TableForm form = output::TableForm::text;
 };
 
 /// `shown` is all of a selection.
 struct StatsOptions : TableOptions {
   SignalLimits limits;
+};
+
+/// `shown` is all of a selection.
+struct EventsOptions : TableOptions {
+  StimulusOptions changes;
+  std::optional<std::string> marker;  ///< that they are compared with
 };
 
 struct ScanOptions {
@@ -129,6 +136,7 @@ int runChannels(const TableOptions& options);
 int runMarkers(const TableOptions& options);
 int runHeadCoils(const TableOptions& options);
 int runStats(const StatsOptions& options);
+int runEvents(const EventsOptions& options);
 /// Why the options can't be used together; empty when they can.
 std::string problemOf(const ExportOptions& options);
 int runExport(const ExportOptions& options);

@@ -64,6 +64,21 @@ void addTables(Definitions& definitions) {
   addSignalLimits(stats, judged->limits);
   addThreads(stats, judged->reading.threads);
   addSelection(stats, judged->shown);
+  const auto [events, found] =
+      addTable(definitions, "events", "List changes of stimulus channels, and compare them with a marker",
+               "  ctfmeg events run.ds\n"
+               "  ctfmeg events --mask 0xff run.ds            the lower eight lines\n"
+               "  ctfmeg events --compare-markers tone run.ds  whether a marker agrees\n"
+               "  ctfmeg events --csv run.ds > events.csv     for a spreadsheet\n",
+               "leave out what can name a person (paths; marker names stay)", runEvents);
+  addStimulus(events, found->changes);
+  events
+      ->add_option("--compare-markers", found->marker,
+                   "which of them agree with the occurrences of a marker, to within 50 ms")
+      ->type_name("NAME");
+  addThreads(events, found->reading.threads);
+  addSelection(events, found->shown);
+  addChannelNames(events, found->shown);
 }
 
 }  // namespace ctfmeg::cli

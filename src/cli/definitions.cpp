@@ -14,7 +14,8 @@ namespace {
 constexpr const char* kExamples =
     "  ctfmeg info run.ds                    what the recording is\n"
     "  ctfmeg channels run.ds                its channels\n"
-    "  ctfmeg markers --csv run.ds           its events, for a spreadsheet\n"
+    "  ctfmeg markers --csv run.ds           its markers, for a spreadsheet\n"
+    "  ctfmeg events run.ds                  changes of its stimulus channels\n"
     "  ctfmeg export run.ds -o run.npy       its samples, for NumPy\n"
     "  ctfmeg scan recordings                every dataset below a folder\n"
     "  ctfmeg check run.ds                   what is wrong or odd, in plain words\n"
@@ -123,6 +124,27 @@ std::vector<CLI::Option*> addSignalLimits(CLI::App* command, SignalLimits& limit
               "it is clipped where its outermost value is N times as often as the next one"),
           add("--jump", "N", limits.jump, "it jumps where a step is N times as large as usual"),
           add("--noise", "N", limits.noise, "it is noisy at more than N times the noise of its kind")};
+}
+
+void addStimulus(CLI::App* command, StimulusOptions& options) {
+  command
+      ->add_option_function<std::string>(
+          "--mask", [&options](const std::string& text) { options.mask = *parseBits(text); },
+          "the bits of a value that count, as a number (255 or 0xff; default: all 32)")
+      ->check([](const std::string& text) {
+        return parseBits(text) ? "" : mustBe("a number of at most 32 bits such as 255 or 0xff", text);
+      })
+      ->type_name("BITS");
+  command
+      ->add_option_function<std::string>(
+          "--edges",
+          [&options](const std::string& text) {
+            options.edge = text == "both" ? Edge::both : text == "falling" ? Edge::falling : Edge::rising;
+          },
+          "changes to a greater value, to a smaller one, or both")
+      ->check(oneOf({"rising", "falling", "both"}))
+      ->default_str("rising")
+      ->type_name("rising|falling|both");
 }
 
 void addMemory(CLI::App* command) {

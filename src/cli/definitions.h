@@ -62,11 +62,16 @@ void addThreads(CLI::App* command, int& threads);
 /// From where on signals are faulty. Gives what was added.
 std::vector<CLI::Option*> addSignalLimits(CLI::App* command, SignalLimits& limits);
 
+/// Which changes of a stimulus channel are events.
+void addStimulus(CLI::App* command, StimulusOptions& options);
+
 /// Which samples.
 void addSelection(CLI::App* command, SelectionOptions& options);
 /// What is done with them; after `addSelection`.
 void addProcessing(CLI::App* command, SelectionOptions& options);
 /// Which channels; a part of the former.
 void addChannelSelection(CLI::App* command, SelectionOptions& options);
+/// Another name of --channels.
+void addChannelNames(CLI::App* command, SelectionOptions& options);
 
 }  // namespace ctfmeg::cli

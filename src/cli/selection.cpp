@@ -44,6 +44,15 @@ std::optional<double> parseSeconds(const std::string& text) {
   return seconds && std::isfinite(*seconds) ? seconds : std::nullopt;
 }
 
+std::optional<std::uint32_t> parseBits(const std::string& text) {
+  const bool hex = text.starts_with("0x") || text.starts_with("0X");
+  const std::string_view digits = std::string_view(text).substr(hex ? 2 : 0);
+  std::uint32_t bits = 0;
+  const auto [end, error] =
+      std::from_chars(digits.data(), digits.data() + digits.size(), bits, hex ? 16 : 10);
+  return error == std::errc() && end == digits.data() + digits.size() ? std::optional(bits) : std::nullopt;
+}
+
 std::optional<SampleSpan> parseSpan(const std::string& text) {
   const std::string_view view = text;
   const std::size_t colon = view.find(':');

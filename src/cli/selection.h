@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -9,13 +10,16 @@
 
 namespace ctfmeg::cli {
 
-// What an option that selects samples says. Nothing when it can't be understood.
+// What an option that selects samples, or bits of them, says. Nothing when it can't be understood.
 
 /// A number from 1.
 std::optional<int> parseCount(const std::string& text);
 
 /// A finite number.
 std::optional<double> parseSeconds(const std::string& text);
+
+/// 32 bits, as a decimal number or one that begins with 0x.
+std::optional<std::uint32_t> parseBits(const std::string& text);
 
 /// "FIRST:LAST".
 std::optional<SampleSpan> parseSpan(const std::string& text);

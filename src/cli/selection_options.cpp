@@ -128,6 +128,12 @@ class SelectionDefinition {
         ->needs(around);
   }
 
+  void addChannelNames() {
+    add("--channel", {"NAMES", {}}, "the channels to search (default: all stimulus channels), as --channels",
+        parseNames, &Selection::channels)
+        ->excludes("--channels");
+  }
+
   void addPartial() {
     const auto given = std::make_shared<std::string>();
     m_command
@@ -177,6 +183,10 @@ void addProcessing(CLI::App* command, SelectionOptions& options) {
 
 void addChannelSelection(CLI::App* command, SelectionOptions& options) {
   SelectionDefinition(command, options).addChannels();
+}
+
+void addChannelNames(CLI::App* command, SelectionOptions& options) {
+  SelectionDefinition(command, options).addChannelNames();
 }
 
 }  // namespace ctfmeg::cli

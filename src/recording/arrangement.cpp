@@ -66,10 +66,7 @@ Run runOf(const Selection& selection, const std::vector<int>& trials, const Arra
       if (!gap) {
         const std::int64_t left = (trials[i] - before - 1) * trialSamples;
         gap = Gap{before, static_cast<double>(left) / recording.record.sampleRate, left};
-        if (!reported)
-          findings.push_back(findingAbout(Code::clockNone, Finding::Severity::warning, recording,
-                                          "has no clock that says whether trials follow each other: they are "
-                                          "taken as doing so"));
+        if (!reported) findings.push_back(noClock(recording.file));
         reported = true;
       }
       if (gap->samples != 0) {
@@ -110,6 +107,13 @@ std::vector<Part> cutOut(const std::vector<Part>& parts, std::int64_t first, std
 }
 
 }  // namespace
+
+Finding noClock(const std::filesystem::path& file) {
+  return {.severity = Finding::Severity::warning,
+          .code = wordOf(Code::clockNone),
+          .file = textOf(file),
+          .text = "has no clock that says whether trials follow each other: they are taken as doing so"};
+}
 
 Arrangement arrange(const Selection& selection, const std::vector<int>& trials, const Arranging& recording,
                     std::vector<Finding>& findings) {

@@ -41,6 +41,9 @@ struct Arranging {
   std::function<std::optional<Gap>(int trial, int later)> gapBetween;
 };
 
+/// The warning that trials are taken as following each other.
+Finding noClock(const std::filesystem::path& file);
+
 /// Puts trials of the file, in their order, one after another as a selection wants them. Reports what is odd.
 /// Throws `Error` for what can't be done.
 Arrangement arrange(const Selection& selection, const std::vector<int>& trials, const Arranging& recording,

@@ -23,7 +23,7 @@ std::shared_ptr<const SampleSource> samplesOfChannels(const Recording& recording
 
 // What a selection means for a recording. `file` is what errors are about.
 
-/// Throws `Error` with the names that there are.
+/// The first marker of that name. Throws `Error` with those that there are.
 const Marker& markerNamed(const std::string& name, const std::vector<Marker>& markers,
                           const std::filesystem::path& file);
 
