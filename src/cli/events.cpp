@@ -43,9 +43,9 @@ std::string summed(const MarkerAgreement& agreement, const std::string& marker, 
     most = std::max(most, std::abs(match.difference));
   std::vector<std::string> parts;
   if (!agreement.matches.empty())
-    parts.push_back(counted(agreement.matches.size(), "event of ", "events of ") + std::to_string(all) +
-                    (agreement.matches.size() == 1 ? " is" : " are") + " at an occurrence of " + marker +
-                    (most == 0 ? ", to the sample"
+    parts.push_back(std::to_string(agreement.matches.size()) + " of " +
+                    counted(all, "event has", "events have") + " an occurrence of " + marker +
+                    (most == 0 ? ", at the same sample"
                                : ", at most " + counted(static_cast<std::size_t>(most), "sample", "samples") +
                                      " (" + output::brief(milliseconds(most, recording)) + " ms) away"));
   if (!agreement.eventsAlone.empty())
@@ -152,8 +152,9 @@ int runEvents(const EventsOptions& options) {
          const Marker* marker =
              options.marker ? &markerNamed(*options.marker, recording.markers(), recording.resourceFile())
                             : nullptr;
-         const Selection selection = selectionOf(recording, options.shown.selection);
-         const SelectedSamples selected = session.select(path, recording, selection);
+         SelectionOptions searched = options.shown;
+         searched.selection = selectionOf(recording, searched.selection);
+         const SelectedSamples selected = session.select(path, recording, searched);
          session.sayWarnings(path, selected.findings);
          const auto found =
              stimulusEvents(recording, *selected.source, options.changes, session.progress(path));

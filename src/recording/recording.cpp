@@ -180,13 +180,13 @@ Timeline Recording::timeline(int mostTrials) const {
   bool known = hasClock && m_state->sampleSet().trials() > 0;
   Timeline timeline{.starts = {0.0}};
   for (int t = 1; t < header.numTrials; ++t) {
+    const bool isWhole = known && t < m_state->sampleSet().trials();
+    const bool isPartial = known && t == m_state->sampleSet().trials() && m_state->sampleSet().partialTrial();
     std::optional<Gap> gap;
-    if (known && t < m_state->sampleSet().trials()) {
-      gap = m_state->gapBetween(t - 1, t);
-      known = gap.has_value();
-    }
+    if (isWhole || isPartial) gap = m_state->gapBetween(t - 1, t);
+    if (isWhole) known = gap.has_value();
     timeline.starts.push_back(timeline.starts.back() + trialSeconds + (gap ? gap->seconds : 0.0));
-    if (gap && gap->samples != 0) timeline.gaps.push_back(*gap);
+    if (isWhole && gap && gap->samples != 0) timeline.gaps.push_back(*gap);
   }
   if (known) timeline.trialsAdjoin = timeline.gaps.empty();
   return timeline;

@@ -1,14 +1,17 @@
 #include "signal/stretches.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace ctfmeg {
 namespace {
 
-bool isGapAfter(int trial, const Timeline& timeline) {
-  const auto gap = std::lower_bound(timeline.gaps.begin(), timeline.gaps.end(), trial,
-                                    [](const Gap& each, int number) { return each.afterTrial < number; });
-  return gap != timeline.gaps.end() && gap->afterTrial == trial;
+/// A trial adjoins the next one of the file when that begins one sample period after its last sample, to half
+/// of one.
+bool adjoinsNext(std::int64_t trial, const RecordInfo& record, const Timeline& timeline) {
+  const auto starts = timeline.starts.begin() + trial;
+  const double distance = (starts[1] - starts[0]) * record.sampleRate;
+  return !(std::abs(distance - static_cast<double>(record.samplesPerTrial)) > 0.5);  // without a rate, too
 }
 
 }  // namespace
@@ -31,7 +34,7 @@ Stretches stretchesOf(const Recording& recording, const SampleSource& source, co
         const std::int64_t trials = now.fileTrial - before.fileTrial;
         const std::int64_t distance = trials * length + now.firstSample - before.firstSample;
         now.goesOn = trials <= 1 && distance < (before.samples + 1) * step &&
-                     (trials == 0 || !isGapAfter(before.fileTrial, timeline));
+                     (trials == 0 || adjoinsNext(before.fileTrial, recording.record(), timeline));
         if (now.goesOn) now.position = before.position + distance;
         stretches.unknown = stretches.unknown || (now.goesOn && trials == 1 && !timeline.trialsAdjoin);
       }

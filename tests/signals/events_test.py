@@ -1,0 +1,178 @@
+#!/usr/bin/python3
+"""Compares `ctfmeg events` with what NumPy makes of exported samples, and its matches with those of all pairs.
+
+    events_test.py CTFMEG DATA, the folder of the real recording, if it is there
+"""
+
+import itertools
+import json
+import os
+import pathlib
+import shutil
+import struct
+import subprocess
+import sys
+import tempfile
+
+import numpy as np
+
+CTFMEG, DATA = pathlib.Path(sys.argv[1]).resolve(), pathlib.Path(sys.argv[2]).resolve()
+EDGES = {"rising": np.greater, "falling": np.less, "both": np.not_equal}
+SAMPLES, TRIALS = 1500, 6
+
+
+def run(*words, code=0, errors=None):
+    done = subprocess.run([CTFMEG, *map(str, words)], stdin=subprocess.DEVNULL, capture_output=True, text=True)
+    assert done.returncode == code and (errors is None or errors in done.stderr), (words, done)
+    return done.stdout
+
+
+def events(path, *words):
+    return json.loads(run("events", "--json", "--quiet", path, *words))
+
+
+def simulate(name, *words, types={}):
+    """With random stimuli on UPPT001 and UADC001, and other sensor types in the resource file."""
+    run("simulate", "--quiet", name, "--channels", 10, "--trials", TRIALS, "--samples", SAMPLES, "--pretrigger", 300, *words)
+    said = json.loads(run("info", "--json", "--quiet", name))
+    file, sampled = next(pathlib.Path(name).glob("*.res4")), next(pathlib.Path(name).glob("*.meg4"))
+    places = {c["shortName"]: c["index"] for c in said["channels"]}
+    data, sensors = bytearray(file.read_bytes()), 1846 + 32 * 10 + sum(18 + 8 * len(f["params"]) for f in said["record"]["filters"])
+    sensors += struct.unpack_from(">i", data, 1836)[0]
+    for channel, number in types.items():
+        struct.pack_into(">h", data, sensors + 1328 * places[channel], number)
+    file.write_bytes(data)
+    numbers = np.random.default_rng(17)
+    with open(sampled, "r+b") as samples:
+        for channel in ("UPPT001", "UADC001"):
+            lengths = numbers.integers(1, 400, 100)  # some go on over borders of trials
+            values = np.repeat(numbers.choice([0, 0, 1, 2, 3, 255, 256, -1, -2**31, 2**31 - 1], 100), lengths)
+            values = values[:SAMPLES * TRIALS].reshape(TRIALS, SAMPLES)
+            values[0, 0], values[3, -2:], values[4, 0], values[-1, -2:] = 5, (0, 6), 7, (0, 9)
+            for trial in range(TRIALS):
+                samples.seek(8 + 4 * SAMPLES * (10 * trial + places[channel]))
+                samples.write(values[trial].astype(">i4").tobytes())
+    return name
+
+
+def runs(path, channels, words):
+    """Samples that follow each other: values, trials and samples in them, and times of sampling in periods."""
+    run("export", "--quiet", path, "-o", "x.npy", "--channels", channels, *words)
+    x, about = np.load("x.npy").astype(float), json.load(open("x.npy.json"))
+    said = json.loads(run("info", "--json", "--quiet", path))
+    record, clock = said["record"], [c for c in said["channels"] if c["kind"] == "clock"]
+    starts = np.arange(record["numTrials"]) * record["samplesPerTrial"]
+    if clock:
+        run("export", "--quiet", path, "-o", "c.npy", "--physical", "--channels", clock[0]["name"], "--partial=nan")
+        seconds = np.load("c.npy")[:, 0, 0]
+        starts = np.round((seconds - seconds[0]) * record["sampleRate"])
+    step = int(round(record["sampleRate"] / about["sampleRate"]))
+    if x.ndim == 2:
+        x, pieces = x[None], [(0, p["at"], p["trial"], p["firstSample"]) for p in about["pieces"]]
+    else:
+        pieces = [(i, 0, t["origin"]["trial"], t["origin"]["firstSample"]) for i, t in enumerate(about["trials"])]
+    for c, channel in enumerate(about["channels"]):
+        rows = []
+        for (i, at, trial, first), after in itertools.zip_longest(pieces, pieces[1:]):
+            values = x[i, c, at:after[1] if after and after[0] == i else None]
+            samples = first + step * np.arange(len(values))
+            there = ~np.isnan(values) & (samples < record["samplesPerTrial"])
+            rows.append(np.stack([values, np.full(len(values), trial), samples, samples + starts[trial]])[:, there])
+        all_rows = np.concatenate(rows, axis=1)
+        yield channel["name"], record, step, np.split(all_rows, 1 + np.flatnonzero(np.diff(all_rows[3]) >= 2 * step), axis=1)
+
+
+def compare(path, *words, mask=None, edge="rising", channels="stim"):
+    wanted = []
+    for c, (name, record, step, parts) in enumerate(runs(path, channels, words)):
+        for values, trial, sample, position in parts:
+            values = values.astype(np.int64).astype(np.uint32) & np.uint32(0xFFFFFFFF if mask is None else mask)
+            before = np.concatenate([[0], values[:-1]]).astype(np.uint32)
+            changes = np.flatnonzero(values != before)
+            ends = np.append(position, position[-1:] + step)[np.append(changes, len(values))]
+            for number, i in enumerate(changes):
+                if EDGES[edge](values[i], before[i]):
+                    wanted.append([trial[i], sample[i], c, name, values[i], before[i], sample[i] - record["preTrigSamples"],
+                                   position[i], ends[number + 1] - position[i]])
+    wanted, rate = sorted(wanted), record["sampleRate"]
+    masked = [] if mask is None else ["--mask", mask]
+    found = events(path, *words, *masked, "--edges", edge, *([] if channels == "stim" else ["--channel", channels]))
+    exact = lambda row: [row[key] for key in ("trial", "sample", "channel", "value", "previous")]
+    assert [exact(row) for row in found] == [[t, s, *more[1:4]] for t, s, *more in wanted], (path, words, mask, edge)
+    times = np.array([[row["timeMs"] / 1000, row["runTime"], row["duration"]] for row in found]).reshape(-1, 3)
+    assert np.allclose(times * rate, np.array([row[6:] for row in wanted]).reshape(-1, 3), rtol=0, atol=1e-3), (path, words)
+    return found
+
+
+def test_changes():
+    simulate("a.ds", "--gap", "1:0.7,4:0.01", types={"UADC001": 11})
+    for edge, mask in itertools.product(EDGES, (None, 1, 0x80000000, "0xff", 254, 0)):
+        number = int(str(mask), 0) if mask is not None else None
+        found = compare("a.ds", mask=number, edge=edge)
+        assert {row["channel"].split("-")[0] for row in found} == ({"UPPT001", "UADC001"} if number != 0 else set())
+    assert compare("a.ds", channels="UPPT001")[0]["sample"] == 0
+    simulate("b.ds")  # its trials adjoin
+    for path in ("a.ds", "b.ds"):
+        for words in (["--trials", "0,2,3,5"], ["--samples", "3:1100"], ["--samples", "0:1100"], ["--from", "0.1"],
+                      ["--split", 4], ["--split", 7], ["--resample", 7], ["--split", 4, "--resample", 4],
+                      ["--continuous", "--gaps=cut"], ["--continuous", "--gaps=nan", "--resample", 3], ["--marker", "tone"],
+                      ["--continuous", "--gaps=cut", "--samples", "700:4000"]):
+            assert compare(path, *words, edge="both", channels="UPPT001,UADC001")
+
+
+def test_damaged():
+    """A last trial that is cut short after a gap, and trials without a clock."""
+    simulate("c.ds", "--gap", "4:0.7")
+    os.truncate("c.ds/c.meg4", 8 + 4 * SAMPLES * (10 * (TRIALS - 1) + 3))
+    for words in (["--partial"], ["--partial=drop"], []):
+        last = compare("c.ds", *words, edge="both", channels="UPPT001,UADC001" if words != ["--partial=drop"] else "UPPT001")[-1]
+        assert last["trial"] == TRIALS - (1 if words else 2)
+    simulate("d.ds", "--gap", "1:0.7", types={"SCLK01": 18})
+    run("events", "d.ds", errors="warning: has no clock that says whether trials follow each other")
+    compare("d.ds", edge="both")
+    run("simulate", "--quiet", "e.ds", "--channels", 1)
+    run("events", "e.ds", code=1, errors="has no stimulus channel")
+
+
+def test_markers():
+    run("simulate", "--quiet", "m.ds", "--channels", 10, "--trials", 40, "--samples", 900, "--pretrigger", 300, "--gap", "20:0.3")
+    numbers = np.random.default_rng(3)
+    clock = json.loads(run("markers", "--json", "m.ds"))
+    with open("m.ds/m.meg4", "r+b") as samples:
+        for trial in range(40):
+            row = np.zeros(900)
+            row[np.clip(300 + numbers.integers(-90, 90, trial % 4), 0, 899)] = 1
+            samples.seek(8 + 4 * 900 * 10 * trial)
+            samples.write(row.astype(">i4").tobytes())
+    for words in ([], ["--trials", "3-9,20,21"], ["--samples", "301:899"]):
+        found, rows = events("m.ds", *words), events("m.ds", *words, "--compare-markers", "tone")
+        tones = [m for m in clock if m["marker"] == "tone" and words[:1] != ["--samples"]]
+        tones = [m for m in tones if words[:1] != ["--trials"] or m["trial"] in (*range(3, 10), 20, 21)]
+        distances = np.array([[round((e["runTime"] - t["runTime"]) * 1200) for t in tones] for e in found]).reshape(len(found), -1)
+        pairs = {}
+        for e, t in sorted(np.ndindex(distances.shape), key=lambda pair: (abs(distances[pair]), *pair)):
+            if abs(distances[e, t]) <= 60 and e not in pairs and t not in (other for other, _ in pairs.values()):
+                pairs[e] = t, distances[e, t]
+        matched = [row for row in rows if row["sample"] is not None]
+        assert len(rows) - len(matched) == len(tones) - len(pairs) and len(matched) == len(found), words
+        for e, row in enumerate(matched):
+            tone, difference = pairs.get(e, (None, None))
+            assert row["differenceSamples"] == difference, (words, row, pairs.get(e))
+            if tone is not None:
+                assert (row["markerTrial"], row["markerSample"]) == (tones[tone]["trial"], 300)
+                assert np.isclose(row["differenceMs"], difference / 1.2)
+        lonely = [row["markerTrial"] for row in rows if row["sample"] is None]
+        assert lonely == [t["trial"] for i, t in enumerate(tones) if i not in (tone for tone, _ in pairs.values())]
+        assert f"{len(pairs)} of {len(found)} events have" in run("events", "m.ds", *words, "--compare-markers", "tone") or not pairs
+    run("events", "m.ds", "--compare-markers", "ton", code=1, errors="the nearest is tone")
+
+
+with tempfile.TemporaryDirectory() as folder:
+    os.chdir(folder)
+    test_changes()
+    test_damaged()
+    test_markers()
+    if (real := DATA / "testdata_ctf_short_discontinuous.ds").exists():
+        compare(real, edge="both")
+        for channel in ("clock", "adc", "MLC11"):
+            assert compare(real, channels=channel, edge="both"), channel
