@@ -67,9 +67,9 @@ void addTables(Definitions& definitions) {
   const auto [events, found] =
       addTable(definitions, "events", "List changes of stimulus channels, and compare them with a marker",
                "  ctfmeg events run.ds\n"
-               "  ctfmeg events --mask 0xff run.ds            the lower eight lines\n"
+               "  ctfmeg events --mask 0xff run.ds             the lower eight lines\n"
                "  ctfmeg events --compare-markers tone run.ds  whether a marker agrees\n"
-               "  ctfmeg events --csv run.ds > events.csv     for a spreadsheet\n",
+               "  ctfmeg events --csv run.ds > events.csv      for a spreadsheet\n",
                "leave out what can name a person (paths; marker names stay)", runEvents);
   addStimulus(events, found->changes);
   events

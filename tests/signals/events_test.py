@@ -135,35 +135,37 @@ def test_damaged():
 
 
 def test_markers():
+    """Events and occurrences near each other, at random, some at the same sample or as far apart as can be."""
     run("simulate", "--quiet", "m.ds", "--channels", 10, "--trials", 40, "--samples", 900, "--pretrigger", 300, "--gap", "20:0.3")
-    numbers = np.random.default_rng(3)
-    clock = json.loads(run("markers", "--json", "m.ds"))
+    numbers, lines = np.random.default_rng(3), []
     with open("m.ds/m.meg4", "r+b") as samples:
         for trial in range(40):
             row = np.zeros(900)
-            row[np.clip(300 + numbers.integers(-90, 90, trial % 4), 0, 899)] = 1
+            row[300 + 2 * numbers.integers(-50, 50, numbers.integers(5))] = 1
             samples.seek(8 + 4 * 900 * 10 * trial)
             samples.write(row.astype(">i4").tobytes())
-    for words in ([], ["--trials", "3-9,20,21"], ["--samples", "301:899"]):
+            lines += [f"{trial} {2 * n / 1200:.9f}" for n in numbers.integers(-50, 50, numbers.integers(5))]
+    texts = pathlib.Path("m.ds/MarkerFile.mrk").read_text().split("NUMBER OF SAMPLES:")
+    heading = texts[1].split("LIST OF SAMPLES:\n")[1].splitlines()[0]
+    texts[1] = f"\n{len(lines)}\nLIST OF SAMPLES:\n{heading}\n" + "\n".join(lines) + "\n\n" + texts[1][texts[1].index("CLASSGROUPID"):]
+    pathlib.Path("m.ds/MarkerFile.mrk").write_text("NUMBER OF SAMPLES:".join(texts))
+    for words, chosen in (([], lambda tone: True), (["--trials", "3-9,20,21"], lambda tone: tone["trial"] in (*range(3, 10), 20, 21)),
+                          (["--samples", "301:320"], lambda tone: 301 <= tone["sample"] <= 320)):
         found, rows = events("m.ds", *words), events("m.ds", *words, "--compare-markers", "tone")
-        tones = [m for m in clock if m["marker"] == "tone" and words[:1] != ["--samples"]]
-        tones = [m for m in tones if words[:1] != ["--trials"] or m["trial"] in (*range(3, 10), 20, 21)]
-        distances = np.array([[round((e["runTime"] - t["runTime"]) * 1200) for t in tones] for e in found]).reshape(len(found), -1)
+        tones = [m for m in json.loads(run("markers", "--json", "m.ds")) if m["marker"] == "tone" and chosen(m)]
+        at = [[round(row["runTime"] * 1200) for row in side] for side in (found, tones)]
         pairs = {}
-        for e, t in sorted(np.ndindex(distances.shape), key=lambda pair: (abs(distances[pair]), *pair)):
-            if abs(distances[e, t]) <= 60 and e not in pairs and t not in (other for other, _ in pairs.values()):
-                pairs[e] = t, distances[e, t]
-        matched = [row for row in rows if row["sample"] is not None]
-        assert len(rows) - len(matched) == len(tones) - len(pairs) and len(matched) == len(found), words
-        for e, row in enumerate(matched):
-            tone, difference = pairs.get(e, (None, None))
-            assert row["differenceSamples"] == difference, (words, row, pairs.get(e))
-            if tone is not None:
-                assert (row["markerTrial"], row["markerSample"]) == (tones[tone]["trial"], 300)
-                assert np.isclose(row["differenceMs"], difference / 1.2)
-        lonely = [row["markerTrial"] for row in rows if row["sample"] is None]
-        assert lonely == [t["trial"] for i, t in enumerate(tones) if i not in (tone for tone, _ in pairs.values())]
-        assert f"{len(pairs)} of {len(found)} events have" in run("events", "m.ds", *words, "--compare-markers", "tone") or not pairs
+        for e, t in sorted(np.ndindex(len(found), len(tones)), key=lambda p: (abs(at[0][p[0]] - at[1][p[1]]), at[0][p[0]] + at[1][p[1]])):
+            if abs(at[0][e] - at[1][t]) <= 60 and e not in pairs and t not in pairs.values():
+                pairs[e] = t
+        for e, row in enumerate(row for row in rows if row["sample"] is not None):
+            tone, difference = (tones[pairs[e]], at[0][e] - at[1][pairs[e]]) if e in pairs else ({"trial": None, "sample": None}, None)
+            assert [row[key] for key in ("trial", "sample")] == [found[e][key] for key in ("trial", "sample")]
+            assert [row[key] for key in ("differenceSamples", "markerTrial", "markerSample")] == [difference, *(tone[key] for key in ("trial", "sample"))]
+            assert difference is None or np.isclose(row["differenceMs"], difference / 1.2)
+        alone = [[t["trial"], t["sample"]] for i, t in enumerate(tones) if i not in pairs.values()]
+        assert [[row["markerTrial"], row["markerSample"]] for row in rows if row["sample"] is None] == sorted(alone)
+        assert f"{len(pairs)} of {len(found)} events have" in run("events", "m.ds", *words, "--compare-markers", "tone")
     run("events", "m.ds", "--compare-markers", "ton", code=1, errors="the nearest is tone")
 
 
