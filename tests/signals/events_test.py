@@ -141,10 +141,13 @@ def test_markers():
     with open("m.ds/m.meg4", "r+b") as samples:
         for trial in range(40):
             row = np.zeros(900)
-            row[300 + 2 * numbers.integers(-50, 50, numbers.integers(5))] = 1
+            first, second = (2 * numbers.integers(-50, 50, numbers.integers(5)) for _ in range(2))
+            if trial < 2:  # as far apart as can be, and farther
+                first, second = [-100], [-40 + trial]
+            row[300 + np.array(first, int)] = 1
             samples.seek(8 + 4 * 900 * 10 * trial)
             samples.write(row.astype(">i4").tobytes())
-            lines += [f"{trial} {2 * n / 1200:.9f}" for n in numbers.integers(-50, 50, numbers.integers(5))]
+            lines += [f"{trial} {n / 1200:.9f}" for n in second]
     texts = pathlib.Path("m.ds/MarkerFile.mrk").read_text().split("NUMBER OF SAMPLES:")
     heading = texts[1].split("LIST OF SAMPLES:\n")[1].splitlines()[0]
     texts[1] = f"\n{len(lines)}\nLIST OF SAMPLES:\n{heading}\n" + "\n".join(lines) + "\n\n" + texts[1][texts[1].index("CLASSGROUPID"):]
