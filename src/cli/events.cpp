@@ -1,7 +1,6 @@
 #include <algorithm>
-#include <cmath>
+#include <cstdlib>
 #include <iostream>
-#include <map>
 #include <optional>
 
 #include "cli/dataset_table.h"

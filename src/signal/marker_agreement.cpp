@@ -18,7 +18,7 @@ namespace {
 class TimesRead {
  public:
   TimesRead(const Recording& recording, const SampleSource& source)
-      : m_rate(recording.record().sampleRate), m_starts(recording.timeline(std::numeric_limits<int>::max())) {
+      : m_record(recording.record()), m_starts(recording.timeline(std::numeric_limits<int>::max())) {
     for (const Stretch& stretch : stretchesOf(recording, source, m_starts).all) {
       const double first = at(stretch.fileTrial, stretch.firstSample);
       m_spans.emplace_back(first, first + static_cast<double>(stretch.samples * stretch.step));
@@ -27,7 +27,10 @@ class TimesRead {
   }
 
   double at(int trial, std::int64_t sample) const {
-    return m_starts.starts[static_cast<std::size_t>(trial)] * m_rate + static_cast<double>(sample);
+    const double start = m_starts.starts[static_cast<std::size_t>(trial)] * m_record.sampleRate;
+    // Without a rate that can be, trials follow each other.
+    const double place = std::isfinite(start) ? start : static_cast<double>(trial) * m_record.samplesPerTrial;
+    return place + static_cast<double>(sample);
   }
 
   /// When an occurrence was; nothing where it is at no sample that was read.
@@ -43,7 +46,7 @@ class TimesRead {
   }
 
  private:
-  double m_rate;
+  const RecordInfo& m_record;
   Timeline m_starts;
   std::vector<std::pair<double, double>> m_spans;  // the end not included
 };

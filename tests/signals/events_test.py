@@ -33,12 +33,13 @@ def events(path, *words):
 
 def simulate(name, *words, types={}):
     """With random stimuli on UPPT001 and UADC001, and other sensor types in the resource file."""
-    run("simulate", "--quiet", name, "--channels", 10, "--trials", TRIALS, "--samples", SAMPLES, "--pretrigger", 300, *words)
+    run("simulate", "--quiet", name, "--channels", 10, "--trials", TRIALS, "--samples", SAMPLES, "--pretrigger", 300,
+        *words)
     said = json.loads(run("info", "--json", "--quiet", name))
     file, sampled = next(pathlib.Path(name).glob("*.res4")), next(pathlib.Path(name).glob("*.meg4"))
     places = {c["shortName"]: c["index"] for c in said["channels"]}
-    data, sensors = bytearray(file.read_bytes()), 1846 + 32 * 10 + sum(18 + 8 * len(f["params"]) for f in said["record"]["filters"])
-    sensors += struct.unpack_from(">i", data, 1836)[0]
+    data, filters = bytearray(file.read_bytes()), said["record"]["filters"]
+    sensors = 1846 + struct.unpack_from(">i", data, 1836)[0] + sum(18 + 8 * len(f["params"]) for f in filters) + 32 * 10
     for channel, number in types.items():
         struct.pack_into(">h", data, sensors + 1328 * places[channel], number)
     file.write_bytes(data)
@@ -79,7 +80,8 @@ def runs(path, channels, words):
             there = ~np.isnan(values) & (samples < record["samplesPerTrial"])
             rows.append(np.stack([values, np.full(len(values), trial), samples, samples + starts[trial]])[:, there])
         all_rows = np.concatenate(rows, axis=1)
-        yield channel["name"], record, step, np.split(all_rows, 1 + np.flatnonzero(np.diff(all_rows[3]) >= 2 * step), axis=1)
+        parts = np.split(all_rows, 1 + np.flatnonzero(np.diff(all_rows[3]) >= 2 * step), axis=1)
+        yield channel["name"], record, step, parts
 
 
 def compare(path, *words, mask=None, edge="rising", channels="stim"):
@@ -92,15 +94,16 @@ def compare(path, *words, mask=None, edge="rising", channels="stim"):
             ends = np.append(position, position[-1:] + step)[np.append(changes, len(values))]
             for number, i in enumerate(changes):
                 if EDGES[edge](values[i], before[i]):
-                    wanted.append([trial[i], sample[i], c, name, values[i], before[i], sample[i] - record["preTrigSamples"],
-                                   position[i], ends[number + 1] - position[i]])
+                    times = [sample[i] - record["preTrigSamples"], position[i], ends[number + 1] - position[i]]
+                    wanted.append([trial[i], sample[i], c, name, values[i], before[i], *times])
     wanted, rate = sorted(wanted), record["sampleRate"]
     masked = [] if mask is None else ["--mask", mask]
-    found = events(path, *words, *masked, "--edges", edge, *([] if channels == "stim" else ["--channel", channels]))
+    masked += [] if channels == "stim" else ["--channel", channels]
+    found = events(path, *words, *masked, "--edges", edge)
     exact = lambda row: [row[key] for key in ("trial", "sample", "channel", "value", "previous")]
     assert [exact(row) for row in found] == [[t, s, *more[1:4]] for t, s, *more in wanted], (path, words, mask, edge)
-    times = np.array([[row["timeMs"] / 1000, row["runTime"], row["duration"]] for row in found]).reshape(-1, 3)
-    assert np.allclose(times * rate, np.array([row[6:] for row in wanted]).reshape(-1, 3), rtol=0, atol=1e-3), (path, words)
+    times = np.reshape([[row["timeMs"] / 1000, row["runTime"], row["duration"]] for row in found], (-1, 3))
+    assert np.allclose(times * rate, np.reshape([row[6:] for row in wanted], (-1, 3)), rtol=0, atol=1e-3), (path, words)
     return found
 
 
@@ -115,9 +118,11 @@ def test_changes():
     for path in ("a.ds", "b.ds"):
         for words in (["--trials", "0,2,3,5"], ["--samples", "3:1100"], ["--samples", "0:1100"], ["--from", "0.1"],
                       ["--split", 4], ["--split", 7], ["--resample", 7], ["--split", 4, "--resample", 4],
-                      ["--continuous", "--gaps=cut"], ["--continuous", "--gaps=nan", "--resample", 3], ["--marker", "tone"],
+                      ["--marker", "tone"], ["--continuous", "--gaps=cut"], ["--continuous", "--gaps=nan", "--resample", 3],
                       ["--continuous", "--gaps=cut", "--samples", "700:4000"]):
             assert compare(path, *words, edge="both", channels="UPPT001,UADC001")
+        for words in (["--split", 4], ["--resample", 7], ["--trials", "0,2,3"]):
+            assert events(path, *words) == events(path, *words, "--rules=host"), (path, words)
 
 
 def test_damaged():
@@ -125,7 +130,8 @@ def test_damaged():
     simulate("c.ds", "--gap", "4:0.7")
     os.truncate("c.ds/c.meg4", 8 + 4 * SAMPLES * (10 * (TRIALS - 1) + 3))
     for words in (["--partial"], ["--partial=drop"], []):
-        last = compare("c.ds", *words, edge="both", channels="UPPT001,UADC001" if words != ["--partial=drop"] else "UPPT001")[-1]
+        channels = "UPPT001" if words == ["--partial=drop"] else "UPPT001,UADC001"
+        last = compare("c.ds", *words, edge="both", channels=channels)[-1]
         assert last["trial"] == TRIALS - (1 if words else 2)
     simulate("d.ds", "--gap", "1:0.7", types={"SCLK01": 18})
     run("events", "d.ds", errors="warning: has no clock that says whether trials follow each other")
@@ -134,9 +140,19 @@ def test_damaged():
     run("events", "e.ds", code=1, errors="has no stimulus channel")
 
 
+def brute_force(events, tones):
+    """Pairs of numbers, of events and occurrences at these samples, the nearest first."""
+    pairs, place = {}, lambda pair: (events[pair[0]], tones[pair[1]])
+    for e, t in sorted(np.ndindex(len(events), len(tones)), key=lambda p: (abs(np.diff(place(p))[0]), sum(place(p)))):
+        if abs(events[e] - tones[t]) <= 60 and e not in pairs and t not in pairs.values():
+            pairs[e] = t
+    return pairs
+
+
 def test_markers():
     """Events and occurrences near each other, at random, some at the same sample or as far apart as can be."""
-    run("simulate", "--quiet", "m.ds", "--channels", 10, "--trials", 40, "--samples", 900, "--pretrigger", 300, "--gap", "20:0.3")
+    run("simulate", "--quiet", "m.ds", "--channels", 10, "--trials", 40, "--samples", 900, "--pretrigger", 300,
+        "--gap", "20:0.3")
     numbers, lines = np.random.default_rng(3), []
     with open("m.ds/m.meg4", "r+b") as samples:
         for trial in range(40):
@@ -147,28 +163,28 @@ def test_markers():
             row[300 + np.array(first, int)] = 1
             samples.seek(8 + 4 * 900 * 10 * trial)
             samples.write(row.astype(">i4").tobytes())
-            lines += [f"{trial} {n / 1200:.9f}" for n in second]
+            lines += [f"{trial} {n / 1200:.9f}\n" for n in second]
     texts = pathlib.Path("m.ds/MarkerFile.mrk").read_text().split("NUMBER OF SAMPLES:")
-    heading = texts[1].split("LIST OF SAMPLES:\n")[1].splitlines()[0]
-    texts[1] = f"\n{len(lines)}\nLIST OF SAMPLES:\n{heading}\n" + "\n".join(lines) + "\n\n" + texts[1][texts[1].index("CLASSGROUPID"):]
+    heading, later = texts[1].split("LIST OF SAMPLES:\n")[1].splitlines()[0], texts[1].index("CLASSGROUPID")
+    texts[1] = f"\n{len(lines)}\nLIST OF SAMPLES:\n{heading}\n{''.join(lines)}\n\n{texts[1][later:]}"
     pathlib.Path("m.ds/MarkerFile.mrk").write_text("NUMBER OF SAMPLES:".join(texts))
-    for words, chosen in (([], lambda tone: True), (["--trials", "3-9,20,21"], lambda tone: tone["trial"] in (*range(3, 10), 20, 21)),
+    all_tones = [m for m in json.loads(run("markers", "--json", "m.ds")) if m["marker"] == "tone"]
+    for words, chosen in (([], lambda tone: True), (["--trials", "3-5,20"], lambda tone: tone["trial"] in (3, 4, 5, 20)),
                           (["--samples", "301:320"], lambda tone: 301 <= tone["sample"] <= 320)):
-        found, rows = events("m.ds", *words), events("m.ds", *words, "--compare-markers", "tone")
-        tones = [m for m in json.loads(run("markers", "--json", "m.ds")) if m["marker"] == "tone" and chosen(m)]
+        found, tones = events("m.ds", *words), list(filter(chosen, all_tones))
         at = [[round(row["runTime"] * 1200) for row in side] for side in (found, tones)]
-        pairs = {}
-        for e, t in sorted(np.ndindex(len(found), len(tones)), key=lambda p: (abs(at[0][p[0]] - at[1][p[1]]), at[0][p[0]] + at[1][p[1]])):
-            if abs(at[0][e] - at[1][t]) <= 60 and e not in pairs and t not in pairs.values():
-                pairs[e] = t
-        for e, row in enumerate(row for row in rows if row["sample"] is not None):
-            tone, difference = (tones[pairs[e]], at[0][e] - at[1][pairs[e]]) if e in pairs else ({"trial": None, "sample": None}, None)
-            assert [row[key] for key in ("trial", "sample")] == [found[e][key] for key in ("trial", "sample")]
-            assert [row[key] for key in ("differenceSamples", "markerTrial", "markerSample")] == [difference, *(tone[key] for key in ("trial", "sample"))]
-            assert difference is None or np.isclose(row["differenceMs"], difference / 1.2)
-        alone = [[t["trial"], t["sample"]] for i, t in enumerate(tones) if i not in pairs.values()]
-        assert [[row["markerTrial"], row["markerSample"]] for row in rows if row["sample"] is None] == sorted(alone)
-        assert f"{len(pairs)} of {len(found)} events have" in run("events", "m.ds", *words, "--compare-markers", "tone")
+        pairs, wanted = brute_force(*at), []
+        for e, event in enumerate(found):
+            t = pairs.get(e)
+            said = [None] * 3 if t is None else [tones[t]["trial"], tones[t]["sample"], at[0][e] - at[1][t]]
+            wanted.append([event["trial"], event["sample"], *said])
+        alone = sorted((t["trial"], t["sample"]) for i, t in enumerate(tones) if i not in pairs.values())
+        keys = ("trial", "sample", "markerTrial", "markerSample", "differenceSamples")
+        rows = [[row[key] for key in keys] for row in events("m.ds", *words, "--compare-markers", "tone")]
+        assert [row for row in rows if row[0] is not None] == wanted, words
+        assert [row for row in rows if row[0] is None] == [[None, None, *place, None] for place in alone], words
+        said = run("events", "m.ds", *words, "--compare-markers", "tone").splitlines()[-1]
+        assert said.startswith(f"{len(pairs)} of {len(found)} events have an occurrence of tone"), said
     run("events", "m.ds", "--compare-markers", "ton", code=1, errors="the nearest is tone")
 
 
