@@ -4,8 +4,8 @@
 
 #include "base/wide_instructions.h"
 
-// A matrix product of which each row has its own few references. What is inline is part of both forms of
-// `subtractTiles`.
+// A matrix product of which each row has its own few references, and the products of a filter. What is inline
+// is part of both forms of each.
 
 #define INLINE inline __attribute__((always_inline))
 
@@ -78,6 +78,62 @@ WIDE_INSTRUCTIONS void subtractWide(const double* values, const SampleTile* tile
   subtractHere(values, tiles, weights, count, out);
 }
 
+INLINE void add(Lanes& sum, const Lanes& weights, const double* from) {
+  Lanes lanes;
+  load(lanes, from);
+  sum += weights * lanes;
+}
+
+INLINE double total(const Lanes& a, const Lanes& b) {
+  const Lanes sum = a + b;
+  return (sum[0] + sum[1]) + (sum[2] + sum[3]);
+}
+
+/// Four sums, so that a weight is loaded once for all of them; each is added up in eight lanes.
+INLINE void sumFour(std::span<const double> weights, const double* values, std::size_t step, double* out) {
+  Lanes a{}, b{}, c{}, d{}, e{}, f{}, g{}, h{};
+  std::size_t k = 0;
+  for (; k + 8 <= weights.size(); k += 8) {
+    Lanes first, second;
+    load(first, weights.data() + k);
+    load(second, weights.data() + k + 4);
+    const double* from = values + k;
+    add(a, first, from);
+    add(b, second, from + 4);
+    from += step;
+    add(c, first, from);
+    add(d, second, from + 4);
+    from += step;
+    add(e, first, from);
+    add(f, second, from + 4);
+    from += step;
+    add(g, first, from);
+    add(h, second, from + 4);
+  }
+  Lanes rest{};
+  for (; k < weights.size(); ++k)
+    rest += weights[k] * Lanes{values[k], values[k + step], values[k + 2 * step], values[k + 3 * step]};
+  store(out, Lanes{total(a, b), total(c, d), total(e, f), total(g, h)} + rest);
+}
+
+/// All sums come from one call of `sumFour`, so that they are added up alike.
+INLINE void sumHere(std::span<const double> weights, const double* values, std::size_t step,
+                    std::size_t count, double* out) {
+  for (std::size_t i = 0; i < count;) {
+    const bool four = count - i >= 4;
+    double sums[4];
+    sumFour(weights, values + i * step, four ? step : 0, sums);
+    const std::size_t done = four ? 4 : 1;
+    std::memcpy(out + i, sums, done * sizeof(double));
+    i += done;
+  }
+}
+
+WIDE_INSTRUCTIONS void sumWide(std::span<const double> weights, const double* values, std::size_t step,
+                               std::size_t count, double* out) {
+  sumHere(weights, values, step, count, out);
+}
+
 }  // namespace
 
 void subtractTiles(const double* values, std::span<const SampleTile> tiles,
@@ -86,6 +142,14 @@ void subtractTiles(const double* values, std::span<const SampleTile> tiles,
     subtractWide(values, tiles.data(), weights, count, out);
   else
     subtractHere(values, tiles.data(), weights, count, out);
+}
+
+void weightedSums(std::span<const double> weights, const double* values, std::size_t step, std::size_t count,
+                  double* out) {
+  if (machineHasWideInstructions())
+    sumWide(weights, values, step, count, out);
+  else
+    sumHere(weights, values, step, count, out);
 }
 
 }  // namespace ctfmeg

@@ -24,4 +24,9 @@ struct WeightedTile {
 void subtractTiles(const double* values, std::span<const SampleTile> tiles,
                    std::span<const WeightedTile> weights, std::size_t count, double* out);
 
+/// out[i] = sum over k of weights[k] x values[i x step + k], for `count` sums. A sum does not depend on which
+/// others are made with it.
+void weightedSums(std::span<const double> weights, const double* values, std::size_t step, std::size_t count,
+                  double* out);
+
 }  // namespace ctfmeg

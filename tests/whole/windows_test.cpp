@@ -10,6 +10,7 @@
 #include "support/test_store.h"
 
 #include <ctfmeg/compensation.h>
+#include <ctfmeg/low_pass.h>
 
 // What is read of the files for a window, and that its values are right whatever happens meanwhile.
 
@@ -203,6 +204,45 @@ TEST(Windows, HoldTheValuesOfTheirCompensation) {
       expected -= weight.tesla * valueOf(*stored, weight.reference);
     EXPECT_NEAR(valueOf(*third, channel), expected, 1e-24);
     EXPECT_EQ(third->channels()[static_cast<std::size_t>(channel)].gradientOrder, 3);
+  }
+}
+
+TEST(Windows, HoldTheValuesOfTheirLowPass) {
+  const auto store = std::make_shared<TestStore>(6, 30'001, std::vector{3, 2, 2});
+  store->files["run.2_meg4"].size -= 4 * (30'001 + 100);
+  const Recording recording = openRecording(store, "run");
+  Selection run{.continuous = true, .gaps = Gaps::cut};
+  const auto trials = recording.samples(), gapless = recording.samples(run);
+  for (const int factor : {2, 7, 50}) {
+    const std::string by = " by " + std::to_string(factor);
+    compareWindows(*lowPassed(trials, factor, 2), "trials" + by, {Values::physical});
+    compareWindows(*lowPassed(gapless, factor), "gaps cut" + by, {Values::physical});
+  }
+  run.gaps = Gaps::fill;
+  run.partial = Partial::fill;
+  compareWindows(*lowPassed(recording.samples(run), 7), "gaps filled", {Values::physical});
+  std::vector<double> some(2);
+  store->takeCounts();
+  lowPassed(trials, 7)->read({.trial = 1, .channel = 2, .first = 10'000, .samples = 2, .step = 7}, some);
+  EXPECT_EQ(store->takeCounts().bytes, 4 * (2 * 13 * 7 + 7 + 1));
+  lowPassed(trials, 7)->read({.trial = 1, .channel = 2, .first = 30, .samples = 2, .step = 9'000}, some);
+  EXPECT_EQ(store->takeCounts().bytes, 4 * (13 * 7 + 30 + 1 + 2 * 13 * 7 + 1));
+
+  EXPECT_THROW(read<double>(*lowPassed(trials, 2), {.samples = 1}, Values::raw), std::invalid_argument);
+  EXPECT_THROW(read<std::int32_t>(*lowPassed(trials, 2), {.samples = 1}), std::invalid_argument);
+  EXPECT_THROW(lowPassed(trials, 0), std::invalid_argument);
+  EXPECT_EQ(lowPassed(trials, 1), trials);
+  EXPECT_THROW(lowPassed(trials, 30'001 / 13 + 1), Error);
+  lowPassed(trials, 30'000 / 13);
+  run = {.continuous = true, .gaps = Gaps::cut, .samples = {{1000, INT64_MAX}}};
+  EXPECT_NO_THROW(lowPassed(recording.samples(run), 30'000 / 13)) << "trials that adjoin are one stretch";
+  run.samples = {{3 * 30'001 - 500, INT64_MAX}};
+  try {
+    lowPassed(recording.samples(run), 100);
+    ADD_FAILURE() << "there are 500 samples before the gap";
+  } catch (const Error& error) {
+    EXPECT_EQ(error.text(),
+              "has only 500 samples in a row from sample 0 on, and decimation by 100 needs 1301");
   }
 }
 
