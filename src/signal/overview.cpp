@@ -1,7 +1,9 @@
 #include <ctfmeg/overview.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
+#include <cstring>
 #include <limits>
 #include <mutex>
 #include <stdexcept>
@@ -27,23 +29,35 @@ void widen(Extremes& extremes, const Extremes& by) {
 
 #define INLINE inline __attribute__((always_inline))
 
+/// Four values, one for each lane of a register.
+using Lanes [[gnu::vector_size(4 * sizeof(double))]] = double;
+
 /// Missing values, which are not less than anything, are passed over.
+template <class Value>
+INLINE void add(Value& min, Value& max, const double* from) {
+  Value value;
+  std::memcpy(&value, from, sizeof value);
+  min = value < min ? value : min;
+  max = value > max ? value : max;
+}
+
 INLINE Extremes extremesHere(const double* values, std::int64_t count) {
-  constexpr std::size_t kLanes = 16;
-  double min[kLanes], max[kLanes];
-  std::fill_n(min, kLanes, kNothing.min);
-  std::fill_n(max, kLanes, kNothing.max);
-  const auto add = [&](std::size_t lane, double value) __attribute__((always_inline)) {
-    min[lane] = value < min[lane] ? value : min[lane];
-    max[lane] = value > max[lane] ? value : max[lane];
-  };
+  constexpr std::int64_t kLanes = 4;
+  Lanes min = Lanes{} + kNothing.min, max = Lanes{} + kNothing.max;
+  Lanes otherMin = min, otherMax = max;
   const double* const end = values + count;
-  for (; end - values >= std::ptrdiff_t{kLanes}; values += kLanes)
-    for (std::size_t lane = 0; lane < kLanes; ++lane)
-      add(lane, values[lane]);
+  for (; end - values >= 2 * kLanes; values += 2 * kLanes) {
+    add(min, max, values);
+    add(otherMin, otherMax, values + kLanes);
+  }
+  min = otherMin < min ? otherMin : min;
+  max = otherMax > max ? otherMax : max;
+  Extremes all = kNothing;
+  for (std::int64_t lane = 0; lane < kLanes; ++lane)
+    widen(all, {min[lane], max[lane]});
   for (; values != end; ++values)
-    add(0, *values);
-  return {*std::min_element(min, min + kLanes), *std::max_element(max, max + kLanes)};
+    add(all.min, all.max, values);
+  return all;
 }
 
 WIDE_INSTRUCTIONS Extremes extremesWide(const double* values, std::int64_t count) {
@@ -64,12 +78,17 @@ class Pixels {
     return pixel * (m_samples / m_width) + pixel * (m_samples % m_width) / m_width;
   }
   std::int64_t at(std::int64_t sample) const {
-    __extension__ using Wide = __int128;
-    return static_cast<std::int64_t>((Wide{sample + 1} * m_width - 1) / m_samples);
+    auto pixel = static_cast<std::int64_t>(static_cast<double>(sample) * m_perSample);  // or the next to it
+    while (begin(pixel) > sample)
+      --pixel;
+    while (begin(pixel + 1) <= sample)
+      ++pixel;
+    return pixel;
   }
 
  private:
   std::int64_t m_samples, m_width;
+  double m_perSample = static_cast<double>(m_width) / static_cast<double>(m_samples);
 };
 
 constexpr std::int64_t kValuesAtOnce = 1 << 18;  // that a thread reads
@@ -82,9 +101,10 @@ struct Part {
   std::int64_t base = 0;  ///< the chunk's first sample
   std::int64_t begin = 0, end = 0;
   std::int64_t firstPixel = 0, pixels = 0;
-  BlockSet drawn = 0;  ///< at least partly
-  BlockSet whole = 0;  ///< all samples are drawn
-  BlockSet inOne = 0;  ///< those of them that are within one pixel
+  BlockSet drawn = 0;                                ///< at least partly
+  BlockSet whole = 0;                                ///< all samples are drawn
+  BlockSet inOne = 0;                                ///< those of them that are within one pixel
+  std::array<std::int64_t, kChunkBlocks> pixelOf{};  ///< in which each block begins
   std::vector<ExtremesChunk> chunks{};
   std::vector<Extremes> out{};  ///< `pixels` for each channel
 
@@ -165,16 +185,20 @@ class Drawing {
     Part part{.place = place, .base = place.chunk * kChunkSamples};
     part.begin = std::max(m_window.first, part.base);
     part.end = std::min(m_end, part.base + kChunkSamples);
-    part.firstPixel = pixelAt(part.begin);
-    part.pixels = pixelAt(part.end - 1) + 1 - part.firstPixel;
+    part.firstPixel = m_pixels.at(part.begin - m_window.first);
+    part.pixels = m_pixels.at(part.end - 1 - m_window.first) + 1 - part.firstPixel;
+    std::int64_t pixel = part.firstPixel, pixelEnd = endOf(pixel);
     for (std::int64_t block = (part.begin - part.base) / kOverviewBlock;
          part.base + block * kOverviewBlock < part.end; ++block) {
       const std::int64_t begin = part.base + block * kOverviewBlock;
       const std::int64_t end = std::min(begin + kOverviewBlock, m_length);
+      while (pixelEnd <= begin)
+        pixelEnd = endOf(++pixel);
+      part.pixelOf[static_cast<std::size_t>(block)] = pixel;
       part.drawn |= only(block);
       if (begin < part.begin || end > part.end) continue;
       part.whole |= only(block);
-      if (pixelAt(begin) == pixelAt(end - 1)) part.inOne |= only(block);
+      if (end <= pixelEnd) part.inOne |= only(block);
     }
     part.chunks = m_cache.find(place);
     for (ExtremesChunk& chunk : part.chunks)
@@ -186,10 +210,9 @@ class Drawing {
   void addKept(Part& part, int channel) const {
     const BlockSet kept = part.drawn & ~part.missing(channel);
     const ExtremesChunk& chunk = part.chunks[static_cast<std::size_t>(channel)];
-    for (std::int64_t block = 0; block < kChunkBlocks; ++block)
-      if ((kept & only(block)) != 0)
-        widen(part.pixel(channel, pixelAt(part.base + block * kOverviewBlock)),
-              chunk.blocks[static_cast<std::size_t>(block)]);
+    for (std::size_t block = 0; block < kChunkBlocks; ++block)
+      if ((kept & only(static_cast<std::int64_t>(block))) != 0)
+        widen(part.pixel(channel, part.pixelOf[block]), chunk.blocks[block]);
   }
 
   /// Reads what is drawn of blocks `from` to `to` - 1 of channels `first` to `last` - 1.
@@ -205,11 +228,11 @@ class Drawing {
       ExtremesChunk& chunk = part.chunks[static_cast<std::size_t>(c)];
       std::fill(chunk.blocks.begin() + from, chunk.blocks.begin() + to, kNothing);
       chunk.known |= part.whole & ~(only(from) - 1) & (only(to - 1) | (only(to - 1) - 1));
-      // A piece ends with its block or its pixel.
+      std::int64_t pixel = m_pixels.at(window.first - m_window.first), pixelEnd = endOf(pixel);
       for (std::int64_t at = window.first, end = 0; at < window.first + window.samples; at = end) {
-        const std::int64_t block = (at - part.base) / kOverviewBlock, pixel = pixelAt(at);
-        end = std::min({part.base + (block + 1) * kOverviewBlock, m_window.first + m_pixels.begin(pixel + 1),
-                        window.first + window.samples});
+        if (pixelEnd <= at) pixelEnd = endOf(++pixel);
+        const std::int64_t block = (at - part.base) / kOverviewBlock;
+        end = std::min({part.base + (block + 1) * kOverviewBlock, pixelEnd, window.first + window.samples});
         const Extremes extremes = extremesOf(values, end - at);
         values += end - at;
         widen(chunk.blocks[static_cast<std::size_t>(block)], extremes);
@@ -218,7 +241,8 @@ class Drawing {
     }
   }
 
-  std::int64_t pixelAt(std::int64_t sample) const { return m_pixels.at(sample - m_window.first); }
+  /// The sample after a pixel's last one.
+  std::int64_t endOf(std::int64_t pixel) const { return m_window.first + m_pixels.begin(pixel + 1); }
 
   const SampleSource& m_source;
   ExtremesCache& m_cache;
