@@ -103,6 +103,13 @@ def main():
     assert np.array_equal(narrow, epochs.astype(np.float32))
     few, said = export("--around", "tone", "--from", -0.1, "--to", 0.1, "--resample", 7, "--physical")
     assert np.array_equal(few, wanted[:, :, :196:7]) and abs(said["times"]["step"] - 0.007) < 1e-15
+    # What is filtered is the run, before it is cut: an epoch that begins at a sample that the run keeps has its values.
+    thin, _ = export("--continuous", "--gaps=cut", "--decimate", 4)
+    few, said = export("--around", "tone", "--from", -0.1, "--to", 0.1, "--decimate", 4)
+    starts = [SAMPLES * t["origin"]["trial"] + t["origin"]["firstSample"] for t in said["trials"]]
+    there = [(epoch, start // 4) for epoch, start in zip(few, starts) if start % 4 == 0]
+    assert len(there) > 2 and few.shape[2] == 50 and said["sampleRate"] == RATE / 4
+    assert all(np.array_equal(epoch, thin[:, start:start + 50]) for epoch, start in there)
     kept, said = export("--around", "tone", "--from", -0.1, "--to", 0.1, "--skip-bad", "--physical")
     clean, _ = exact.cut(TONE, -0.1, 0.1, skip_bad=True)
     assert np.array_equal(kept, clean) and said["leftOut"]["bad"] == len(wanted) - len(clean) > 0
