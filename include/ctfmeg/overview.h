@@ -20,7 +20,8 @@ struct Extremes {
 class CTFMEG_API Overview {
  public:
   /// `cacheBytes` are for the extremes that are kept; those used longest ago go first. 16 MB are enough for
-  /// 800 million samples. Windows are read by so many threads (0: as many as pay).
+  /// 800 million samples in trials of 32,768 or more. Windows are read by so many threads (0: as many as
+  /// pay).
   explicit Overview(std::shared_ptr<const SampleSource> source,
                     std::size_t cacheBytes = std::size_t{16} << 20U, int threads = 0);
   ~Overview();
@@ -29,8 +30,8 @@ class CTFMEG_API Overview {
 
   /// The extremes of a window's physical values: trial by trial, channel by channel, `width` pixels each.
   /// Pixel p of n samples has those from floor(p x n / width) up to floor((p + 1) x n / width), this one left
-  /// out. Where samples are fewer than pixels each pixel has one, the first of these, so that they are drawn
-  /// as steps. Reads what is not kept, and blocks that two pixels share. Throws what reading throws, and
+  /// out; where samples are fewer than pixels, the one that it lies in, so that they are drawn as steps.
+  /// Reads what is not kept, and blocks that pixels share. Throws what reading throws, and
   /// std::invalid_argument for a width below 1 or a step other than 1.
   std::vector<Extremes> extremes(const Window& window, int width) const;
 

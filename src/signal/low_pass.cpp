@@ -120,7 +120,7 @@ class LowPassedSamples : public SampleSource {
     const std::int64_t around = 2 * m_reach + 1;
     // Of samples that are far from one another, each is read by itself.
     const std::int64_t together =
-        window.step > around ? 1 : (std::max(kSamplesAtOnce, 4 * around) - around) / window.step + 1;
+        window.step > around ? 1 : (std::max(kSamplesAtOnce, 8 * around) - around) / window.step + 1;
     const std::int64_t most = std::min(together, window.samples);
     const auto channelsAtOnce =
         std::clamp<std::int64_t>(kValuesAtOnce / ((most - 1) * window.step + around), 1, window.channels);

@@ -110,6 +110,15 @@ INLINE void sumFour(std::span<const double> weights, const double* values, std::
     add(g, first, from);
     add(h, second, from + 4);
   }
+  if (k + 4 <= weights.size()) {
+    Lanes first;
+    load(first, weights.data() + k);
+    add(a, first, values + k);
+    add(c, first, values + k + step);
+    add(e, first, values + k + 2 * step);
+    add(g, first, values + k + 3 * step);
+    k += 4;
+  }
   Lanes rest{};
   for (; k < weights.size(); ++k)
     rest += weights[k] * Lanes{values[k], values[k + step], values[k + 2 * step], values[k + 3 * step]};
