@@ -21,7 +21,7 @@ using BlockSet = std::uint32_t;
 
 inline BlockSet only(std::int64_t block) { return BlockSet{1} << block; }
 
-/// What is known of some blocks of one channel. Where all values are missing, min is above max.
+/// What is known of some blocks of one channel; `kNoExtremes` where all values are missing.
 struct ExtremesChunk {
   BlockSet known = 0;
   std::array<Extremes, kChunkBlocks> blocks{};

@@ -3,70 +3,19 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <cstring>
 #include <limits>
 #include <mutex>
 #include <stdexcept>
 #include <string>
 
 #include "base/threads.h"
-#include "base/wide_instructions.h"
 #include "recording/sample_sources.h"
+#include "signal/extremes.h"
 #include "signal/extremes_cache.h"
 
 namespace ctfmeg {
 inline namespace v1 {
 namespace {
-
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-/// Of no values.
-constexpr Extremes kNothing{kInfinity, -kInfinity};
-
-void widen(Extremes& extremes, const Extremes& by) {
-  extremes.min = std::min(extremes.min, by.min);
-  extremes.max = std::max(extremes.max, by.max);
-}
-
-#define INLINE inline __attribute__((always_inline))
-
-/// Four values, one for each lane of a register.
-using Lanes [[gnu::vector_size(4 * sizeof(double))]] = double;
-
-/// Missing values, which are not less than anything, are passed over.
-template <class Value>
-INLINE void add(Value& min, Value& max, const double* from) {
-  Value value;
-  std::memcpy(&value, from, sizeof value);
-  min = value < min ? value : min;
-  max = value > max ? value : max;
-}
-
-INLINE Extremes extremesHere(const double* values, std::int64_t count) {
-  constexpr std::int64_t kLanes = 4;
-  Lanes min = Lanes{} + kNothing.min, max = Lanes{} + kNothing.max;
-  Lanes otherMin = min, otherMax = max;
-  const double* const end = values + count;
-  for (; end - values >= 2 * kLanes; values += 2 * kLanes) {
-    add(min, max, values);
-    add(otherMin, otherMax, values + kLanes);
-  }
-  min = otherMin < min ? otherMin : min;
-  max = otherMax > max ? otherMax : max;
-  Extremes all = kNothing;
-  for (std::int64_t lane = 0; lane < kLanes; ++lane)
-    widen(all, {min[lane], max[lane]});
-  for (; values != end; ++values)
-    add(all.min, all.max, values);
-  return all;
-}
-
-WIDE_INSTRUCTIONS Extremes extremesWide(const double* values, std::int64_t count) {
-  return extremesHere(values, count);
-}
-
-Extremes extremesOf(const double* values, std::int64_t count) {
-  return machineHasWideInstructions() ? extremesWide(values, count) : extremesHere(values, count);
-}
 
 /// Where pixels begin among samples, of which there are more.
 class Pixels {
@@ -132,7 +81,7 @@ class Drawing {
         m_channelsAtOnce(static_cast<int>(
             std::max(kFewestChannels, kValuesAtOnce / std::min(window.samples, kChunkSamples)))),
         m_groups((window.channels + m_channelsAtOnce - 1) / m_channelsAtOnce),
-        m_out(static_cast<std::size_t>(window.trials * window.channels * width), kNothing) {}
+        m_out(static_cast<std::size_t>(window.trials * window.channels * width), kNoExtremes) {}
 
   void work() {
     const std::int64_t all = m_window.trials * m_groups * m_chunks;
@@ -203,7 +152,7 @@ class Drawing {
     part.chunks = m_cache.find(place);
     for (ExtremesChunk& chunk : part.chunks)
       chunk.known &= part.whole;  // of others a part is read, which says nothing about the whole
-    part.out.assign(static_cast<std::size_t>(place.channels * part.pixels), kNothing);
+    part.out.assign(static_cast<std::size_t>(place.channels * part.pixels), kNoExtremes);
     return part;
   }
 
@@ -226,7 +175,7 @@ class Drawing {
     const double* values = room.data();
     for (int c = first; c < last; ++c) {
       ExtremesChunk& chunk = part.chunks[static_cast<std::size_t>(c)];
-      std::fill(chunk.blocks.begin() + from, chunk.blocks.begin() + to, kNothing);
+      std::fill(chunk.blocks.begin() + from, chunk.blocks.begin() + to, kNoExtremes);
       chunk.known |= part.whole & ~(only(from) - 1) & (only(to - 1) | (only(to - 1) - 1));
       std::int64_t pixel = m_pixels.at(window.first - m_window.first), pixelEnd = endOf(pixel);
       for (std::int64_t at = window.first, end = 0; at < window.first + window.samples; at = end) {
