@@ -233,7 +233,9 @@ void Session::attempt(const std::string& dataset, const std::function<void()>& w
     work();
   } catch (const Error& error) {
     stopIfInterrupted();  // what was stopped is no error of the dataset
-    fail(error);
+    // A source of samples that knows no file leaves the path empty.
+    fail(error.path().empty() ? Error(error.kind(), pathFromText(dataset), error.text(), error.findings())
+                              : error);
   } catch (const CommandError& error) {
     fail({ErrorKind::refused, pathFromText(error.path()), error.what()});
   } catch (const output::WriteError& error) {

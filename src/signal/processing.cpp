@@ -28,7 +28,12 @@ std::shared_ptr<const SampleSource> allSamples(const Recording& recording, const
                                                const Processing& processing, int threads) {
   auto source = processing.compensation ? compensated(recording, selection, *processing.compensation, threads)
                                         : recording.samples(selection);
-  return processing.decimate > 1 ? lowPassed(std::move(source), processing.decimate, threads) : source;
+  if (processing.decimate == 1) return source;
+  try {
+    return lowPassed(std::move(source), processing.decimate, threads);
+  } catch (const Error& error) {  // a source does not know its file
+    throw Error(error.kind(), recording.resourceFile(), error.text(), error.findings());
+  }
 }
 
 /// Channels that limits are for.
