@@ -269,16 +269,18 @@ def resident(command):
 
 def memory_of_exports():
     kinds = {"int32": [], "--physical": ["--physical"], "--continuous": ["--continuous"],
-             "one channel": ["--channels", "MLC11"]}
+             "one channel": ["--channels", "MLC11"], "--compensation 3": ["--compensation", "3"],
+             "--decimate 4": ["--decimate", "4"], "--around": ["--around", "tone", "--from", "-0.1", "--to", "5"]}
     program, rows = resident([CTFMEG, "--version"]), []
     for gigabytes in (0.25, 1, 4):
         path = recording(f"growth-{gigabytes}", 300, round(gigabytes * 1e9 / 14.4e6), 12000, 100)
         command = [CTFMEG, "export", "--quiet", path, "-o", os.devnull]
         rows.append((f"{sample_bytes(path) / 1e9:.2f}",
-                     *(f"{(resident([*command, *kind]) - program) / 1e6:.1f}" for kind in kinds.values())))
+                     *(f"{(resident([*command, *kind]) - program) / 1e6:.1f}" for kind in kinds.values()),
+                     f"{(resident([CTFMEG, 'average', *command[2:], *kinds['--around']]) - program) / 1e6:.1f}"))
         if gigabytes > 1:
             shutil.rmtree(path)
-    table(("GB", *(f"{kind}, MB beyond --version" for kind in kinds)), rows)
+    table(("GB", *(f"{kind}, MB beyond --version" for kind in (*kinds, "average"))), rows)
 
 
 def bytes_read(command):

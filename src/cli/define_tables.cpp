@@ -64,6 +64,7 @@ void addTables(Definitions& definitions) {
   addSignalLimits(stats, judged->limits);
   addThreads(stats, judged->reading.threads);
   addSelection(stats, judged->shown);
+  addProcessing(stats, judged->shown);
   const auto [events, found] =
       addTable(definitions, "events", "List changes of stimulus channels, and compare them with a marker",
                "  ctfmeg events run.ds\n"
