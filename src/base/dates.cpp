@@ -16,7 +16,7 @@ constexpr std::array<std::string_view, 12> kMonths{"january",   "february", "mar
                                                    "may",       "june",     "july",     "august",
                                                    "september", "october",  "november", "december"};
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isDecimal(char c) { return c >= '0' && c <= '9'; }
 bool isLetter(char c) { return c >= 'a' && c <= 'z'; }
 
 /// Runs of digits and of letters; what separates them is dropped. Nothing where it is not one of
@@ -25,16 +25,16 @@ std::optional<std::vector<std::string>> wordsOf(std::string_view given, std::str
   std::vector<std::string> words;
   char before = ' ';
   for (const char c : lowered(std::string(given))) {
-    const bool digit = isDigit(c), letter = isLetter(c);
+    const bool digit = isDecimal(c), letter = isLetter(c);
     if (!digit && !letter && separators.find(c) == std::string_view::npos) return std::nullopt;
-    if ((digit && !isDigit(before)) || (letter && !isLetter(before))) words.emplace_back();
+    if ((digit && !isDecimal(before)) || (letter && !isLetter(before))) words.emplace_back();
     if (digit || letter) words.back() += c;
     before = c;
   }
   return words;
 }
 
-bool isNumber(const std::string& word) { return isDigit(word[0]) && word.size() <= 8; }
+bool isNumber(const std::string& word) { return isDecimal(word[0]) && word.size() <= 8; }
 
 int numberOf(std::string_view digits) {
   int number = 0;

@@ -11,7 +11,7 @@ namespace {
 
 using output::Json;
 
-Json channelJson(const Channel& channel, Values values) {
+Json arrayChannelJson(const Channel& channel, Values values) {
   return {{"name", channel.name},
           {"shortName", channel.shortName},
           {"kind", nameOf(channel.kind)},
@@ -19,7 +19,7 @@ Json channelJson(const Channel& channel, Values values) {
           {"good", channel.good}};
 }
 
-Json trialJson(const Origin& origin, const Occurrence* epoch) {
+Json arrayTrialJson(const Origin& origin, const Occurrence* epoch) {
   return {
       {"origin", {{"trial", origin.fileTrial}, {"firstSample", origin.firstSample}, {"step", origin.step}}},
       {"marker", epoch == nullptr ? Json() : Json(epoch->name)},
@@ -53,7 +53,7 @@ std::string describe(const ArrayDescription& array, const ReadingOptions& option
   object.next("dtype") << output::dump(array.descr);
   object.next("channels");
   output::writeJsonList(out, source.channels(), 1,
-                        [&](const Channel& channel) { return channelJson(channel, array.values); });
+                        [&](const Channel& channel) { return arrayChannelJson(channel, array.values); });
   object.next("sampleRate") << output::dump(source.sampleRate());
   object.next("times") << output::dump(
       Json{{"first", source.time(0, 0)}, {"step", 1.0 / source.sampleRate()}});
@@ -62,7 +62,7 @@ std::string describe(const ArrayDescription& array, const ReadingOptions& option
   const auto& epochs = array.selected.epochs;
   for (std::int64_t t = 0; t < source.shape().trials && !isRun && !array.isAverage; ++t)
     trials.next() << output::dump(
-        trialJson(source.origin(t), epochs.empty() ? nullptr : &epochs[static_cast<std::size_t>(t)]));
+        arrayTrialJson(source.origin(t), epochs.empty() ? nullptr : &epochs[static_cast<std::size_t>(t)]));
   trials.end();
   object.next("pieces");
   output::writeJsonList(out, isRun ? source.pieces(0) : std::vector<Piece>(), 1, [&](const Piece& piece) {

@@ -53,7 +53,7 @@ std::string bashAnswer(const PageOption& option) {
 }
 
 /// In single quotes for a shell.
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
   std::string out = "'";
   for (const char c : text)
     out += c == '\'' ? std::string("'\\''") : std::string(1, c);
@@ -88,8 +88,9 @@ std::string zshOption(const PageOption& option) {
   for (const std::string& name : option.names) {
     const bool valued = !option.value.empty();
     const std::string equals = valued && name.starts_with("--") ? "=" : "";
-    lines += " \\\n        " + quoted(name + equals + "[" + zshText(option.help) + "]" +
-                                      (valued ? ":" + zshText(option.value) + ":" + zshAction(option) : ""));
+    lines +=
+        " \\\n        " + inQuotes(name + equals + "[" + zshText(option.help) + "]" +
+                                   (valued ? ":" + zshText(option.value) + ":" + zshAction(option) : ""));
   }
   return lines;
 }
@@ -98,7 +99,7 @@ std::string zshArguments(const Page& page) {
   std::string lines;
   for (const PageOption& argument : page.arguments)
     lines += " \\\n        " +
-             quoted((argument.several ? "*:" : "1:") + zshText(argument.value) + ":" + zshAction(argument));
+             inQuotes((argument.several ? "*:" : "1:") + zshText(argument.value) + ":" + zshAction(argument));
   return lines;
 }
 
@@ -211,7 +212,7 @@ std::string zshCompletion(const Page& page) {
   std::string text =
       "#compdef " + page.name + "\n_" + page.name + "() {\n  local -a commands\n  commands=(\n";
   for (const Page& command : page.commands)
-    text += "    " + quoted(command.name + ":" + command.summary) + "\n";
+    text += "    " + inQuotes(command.name + ":" + command.summary) + "\n";
   text += "  )\n  if (( CURRENT == 2 )); then\n    _describe command commands\n    _arguments";
   for (const PageOption& option : page.options)
     text += zshOption(option);

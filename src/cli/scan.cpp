@@ -222,7 +222,7 @@ std::vector<ScannedDataset> scanAll(const std::vector<std::string>& datasets, co
 }
 
 /// " line 12", where a finding is about a line.
-std::string placeOf(const Finding& finding) {
+std::string placeWords(const Finding& finding) {
   return finding.line ? " line " + std::to_string(*finding.line) : "";
 }
 
@@ -239,7 +239,7 @@ void sayOf(const ScannedDataset& scanned) {
   say(dataset.path,
       "warning: " +
           (first == findings.end() ? "see info"
-                                   : lastName(first->file) + placeOf(*first) + " " + first->text) +
+                                   : lastName(first->file) + placeWords(*first) + " " + first->text) +
           (others > 0 ? "; and " + std::to_string(others) + " more" : ""));
 }
 

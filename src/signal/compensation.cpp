@@ -111,7 +111,7 @@ struct Rows {
 };
 
 constexpr std::int64_t kTile = SampleTile::kSamples;
-constexpr std::int64_t kSamplesAtOnce = 2048;       // of a channel
+constexpr std::int64_t kCompensatedAtOnce = 2048;       // of a channel
 constexpr std::int64_t kValuesAtOnce = 1 << 15;     // of several, beside references
 constexpr std::int64_t kReferenceValues = 1 << 16;  // of all references
 
@@ -176,7 +176,7 @@ class CompensatedSamples : public SampleSource {
   void readAll(const Window& window, Value* out) const {
     const Reading reading = readingOf(window);
     const std::int64_t most = std::clamp<std::int64_t>(
-        kReferenceValues / std::max<std::int64_t>(std::ssize(reading.references), 1), 1, kSamplesAtOnce);
+        kReferenceValues / std::max<std::int64_t>(std::ssize(reading.references), 1), 1, kCompensatedAtOnce);
     const std::int64_t perTrial = (window.samples + most - 1) / most;
     const std::int64_t all = perTrial * window.trials;
     std::atomic<std::int64_t> next = 0;

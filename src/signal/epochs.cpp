@@ -30,15 +30,15 @@ std::vector<Occurrence> occurrencesOf(const Recording& recording, const std::vec
 namespace {
 
 /// Samples of a run, from `begin` to before `end`.
-struct Stretch {
+struct Extent {
   std::int64_t begin = 0, end = 0;
 };
 
 /// A trial of the file, or what there is of it, in a run.
 struct PlacedTrial {
   Piece piece;
-  Stretch own;     ///< its samples
-  Stretch around;  ///< those around it up to the next gap
+  Extent own;     ///< its samples
+  Extent around;  ///< those around it up to the next gap
 };
 
 std::vector<PlacedTrial> trialsOf(const SampleSource& run) {

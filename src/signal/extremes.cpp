@@ -10,7 +10,7 @@ namespace ctfmeg {
 namespace {
 
 /// Four values, one for each lane of a register.
-using Lanes [[gnu::vector_size(4 * sizeof(double))]] = double;
+using Quad [[gnu::vector_size(4 * sizeof(double))]] = double;
 
 /// Missing values, which are not less than anything, are passed over.
 template <class Value>
@@ -23,8 +23,8 @@ INLINE void add(Value& min, Value& max, const double* from) {
 
 INLINE Extremes extremesHere(const double* values, std::int64_t count) {
   constexpr std::int64_t kLanes = 4;
-  Lanes min = Lanes{} + kNoExtremes.min, max = Lanes{} + kNoExtremes.max;
-  Lanes otherMin = min, otherMax = max;
+  Quad min = Quad{} + kNoExtremes.min, max = Quad{} + kNoExtremes.max;
+  Quad otherMin = min, otherMax = max;
   const double* const end = values + count;
   for (; end - values >= 2 * kLanes; values += 2 * kLanes) {
     add(min, max, values);

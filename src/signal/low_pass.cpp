@@ -34,8 +34,8 @@ double besselI0(double x) {
   return sum;
 }
 
-constexpr std::int64_t kSamplesAtOnce = 4096;    // of a channel, with those around them
-constexpr std::int64_t kValuesAtOnce = 1 << 18;  // of several channels
+constexpr std::int64_t kFilteredAtOnce = 4096;   // of a channel, with those around them
+constexpr std::int64_t kValuesAround = 1 << 18;  // of several channels
 
 /// Memory of one thread.
 struct Room {
@@ -120,10 +120,10 @@ class LowPassedSamples : public SampleSource {
     const std::int64_t around = 2 * m_reach + 1;
     // Of samples that are far from one another, each is read by itself.
     const std::int64_t together =
-        window.step > around ? 1 : (std::max(kSamplesAtOnce, 8 * around) - around) / window.step + 1;
+        window.step > around ? 1 : (std::max(kFilteredAtOnce, 8 * around) - around) / window.step + 1;
     const std::int64_t most = std::min(together, window.samples);
     const auto channelsAtOnce =
-        std::clamp<std::int64_t>(kValuesAtOnce / ((most - 1) * window.step + around), 1, window.channels);
+        std::clamp<std::int64_t>(kValuesAround / ((most - 1) * window.step + around), 1, window.channels);
     const std::int64_t perChannel = (window.samples + most - 1) / most;
     const std::int64_t perTrial = (window.channels + channelsAtOnce - 1) / channelsAtOnce * perChannel;
     const std::int64_t all = perTrial * window.trials;

@@ -40,12 +40,12 @@ class Pixels {
   double m_perSample = static_cast<double>(m_width) / static_cast<double>(m_samples);
 };
 
-constexpr std::int64_t kValuesAtOnce = 1 << 18;  // that a thread reads
-constexpr std::int64_t kFewestChannels = 32;     // that are read together, if there are as many
-constexpr std::int64_t kWorthThreads = 1 << 17;  // values
+constexpr std::int64_t kDrawnAtOnce = 1 << 18;     // that a thread reads
+constexpr std::int64_t kFewestChannels = 32;       // that are read together, if there are as many
+constexpr std::int64_t kDrawnByThreads = 1 << 17;  // values
 
 /// A chunk of some channels, of which samples `begin` to `end` - 1 are drawn.
-struct Part {
+struct ChunkPart {
   ChunkPlace place;
   std::int64_t base = 0;  ///< the chunk's first sample
   std::int64_t begin = 0, end = 0;
@@ -79,7 +79,7 @@ class Drawing {
         m_firstChunk(window.first / kChunkSamples),
         m_chunks((m_end - 1) / kChunkSamples + 1 - m_firstChunk),
         m_channelsAtOnce(static_cast<int>(
-            std::max(kFewestChannels, kValuesAtOnce / std::min(window.samples, kChunkSamples)))),
+            std::max(kFewestChannels, kDrawnAtOnce / std::min(window.samples, kChunkSamples)))),
         m_groups((window.channels + m_channelsAtOnce - 1) / m_channelsAtOnce),
         m_out(static_cast<std::size_t>(window.trials * window.channels * width), kNoExtremes) {}
 
@@ -103,14 +103,14 @@ class Drawing {
 
  private:
   void draw(const ChunkPlace& place, std::vector<double>& room) {
-    Part part = partAt(place);
+    ChunkPart part = partAt(place);
     for (int c = 0; c < place.channels; ++c)
       addKept(part, c);
     for (int c = 0, end = 0; c < place.channels; c = end) {  // those that lack the same are read together
       const BlockSet missing = part.missing(c);
       for (end = c + 1; end < place.channels && part.missing(end) == missing;)
         ++end;
-      const std::int64_t most = std::max<std::int64_t>(kValuesAtOnce / kOverviewBlock / (end - c), 1);
+      const std::int64_t most = std::max<std::int64_t>(kDrawnAtOnce / kOverviewBlock / (end - c), 1);
       for (std::int64_t from = 0, to = 0; from < kChunkBlocks; from = to) {
         for (to = from; to < kChunkBlocks && to - from < most && (missing & only(to)) != 0;)
           ++to;
@@ -130,8 +130,8 @@ class Drawing {
       }
   }
 
-  Part partAt(const ChunkPlace& place) const {
-    Part part{.place = place, .base = place.chunk * kChunkSamples};
+  ChunkPart partAt(const ChunkPlace& place) const {
+    ChunkPart part{.place = place, .base = place.chunk * kChunkSamples};
     part.begin = std::max(m_window.first, part.base);
     part.end = std::min(m_end, part.base + kChunkSamples);
     part.firstPixel = m_pixels.at(part.begin - m_window.first);
@@ -156,7 +156,7 @@ class Drawing {
     return part;
   }
 
-  void addKept(Part& part, int channel) const {
+  void addKept(ChunkPart& part, int channel) const {
     const BlockSet kept = part.drawn & ~part.missing(channel);
     const ExtremesChunk& chunk = part.chunks[static_cast<std::size_t>(channel)];
     for (std::size_t block = 0; block < kChunkBlocks; ++block)
@@ -165,7 +165,7 @@ class Drawing {
   }
 
   /// Reads what is drawn of blocks `from` to `to` - 1 of channels `first` to `last` - 1.
-  void readBlocks(Part& part, int first, int last, std::int64_t from, std::int64_t to,
+  void readBlocks(ChunkPart& part, int first, int last, std::int64_t from, std::int64_t to,
                   std::vector<double>& room) const {
     Window window{part.place.trial, 1, part.place.channel + first, last - first};
     window.first = std::max(part.begin, part.base + from * kOverviewBlock);
@@ -253,7 +253,7 @@ std::vector<Extremes> Overview::extremes(const Window& window, int width) const 
     return std::vector<Extremes>(static_cast<std::size_t>(rows * width), {kNone, kNone});
   if (window.samples <= width) return drawSteps(*m_state->source, window, width);
   Drawing drawing(*m_state->source, m_state->cache, window, width);
-  if (rows * window.samples < kWorthThreads)
+  if (rows * window.samples < kDrawnByThreads)
     drawing.work();
   else
     m_state->workers.run([&] { drawing.work(); });

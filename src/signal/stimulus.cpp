@@ -16,7 +16,7 @@ inline namespace v1 {
 namespace {
 
 /// Samples of a channel that are read at once.
-constexpr std::int64_t kSamplesAtOnce = std::int64_t{1} << 17U;
+constexpr std::int64_t kSearchedAtOnce = std::int64_t{1} << 17U;
 
 /// Finds the events of one channel, whose samples come in their order.
 class ChangeFinder {
@@ -118,7 +118,7 @@ StimulusEvents stimulusEvents(const Recording& recording, const SampleSource& so
   const Shape shape = source.shape();
   double done = 0.0;
   const double all = static_cast<double>(shape.trials) * shape.channels * static_cast<double>(shape.samples);
-  std::vector<double> values(static_cast<std::size_t>(std::min(kSamplesAtOnce, shape.samples)));
+  std::vector<double> values(static_cast<std::size_t>(std::min(kSearchedAtOnce, shape.samples)));
   for (int c = 0; c < shape.channels; ++c) {
     ChangeFinder finder(recording, timeline, options, source.channels()[static_cast<std::size_t>(c)].index,
                         found.events);
@@ -126,7 +126,7 @@ StimulusEvents stimulusEvents(const Recording& recording, const SampleSource& so
       for (std::int64_t first = 0, count = 0; first < stretch.samples; first += count) {
         if (progress && !progress({"Reading samples", done / all}))
           throw Error(ErrorKind::stopped, recording.resourceFile(), "the reading was stopped");
-        count = std::min(kSamplesAtOnce, stretch.samples - first);
+        count = std::min(kSearchedAtOnce, stretch.samples - first);
         source.read({.trial = stretch.trial, .channel = c, .first = stretch.at + first, .samples = count},
                     values, Values::raw);
         finder.add(stretch, first, values, count);

@@ -9,11 +9,11 @@
 namespace ctfmeg {
 namespace {
 
-constexpr std::int64_t kValuesAtOnce = 1 << 16;  // of a baseline, or to be narrowed
+constexpr std::int64_t kMostRead = 1 << 16;  // of a baseline, or to be narrowed
 
 /// Channels of which so many samples each are read at once.
 int channelsAtOnce(std::int64_t samples) {
-  return static_cast<int>(std::max<std::int64_t>(kValuesAtOnce / std::max<std::int64_t>(samples, 1), 1));
+  return static_cast<int>(std::max<std::int64_t>(kMostRead / std::max<std::int64_t>(samples, 1), 1));
 }
 
 /// Adds `count` values of each row to its sum, one after another: it is the same in whatever parts they come.
@@ -98,7 +98,7 @@ std::vector<double> Views::baselines(std::int64_t trial, int channel, int channe
   const std::int64_t all = last - first + 1;
   std::vector<double> sums(static_cast<std::size_t>(channels)), values;
   for (std::int64_t done = 0; done < all;) {
-    const std::int64_t count = std::min(all - done, kValuesAtOnce);
+    const std::int64_t count = std::min(all - done, kMostRead);
     values.resize(static_cast<std::size_t>(count) * sums.size());
     const Window part{.channel = channel, .channels = channels, .first = first + done, .samples = count};
     m_source->read(windowOf(trial, part), std::span(values));

@@ -13,24 +13,24 @@ namespace ctfmeg {
 namespace {
 
 /// Four samples, one for each lane of a register.
-using Lanes [[gnu::vector_size(4 * sizeof(double))]] = double;
+using Doubles [[gnu::vector_size(4 * sizeof(double))]] = double;
 
-INLINE void load(Lanes& lanes, const double* from) { std::memcpy(&lanes, from, sizeof lanes); }
+INLINE void load(Doubles& lanes, const double* from) { std::memcpy(&lanes, from, sizeof lanes); }
 
-INLINE void subtract(Lanes& sum, double weight, const double* row) {
-  Lanes lanes;
+INLINE void subtract(Doubles& sum, double weight, const double* row) {
+  Doubles lanes;
   load(lanes, row);
   sum -= weight * lanes;
 }
 
-INLINE void store(double* to, const Lanes& lanes) { std::memcpy(to, &lanes, sizeof lanes); }
+INLINE void store(double* to, const Doubles& lanes) { std::memcpy(to, &lanes, sizeof lanes); }
 
 constexpr std::size_t kSamples = 32;  // that are summed up at once
 
 /// The sums stay in registers, so that a reference's samples cost one load and one product for four.
 INLINE void subtractFew(const double* values, const SampleTile* tiles, std::size_t first,
                         std::span<const WeightedTile> weights, double* out) {
-  Lanes a, b, c, d, e, f, g, h;
+  Doubles a, b, c, d, e, f, g, h;
   load(a, values);
   load(b, values + 4);
   load(c, values + 8);
@@ -78,23 +78,23 @@ WIDE_INSTRUCTIONS void subtractWide(const double* values, const SampleTile* tile
   subtractHere(values, tiles, weights, count, out);
 }
 
-INLINE void add(Lanes& sum, const Lanes& weights, const double* from) {
-  Lanes lanes;
+INLINE void add(Doubles& sum, const Doubles& weights, const double* from) {
+  Doubles lanes;
   load(lanes, from);
   sum += weights * lanes;
 }
 
-INLINE double total(const Lanes& a, const Lanes& b) {
-  const Lanes sum = a + b;
+INLINE double total(const Doubles& a, const Doubles& b) {
+  const Doubles sum = a + b;
   return (sum[0] + sum[1]) + (sum[2] + sum[3]);
 }
 
 /// Four sums, so that a weight is loaded once for all of them; each is added up in eight lanes.
 INLINE void sumFour(std::span<const double> weights, const double* values, std::size_t step, double* out) {
-  Lanes a{}, b{}, c{}, d{}, e{}, f{}, g{}, h{};
+  Doubles a{}, b{}, c{}, d{}, e{}, f{}, g{}, h{};
   std::size_t k = 0;
   for (; k + 8 <= weights.size(); k += 8) {
-    Lanes first, second;
+    Doubles first, second;
     load(first, weights.data() + k);
     load(second, weights.data() + k + 4);
     const double* from = values + k;
@@ -111,7 +111,7 @@ INLINE void sumFour(std::span<const double> weights, const double* values, std::
     add(h, second, from + 4);
   }
   if (k + 4 <= weights.size()) {
-    Lanes first;
+    Doubles first;
     load(first, weights.data() + k);
     add(a, first, values + k);
     add(c, first, values + k + step);
@@ -119,10 +119,10 @@ INLINE void sumFour(std::span<const double> weights, const double* values, std::
     add(g, first, values + k + 3 * step);
     k += 4;
   }
-  Lanes rest{};
+  Doubles rest{};
   for (; k < weights.size(); ++k)
-    rest += weights[k] * Lanes{values[k], values[k + step], values[k + 2 * step], values[k + 3 * step]};
-  store(out, Lanes{total(a, b), total(c, d), total(e, f), total(g, h)} + rest);
+    rest += weights[k] * Doubles{values[k], values[k + step], values[k + 2 * step], values[k + 3 * step]};
+  store(out, Doubles{total(a, b), total(c, d), total(e, f), total(g, h)} + rest);
 }
 
 /// All sums come from one call of `sumFour`, so that they are added up alike.
