@@ -111,7 +111,7 @@ struct Rows {
 };
 
 constexpr std::int64_t kTile = SampleTile::kSamples;
-constexpr std::int64_t kCompensatedAtOnce = 2048;       // of a channel
+constexpr std::int64_t kCompensatedAtOnce = 2048;   // of a channel
 constexpr std::int64_t kValuesAtOnce = 1 << 15;     // of several, beside references
 constexpr std::int64_t kReferenceValues = 1 << 16;  // of all references
 
