@@ -25,7 +25,7 @@ struct Occurrence {
 };
 
 /// The occurrences of markers, by trial and sample; those of several markers at one sample in the order of
-/// the names. Throws `Error` for a name that no marker has.
+/// the names, each name once. Throws `Error` for a name that no marker has.
 CTFMEG_API std::vector<Occurrence> occurrencesOf(const Recording& recording,
                                                  const std::vector<std::string>& markers);
 

@@ -90,7 +90,9 @@ struct MarkerAgreement {
 
 /// Compares events with a marker of the recording. Events and occurrences are matched one to one, those
 /// nearest to each other first, as far as they are at most `tolerance` seconds apart. Only occurrences at
-/// samples of `source`, the one that was searched for events, are compared. Throws `Error` for a name that no
+/// samples of `source`, the one that was searched for events, are compared, and those in trials that the
+/// recording does not have, which no event can belong to. Places of occurrences count through all markers of
+/// that name. Throws `Error` for a name that no
 /// marker has.
 CTFMEG_API MarkerAgreement compareWithMarker(const Recording& recording, const SampleSource& source,
                                              const std::vector<StimulusEvent>& events,

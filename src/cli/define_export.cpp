@@ -38,8 +38,12 @@ void addArrays(Definitions& definitions, const std::shared_ptr<ExportOptions>& o
       ->check(oneOf({"int32", "float32", "float64"}))
       ->type_name("int32|float32|float64");
   addThreads(command, options->threads);
-  addSelection(command, options->samples);
+  if (options->average)
+    addEpochSelection(command, options->samples);
+  else
+    addSelection(command, options->samples);
   addProcessing(command, options->samples);
+  addRejection(command, options->samples);
   addMemory(command);
   addReading(command, options->reading);
   if (options->average) command->get_option("--around")->required();

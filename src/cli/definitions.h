@@ -67,8 +67,12 @@ void addStimulus(CLI::App* command, StimulusOptions& options);
 
 /// Which samples.
 void addSelection(CLI::App* command, SelectionOptions& options);
-/// What is done with them; after `addSelection`.
+/// Which samples, of a command that is about epochs alone.
+void addEpochSelection(CLI::App* command, SelectionOptions& options);
+/// What is done with them; after one of the two.
 void addProcessing(CLI::App* command, SelectionOptions& options);
+/// Which epochs are left out for their values; after `addProcessing`.
+void addRejection(CLI::App* command, SelectionOptions& options);
 /// Which channels; a part of the former.
 void addChannelSelection(CLI::App* command, SelectionOptions& options);
 /// Another name of --channels.

@@ -148,9 +148,9 @@ int runEvents(const EventsOptions& options) {
       {columns, "no events",
        [&](Session& session, const std::string& path, const Recording& recording,
            output::TableWriter& table) {
-         const Marker* marker =
-             options.marker ? &markerNamed(*options.marker, recording.markers(), recording.resourceFile())
-                            : nullptr;
+         std::optional<Marker> marker;
+         if (options.marker)
+           marker = markerNamed(*options.marker, recording.markers(), recording.resourceFile());
          SelectionOptions searched = options.shown;
          searched.selection = selectionOf(recording, searched.selection);
          const SelectedSamples selected = session.select(path, recording, searched);
@@ -159,7 +159,7 @@ int runEvents(const EventsOptions& options) {
              stimulusEvents(recording, *selected.source, options.changes, session.progress(path));
          session.sayWarnings(path, found.findings);
          const EventRows rows(recording, found.events);
-         if (marker == nullptr) return rows.addAll(table);
+         if (!marker) return rows.addAll(table);
          const auto agreement = compareWithMarker(recording, *selected.source, found.events, marker->name);
          rows.addAll(agreement, *marker, table);
          sentences.push_back((options.datasets.size() > 1 ? shown(path, options.reading) + ": " : "") +

@@ -182,13 +182,13 @@ class Export {
     const std::string& dataset = m_options.datasets[work];
     if (output != kStandardOutput) requireFolderOf(output);
     const Recording recording = m_session.open(dataset);
+    m_session.sayWarnings(dataset, recording.warnings());
     const double judging = m_options.samples.reject.empty() ? 0.0 : 0.5;  // share of the work
     const auto judged = [&](const Progress& now) {
       m_progress.show(work, now.fraction * judging);
       return !interrupted();
     };
     const SelectedSamples selected = m_session.select(dataset, recording, m_options.samples, judged);
-    m_session.sayWarnings(dataset, recording.warnings());
     m_session.sayWarnings(dataset, selected.findings);
 
     const auto written = m_options.average ? averaged(selected.source, interrupted) : selected.source;
@@ -292,6 +292,10 @@ std::string problemOf(const ExportOptions& options) {
     if (isFile(options.output) && !lowered(options.output).ends_with(".npy"))
       return options.output + " does not end in .npy: only NumPy arrays can be written";
   }
+  if (options.outputDirectory && options.outputDirectory->empty())
+    return "--output-dir needs a folder, and is empty";
+  if (options.average && options.samples.selection.partial == Partial::fill)
+    return "average takes --partial=drop: the mean of what is missing in one epoch would be missing";
   if (options.type == ValueType::int32 && needsFloat(options))
     return "--dtype int32 can't hold physical or missing values: take float32 or float64";
   std::set<std::string> outputs;

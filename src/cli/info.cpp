@@ -271,10 +271,10 @@ int runInfo(const InfoOptions& options) {
         path,
         [&] {
           const Recording recording = session.open(path);
+          session.sayWarnings(path, recording.warnings());
           const SelectedSamples selected = options.samples.asked.empty()
                                                ? session.lookAt(recording)
                                                : session.select(path, recording, options.samples);
-          session.sayWarnings(path, recording.warnings());
           session.sayWarnings(path, selected.findings);
           const ShownDataset dataset =
               shown(describe(path, recording, selected, kMostTrials), options.reading);

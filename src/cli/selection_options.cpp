@@ -48,24 +48,19 @@ class SelectionDefinition {
   SelectionDefinition(CLI::App* command, SelectionOptions& options)
       : m_command(command), m_options(options) {}
 
+  /// Which of each trial.
   void addSamples() {
-    add("--trials", {"LIST", understoodBy(parseTrials, "trial numbers such as 0,2,5-7")},
-        "trials by number, counted from 0 (0,2,5-7)", parseTrials, &Selection::trials);
+    addTrials();
     add("--marker", {"NAMES", {}}, "the trials that carry one of these markers (comma-separated)", parseNames,
         &Selection::markers);
     auto* samples =
         add("--samples", {"FIRST:LAST", understoodBy(parseSpan, "two sample numbers such as 0:599")},
             "samples FIRST to LAST of each trial, counted from 0; of the run with --continuous", parseSpan,
             &Selection::samples);
-    const auto addTime = [&](const char* name, const char* help, std::optional<double> TimeSpan::*end) {
-      add(name, seconds(), help, parseSeconds, [end](Selection& selection, double seconds) {
-        if (!selection.seconds) selection.seconds.emplace();
-        *selection.seconds.*end = seconds;
-      })->excludes(samples);
-    };
     addTime("--from", "from S seconds after the trigger on; of the run's start with --continuous",
-            &TimeSpan::from);
-    addTime("--to", "up to S seconds after it", &TimeSpan::to);
+            &TimeSpan::from)
+        ->excludes(samples);
+    addTime("--to", "up to S seconds after it", &TimeSpan::to)->excludes(samples);
     auto* split = add("--split", count(), "each trial as N shorter ones", parseCount, &Selection::pieces);
     auto* continuous =
         m_command
@@ -78,7 +73,16 @@ class SelectionDefinition {
         "where trials of a run do not adjoin: fill with NaN, or put them together", parseGaps,
         [](Selection& selection, Gaps gaps) { selection.gaps = gaps; })
         ->needs(continuous);
-    add("--resample", count(), "every N-th sample, not filtered", parseCount, &Selection::step);
+    addStep();
+  }
+
+  /// Which of epochs alone.
+  void addEpochSamples() {
+    addTrials();
+    addTime("--from", "epochs from S seconds after a marker on; before it with a minus sign",
+            &TimeSpan::from);
+    addTime("--to", "up to S seconds after it", &TimeSpan::to);
+    addStep();
   }
 
   void addChannels() {
@@ -104,8 +108,8 @@ class SelectionDefinition {
                        });
     for (const char* needed : {"--from", "--to"})
       around->needs(m_command->get_option(needed));
-    for (const char* other : {"--split", "--continuous", "--marker", "--samples"})
-      around->excludes(m_command->get_option(other));
+    for (const char* name : {"--split", "--continuous", "--marker", "--samples"})
+      if (CLI::Option* other = m_command->get_option_no_throw(name)) around->excludes(other);
     add("--baseline", {"S:S", understoodBy(parseBaseline, "a span in seconds such as -0.2:0")},
         "subtract each channel's mean over this span of the epoch", parseBaseline,
         [&options = m_options](Selection&, Epoching::Baseline span) { options.baseline = span; })
@@ -119,13 +123,16 @@ class SelectionDefinition {
             },
             "leave out epochs in bad segments, or in trials of a class named BAD...")
         ->needs(around);
+  }
+
+  void addRejection() {
     add("--reject", {"KIND=LIMIT", understoodBy(parseLimits, "limits such as meg=4e-12,eeg=150e-6")},
         "leave out epochs whose peak-to-peak value is greater in a good channel of that kind (meg=4e-12)",
         parseLimits,
         [&options = m_options](Selection&, const std::vector<PeakToPeak>& limits) {
           options.reject = limits;
         })
-        ->needs(around);
+        ->needs(m_command->get_option("--around"));
   }
 
   void addChannelNames() {
@@ -150,6 +157,22 @@ class SelectionDefinition {
   }
 
  private:
+  void addTrials() {
+    add("--trials", {"LIST", understoodBy(parseTrials, "trial numbers such as 0,2,5-7")},
+        "trials by number, counted from 0 (0,2,5-7)", parseTrials, &Selection::trials);
+  }
+
+  CLI::Option* addTime(const char* name, const char* help, std::optional<double> TimeSpan::*end) {
+    return add(name, seconds(), help, parseSeconds, [end](Selection& selection, double seconds) {
+      if (!selection.seconds) selection.seconds.emplace();
+      *selection.seconds.*end = seconds;
+    });
+  }
+
+  void addStep() {
+    add("--resample", count(), "every N-th sample, not filtered", parseCount, &Selection::step);
+  }
+
   /// `set` is a member of Selection, or a function that sets one.
   template <class Parse, class Set>
   CLI::Option* add(const char* name, const Form& form, const char* help, Parse parse, Set set) {
@@ -177,8 +200,19 @@ void addSelection(CLI::App* command, SelectionOptions& options) {
   definition.addPartial();
 }
 
+void addEpochSelection(CLI::App* command, SelectionOptions& options) {
+  SelectionDefinition definition(command, options);
+  definition.addEpochSamples();
+  definition.addChannels();
+  definition.addPartial();
+}
+
 void addProcessing(CLI::App* command, SelectionOptions& options) {
   SelectionDefinition(command, options).addProcessing();
+}
+
+void addRejection(CLI::App* command, SelectionOptions& options) {
+  SelectionDefinition(command, options).addRejection();
 }
 
 void addChannelSelection(CLI::App* command, SelectionOptions& options) {

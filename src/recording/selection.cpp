@@ -16,8 +16,9 @@
 
 namespace ctfmeg {
 
-bool isOfKind(const Channel& channel, const std::string& kind) {
+bool isOfKind(const Channel& channel, const std::string& word) {
   using enum ChannelKind;
+  const std::string kind = lowered(word);
   if (kind == "meg") return channel.kind == magnetometer || channel.kind == gradiometer;
   if (kind == "ref") return channel.kind == refMagnetometer || channel.kind == refGradiometer;
   return kind == nameOf(channel.kind);
@@ -122,15 +123,19 @@ std::int64_t sampleAt(double seconds, const Counting& counting) {
 
 }  // namespace
 
-const Marker& markerNamed(const std::string& name, const std::vector<Marker>& markers, const fs::path& file) {
-  const auto marker =
-      std::find_if(markers.begin(), markers.end(), [&](const Marker& m) { return m.name == name; });
-  if (marker != markers.end()) return *marker;
+Marker markerNamed(const std::string& name, const std::vector<Marker>& markers, const fs::path& file) {
+  std::optional<Marker> found;
   std::vector<std::string> there;
-  there.reserve(markers.size());
-  for (const Marker& m : markers)
-    there.push_back(m.name);
-  refuse(file, "has no marker " + name + ": " +
+  for (const Marker& marker : markers) {
+    there.push_back(marker.name);
+    if (marker.name != name) continue;
+    if (found)
+      found->samples.insert(found->samples.end(), marker.samples.begin(), marker.samples.end());
+    else
+      found = marker;
+  }
+  if (found) return *std::move(found);
+  refuse(file, "has no marker " + (name.empty() ? "with an empty name" : name) + ": " +
                    (there.empty() ? "there are none" : "there are " + listText(there)) +
                    nearestText(name, there));
 }
@@ -154,7 +159,8 @@ std::vector<int> chosenTrials(const Selection& selection, const std::vector<Mark
     std::string names;
     for (const std::string& name : *selection.markers) {
       names += (names.empty() ? "" : ", ") + name;
-      for (const MarkerSample& sample : markerNamed(name, markers, file).samples)
+      const Marker marker = markerNamed(name, markers, file);
+      for (const MarkerSample& sample : marker.samples)
         if (chosen.contains(sample.trial)) marked.insert(sample.trial);
     }
     if (marked.empty()) refuse(file, "has no trial in which marker " + names + " occurs");

@@ -23,11 +23,12 @@ std::shared_ptr<const SampleSource> samplesOfChannels(const Recording& recording
 
 // What a selection means for a recording. `file` is what errors are about.
 
-/// The first marker of that name. Throws `Error` with those that there are.
-const Marker& markerNamed(const std::string& name, const std::vector<Marker>& markers,
-                          const std::filesystem::path& file);
+/// The marker of that name, with the occurrences of all of them where several have it. Throws `Error` with
+/// those that there are.
+Marker markerNamed(const std::string& name, const std::vector<Marker>& markers,
+                   const std::filesystem::path& file);
 
-/// Whether a channel is of a kind: "meg", "ref", or any that a channel has.
+/// Whether a channel is of a kind: "meg", "ref", or any that a channel has, in any case.
 bool isOfKind(const Channel& channel, const std::string& kind);
 
 /// Numbers of the file's trials that a selection keeps, in file order, each once. Throws `Error` where it

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <set>
 #include <string>
@@ -18,9 +19,13 @@ inline namespace v1 {
 
 std::vector<Occurrence> occurrencesOf(const Recording& recording, const std::vector<std::string>& markers) {
   std::vector<Occurrence> all;
-  for (const std::string& name : markers)
-    for (const MarkerSample& at : markerNamed(name, recording.markers(), recording.resourceFile()).samples)
+  std::set<std::string> known;
+  for (const std::string& name : markers) {
+    if (!known.insert(name).second) continue;
+    const Marker marker = markerNamed(name, recording.markers(), recording.resourceFile());
+    for (const MarkerSample& at : marker.samples)
       all.push_back({name, at.trial, at.sample, at.timeMs});
+  }
   std::ranges::stable_sort(all, {}, [](const Occurrence& o) { return std::tuple(o.trial, o.sample); });
   return all;
 }
@@ -68,6 +73,16 @@ class BadSamples {
       if (one.name.starts_with("BAD") && one.trials) m_trials.insert(one.trials->begin(), one.trials->end());
   }
 
+  /// How many marks are at no place of the recording.
+  std::int64_t nowhere() const {
+    const std::int32_t trials = m_recording.record().numTrials;
+    const auto isNowhere = [&](int trial) { return trial < 0 || trial >= trials; };
+    return std::ranges::count_if(m_trials, isNowhere) +
+           std::ranges::count_if(m_recording.badSegments(), [&](const BadSegment& segment) {
+             return isNowhere(segment.trial) || !(segment.startMs <= segment.endMs);
+           });
+  }
+
   /// Whether one of a trial's samples, from `begin` to before `end`, is among them.
   bool touch(int trial, std::int64_t begin, std::int64_t end) const {
     if (m_trials.contains(trial)) return true;
@@ -85,6 +100,13 @@ class BadSamples {
   std::set<int> m_trials;
 };
 
+/// "from -0.1 to 0.4 s".
+std::string spanText(double from, double to) {
+  char text[96];
+  std::snprintf(text, sizeof text, "from %.6g to %.6g s", from, to);
+  return text;
+}
+
 /// Beyond any recording where it would not fit.
 std::int64_t nearestSample(double seconds, double rate) {
   constexpr double kBeyond = 1e15;
@@ -95,14 +117,17 @@ std::int64_t nearestSample(double seconds, double rate) {
 
 EpochPlaces placeEpochs(const Recording& recording, const Selection& selection, const SampleSource& run,
                         std::int64_t step, const Epoching& epoching) {
-  const auto refuse = [&](const char* text) {
+  const auto refuse = [&](const std::string& text) {
     throw Error(ErrorKind::refused, recording.resourceFile(), text);
   };
   const double rate = run.sampleRate();
+  if (!(std::isfinite(rate) && rate > 0)) refuse("has no sample rate: seconds are no samples");
+  const std::string span = spanText(epoching.from, epoching.to);
   const std::int64_t first = nearestSample(epoching.from, rate), last = nearestSample(epoching.to, rate);
-  if (first > last) refuse("has no epochs that end before they begin");
+  if (first > last) refuse("has no epochs " + span + ": they end before they begin");
   const std::int64_t length = last - first + 1;
   EpochPlaces epochs;
+  if (epoching.skipBad) epochs.badNowhere = BadSamples(recording).nowhere();
   epochs.layout.step = std::min(step, length);
   epochs.layout.samples = length / epochs.layout.step;
   epochs.layout.from = static_cast<double>(first) / rate;
@@ -110,10 +135,13 @@ EpochPlaces placeEpochs(const Recording& recording, const Selection& selection, 
     const std::int64_t from = nearestSample(epoching.baseline->from, rate) - first;
     const std::int64_t to = nearestSample(epoching.baseline->to, rate) - first;
     if (from < 0 || from > to || to >= length)
-      refuse("can't give epochs a baseline that is no span within them");
+      refuse("has no baseline " + spanText(epoching.baseline->from, epoching.baseline->to) + " in epochs " +
+             span);
     const Views::Span kept{(from + epochs.layout.step - 1) / epochs.layout.step,
                            std::min(to / epochs.layout.step, epochs.layout.samples - 1)};
-    if (kept.first > kept.last) refuse("has no sample in the baseline among those that are kept");
+    if (kept.first > kept.last)
+      refuse("has no sample in the baseline " + spanText(epoching.baseline->from, epoching.baseline->to) +
+             " among those that are kept");
     epochs.layout.baseline = kept;
   }
 
@@ -212,6 +240,13 @@ std::vector<Finding> findingsAbout(const EpochPlaces& epochs, const std::filesys
                         .file = textOf(file),
                         .text = "left out " + of + " epochs " + why});
   };
+  if (epochs.badNowhere > 0)
+    findings.push_back({.severity = Finding::Severity::warning,
+                        .code = wordOf(Code::segmentOutside),
+                        .file = textOf(file),
+                        .text = "is marked as bad where it has no samples (" +
+                                std::to_string(epochs.badNowhere) +
+                                " segments or trials): no epoch is left out for that"});
   say(out.incomplete, Finding::Severity::warning, Code::epochIncomplete, "without all of their samples");
   say(out.bad, Finding::Severity::remark, Code::epochBad, "with samples that are marked as bad");
   say(out.rejected, Finding::Severity::remark, Code::epochRejected, "beyond a peak-to-peak limit");

@@ -16,6 +16,8 @@ struct EpochPlaces {
   std::vector<Occurrence> occurrences{};  ///< of each stretch
   LeftOut leftOut{};
   bool crossBorders = false;  ///< whether one has samples of several trials
+  /// Bad segments and trials of classes that are at no place of the recording, and so were not looked for.
+  std::int64_t badNowhere = 0;
 };
 
 /// Finds them in a run of the selected trials, its trial 0; `step` begins anew in each. Throws

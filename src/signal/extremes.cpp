@@ -22,18 +22,18 @@ INLINE void add(Value& min, Value& max, const double* from) {
 }
 
 INLINE Extremes extremesHere(const double* values, std::int64_t count) {
-  constexpr std::int64_t kLanes = 4;
+  constexpr std::int64_t kAtOnce = 4;
   Quad min = Quad{} + kNoExtremes.min, max = Quad{} + kNoExtremes.max;
   Quad otherMin = min, otherMax = max;
   const double* const end = values + count;
-  for (; end - values >= 2 * kLanes; values += 2 * kLanes) {
+  for (; end - values >= 2 * kAtOnce; values += 2 * kAtOnce) {
     add(min, max, values);
-    add(otherMin, otherMax, values + kLanes);
+    add(otherMin, otherMax, values + kAtOnce);
   }
   min = otherMin < min ? otherMin : min;
   max = otherMax > max ? otherMax : max;
   Extremes all = kNoExtremes;
-  for (std::int64_t lane = 0; lane < kLanes; ++lane)
+  for (std::int64_t lane = 0; lane < kAtOnce; ++lane)
     widen(all, {min[lane], max[lane]});
   for (; values != end; ++values)
     add(all.min, all.max, values);

@@ -65,13 +65,19 @@ struct Link {
 MarkerAgreement compareWithMarker(const Recording& recording, const SampleSource& source,
                                   const std::vector<StimulusEvent>& events, const std::string& name,
                                   double tolerance) {
-  const Marker& marker = markerNamed(name, recording.markers(), recording.resourceFile());
+  const Marker marker = markerNamed(name, recording.markers(), recording.resourceFile());
   const TimesRead times(recording, source);
   std::vector<Link> chain;
   for (std::size_t i = 0; i < events.size(); ++i)
     chain.push_back({times.at(events[i].trial, events[i].sample), true, i});
+  std::vector<std::size_t> before, after;  // occurrences in trials that the recording does not have
   for (std::size_t i = 0; i < marker.samples.size(); ++i)
-    if (const auto time = times.at(marker.samples[i])) chain.push_back({*time, false, i});
+    if (const auto time = times.at(marker.samples[i]))
+      chain.push_back({*time, false, i});
+    else if (marker.samples[i].trial < 0)
+      before.push_back(i);
+    else if (marker.samples[i].trial >= recording.record().numTrials)
+      after.push_back(i);
   std::stable_sort(chain.begin(), chain.end(), [](const Link& a, const Link& b) { return a.time < b.time; });
   for (std::size_t i = 0; i < chain.size(); ++i) {
     chain[i].before = i == 0 ? i : i - 1;
@@ -107,9 +113,11 @@ MarkerAgreement compareWithMarker(const Recording& recording, const SampleSource
   }
   std::sort(agreement.matches.begin(), agreement.matches.end(),
             [](const MarkerMatch& a, const MarkerMatch& b) { return a.event < b.event; });
+  auto& alone = agreement.occurrencesAlone;
+  alone = std::move(before);
   for (const Link& link : chain)
-    if (!link.matched)
-      (link.isEvent ? agreement.eventsAlone : agreement.occurrencesAlone).push_back(link.place);
+    if (!link.matched) (link.isEvent ? agreement.eventsAlone : alone).push_back(link.place);
+  alone.insert(alone.end(), after.begin(), after.end());
   return agreement;
 }
 

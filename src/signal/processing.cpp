@@ -36,12 +36,23 @@ std::shared_ptr<const SampleSource> allSamples(const Recording& recording, const
   }
 }
 
-/// Channels that limits are for.
-Selection judgedBy(const std::vector<PeakToPeak>& limits, Selection selection) {
+/// The good channels that limits are for.
+Selection judgedBy(const std::vector<PeakToPeak>& limits, Selection selection, const Recording& recording) {
   selection.channels.emplace();
-  for (const PeakToPeak& one : limits)
-    selection.channels->push_back(one.kind);
-  selection.exclude = {"bad"};
+  selection.exclude.clear();
+  for (const PeakToPeak& one : limits) {
+    bool known = false, any = false;
+    for (const Channel& channel : recording.channels()) {
+      if (!isOfKind(channel, one.kind)) continue;
+      known = true;
+      any = any || channel.good;
+      if (channel.good) selection.channels->push_back(channel.name);
+    }
+    if (!any)
+      throw Error(ErrorKind::refused, recording.resourceFile(),
+                  "can't reject epochs by channels of kind " + one.kind + ": it has none" +
+                      (known ? " that is good" : ""));
+  }
   return selection;
 }
 
@@ -56,8 +67,8 @@ ProcessedSamples cutEpochs(const Recording& recording, const Selection& selectio
   EpochPlaces epochs = placeEpochs(recording, selection, *run, step, *processing.epochs);
   const auto& limits = processing.epochs->reject;
   if (!limits.empty() && !epochs.occurrences.empty())
-    rejectEpochs(epochs, allSamples(recording, judgedBy(limits, wanted), processing, threads), limits,
-                 [&](double fraction) {
+    rejectEpochs(epochs, allSamples(recording, judgedBy(limits, wanted, recording), processing, threads),
+                 limits, [&](double fraction) {
                    if (progress && !progress({"Looking for epochs beyond a limit", fraction}))
                      throw Error(ErrorKind::stopped, recording.resourceFile(), "the reading was stopped");
                  });

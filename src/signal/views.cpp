@@ -9,12 +9,10 @@
 namespace ctfmeg {
 namespace {
 
-constexpr std::int64_t kMostRead = 1 << 16;  // of a baseline, or to be narrowed
+constexpr std::int64_t kMostRead = 1 << 18;  // values of a baseline, or to be narrowed
 
-/// Channels of which so many samples each are read at once.
-int channelsAtOnce(std::int64_t samples) {
-  return static_cast<int>(std::max<std::int64_t>(kMostRead / std::max<std::int64_t>(samples, 1), 1));
-}
+/// Of so many channels that are read at once.
+std::int64_t samplesAtOnce(int channels) { return std::max<std::int64_t>(kMostRead / channels, 1); }
 
 /// Adds `count` values of each row to its sum, one after another: it is the same in whatever parts they come.
 void addRows(const double* values, std::int64_t count, std::int64_t stride, std::vector<double>& sums) {
@@ -31,6 +29,9 @@ Views::Views(std::shared_ptr<const SampleSource> source, Layout layout, std::vec
     : m_source(std::move(source)), m_layout(std::move(layout)), m_warnings(std::move(warnings)) {
   for (std::int64_t trial = 0; trial < m_source->shape().trials; ++trial)
     m_pieces.push_back(m_source->pieces(trial));
+  constexpr std::int64_t kMostSums = 1 << 20;
+  const std::int64_t sums = std::ssize(m_layout.starts) * m_source->shape().channels;
+  if (m_layout.baseline && sums <= kMostSums) m_sums.resize(static_cast<std::size_t>(sums));
 }
 
 Shape Views::shape() const {
@@ -94,11 +95,29 @@ Window Views::windowOf(std::int64_t trial, const Window& window) const {
 }
 
 std::vector<double> Views::baselines(std::int64_t trial, int channel, int channels) const {
+  const std::size_t place =
+      static_cast<std::size_t>(trial) * m_source->channels().size() + static_cast<std::size_t>(channel);
+  {
+    const std::lock_guard lock(m_mutex);
+    std::vector<double> known;
+    for (std::size_t i = place;
+         i < place + static_cast<std::size_t>(channels) && i < m_sums.size() && m_sums[i]; ++i)
+      known.push_back(*m_sums[i]);
+    if (std::ssize(known) == channels) return known;
+  }
+  std::vector<double> sums = sumBaselines(trial, channel, channels);
+  const std::lock_guard lock(m_mutex);
+  if (!m_sums.empty())
+    std::copy(sums.begin(), sums.end(), m_sums.begin() + static_cast<std::ptrdiff_t>(place));
+  return sums;
+}
+
+std::vector<double> Views::sumBaselines(std::int64_t trial, int channel, int channels) const {
   const auto [first, last] = *m_layout.baseline;
   const std::int64_t all = last - first + 1;
   std::vector<double> sums(static_cast<std::size_t>(channels)), values;
   for (std::int64_t done = 0; done < all;) {
-    const std::int64_t count = std::min(all - done, kMostRead);
+    const std::int64_t count = std::min(all - done, samplesAtOnce(channels));
     values.resize(static_cast<std::size_t>(count) * sums.size());
     const Window part{.channel = channel, .channels = channels, .first = first + done, .samples = count};
     m_source->read(windowOf(trial, part), std::span(values));
@@ -108,35 +127,35 @@ std::vector<double> Views::baselines(std::int64_t trial, int channel, int channe
   return sums;
 }
 
-template <class Value>
-void Views::readLess(const Window& window, std::int64_t trial, Value* out) const {
+void Views::readLess(const Window& window, std::int64_t trial, double* out) const {
   const auto [first, last] = *m_layout.baseline;
   const std::int64_t length = last - first + 1;
-  const int most = channelsAtOnce(std::max(window.samples, length));
+  m_source->read(windowOf(trial, window),
+                 std::span(out, static_cast<std::size_t>(window.channels * window.samples)));
+  std::vector<double> sums(static_cast<std::size_t>(window.channels));
+  if (window.step == 1 && window.first <= first && last < window.first + window.samples)
+    addRows(out + (first - window.first), length, window.samples, sums);
+  else
+    sums = baselines(trial, window.channel, window.channels);
+  for (const double sum : sums) {
+    const double mean = sum / static_cast<double>(length);
+    for (std::int64_t i = 0; i < window.samples; ++i)
+      *out++ -= mean;
+  }
+}
+
+void Views::readLess(const Window& window, std::int64_t trial, float* out) const {
   std::vector<double> values;
-  for (int done = 0; done < window.channels; done += most) {
+  for (std::int64_t done = 0; done < window.samples;) {
     Window part = window;
-    part.channel += done;
-    part.channels = std::min(most, window.channels - done);
-    const auto count = static_cast<std::size_t>(part.channels * part.samples);
-    double* into = nullptr;
-    if constexpr (std::is_same_v<Value, double>) {
-      into = out;
-    } else {
-      values.resize(count);
-      into = values.data();
-    }
-    m_source->read(windowOf(trial, part), std::span(into, count));
-    std::vector<double> sums(static_cast<std::size_t>(part.channels));
-    if (window.step == 1 && window.first <= first && last < window.first + window.samples)
-      addRows(into + (first - window.first), length, window.samples, sums);
-    else
-      sums = baselines(trial, part.channel, part.channels);
-    for (const double sum : sums) {
-      const double mean = sum / static_cast<double>(length);
-      for (std::int64_t i = 0; i < part.samples; ++i)
-        *out++ = static_cast<Value>(*into++ - mean);
-    }
+    part.first += done * window.step;
+    part.samples = std::min(window.samples - done, samplesAtOnce(window.channels));
+    values.resize(static_cast<std::size_t>(part.channels * part.samples));
+    readLess(part, trial, values.data());
+    for (std::int64_t c = 0; c < part.channels; ++c)
+      std::transform(values.begin() + c * part.samples, values.begin() + (c + 1) * part.samples,
+                     out + c * window.samples + done, [](double value) { return static_cast<float>(value); });
+    done += part.samples;
   }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -48,15 +49,21 @@ class Views : public SampleSource {
  private:
   const Start& start(std::int64_t trial) const;
   Window windowOf(std::int64_t trial, const Window& window) const;
-  template <class Value>
-  void readLess(const Window& window, std::int64_t trial, Value* out) const;
-  /// Sums over the baseline.
+  /// Reads values of one trial, less the baselines.
+  void readLess(const Window& window, std::int64_t trial, double* out) const;
+  void readLess(const Window& window, std::int64_t trial, float* out) const;
+  /// Sums over the baseline, of some channels.
+  std::vector<double> sumBaselines(std::int64_t trial, int channel, int channels) const;
   std::vector<double> baselines(std::int64_t trial, int channel, int channels) const;
 
   std::shared_ptr<const SampleSource> m_source;
   Layout m_layout;
   std::vector<Finding> m_warnings;
   std::vector<std::vector<Piece>> m_pieces;  // of each trial of the source
+  // Sums of baselines that were read, by trial and channel: an average of long epochs asks for them once for
+  // each of its windows. Empty where there are too many.
+  mutable std::mutex m_mutex;
+  mutable std::vector<std::optional<double>> m_sums;
 };
 
 }  // namespace ctfmeg

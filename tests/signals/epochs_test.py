@@ -71,8 +71,9 @@ class Wanted:
 def main():
     run("simulate", "a.ds", "--quiet", "--channels", 40, "--trials", TRIALS, "--samples", SAMPLES, "--rate", RATE,
         "--pretrigger", BEFORE, "--continuous", "--gap", f"{GAP_AFTER}:0.5")
-    markers = block("tone", "SAMPLES", TONE) + block("click", "SAMPLES", CLICK)
-    pathlib.Path("a.ds/MarkerFile.mrk").write_text(f"PATH OF DATASET:\na.ds\n\n\nNUMBER OF MARKERS:\n2\n\n\n{markers}")
+    markers = "".join(block(*marker) for marker in
+                      (("tone", "SAMPLES", TONE), ("click", "SAMPLES", CLICK[:1]), ("click", "SAMPLES", CLICK[1:])))
+    pathlib.Path("a.ds/MarkerFile.mrk").write_text(f"PATH OF DATASET:\na.ds\n\n\nNUMBER OF MARKERS:\n3\n\n\n{markers}")
     classes = block("BADmove", "TRIALS", [(BAD_TRIAL,)])
     pathlib.Path("a.ds/ClassFile.cls").write_text(f"PATH OF DATASET:\na.ds\n\n\nNUMBER OF CLASSES:\n1\n\n\n{classes}")
     pathlib.Path("a.ds/bad.segments").write_text("%d\t%g\t%g\n" % BAD_SEGMENT)
@@ -117,7 +118,7 @@ def main():
     # A limit between two epochs; a channel that is marked as bad, or not chosen, has no part in it or its part.
     peaks = np.ptp(wanted[:, good], axis=2).max(axis=1)
     limit = np.unique(peaks)[-3:-1].mean()
-    some = ("--around", "tone", "--from", -0.1, "--to", 0.1, "--reject", f"meg={limit!r}")
+    some = ("--around", "tone", "--from", -0.1, "--to", 0.1, "--reject", f"MEG={limit!r}")
     kept, said = export(*some, "--channels", "stim", "--physical")
     assert np.array_equal(kept, wanted[peaks <= limit][:, :1]) and said["leftOut"]["rejected"] == (peaks > limit).sum() > 0
     assert "no epoch that is left" in run("export", "a.ds", *some[:-1], "meg=1e-20", "-o", "x.npy", code=1)
