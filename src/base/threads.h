@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -42,5 +43,26 @@ class Workers {
   std::unique_ptr<Crew> m_crew;  // once there was work
   std::int64_t m_process = 0;    // that it belongs to
 };
+
+/// Calls `work(i, room)` for each i from 0 to before `count`, in any order, by workers that each have a
+/// `Room` of their own. What one throws ends the others and is thrown again.
+template <class Room, class Work>
+void shareOut(Workers& workers, std::int64_t count, Work work) {
+  std::atomic<std::int64_t> next = 0;
+  const auto takeTurns = [&] {
+    Room room;
+    try {
+      for (std::int64_t i = 0; (i = next++) < count;)
+        work(i, room);
+    } catch (...) {
+      next = count;
+      throw;
+    }
+  };
+  if (count > 1)
+    workers.run(takeTurns);
+  else
+    takeTurns();
+}
 
 }  // namespace ctfmeg

@@ -7,30 +7,28 @@
 #include <type_traits>
 #include <utility>
 
+#include "signal/wrapped.h"
+
 namespace ctfmeg {
 inline namespace v1 {
 namespace {
 
-class Average : public SampleSource {
+class Average : public WrappedSource {
  public:
   Average(std::shared_ptr<const SampleSource> trials, std::function<bool()> stops)
-      : m_trials(std::move(trials)), m_stops(std::move(stops)) {
-    if (m_trials->shape().trials < 1) throw std::invalid_argument("there is no trial to average");
+      : WrappedSource(std::move(trials)), m_stops(std::move(stops)) {
+    if (source().shape().trials < 1) throw std::invalid_argument("there is no trial to average");
   }
 
   Shape shape() const override {
-    const Shape trials = m_trials->shape();
+    const Shape trials = source().shape();
     return {2, trials.channels, trials.samples};
   }
-  const std::vector<Channel>& channels() const override { return m_trials->channels(); }
-  double sampleRate() const override { return m_trials->sampleRate(); }
-  Origin origin(std::int64_t /*trial*/) const override { return {-1, 0, m_trials->origin(0).step}; }
+  Origin origin(std::int64_t /*trial*/) const override { return {-1, 0, source().origin(0).step}; }
   std::vector<Piece> pieces(std::int64_t /*trial*/) const override { return {}; }
-  double time(std::int64_t /*trial*/, std::int64_t sample) const override {
-    return m_trials->time(0, sample);
-  }
+  std::vector<Gap> gaps() const override { return {}; }
+  double time(std::int64_t /*trial*/, std::int64_t sample) const override { return source().time(0, sample); }
   bool hasMissing() const override { return true; }  // the standard error of one trial
-  const std::vector<Finding>& warnings() const override { return m_trials->warnings(); }
 
  protected:
   void readInto(const Window& window, const Target& target) const override {
@@ -40,12 +38,12 @@ class Average : public SampleSource {
     std::vector<double> mean(size), squares(size), now(size);
     // Mean and sum of squared deviations after each trial (Welford 1962), which loses no digits where the
     // mean is large beside the deviations.
-    const std::int64_t trials = m_trials->shape().trials;
+    const std::int64_t trials = source().shape().trials;
     Window of = window;
     of.trials = 1;
     for (of.trial = 0; of.trial < trials; ++of.trial) {
       if (m_stops && m_stops()) throw Error(ErrorKind::stopped, {}, "the averaging was stopped");
-      m_trials->read(of, std::span(now));
+      source().read(of, std::span(now));
       const double share = 1.0 / static_cast<double>(of.trial + 1);
       for (std::size_t i = 0; i < size; ++i) {
         const double before = now[i] - mean[i];
@@ -68,7 +66,6 @@ class Average : public SampleSource {
   }
 
  private:
-  std::shared_ptr<const SampleSource> m_trials;
   std::function<bool()> m_stops;
 };
 

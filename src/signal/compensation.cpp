@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cmath>
 #include <iterator>
 #include <map>
@@ -15,6 +14,7 @@
 #include "base/threads.h"
 #include "recording/selection.h"
 #include "signal/weighted_sum.h"
+#include "signal/wrapped.h"
 
 namespace ctfmeg {
 inline namespace v1 {
@@ -115,29 +115,20 @@ constexpr std::int64_t kCompensatedAtOnce = 2048;   // of a channel
 constexpr std::int64_t kValuesAtOnce = 1 << 15;     // of several, beside references
 constexpr std::int64_t kReferenceValues = 1 << 16;  // of all references
 
-class CompensatedSamples : public SampleSource {
+class CompensatedSamples : public WrappedSource {
  public:
   CompensatedSamples(std::shared_ptr<const SampleSource> stored, std::vector<Output> outputs,
                      std::vector<Channel> channels, int threads)
-      : m_stored(std::move(stored)),
+      : WrappedSource(std::move(stored)),
         m_outputs(std::move(outputs)),
         m_channels(std::move(channels)),
         m_workers(threads) {}
 
   Shape shape() const override {
-    const Shape stored = m_stored->shape();
+    const Shape stored = source().shape();
     return {stored.trials, static_cast<int>(m_channels.size()), stored.samples};
   }
   const std::vector<Channel>& channels() const override { return m_channels; }
-  double sampleRate() const override { return m_stored->sampleRate(); }
-  Origin origin(std::int64_t trial) const override { return m_stored->origin(trial); }
-  std::vector<Piece> pieces(std::int64_t trial) const override { return m_stored->pieces(trial); }
-  std::vector<Gap> gaps() const override { return m_stored->gaps(); }
-  double time(std::int64_t trial, std::int64_t sample) const override {
-    return m_stored->time(trial, sample);
-  }
-  bool hasMissing() const override { return m_stored->hasMissing(); }
-  const std::vector<Finding>& warnings() const override { return m_stored->warnings(); }
 
  protected:
   void readInto(const Window& window, const Target& target) const override {
@@ -153,7 +144,7 @@ class CompensatedSamples : public SampleSource {
  private:
   Reading readingOf(const Window& window) const {
     Reading reading;
-    std::vector<std::ptrdiff_t> rows(static_cast<std::size_t>(m_stored->shape().channels), -1);
+    std::vector<std::ptrdiff_t> rows(static_cast<std::size_t>(source().shape().channels), -1);
     const auto first = m_outputs.begin() + window.channel;
     reading.outputs.assign(first, first + window.channels);
     for (const Output& output : reading.outputs)
@@ -178,30 +169,15 @@ class CompensatedSamples : public SampleSource {
     const std::int64_t most = std::clamp<std::int64_t>(
         kReferenceValues / std::max<std::int64_t>(std::ssize(reading.references), 1), 1, kCompensatedAtOnce);
     const std::int64_t perTrial = (window.samples + most - 1) / most;
-    const std::int64_t all = perTrial * window.trials;
-    std::atomic<std::int64_t> next = 0;
-    const auto work = [&] {
-      Rows rows;
-      try {
-        for (std::int64_t i = 0; (i = next++) < all;) {
-          Window part = window;
-          const std::int64_t trial = i / perTrial, done = i % perTrial * most;
-          part.trial += trial;
-          part.trials = 1;
-          part.first += done * window.step;
-          part.samples = std::min(most, window.samples - done);
-          readPart(part, reading, rows, out + trial * window.channels * window.samples + done,
-                   window.samples);
-        }
-      } catch (...) {
-        next = all;  // the others need not go on
-        throw;
-      }
-    };
-    if (all > 1)
-      m_workers.run(work);
-    else
-      work();
+    shareOut<Rows>(m_workers, perTrial * window.trials, [&](std::int64_t i, Rows& rows) {
+      Window part = window;
+      const std::int64_t trial = i / perTrial, done = i % perTrial * most;
+      part.trial += trial;
+      part.trials = 1;
+      part.first += done * window.step;
+      part.samples = std::min(most, window.samples - done);
+      readPart(part, reading, rows, out + trial * window.channels * window.samples + done, window.samples);
+    });
   }
 
   /// Reads a part of one trial; a channel's values begin `stride` after those of the one before.
@@ -272,11 +248,10 @@ class CompensatedSamples : public SampleSource {
         ++end;
       part.channel = places[first];
       part.channels = static_cast<int>(end - first);
-      m_stored->read(part, std::span(values).subspan(first * samples, (end - first) * samples));
+      source().read(part, std::span(values).subspan(first * samples, (end - first) * samples));
     }
   }
 
-  std::shared_ptr<const SampleSource> m_stored;
   std::vector<Output> m_outputs;
   std::vector<Channel> m_channels;
   mutable Workers m_workers;

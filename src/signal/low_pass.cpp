@@ -1,7 +1,6 @@
 #include <ctfmeg/low_pass.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <limits>
 #include <numbers>
@@ -11,6 +10,7 @@
 
 #include "base/threads.h"
 #include "signal/weighted_sum.h"
+#include "signal/wrapped.h"
 
 #include <ctfmeg/finding.h>
 
@@ -44,15 +44,15 @@ struct Room {
   std::vector<double> sums;
 };
 
-class LowPassedSamples : public SampleSource {
+class LowPassedSamples : public WrappedSource {
  public:
   LowPassedSamples(std::shared_ptr<const SampleSource> source, int factor, int threads)
-      : m_source(std::move(source)),
+      : WrappedSource(std::move(source)),
         m_factor(factor),
         m_reach(reachOf(factor)),
-        m_shape(m_source->shape()),
-        m_missing(m_source->hasMissing()),
-        m_breaks(breaksOf(*m_source)),
+        m_shape(this->source().shape()),
+        m_missing(this->source().hasMissing()),
+        m_breaks(breaksOf(this->source())),
         m_workers(threads) {
     requireLength(0, m_shape.samples);
     for (const auto& breaks : m_missing ? Breaks() : m_breaks)
@@ -62,18 +62,6 @@ class LowPassedSamples : public SampleSource {
       }
     m_weights = lowPassWeights(factor);
   }
-
-  Shape shape() const override { return m_shape; }
-  const std::vector<Channel>& channels() const override { return m_source->channels(); }
-  double sampleRate() const override { return m_source->sampleRate(); }
-  Origin origin(std::int64_t trial) const override { return m_source->origin(trial); }
-  std::vector<Piece> pieces(std::int64_t trial) const override { return m_source->pieces(trial); }
-  std::vector<Gap> gaps() const override { return m_source->gaps(); }
-  double time(std::int64_t trial, std::int64_t sample) const override {
-    return m_source->time(trial, sample);
-  }
-  bool hasMissing() const override { return m_missing; }
-  const std::vector<Finding>& warnings() const override { return m_source->warnings(); }
 
  protected:
   void readInto(const Window& window, const Target& target) const override {
@@ -126,33 +114,18 @@ class LowPassedSamples : public SampleSource {
         std::clamp<std::int64_t>(kValuesAround / ((most - 1) * window.step + around), 1, window.channels);
     const std::int64_t perChannel = (window.samples + most - 1) / most;
     const std::int64_t perTrial = (window.channels + channelsAtOnce - 1) / channelsAtOnce * perChannel;
-    const std::int64_t all = perTrial * window.trials;
-    std::atomic<std::int64_t> next = 0;
-    const auto work = [&] {
-      Room room;
-      try {
-        for (std::int64_t i = 0; (i = next++) < all;) {
-          const std::int64_t trial = i / perTrial, done = i % perChannel * most;
-          const std::int64_t channel = i % perTrial / perChannel * channelsAtOnce;
-          Window part = window;
-          part.trial += trial;
-          part.trials = 1;
-          part.channel += static_cast<int>(channel);
-          part.channels = static_cast<int>(std::min(channelsAtOnce, window.channels - channel));
-          part.first += done * window.step;
-          part.samples = std::min(most, window.samples - done);
-          readPart(part, room, out + (trial * window.channels + channel) * window.samples + done,
-                   window.samples);
-        }
-      } catch (...) {
-        next = all;  // the others need not go on
-        throw;
-      }
-    };
-    if (all > 1)
-      m_workers.run(work);
-    else
-      work();
+    shareOut<Room>(m_workers, perTrial * window.trials, [&](std::int64_t i, Room& room) {
+      const std::int64_t trial = i / perTrial, done = i % perChannel * most;
+      const std::int64_t channel = i % perTrial / perChannel * channelsAtOnce;
+      Window part = window;
+      part.trial += trial;
+      part.trials = 1;
+      part.channel += static_cast<int>(channel);
+      part.channels = static_cast<int>(std::min(channelsAtOnce, window.channels - channel));
+      part.first += done * window.step;
+      part.samples = std::min(most, window.samples - done);
+      readPart(part, room, out + (trial * window.channels + channel) * window.samples + done, window.samples);
+    });
   }
 
   /// Reads a part of one trial; a channel's values begin `stride` after those of the one before.
@@ -164,7 +137,7 @@ class LowPassedSamples : public SampleSource {
     around.samples =
         std::min(part.first + (part.samples - 1) * part.step + m_reach + 1, m_shape.samples) - around.first;
     room.values.resize(static_cast<std::size_t>(around.samples * part.channels));
-    m_source->read(around, room.values);
+    source().read(around, room.values);
     room.sums.resize(static_cast<std::size_t>(part.samples));
     for (int c = 0; c < part.channels; ++c) {
       const double* values = room.values.data() + c * around.samples;
@@ -222,7 +195,6 @@ class LowPassedSamples : public SampleSource {
                  static_cast<std::size_t>(end - skipped), room.sums.data() + skipped);
   }
 
-  std::shared_ptr<const SampleSource> m_source;
   int m_factor;
   std::int64_t m_reach;
   Shape m_shape;
