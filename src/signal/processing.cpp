@@ -77,7 +77,7 @@ ProcessedSamples cutEpochs(const Recording& recording, const Selection& selectio
     if (epochs.crossBorders || !is(known, Code::clockNone)) findings.push_back(known);
   if (auto remark = aliasingOf(recording.record(), selection.step, recording.resourceFile()))
     findings.push_back(*std::move(remark));
-  return {std::make_shared<Views>(run, std::move(epochs.layout), std::move(findings)),
+  return {std::make_shared<Views>(run, std::move(epochs.layout), std::move(findings), threads),
           std::move(epochs.occurrences), epochs.leftOut};
 }
 

@@ -5,6 +5,8 @@
 #include <optional>
 #include <vector>
 
+#include "base/threads.h"
+
 #include <ctfmeg/finding.h>
 #include <ctfmeg/samples.h>
 
@@ -31,7 +33,9 @@ class Views : public SampleSource {
     std::optional<Span> baseline{};  ///< whose mean is subtracted; values are physical then
   };
 
-  Views(std::shared_ptr<const SampleSource> source, Layout layout, std::vector<Finding> warnings);
+  /// Baselines are subtracted by so many threads (0: as many as pay).
+  Views(std::shared_ptr<const SampleSource> source, Layout layout, std::vector<Finding> warnings,
+        int threads = 0);
 
   Shape shape() const override;
   const std::vector<Channel>& channels() const override { return m_source->channels(); }
@@ -49,9 +53,11 @@ class Views : public SampleSource {
  private:
   const Start& start(std::int64_t trial) const;
   Window windowOf(std::int64_t trial, const Window& window) const;
-  /// Reads values of one trial, less the baselines.
-  void readLess(const Window& window, std::int64_t trial, double* out) const;
-  void readLess(const Window& window, std::int64_t trial, float* out) const;
+  // Values less the baselines, of one trial, and of all of a window.
+  void readLess(const Window& window, double* out) const;
+  void readLess(const Window& window, float* out) const;
+  template <class Value>
+  void readAllLess(const Window& window, Value* out) const;
   /// Sums over the baseline, of some channels.
   std::vector<double> sumBaselines(std::int64_t trial, int channel, int channels) const;
   std::vector<double> baselines(std::int64_t trial, int channel, int channels) const;
@@ -59,6 +65,7 @@ class Views : public SampleSource {
   std::shared_ptr<const SampleSource> m_source;
   Layout m_layout;
   std::vector<Finding> m_warnings;
+  mutable Workers m_workers;
   std::vector<std::vector<Piece>> m_pieces;  // of each trial of the source
   // Sums of baselines that were read, by trial and channel: an average of long epochs asks for them once for
   // each of its windows. Empty where there are too many.
