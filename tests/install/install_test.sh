@@ -97,11 +97,13 @@ expect_line "mean clock" "0.000000 5.000000000e-01" "$mean"
 pulse=$(average_epochs tree/a.ds tone UPPT001 0.05 0.1)
 expect_line "before the pulse" "-0.001667 0.000000000e+00" "$pulse"
 expect_line "its start" "0.000000 1.000000000e+00" "$pulse"
-# The last sample is 179 after the trigger: 180 leave nothing to average.
-if average_epochs tree/a.ds tone UPPT001 0 0.3 2>/dev/null; then fail "there is nothing to average"; fi
-sed -i '0,/+1\t\t\t\t     +0/s//+1\t\t\t\t     -0.06/' tree/a.ds/MarkerFile.mrk
+# The last sample is 179 after the trigger: a longer epoch goes on in the next trial, where there is one.
+expect_line "epochs past the end" "# tone: 2 averaged, 1 too near an edge; seconds, UPPT001 in 1" \
+  "$(average_epochs tree/a.ds tone UPPT001 0 0.35)"
+sed -i '0,/+0\t\t\t\t     +0/s//+0\t\t\t\t     -0.06/' tree/a.ds/MarkerFile.mrk
 mean=$(average_epochs tree/a.ds tone SCLK01-177 0.05 0.1)
 expect_line "one too near the start" "# tone: 2 averaged, 1 too near an edge; seconds, SCLK01-177 in s" "$mean"
+expect_line "and the mean of the others" "0.000000 7.000000000e-01" "$mean"
 
 echo "== printing_host"
 # The last sample of the first trial: 20 channels, the last of them an ADC.
