@@ -17,8 +17,8 @@ CTFMEG = pathlib.Path(sys.argv[1]).resolve()
 TRIALS, SAMPLES, RATE, BEFORE = 6, 500, 1000.0, 100
 GAP_AFTER, BAD_TRIAL, BAD_SEGMENT = 2, 4, (1, 0.05, 0.0999)  # trial, seconds from its start
 # Trial and seconds from its trigger: the first and last sample of trials, several in one, twice the same, before and
-# after trials, one that is nowhere.
-TONE = [(0, -0.1), (0, 0.0), (0, 0.399), (1, 0.2), (1, 0.2), (2, 0.35), (3, -0.09), (4, 0.0), (5, 0.399), (5, 0.6), (9, 0)]
+# after trials, one that ends before the bad segment, one that is nowhere.
+TONE = [(0, -0.1), (0, 0.0), (0, 0.349), (0, 0.399), (1, 0.2), (1, 0.2), (2, 0.35), (3, -0.09), (4, 0.0), (5, 0.399), (5, 0.6), (9, 0)]
 CLICK = [(1, 0.2), (3, 0.1004), (3, -0.15)]
 
 
@@ -111,6 +111,8 @@ def main():
     there = [(epoch, start // 4) for epoch, start in zip(few, starts) if start % 4 == 0]
     assert len(there) > 2 and few.shape[2] == 50 and said["sampleRate"] == RATE / 4
     assert all(np.array_equal(epoch, thin[:, start:start + 50]) for epoch, start in there)
+    _, filtered = export("--continuous", "--gaps=cut", "--decimate", 7)
+    assert filtered["pieces"] == export("--continuous", "--gaps=cut", "--resample", 7)[1]["pieces"]
     kept, said = export("--around", "tone", "--from", -0.1, "--to", 0.1, "--skip-bad", "--physical")
     clean, _ = exact.cut(TONE, -0.1, 0.1, skip_bad=True)
     assert np.array_equal(kept, clean) and said["leftOut"]["bad"] == len(wanted) - len(clean) > 0
@@ -132,6 +134,10 @@ def main():
     assert (abs(both[0] - left.mean(axis=0)) <= 1e-13 * scale).all() and (abs(both[1] - error) <= 1e-12 * scale).all()
     alone, _ = export("--around", "click", "--from", -0.1, "--to", 0.1, "--trials", 1, command="average")
     assert np.array_equal(alone[0], exact.cut(CLICK[:1], -0.1, 0.1)[0][0]) and np.isnan(alone[1]).all()
+
+    names = [c["name"] for c in described["channels"] if c["kind"] == "gradiometer"]
+    pathlib.Path("a.ds/BadChannels").write_text("\n".join(names) + "\n")
+    assert "none that is good" in run("export", "a.ds", *some, "-o", "x.npy", code=1)
 
 
 with tempfile.TemporaryDirectory() as scratch:
