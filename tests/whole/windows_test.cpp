@@ -11,6 +11,7 @@
 
 #include <ctfmeg/compensation.h>
 #include <ctfmeg/low_pass.h>
+#include <ctfmeg/processing.h>
 
 // What is read of the files for a window, and that its values are right whatever happens meanwhile.
 
@@ -205,6 +206,21 @@ TEST(Windows, HoldTheValuesOfTheirCompensation) {
     EXPECT_NEAR(valueOf(*third, channel), expected, 1e-24);
     EXPECT_EQ(third->channels()[static_cast<std::size_t>(channel)].gradientOrder, 3);
   }
+}
+
+TEST(Windows, HoldTheValuesOfEpochsLessTheirBaseline) {
+  const Recording recording =
+      openRecording(std::make_shared<TestStore>(6, 12'001, std::vector{3, 2, 2}), "run");
+  const double rate = recording.record().sampleRate;
+  Epoching around{.occurrences = {{"a", 0, 4'000, 0.0}, {"b", 2, 5'500, 0.0}, {"a", 2, 5'600, 0.0}},
+                  .from = -3'000 / rate,
+                  .to = 5'003 / rate};
+  around.baseline = {-1'001 / rate, 200 / rate};
+  for (const int step : {1, 5})
+    compareWindows(*processed(recording, {.step = step}, {.epochs = around}).source,
+                   "step " + std::to_string(step), {Values::physical});
+  compareWindows(*averaged(processed(recording, {}, {.epochs = around}).source), "average",
+                 {Values::physical});
 }
 
 TEST(Windows, HoldTheValuesOfTheirLowPass) {
