@@ -221,6 +221,11 @@ TEST(Windows, HoldTheValuesOfEpochsLessTheirBaseline) {
                    "step " + std::to_string(step), {Values::physical});
   compareWindows(*averaged(processed(recording, {}, {.epochs = around}).source), "average",
                  {Values::physical});
+  // With the whole baseline in it, and not from the first sample on.
+  const auto source = processed(recording, {}, {.epochs = around}).source;
+  const auto whole = read<double>(*source, {.samples = source->shape().samples}, Values::physical);
+  const auto part = read<double>(*source, {.first = 1'000, .samples = 4'000}, Values::physical);
+  EXPECT_TRUE(std::equal(part.begin(), part.end(), whole.begin() + 1'000));
 }
 
 TEST(Windows, HoldTheValuesOfTheirLowPass) {
