@@ -34,6 +34,9 @@ std::vector<Occurrence> occurrencesOf(const Recording& recording, const std::vec
 
 namespace {
 
+/// More samples than any recording has, and few enough to be added up. A marker's time may be any number.
+constexpr std::int64_t kBeyond = 1'000'000'000'000'000;
+
 /// Samples of a run, from `begin` to before `end`.
 struct Extent {
   std::int64_t begin = 0, end = 0;
@@ -109,8 +112,8 @@ std::string spanText(double from, double to) {
 
 /// Beyond any recording where it would not fit.
 std::int64_t nearestSample(double seconds, double rate) {
-  constexpr double kBeyond = 1e15;
-  return std::llround(std::clamp(seconds * rate, -kBeyond, kBeyond));
+  constexpr auto kMost = static_cast<double>(kBeyond);
+  return std::llround(std::clamp(seconds * rate, -kMost, kMost));
 }
 
 }  // namespace
@@ -152,7 +155,8 @@ EpochPlaces placeEpochs(const Recording& recording, const Selection& selection, 
       continue;
     const auto own = std::ranges::lower_bound(trials, occurrence.trial, {},
                                               [](const PlacedTrial& t) { return t.piece.fileTrial; });
-    const bool isThere = own != trials.end() && own->piece.fileTrial == occurrence.trial;
+    const bool isThere = own != trials.end() && own->piece.fileTrial == occurrence.trial &&
+                         std::clamp(occurrence.sample, -kBeyond, kBeyond) == occurrence.sample;
     const std::int64_t begin =
         isThere ? own->own.begin - own->piece.firstSample + occurrence.sample + first : 0;
     if (!isThere || begin < own->around.begin || begin + length > own->around.end) {
