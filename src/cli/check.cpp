@@ -6,10 +6,10 @@
 #include "base/finding_codes.h"
 #include "check_host/check_host.h"
 #include "cli/found_datasets.h"
-#include "cli/json.h"
 #include "cli/messages.h"
 #include "cli/process.h"
 #include "cli/sample_windows.h"
+#include "describe/json.h"
 #include "output/table.h"
 #include "output/visible_text.h"
 
@@ -154,7 +154,7 @@ class CheckPrinter {
                      [](const Finding& a, const Finding& b) { return a.severity > b.severity; });
     if (m_options.json) {
       if (!first) std::cout << ",\n";
-      return writeCheck(std::cout, dataset, kVerdicts.at(verdict));
+      return describe::writeCheck(std::cout, dataset, kVerdicts.at(verdict));
     }
     std::cout << visible(dataset.path) << ": " << kVerdicts.at(verdict) << '\n';
     printFindings(dataset.findings);

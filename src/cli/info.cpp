@@ -4,9 +4,9 @@
 #include <iostream>
 #include <utility>
 
-#include "cli/json.h"
 #include "cli/messages.h"
 #include "cli/process.h"
+#include "describe/json.h"
 #include "output/numbers.h"
 #include "output/visible_text.h"
 
@@ -118,7 +118,7 @@ std::string filesText(const ShownDataset& dataset) {
 
 /// "continuous", or what is missing between the trials.
 std::string runText(const ShownDataset& dataset) {
-  const Timing& timing = dataset.timing;
+  const describe::Timing& timing = dataset.timing;
   if (!timing.trialsAdjoin || dataset.record.numTrials < 2) return {};
   if (*timing.trialsAdjoin) return "continuous";
   return names(timing.gaps, [](const Gap& gap) {
@@ -261,9 +261,8 @@ void printOverview(const ShownDataset& dataset) {
 }  // namespace
 
 int runInfo(const InfoOptions& options) {
-  constexpr int kMostTrials = 1000;  // two samples of each are read to know whether they follow each other
   Session session(options.reading);
-  InfoJson json(std::cout, options.datasets.size());
+  describe::InfoJson json(std::cout, options.datasets.size());
   bool first = true;
   for (const std::string& path : options.datasets) {
     stopIfInterrupted();
@@ -277,7 +276,7 @@ int runInfo(const InfoOptions& options) {
                                                : session.select(path, recording, options.samples);
           session.sayWarnings(path, selected.findings);
           const ShownDataset dataset =
-              shown(describe(path, recording, selected, kMostTrials), options.reading);
+              shown(describe::described(path, recording, selected, describe::kMostTrials), options.reading);
           if (options.json) return json.add(dataset);
           if (!first) std::cout << '\n';
           first = false;

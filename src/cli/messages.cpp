@@ -49,15 +49,12 @@ std::string partialHint(const Recording& recording, const Selection& selection) 
   return some ? " (--partial takes it)" : "";
 }
 
-/// What was noticed about the sample files, with what can be done about it. None of it is an error to
-/// whoever does not read them.
+/// What was noticed about the sample files, with what can be done about it.
 std::vector<Finding> hinted(const Recording& recording, const Selection& selection) {
-  std::vector<Finding> findings = recording.sampleWarnings();
-  for (Finding& finding : findings) {
-    finding.severity = std::min(finding.severity, Finding::Severity::warning);
+  std::vector<Finding> findings = describe::aboutSamples(recording);
+  for (Finding& finding : findings)
     if (is(finding, Code::meg4Short) || is(finding, Code::meg4Empty))
       finding.text += partialHint(recording, selection);
-  }
   return findings;
 }
 
@@ -199,9 +196,7 @@ SelectedSamples Session::select(const std::string& dataset, const Recording& rec
 }
 
 SelectedSamples Session::lookAt(const Recording& recording) const {
-  SelectedSamples all{recording.record(), nullptr};
-  if (all.record.samplesPerTrial > 0) all.findings = hinted(recording, {});
-  return all;
+  return {recording.record(), nullptr, false, hinted(recording, {})};
 }
 
 void Session::sayFailure(const std::string& path, const std::string& text) {
@@ -225,7 +220,7 @@ void Session::attempt(const std::string& dataset, const std::function<void()>& w
                       const std::function<void(const ShownDataset&)>& onError) {
   const auto fail = [&](const Error& error) {
     m_failed = true;
-    const ShownDataset failed = shown(cli::describe(dataset, error), m_options);
+    const ShownDataset failed = shown(describe::described(dataset, error), m_options);
     say(failed.error->file, failed.error->text);
     if (onError) onError(failed);
   };

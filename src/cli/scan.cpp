@@ -56,12 +56,12 @@ std::int64_t bytesOfFilesIn(const fs::path& directory) {
 ScannedDataset scanDataset(const std::string& path, const Session& session) {
   const fs::path directory = pathFromText(path);
   ScannedDataset scanned{};
-  const auto fail = [&](const Error& error) { scanned.dataset = describe(path, error); };
+  const auto fail = [&](const Error& error) { scanned.dataset = describe::described(path, error); };
   try {
     scanned.bytes = bytesOfFilesIn(directory);
     const Recording recording = session.open(path);
     const SelectedSamples files = session.lookAt(recording);
-    scanned.dataset = describeRecord(path, recording);
+    scanned.dataset = describe::describedRecord(path, recording);
     scanned.dataset.add(files.findings);
     scanned.dataset.files = recording.sampleFiles();
     scanned.status = scanned.dataset.files->status;

@@ -7,6 +7,7 @@
 namespace ctfmeg::cli {
 namespace {
 
+using describe::gradientOrderOf;
 using output::Cell;
 using output::TableWriter;
 
@@ -83,8 +84,8 @@ int runMarkers(const TableOptions& options) {
         {"runTime", "in the run (s)"}},
        "no markers",
        [&](Session&, const std::string& path, const Recording& recording, TableWriter& table) {
-         addMarkers(describe(path, recording, {recording.record(), nullptr}, std::numeric_limits<int>::max()),
-                    table);
+         constexpr int kAll = std::numeric_limits<int>::max();
+         addMarkers(describe::described(path, recording, {recording.record(), nullptr}, kAll), table);
        }});
 }
 

@@ -1,12 +1,13 @@
-#include "cli/json.h"
+#include "describe/json.h"
 
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "base/dates.h"
-#include "cli/parts_json.h"
+#include "describe/parts_json.h"
 #include "output/json.h"
 
-namespace ctfmeg::cli {
+namespace ctfmeg::describe {
 namespace {
 
 using output::dump;
@@ -143,4 +144,19 @@ void writeCheck(std::ostream& out, const ShownDataset& dataset, const char* verd
   object.end();
 }
 
-}  // namespace ctfmeg::cli
+std::string infoJson(const std::string& path, const Recording& recording) {
+  std::ostringstream out;
+  const SelectedSamples all{recording.record(), nullptr, false, aboutSamples(recording)};
+  writeDataset(out, described(path, recording, all, kMostTrials));
+  return out.str();
+}
+
+std::string findingJson(const Finding& finding) { return dump(warningJson(finding)); }
+
+std::string findingsJson(const std::vector<Finding>& findings) {
+  std::ostringstream out;
+  writeJsonList(out, findings, 0, warningJson);
+  return out.str();
+}
+
+}  // namespace ctfmeg::describe

@@ -1,4 +1,4 @@
-#include "cli/shown.h"
+#include "describe/shown.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,7 +13,7 @@
 #include <ctfmeg/path_text.h>
 #include <ctfmeg/record_fields.h>
 
-namespace ctfmeg::cli {
+namespace ctfmeg::describe {
 namespace {
 
 /// Each tag once, where it was set first, with its last value.
@@ -103,7 +103,15 @@ std::string lastName(const std::string& path) {
   return textOf((given.has_filename() ? given : given.parent_path()).filename());
 }
 
-ShownDataset describeRecord(const std::string& path, const Recording& recording) {
+std::vector<Finding> aboutSamples(const Recording& recording) {
+  if (recording.record().samplesPerTrial < 1) return {};
+  std::vector<Finding> findings = recording.sampleWarnings();
+  for (Finding& finding : findings)
+    finding.severity = std::min(finding.severity, Finding::Severity::warning);
+  return findings;
+}
+
+ShownDataset describedRecord(const std::string& path, const Recording& recording) {
   ShownDataset dataset;
   dataset.path = path;
   dataset.name = recording.name();
@@ -114,9 +122,9 @@ ShownDataset describeRecord(const std::string& path, const Recording& recording)
   return dataset;
 }
 
-ShownDataset describe(const std::string& path, const Recording& recording, const SelectedSamples& selected,
-                      int mostTrials) {
-  ShownDataset dataset = describe(path, recording);
+ShownDataset described(const std::string& path, const Recording& recording, const SelectedSamples& selected,
+                       int mostTrials) {
+  ShownDataset dataset = described(path, recording);
   dataset.record = selected.record;
   if (recording.record().samplesPerTrial > 0) dataset.files = recording.sampleFiles();
   if (selected.source) dataset.stored = storedSamples(selected);
@@ -126,8 +134,8 @@ ShownDataset describe(const std::string& path, const Recording& recording, const
   return dataset;
 }
 
-ShownDataset describe(const std::string& path, const Recording& recording) {
-  ShownDataset dataset = describeRecord(path, recording);
+ShownDataset described(const std::string& path, const Recording& recording) {
+  ShownDataset dataset = describedRecord(path, recording);
   dataset.channels = recording.channels();
   dataset.coefficients = recording.coefficients();
   dataset.compensation = compensationOrders(dataset.channels, dataset.coefficients);
@@ -143,7 +151,7 @@ ShownDataset describe(const std::string& path, const Recording& recording) {
   return dataset;
 }
 
-ShownDataset describe(const std::string& path, const Error& error) {
+ShownDataset described(const std::string& path, const Error& error) {
   ShownDataset dataset;
   dataset.path = path;
   const std::string file = textOf(error.path());
@@ -209,4 +217,4 @@ ShownDataset redacted(ShownDataset dataset) {
   return dataset;
 }
 
-}  // namespace ctfmeg::cli
+}  // namespace ctfmeg::describe

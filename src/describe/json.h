@@ -2,10 +2,12 @@
 
 #include <cstddef>
 #include <ostream>
+#include <string>
+#include <vector>
 
-#include "cli/shown.h"
+#include "describe/shown.h"
 
-namespace ctfmeg::cli {
+namespace ctfmeg::describe {
 
 /// Writes the entries of `info --json` as they are added: one object for one entry, else an array; UTF-8, a
 /// member or an element of a list on each line.
@@ -25,4 +27,12 @@ class InfoJson {
 /// What `check --json` prints of one dataset: an object, without a line break after it.
 void writeCheck(std::ostream& out, const ShownDataset& dataset, const char* verdict);
 
-}  // namespace ctfmeg::cli
+/// What `info --json` prints of one recording, all of it, without a line break after it. Looks at the lengths
+/// of the sample files and at two samples of each trial's clock.
+std::string infoJson(const std::string& path, const Recording& recording);
+
+/// A finding as in `warnings` of a recording.
+std::string findingJson(const Finding& finding);
+std::string findingsJson(const std::vector<Finding>& findings);
+
+}  // namespace ctfmeg::describe

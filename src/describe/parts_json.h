@@ -2,13 +2,13 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "cli/shown.h"
+#include "describe/shown.h"
 #include "output/json.h"
 
 // The parts of a recording as `info --json` shows them. What may name a person is left out of what is
 // redacted.
 
-namespace ctfmeg::cli {
+namespace ctfmeg::describe {
 
 output::Json recordJson(const RecordInfo& record, bool redacted);
 output::Json channelJson(const Channel& channel);
@@ -26,4 +26,4 @@ output::Json timingJson(const Timing& timing);
 output::Json virtualChannelJson(const VirtualChannel& channel);
 output::Json warningJson(const Finding& finding);
 
-}  // namespace ctfmeg::cli
+}  // namespace ctfmeg::describe

@@ -1,4 +1,4 @@
-#include "cli/parts_json.h"
+#include "describe/parts_json.h"
 
 #include <array>
 #include <cstdio>
@@ -7,7 +7,7 @@
 
 #include <ctfmeg/record_fields.h>
 
-namespace ctfmeg::cli {
+namespace ctfmeg::describe {
 
 using output::Json;
 
@@ -192,4 +192,4 @@ Json warningJson(const Finding& finding) {
   return object;
 }
 
-}  // namespace ctfmeg::cli
+}  // namespace ctfmeg::describe
