@@ -9,6 +9,31 @@
 #include <vector>
 
 namespace ctfmeg {
+namespace {
+
+std::atomic<int> threadsWhereNobodySays = 0;
+
+thread_local StopCheck* stopCheck = nullptr;
+
+}  // namespace
+
+void setThreads(int threads) { threadsWhereNobodySays = threads; }
+
+StopCheck::StopCheck(std::function<void()> ask)
+    : m_ask(std::move(ask)), m_asked(std::chrono::steady_clock::now()), m_before(stopCheck) {
+  stopCheck = this;
+}
+
+StopCheck::~StopCheck() { stopCheck = m_before; }
+
+void StopCheck::ask() {
+  constexpr std::chrono::milliseconds kBetween{50};
+  if (stopCheck == nullptr) return;
+  const auto now = std::chrono::steady_clock::now();
+  if (now - stopCheck->m_asked < kBetween) return;
+  stopCheck->m_asked = now;
+  stopCheck->m_ask();
+}
 
 /// The threads beside the caller's.
 class Workers::Crew {
@@ -108,11 +133,14 @@ void Workers::run(const std::function<void()>& work) {
   constexpr int kMostThatPay = 4;  // more find the memory busy
   const std::unique_lock inUse(m_inUse, std::try_to_lock);
   if (!inUse) return work();
-  if (m_crew == nullptr) {
-    m_process = processNumber();
-    m_crew = std::make_unique<Crew>(m_threads > 0 ? m_threads : std::min(usableProcessors(), kMostThatPay));
-  }
+  const int wanted = m_threads > 0 ? m_threads : threadsWhereNobodySays.load();
+  if (wanted == 1) return work();
+  if (m_crew == nullptr) m_process = processNumber();
   if (m_process != processNumber()) return work();
+  if (m_crew == nullptr || m_crewThreads != wanted) {
+    m_crew = std::make_unique<Crew>(wanted > 0 ? wanted : std::min(usableProcessors(), kMostThatPay));
+    m_crewThreads = wanted;
+  }
   m_crew->run(work);
 }
 

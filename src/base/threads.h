@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -20,11 +21,37 @@ int usableProcessors();
 /// Number of this process, which a fork of it does not share.
 std::int64_t processNumber();
 
+/// As many as pay, where nobody says how many threads there should be; 0: as many as pay on this machine, as it
+/// is at first.
+void setThreads(int threads);
+
+/// While a process is forked `mutex` is held, so that the fork finds it free; it must outlive the process. For
+/// one mutex.
+void holdWhileForking(std::mutex& mutex);
+
+/// As long as it lives, long work on its thread asks it now and then whether to stop, and throws what it
+/// throws.
+class StopCheck {
+ public:
+  explicit StopCheck(std::function<void()> ask);
+  StopCheck(const StopCheck&) = delete;
+  StopCheck& operator=(const StopCheck&) = delete;
+  ~StopCheck();
+
+  /// Asks the one of this thread, where there is one and some time has gone by since it was asked last.
+  static void ask();
+
+ private:
+  std::function<void()> m_ask;
+  std::chrono::steady_clock::time_point m_asked;
+  StopCheck* m_before;
+};
+
 /// Threads that do one work together. They begin with the first work and end with the object. A process that
 /// is forked in between has none of them: there the caller's thread works alone.
 class Workers {
  public:
-  /// `threads` in all, the caller's included; 0: as many as pay on this machine.
+  /// `threads` in all, the caller's included; 0: as many as `setThreads` says.
   explicit Workers(int threads = 0);
   Workers(const Workers&) = delete;
   Workers& operator=(const Workers&) = delete;
@@ -41,6 +68,7 @@ class Workers {
   int m_threads;
   std::mutex m_inUse;            // for what follows
   std::unique_ptr<Crew> m_crew;  // once there was work
+  int m_crewThreads = 0;         // of it
   std::int64_t m_process = 0;    // that it belongs to
 };
 

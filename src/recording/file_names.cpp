@@ -55,6 +55,21 @@ int numberOfSamples(const std::string& name) {
 
 fs::path stemOfFolder(const fs::path& folder) { return nameOfFolder(folder).stem(); }
 
+std::string resourceFileAmong(std::vector<std::string> names, const std::string& own,
+                              const fs::path& directory) {
+  std::erase_if(names, [](const std::string& name) { return pathFromText(name).extension() != ".res4"; });
+  std::sort(names.begin(), names.end());
+  if (names.size() == 1) return names.front();
+  if (names.empty())
+    throw Error(ErrorKind::notADataset, directory,
+                "holds no CTF resource file: looked for " + own + " and for any other *.res4");
+  std::string all;
+  for (const std::string& name : names)
+    all += (all.empty() ? "" : ", ") + name;
+  throw Error(ErrorKind::notADataset, directory,
+              "holds several CTF resource files and none is " + own + ": name one of " + all);
+}
+
 void reportOtherName(const fs::path& resourceFile, Notices& notices) {
   const fs::path folder = nameOfFolder(resourceFile.parent_path());
   if (lowered(textOf(folder.extension())) == ".ds" && folder.stem() != resourceFile.stem())

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "base/file.h"
 #include "base/notices.h"
@@ -11,6 +12,11 @@ namespace ctfmeg {
 /// A dataset's name by its folder: the name that the folder is given by, also with a trailing slash, without
 /// its extension; its own when it is given as nothing, "." or "..".
 std::filesystem::path stemOfFolder(const std::filesystem::path& folder);
+
+/// The resource file among the names of a directory's files where none is called as the directory, `own`: the
+/// only one. Throws `Error` where there is none, or several.
+std::string resourceFileAmong(std::vector<std::string> names, const std::string& own,
+                              const std::filesystem::path& directory);
 
 /// Reports a resource file that is called otherwise than the `.ds` folder that it is in: a folder was renamed
 /// or a file put there.

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -23,16 +22,15 @@ namespace fs = std::filesystem;
   throw Error(kind, path, "can't be read: " + reason.message());
 }
 
-std::vector<fs::path> resourceFilesIn(const fs::path& directory) {
+std::vector<std::string> namesIn(const fs::path& directory) {
   std::error_code failed;
   fs::directory_iterator entry(directory, failed);
   if (failed) fail(directory, failed);
-  std::vector<fs::path> found;
+  std::vector<std::string> names;
   for (const fs::directory_iterator end; !failed && entry != end; entry.increment(failed))
-    if (entry->path().extension() == ".res4") found.push_back(entry->path());
+    names.push_back(textOf(entry->path().filename()));
   if (failed) fail(directory, failed);
-  std::sort(found.begin(), found.end());
-  return found;
+  return names;
 }
 
 fs::path resourceFileOf(const fs::path& directory) {
@@ -40,16 +38,7 @@ fs::path resourceFileOf(const fs::path& directory) {
   own += ".res4";
   std::error_code unknown;
   if (fs::exists(directory / own, unknown)) return directory / own;
-  const auto found = resourceFilesIn(directory);
-  if (found.size() == 1) return found.front();
-  if (found.empty())
-    throw Error(ErrorKind::notADataset, directory,
-                "holds no CTF resource file: looked for " + textOf(own) + " and for any other *.res4");
-  std::string names;
-  for (const auto& file : found)
-    names += (names.empty() ? "" : ", ") + textOf(file.filename());
-  throw Error(ErrorKind::notADataset, directory,
-              "holds several CTF resource files and none is " + textOf(own) + ": name one of " + names);
+  return directory / pathFromText(resourceFileAmong(namesIn(directory), textOf(own), directory));
 }
 
 }  // namespace

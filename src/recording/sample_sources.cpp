@@ -193,8 +193,10 @@ void FileSamples::readInto(const Window& window, const Target& target) const {
     RowGroup group;
     std::unique_ptr<std::int32_t[]> memory;
     try {
-      while (rows.next(group))
+      while (rows.next(group)) {
+        StopCheck::ask();
         std::visit([&](auto* out) { readGroup(group, m_channels, target.values, memory, out); }, target.out);
+      }
     } catch (...) {
       rows.stop();  // the others need not go on
       throw;

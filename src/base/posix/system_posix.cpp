@@ -1,3 +1,4 @@
+#include <pthread.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -39,6 +40,18 @@ std::thread startBackgroundThread(const std::function<void()>& work) {
 }
 
 std::int64_t processNumber() { return getpid(); }
+
+namespace {
+
+std::mutex* heldWhileForking = nullptr;
+
+}  // namespace
+
+void holdWhileForking(std::mutex& mutex) {
+  heldWhileForking = &mutex;
+  const auto release = [] { heldWhileForking->unlock(); };
+  pthread_atfork([] { heldWhileForking->lock(); }, release, release);
+}
 
 inline namespace v1 {
 

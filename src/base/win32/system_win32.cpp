@@ -19,6 +19,9 @@ std::thread startBackgroundThread(const std::function<void()>& work) { return st
 
 std::int64_t processNumber() { return GetCurrentProcessId(); }
 
+// There are no forks.
+void holdWhileForking(std::mutex& /*mutex*/) {}
+
 inline namespace v1 {
 
 std::filesystem::path pathFromText(const std::string& text) { return wideFromUtf8(text); }
