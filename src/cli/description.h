@@ -26,6 +26,6 @@ struct ArrayDescription {
 };
 
 /// The description as JSON, with what the options allow to be shown.
-std::string describe(const ArrayDescription& array, const ReadingOptions& options);
+std::string descriptionOf(const ArrayDescription& array, const ReadingOptions& options);
 
 }  // namespace ctfmeg::cli

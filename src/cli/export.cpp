@@ -221,7 +221,7 @@ class Export {
     stopIfInterrupted();
     if (file && m_options.description) {
       ResultFile described(reachable(pathFromText(output + ".json")), output + ".json");
-      const std::string text = describe(array, m_options.reading);
+      const std::string text = descriptionOf(array, m_options.reading);
       described.write(std::as_bytes(std::span(text)));
       result.finish();
       described.commit();  // so that an array that is in its place is complete

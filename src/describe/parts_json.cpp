@@ -170,9 +170,7 @@ Json timingJson(const Timing& timing) {
           {"firstTime", timing.firstTime},
           {"acquisitionRate", timing.acquisitionRate},
           {"trialsAdjoin", timing.trialsAdjoin ? Json(*timing.trialsAdjoin) : Json()},
-          {"gaps", listJson(timing.gaps, [](const Gap& gap) {
-             return Json{{"afterTrial", gap.afterTrial}, {"seconds", gap.seconds}, {"samples", gap.samples}};
-           })}};
+          {"gaps", listJson(timing.gaps, gapJson)}};
 }
 
 Json virtualChannelJson(const VirtualChannel& channel) {
@@ -190,6 +188,36 @@ Json warningJson(const Finding& finding) {
   if (finding.offset) object["offset"] = *finding.offset;
   object["text"] = finding.text;
   return object;
+}
+
+Json arrayChannelJson(const Channel& channel, Values values) {
+  return {{"name", channel.name},
+          {"shortName", channel.shortName},
+          {"kind", nameOf(channel.kind)},
+          {"unit", values == Values::physical ? channel.unit : "1"},
+          {"good", channel.good}};
+}
+
+Json arrayTrialJson(const Origin& origin, const Occurrence* epoch) {
+  return {
+      {"origin", {{"trial", origin.fileTrial}, {"firstSample", origin.firstSample}, {"step", origin.step}}},
+      {"marker", epoch == nullptr ? Json() : Json(epoch->name)},
+      {"timeMs", epoch == nullptr ? Json() : Json(epoch->timeMs)}};
+}
+
+Json pieceJson(const Piece& piece, const SampleSource& source) {
+  return {{"trial", piece.fileTrial},
+          {"firstSample", piece.firstSample},
+          {"at", piece.at},
+          {"time", source.time(0, piece.at)}};
+}
+
+Json gapJson(const Gap& gap) {
+  return {{"afterTrial", gap.afterTrial}, {"seconds", gap.seconds}, {"samples", gap.samples}};
+}
+
+Json leftOutJson(const LeftOut& leftOut) {
+  return {{"incomplete", leftOut.incomplete}, {"bad", leftOut.bad}, {"rejected", leftOut.rejected}};
 }
 
 }  // namespace ctfmeg::describe

@@ -26,4 +26,15 @@ output::Json timingJson(const Timing& timing);
 output::Json virtualChannelJson(const VirtualChannel& channel);
 output::Json warningJson(const Finding& finding);
 
+// The parts of an array of samples as the file beside it has them.
+
+/// `values`: what the samples are.
+output::Json arrayChannelJson(const Channel& channel, Values values);
+/// `epoch`: the occurrence that it is about; null for a trial that is none.
+output::Json arrayTrialJson(const Origin& origin, const Occurrence* epoch);
+/// `source`: the run that it is a piece of.
+output::Json pieceJson(const Piece& piece, const SampleSource& source);
+output::Json gapJson(const Gap& gap);
+output::Json leftOutJson(const LeftOut& leftOut);
+
 }  // namespace ctfmeg::describe
