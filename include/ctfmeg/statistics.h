@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <ctfmeg/export.h>
+#include <ctfmeg/processing.h>
 #include <ctfmeg/recording.h>
 #include <ctfmeg/samples.h>
 
@@ -78,6 +79,24 @@ CTFMEG_API std::string verdictOf(const ChannelStatistics& channel);
 /// threads (0: as many as pay); the result does not depend on their number. Throws what reading throws, and
 /// `Error` of the kind `stopped` when `progress`, called on the caller's thread, returns false.
 CTFMEG_API std::vector<ChannelStatistics> statisticsOf(const SampleSource& source,
+                                                       const SignalLimits& limits = {},
+                                                       const ProgressFunction& progress = {},
+                                                       int threads = 0);
+
+/// The same of samples that `processed` makes. Where their values are computed (gradient compensation, a
+/// filter, a baseline), `samples`, `min`, `max`, `mean` and `std` are about the computed values, and all else
+/// about the stored samples that they are made of: only these show what a converter did. `made` are samples
+/// that `processed` has made of this recording, selection and processing. Computed values are read after the
+/// stored ones, in the order of the source.
+CTFMEG_API std::vector<ChannelStatistics> statisticsOf(const ProcessedSamples& made,
+                                                       const Recording& recording, const Selection& selection,
+                                                       const Processing& processing,
+                                                       const SignalLimits& limits = {},
+                                                       const ProgressFunction& progress = {},
+                                                       int threads = 0);
+/// Likewise, of samples that are made for it.
+CTFMEG_API std::vector<ChannelStatistics> statisticsOf(const Recording& recording, const Selection& selection,
+                                                       const Processing& processing,
                                                        const SignalLimits& limits = {},
                                                        const ProgressFunction& progress = {},
                                                        int threads = 0);

@@ -73,23 +73,6 @@ std::string folderHint(const Error& error) {
              : "; there are datasets below it, which \"ctfmeg scan\" lists";
 }
 
-/// The selection and the processing that options ask for.
-std::pair<Selection, Processing> askedFor(const Recording& recording, const SelectionOptions& options) {
-  Selection selection = options.selection;
-  Processing processing{.compensation = options.compensation, .decimate = options.decimate};
-  if (options.around) {
-    const TimeSpan span = selection.seconds.value_or(TimeSpan{});
-    selection.seconds.reset();
-    processing.epochs = Epoching{.occurrences = occurrencesOf(recording, *options.around),
-                                 .from = span.from.value_or(0.0),
-                                 .to = span.to.value_or(0.0),
-                                 .baseline = options.baseline,
-                                 .skipBad = options.skipBad,
-                                 .reject = options.reject};
-  }
-  return {selection, processing};
-}
-
 ProcessedSamples samplesOf(const Recording& recording, const Selection& selection,
                            const Processing& processing, const ProgressFunction& progress, int threads) {
   try {
@@ -120,6 +103,22 @@ RecordInfo recordOf(const Recording& recording, Selection selection, const Proce
 }
 
 }  // namespace
+
+std::pair<Selection, Processing> askedFor(const Recording& recording, const SelectionOptions& options) {
+  Selection selection = options.selection;
+  Processing processing{.compensation = options.compensation, .decimate = options.decimate};
+  if (options.around) {
+    const TimeSpan span = selection.seconds.value_or(TimeSpan{});
+    selection.seconds.reset();
+    processing.epochs = Epoching{.occurrences = occurrencesOf(recording, *options.around),
+                                 .from = span.from.value_or(0.0),
+                                 .to = span.to.value_or(0.0),
+                                 .baseline = options.baseline,
+                                 .skipBad = options.skipBad,
+                                 .reject = options.reject};
+  }
+  return {selection, processing};
+}
 
 void say(const std::string& path, const std::string& text) {
   writeLine("ctfmeg: " + (path.empty() ? "" : visible(path) + ": ") + visible(text));

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/commands.h"
@@ -20,6 +21,9 @@ void requireFolderOf(const std::string& file);
 
 /// Ends what was written to standard output; throws CommandError when it could not be written.
 void finishOutput();
+
+/// The selection and the processing that options ask for.
+std::pair<Selection, Processing> askedFor(const Recording& recording, const SelectionOptions& options);
 
 /// Opens datasets for a command: asks and shows progress as the options say, reports errors and warnings on
 /// standard error and remembers what they mean for the exit code. Several threads may use one.
