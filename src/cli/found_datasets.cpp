@@ -6,36 +6,21 @@
 #include <system_error>
 
 #include "cli/process.h"
+#include "describe/scan_table.h"
 #include "recording/catalog.h"
 
 #include <ctfmeg/path_text.h>
 
 namespace ctfmeg::cli {
-namespace {
 
 namespace fs = std::filesystem;
-
-/// Throws CommandError where it is no directory.
-fs::path directoryOf(const std::string& given) {
-  fs::path directory = reachable(pathFromText(given));
-  std::error_code failed;
-  const fs::file_status status = fs::status(directory, failed);
-  if (!fs::exists(status))
-    failed = std::make_error_code(std::errc::no_such_file_or_directory);
-  else if (!fs::is_directory(status))
-    failed = std::make_error_code(std::errc::not_a_directory);
-  if (failed) throw CommandError(given, "can't be scanned: " + failed.message());
-  return directory;
-}
-
-}  // namespace
 
 std::vector<std::string> datasetsBelow(const std::vector<std::string>& directories, Session& session) {
   std::vector<std::string> datasets;
   std::set<std::string> known;
   for (const std::string& directory : directories)
     session.attempt(directory, [&] {
-      const Catalog found = findDatasets(directoryOf(directory), interrupted);
+      const Catalog found = findDatasets(describe::directoryToScan(pathFromText(directory)), interrupted);
       stopIfInterrupted();
       for (const Catalog::Problem& problem : found.problems)
         session.sayFailure(textOf(problem.path), problem.text);
