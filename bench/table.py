@@ -311,6 +311,35 @@ def streams():
     bytes_of_selections()
 
 
+def package_seconds(kind, path, *words):
+    """What read_python.py says of a recording, with the Python package of this tree."""
+    environment = {**os.environ, "PYTHONPATH": str(NUMPY.parents[1] / "python"),
+                   "LD_LIBRARY_PATH": str(PROGRAMS.parent / "lib")}
+    command = [sys.executable, NUMPY.with_name("read_python.py"), kind, path, *map(str, words)]
+    return float(subprocess.run(command, env=environment, check=True, capture_output=True).stdout)
+
+
+def python():
+    path = recording("large", 300, 84, 12000)
+    command_seconds(["cat", *sample_files(path)])  # into the cache
+    ratios("all of 1.21 GB as integers", best({
+        "C++ library": lambda: in_process("RecordingWhole", path),
+        "np.asarray(rec.raw)": lambda: package_seconds("raw", path),
+        "np.fromfile and astype": lambda: package_seconds("numpy-raw", path, 300, 12000, *sample_files(path))}),
+        "C++ library")
+    beyond = package_seconds("raw", path, "memory") / 1e6
+    table(("peak memory of np.asarray(rec.raw)", "MB"), [("beyond the array", f"{beyond:.1f}")])
+    path = stretched("long", 300, 1, 1_000_000, filled=True)
+    command_seconds(["cat", *sample_files(path)])
+    ratios("1000 windows of 1 s x 300 channels in tesla", best({
+        "NumPy, memory map": lambda: package_seconds("numpy-windows", path, 300, 1_000_000, *sample_files(path)),
+        "rec.data[0, :, a:b]": lambda: package_seconds("windows", path)}), "NumPy, memory map")
+    small, large = stretched("open-10MB", 300, 12, 700), stretched("open-20GB", 300, 120, 139_000, files=12)
+    ratios("ctfmeg.open", best({
+        "10 MB, one file": lambda: package_seconds("open", small),
+        "20 GB, twelve files": lambda: package_seconds("open", large)}), "10 MB, one file", 2)
+
+
 def signals():
     for name, path in (("trials of 14.4 MB", recording("large", 300, 84, 12000)),
                        ("one trial", recording("one-trial", 300, 1, 1_000_000))):
@@ -353,7 +382,8 @@ def processing():
         "drawn again": lambda: in_process("DrawingAgain", long)}), "read, one thread")
 
 
-PARTS = {part.__name__: part for part in (whole_reads, small_costs, exports, growth, windows, streams, signals, processing)}
+PARTS = {part.__name__: part
+         for part in (whole_reads, small_costs, exports, growth, windows, streams, signals, processing, python)}
 for name in sys.argv[3:]:
     if name not in PARTS:
         sys.exit(f"bench: there is no part {name}, only {', '.join(PARTS)}")

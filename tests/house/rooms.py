@@ -17,6 +17,7 @@ ARROWS = {
     "check_host": {"recording", "ctf", "base", "megreader"},
     "output": {"base"},
     "describe": {"recording", "output", "base"},
+    "capi": {"describe", "signal", "recording", "output", "base"},
     "simulate": {"output", "base"},
     "cli": {"check", "check_host", "describe", "signal", "recording", "output", "simulate", "base"},
     "hosts/framework": {"base", "megreader"},
