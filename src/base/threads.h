@@ -21,12 +21,12 @@ int usableProcessors();
 /// Number of this process, which a fork of it does not share.
 std::int64_t processNumber();
 
-/// As many as pay, where nobody says how many threads there should be; 0: as many as pay on this machine, as it
-/// is at first.
+/// As many as pay, where nobody says how many threads there should be; 0: as many as pay on this machine, as
+/// it is at first.
 void setThreads(int threads);
 
-/// While a process is forked `mutex` is held, so that the fork finds it free; it must outlive the process. For
-/// one mutex.
+/// While a process is forked `mutex` is held, so that the fork finds it free; it must outlive the process.
+/// For one mutex.
 void holdWhileForking(std::mutex& mutex);
 
 /// As long as it lives, long work on its thread asks it now and then whether to stop, and throws what it

@@ -63,8 +63,8 @@ static void read_by_hand(void) {
   CHECK(file != NULL && fseek(file, 8, SEEK_SET) == 0);
   for (int i = 0; file != NULL && i < kAll; ++i) {
     CHECK(fread(bytes, 1, 4, file) == 4);
-    stored[i] = (int32_t)((uint32_t)bytes[0] << 24 | (uint32_t)bytes[1] << 16 | (uint32_t)bytes[2] << 8 |
-                          bytes[3]);
+    stored[i] =
+        (int32_t)((uint32_t)bytes[0] << 24 | (uint32_t)bytes[1] << 16 | (uint32_t)bytes[2] << 8 | bytes[3]);
   }
   if (file != NULL) fclose(file);
 }
@@ -93,8 +93,14 @@ static void test_reading(ctfmeg_recording* recording) {
 
   /* Trials and channels in any order, one of them twice. */
   const int64_t trials[] = {2, 0}, channels[] = {5, 6, 7, 1, 5};
-  const ctfmeg_part part = {.size = sizeof part, .trials = trials, .trial_count = 2, .channels = channels,
-                            .channel_count = 5, .first = 11, .samples = -1, .step = 7};
+  const ctfmeg_part part = {.size = sizeof part,
+                            .trials = trials,
+                            .trial_count = 2,
+                            .channels = channels,
+                            .channel_count = 5,
+                            .first = 11,
+                            .samples = -1,
+                            .step = 7};
   enum { kLeft = (kSamples - 11 + 6) / 7 };
   float some[2 * 5 * kLeft];
   CHECK(ctfmeg_read(view, &part, CTFMEG_FLOAT32, CTFMEG_RAW, some, sizeof some, NULL, NULL, NULL) ==
@@ -145,8 +151,8 @@ static void test_measures(ctfmeg_recording* recording) {
   for (int64_t i = 0; i < count; ++i) {
     const ctfmeg_event* event = &events[i];
     CHECK((by_hand(event->trial, event->channel, event->sample) & 255) == (int32_t)event->value);
-    CHECK(event->sample == 0 || (by_hand(event->trial, event->channel, event->sample - 1) & 255) ==
-                                    (int32_t)event->previous);
+    CHECK(event->sample == 0 ||
+          (by_hand(event->trial, event->channel, event->sample - 1) & 255) == (int32_t)event->previous);
   }
   ctfmeg_free(events);
 
@@ -293,8 +299,13 @@ static void release_files(void* user) { ++((files*)user)->released; }
 static void test_store(void) {
   ctfmeg_error error = {0};
   files of = {0};
-  ctfmeg_store store = {.size = sizeof store, .path = dataset, .user = &of, .list = list_files,
-                        .size_of = size_of_file, .read_at = read_file, .release = release_files};
+  ctfmeg_store store = {.size = sizeof store,
+                        .path = dataset,
+                        .user = &of,
+                        .list = list_files,
+                        .size_of = size_of_file,
+                        .read_at = read_file,
+                        .release = release_files};
   const ctfmeg_open_options alone = {.size = sizeof alone, .threads = 1};
   ctfmeg_recording* recording = NULL;
   ctfmeg_view* view = NULL;
