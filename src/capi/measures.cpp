@@ -105,7 +105,7 @@ int ctfmeg_statistics(ctfmeg_view* view, ctfmeg_progress_function progress, void
       throw Error(ErrorKind::refused, of->of->recording.resourceFile(),
                   "has no statistics of an average: its samples are no signal");
     about(of->of->recording.resourceFile(), [&] {
-      const auto found = statisticsOf(of->of->recording, of->selection, of->processing, {},
+      const auto found = statisticsOf(of->samples, of->of->recording, of->selection, of->processing, {},
                                       progressOf(progress, user), of->of->threads);
       std::vector<ctfmeg_channel_statistics> all(found.size());
       std::transform(found.begin(), found.end(), all.begin(), entryOf);

@@ -51,7 +51,7 @@ class DatasetCheck {
     const Recording recording = m_session.open(m_dataset);
     append(m_findings, recording.warnings());
     if (recording.sampleFiles().status == SampleStatus::broken) failWithAll(recording);
-    append(m_findings, m_session.lookAt(recording).findings);
+    append(m_findings, describe::aboutSamples(recording));
     append(m_findings, inspect(recording));
     if (options.signals && recording.sampleFiles().trialsThere > 0)
       append(m_findings, inspectSignals(recording, options.limits, m_session.progress(m_dataset)));

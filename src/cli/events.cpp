@@ -154,7 +154,7 @@ int runEvents(const EventsOptions& options) {
          SelectionOptions searched = options.shown;
          searched.selection = selectionOf(recording, searched.selection);
          const SelectedSamples selected = session.select(path, recording, searched);
-         session.sayWarnings(path, selected.findings);
+         session.sayWarnings(path, recording, selected, searched.selection);
          const auto found =
              stimulusEvents(recording, *selected.source, options.changes, session.progress(path));
          session.sayWarnings(path, found.findings);

@@ -189,7 +189,7 @@ class Export {
       return !interrupted();
     };
     const SelectedSamples selected = m_session.select(dataset, recording, m_options.samples, judged);
-    m_session.sayWarnings(dataset, selected.findings);
+    m_session.sayWarnings(dataset, recording, selected, m_options.samples.selection);
 
     const auto written = m_options.average ? averaged(selected.source, interrupted) : selected.source;
     const SampleSource& source = *written;

@@ -274,7 +274,7 @@ int runInfo(const InfoOptions& options) {
           const SelectedSamples selected = options.samples.asked.empty()
                                                ? session.lookAt(recording)
                                                : session.select(path, recording, options.samples);
-          session.sayWarnings(path, selected.findings);
+          session.sayWarnings(path, recording, selected, options.samples.selection);
           const ShownDataset dataset =
               shown(describe::described(path, recording, selected, describe::kMostTrials), options.reading);
           if (options.json) return json.add(dataset);

@@ -49,15 +49,6 @@ std::string partialHint(const Recording& recording, const Selection& selection) 
   return some ? " (--partial takes it)" : "";
 }
 
-/// What was noticed about the sample files, with what can be done about it.
-std::vector<Finding> hinted(const Recording& recording, const Selection& selection) {
-  std::vector<Finding> findings = describe::aboutSamples(recording);
-  for (Finding& finding : findings)
-    if (is(finding, Code::meg4Short) || is(finding, Code::meg4Empty))
-      finding.text += partialHint(recording, selection);
-  return findings;
-}
-
 /// A name that is no folder of datasets may be shown as it is; others may be a person's.
 std::string shownFolder(const std::string& path, const ReadingOptions& options) {
   return options.noIdentity && !path.ends_with(".ds") ? "a folder" : shown(path, options);
@@ -183,7 +174,7 @@ SelectedSamples Session::select(const std::string& dataset, const Recording& rec
       findings.report(finding);
     RecordInfo record = recordOf(recording, wanted, processing, *left.source);
     return {std::move(record),      std::move(left.source),
-            selection.continuous,   beyondKnown(hinted(recording, selection)),
+            selection.continuous,   beyondKnown(describe::aboutSamples(recording)),
             std::move(left.epochs), left.leftOut};
   }
   if (samples.compensation || samples.decimate > 1 || samples.around)
@@ -195,7 +186,7 @@ SelectedSamples Session::select(const std::string& dataset, const Recording& rec
 }
 
 SelectedSamples Session::lookAt(const Recording& recording) const {
-  return {recording.record(), nullptr, false, hinted(recording, {})};
+  return {recording.record(), nullptr, false, describe::aboutSamples(recording)};
 }
 
 void Session::sayFailure(const std::string& path, const std::string& text) {
@@ -238,6 +229,15 @@ void Session::attempt(const std::string& dataset, const std::function<void()>& w
   } catch (const std::bad_alloc&) {
     fail({ErrorKind::outOfMemory, pathFromText(dataset), "needs more memory than there is"});
   }
+}
+
+void Session::sayWarnings(const std::string& dataset, const Recording& recording,
+                          const SelectedSamples& selected, const Selection& selection) {
+  std::vector<Finding> findings = selected.findings;
+  for (Finding& finding : findings)
+    if (is(finding, Code::meg4Short) || is(finding, Code::meg4Empty))
+      finding.text += partialHint(recording, selection);
+  sayWarnings(dataset, findings);
 }
 
 void Session::sayWarnings(const std::string& dataset, const std::vector<Finding>& findings) {

@@ -46,6 +46,9 @@ class Session {
 
   /// Reports what was noticed.
   void sayWarnings(const std::string& dataset, const std::vector<Finding>& findings);
+  /// Likewise about samples, with what can be done about a trial that is cut short.
+  void sayWarnings(const std::string& dataset, const Recording& recording, const SelectedSamples& selected,
+                   const Selection& selection);
 
   /// Reports why something about a path, which may be a person's, can't be done; the exit code will be 1.
   void sayFailure(const std::string& path, const std::string& text);

@@ -20,9 +20,8 @@ std::vector<ScannedDataset> scanAll(const std::vector<std::string>& datasets, co
   const std::string title =
       "Scanning " + std::to_string(datasets.size()) + (datasets.size() == 1 ? " dataset" : " datasets");
   const auto bar = options.reading.quiet ? nullptr : openProgressBar(title);
-  const describe::ScanReading reading{
-      [&](const std::string& path) { return session.open(path); },
-      [&](const Recording& recording) { return session.lookAt(recording).findings; }};
+  const describe::ScanReading reading{[&](const std::string& path) { return session.open(path); },
+                                      describe::aboutSamples};
   return describe::scanDatasets(datasets, reading, [&](std::size_t read) {
     stopIfInterrupted();
     if (bar) bar->show(static_cast<double>(read), static_cast<double>(datasets.size()));

@@ -31,7 +31,7 @@ int runStats(const StatsOptions& options) {
                             [&](Session& session, const std::string& path, const Recording& recording,
                                 output::TableWriter& table) {
                               const SelectedSamples selected = session.select(path, recording, options.shown);
-                              session.sayWarnings(path, selected.findings);
+                              session.sayWarnings(path, recording, selected, options.shown.selection);
                               const auto [selection, processing] = askedFor(recording, options.shown);
                               const auto all = statisticsOf({selected.source, selected.epochs}, recording,
                                                             selection, processing, options.limits,
