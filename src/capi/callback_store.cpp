@@ -109,7 +109,7 @@ std::string CallbackStore::stem() const {
     throw Misuse("a store needs size_of and read_at");
   return readingFiles([&] {
     const auto last = m_path.substr(m_path.find_last_of('/') + 1);
-    const std::string stem = last.ends_with(".ds") ? last.substr(0, last.size() - 3) : last;
+    std::string stem = last.ends_with(".ds") ? last.substr(0, last.size() - 3) : last;
     const std::string own = stem + ".res4";
     if (open(own) != nullptr) return stem;
     // Nothing but its own file is to be found where nothing can be listed.

@@ -1,6 +1,6 @@
 #include "capi/failure.h"
 
-#include <cstdlib>
+#include <algorithm>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -14,7 +14,7 @@ namespace {
 
 /// Null where there is no memory for it: an error about that must not need some.
 char* copyOrNull(const std::string& text) noexcept {
-  auto* copy = static_cast<char*>(std::malloc(text.size() + 1));
+  auto* copy = new (std::nothrow) char[text.size() + 1];
   if (copy != nullptr) std::memcpy(copy, text.c_str(), text.size() + 1);
   return copy;
 }
@@ -50,8 +50,7 @@ char* copyOf(const std::string& text) {
 }
 
 void* copyOf(const void* array, std::size_t bytes) {
-  void* copy = std::malloc(bytes > 0 ? bytes : 1);
-  if (copy == nullptr) throw std::bad_alloc();
+  auto* copy = new char[std::max<std::size_t>(bytes, 1)];
   if (bytes > 0) std::memcpy(copy, array, bytes);
   return copy;
 }
@@ -120,5 +119,5 @@ void ctfmeg_error_clear(ctfmeg_error* error) {
   *error = {};
 }
 
-void ctfmeg_free(void* memory) { std::free(memory); }
+void ctfmeg_free(void* memory) { delete[] static_cast<char*>(memory); }
 }

@@ -1,5 +1,6 @@
 #include "capi/handles.h"
 
+#include <bit>
 #include <cstdint>
 #include <mutex>
 #include <unordered_map>
@@ -28,7 +29,7 @@ class Table {
     const std::lock_guard lock(m_mutex);
     m_last += 16;  // as apart as pointers are
     m_opened.emplace(m_last, std::move(opened));
-    return reinterpret_cast<void*>(m_last);
+    return std::bit_cast<void*>(m_last);
   }
 
   template <class Pointer>
@@ -52,7 +53,7 @@ class Table {
   template <class Pointer>
   std::unordered_map<std::uintptr_t, Opened>::iterator placeOf(const void* handle, const char* sort) {
     require(handle, sort);
-    const auto place = m_opened.find(reinterpret_cast<std::uintptr_t>(handle));
+    const auto place = m_opened.find(std::bit_cast<std::uintptr_t>(handle));
     if (place == m_opened.end()) throw Misuse(std::string("there is no such open ") + sort);
     if (!std::holds_alternative<Pointer>(place->second))
       throw Misuse("a " + std::string(sort) + " is needed, and this handle is none");

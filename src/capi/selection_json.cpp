@@ -99,7 +99,7 @@ class Members {
     std::vector<std::string> all;
     for (const auto& [text, value] : known) {
       if (*json == text) return value;
-      all.push_back("\"" + std::string(text) + "\"");
+      all.push_back(std::string("\"").append(text) + "\"");
     }
     refuse(name, listText(all, "or").c_str());
   }

@@ -18,7 +18,7 @@ namespace {
 
 using output::Json;
 
-std::shared_ptr<const OpenView> select(std::shared_ptr<const OpenRecording> of, const char* selection,
+std::shared_ptr<const OpenView> select(const std::shared_ptr<const OpenRecording>& of, const char* selection,
                                        const ProgressFunction& progress) {
   Wanted wanted = wantedOf(selection, of->recording);
   auto view = std::make_shared<OpenView>(OpenView{
