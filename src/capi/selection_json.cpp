@@ -106,11 +106,12 @@ class Members {
 
   /// Throws Misuse for a member that nobody looked at.
   void end(const std::string& what) const {
-    for (const auto& [name, value] : m_object.items()) {
-      if (m_known.contains(name)) continue;
-      throw Misuse(what + " has no member \"" + name + "\"; there are " +
+    const auto members = m_object.items();
+    const auto unknown = std::find_if(members.begin(), members.end(),
+                                      [this](const auto& member) { return !m_known.contains(member.key()); });
+    if (unknown != members.end())
+      throw Misuse(what + " has no member \"" + unknown.key() + "\"; there are " +
                    listText({m_known.begin(), m_known.end()}));
-    }
   }
 
  private:

@@ -364,8 +364,8 @@ static void* read_in_a_thread(void* number) {
 }
 
 static void test_threads(void) {
-#ifdef __SANITIZE_THREAD__
-  enum { kThreads = 16, kForks = 0 }; /* it does not follow a fork of a process with threads */
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+  enum { kThreads = 16, kForks = 0 }; /* their own memory is locked in a fork of a process with threads */
 #else
   enum { kThreads = 16, kForks = 4 };
 #endif
