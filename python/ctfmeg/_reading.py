@@ -1,0 +1,151 @@
+"""Reads samples of a view of the library into arrays."""
+
+from __future__ import annotations
+
+import ctypes
+import json
+import math
+from ctypes import byref, c_int64, c_void_p
+from typing import Any, Dict, Optional, Sequence, Tuple
+
+import numpy as np
+
+from . import _library as c
+from ._errors import RefusedError
+from ._library import library
+from ._selection import Selection, text_of
+from ._source import Handle, Source
+
+TYPES = {"int32": c.INT32, "float32": c.FLOAT32, "float64": c.FLOAT64}
+_LONG = 1e12  # seconds, beyond any recording
+FAULTS = {1: "flat", 2: "clipped", 4: "jumps", 8: "noisy"}
+
+
+Ends = Tuple[Optional[float], Optional[float]]
+
+
+class OpenView(Handle):
+    """A view of the library.
+
+    Parameters
+    ----------
+    source : Source
+        The recording.
+    selection : dict
+        What the library is to select.
+    ends : (float or None, float or None)
+        Seconds of the first and the last sample of each epoch that is wanted.
+
+    Attributes
+    ----------
+    shape : tuple of int
+        Trials, channels and samples between the ends.
+    """
+
+    def __init__(self, source: Source, selection: Selection, ends: Ends = (None, None)) -> None:
+        recording = source.handle()
+        pointer = c_void_p()
+        library().call_long("select", recording.pointer, text_of(selection), after=(byref(pointer),))
+        super().__init__(pointer, "view_close", recording)
+        shape = (c_int64 * 3)()
+        library().call("shape", pointer, shape)
+        self.shape: Tuple[int, int, int] = (shape[0], shape[1], shape[2])
+        self._first = 0
+        self._description: Optional[Dict[str, Any]] = None
+        if ends != (None, None):
+            self._first, last = self.between(*ends)
+            self.shape = (shape[0], shape[1], last - self._first + 1)
+        source.report()
+
+    def description(self) -> Dict[str, Any]:
+        """What the library says that it holds."""
+        if self._description is None:
+            self._description = json.loads(library().text("describe", self.pointer))
+        return self._description
+
+    def places(self, selection: Selection) -> Any:
+        """Places in the view of the channels that a selection chooses."""
+        places = np.empty(self.shape[1], np.int64)
+        count = c_int64()
+        library().call(
+            "find_channels", self.pointer, text_of(selection), places.ctypes.data, len(places), byref(count)
+        )
+        return places[: count.value]
+
+    def times(self, trial: int, count: Optional[int] = None) -> Any:
+        """Seconds of the samples of a trial, of the first `count` of them."""
+        seconds = np.empty(self._first + (self.shape[2] if count is None else count))
+        library().call("times", self.pointer, trial, seconds.ctypes.data, len(seconds))
+        return seconds[self._first :]
+
+    def between(self, tmin: Optional[float], tmax: Optional[float], trial: int = 0) -> Tuple[int, int]:
+        """The first and the last sample of a span of seconds, each the nearest one (half away from zero), within the
+        trial. Raises Error where there is none."""
+        samples, rate = self.shape[2], self.description()["sampleRate"]
+        start = self.times(trial, 1)[0]
+        uneven = (
+            self.times(trial) if self.description()["gaps"] else None
+        )  # where gaps are cut out, time jumps
+
+        def place(seconds: float) -> int:
+            if uneven is not None:
+                return int(np.searchsorted(uneven, seconds - 0.5 / rate))
+            return nearest((seconds - start) * rate)
+
+        first = 0 if tmin is None else max(0, place(max(tmin, -_LONG)))
+        last = samples - 1 if tmax is None else min(samples - 1, place(min(tmax, _LONG)))
+        if not first <= last:
+            ends = f"{start:g} to {self.times(trial)[-1]:g} s"
+            raise RefusedError(
+                "refused", "", f"there is no sample in that span: there are samples from {ends}"
+            )
+        return first, last
+
+    def fill(self, needs: Sequence[Any], is_raw: bool, out: Any) -> None:
+        """Reads the trials, channels and samples (a rising range) that are needed into an array of their shape."""
+        *trials, channels, samples = needs
+        part = c.Part(ctypes.sizeof(c.Part))
+        chosen_trials = _places_or_none(trials[0], self.shape[0]) if trials else None
+        if chosen_trials is not None:
+            part.trials, part.trial_count = chosen_trials.ctypes.data, len(chosen_trials)
+        chosen_channels = _places_or_none(channels, self.shape[1])
+        if chosen_channels is not None:
+            part.channels, part.channel_count = chosen_channels.ctypes.data, len(chosen_channels)
+        part.first, part.samples, part.step = self._first + samples.start, len(samples), samples.step
+        values = c.RAW if is_raw else c.PHYSICAL
+        kind = TYPES[out.dtype.name]
+        library().call_long("read", self.pointer, byref(part), kind, values, out.ctypes.data, out.nbytes)
+
+    def min_max(self, trial: int, first: int, samples: int, width: int) -> Tuple[Any, Any]:
+        """The least and the greatest value of each channel in each of `width` parts of a stretch of a trial."""
+        least, greatest = np.empty((2, self.shape[1], width))
+        places = least.ctypes.data, greatest.ctypes.data, least.size
+        library().call("min_max", self.pointer, trial, self._first + first, samples, width, *places)
+        return least, greatest
+
+    def statistics(self) -> Any:
+        """A structured array: a row for each channel."""
+        entries, count = ctypes.POINTER(c.ChannelStatistics)(), c_int64()
+        library().call_long("statistics", self.pointer, after=(byref(entries), byref(count)))
+        return taken(entries, count.value, c.ChannelStatistics)
+
+
+def nearest(value: float) -> int:
+    """Half away from zero."""
+    return int(math.copysign(math.floor(abs(value) + 0.5), value))
+
+
+def _places_or_none(places: Any, length: int) -> Any:
+    """What the library takes as places: None for all of them."""
+    if isinstance(places, range) and places == range(length):
+        return None
+    return np.ascontiguousarray(places, np.int64)
+
+
+def taken(entries: Any, count: int, kind: Any) -> Any:
+    """A copy of an array of structs that the library returned, which is released."""
+    try:
+        size = count * ctypes.sizeof(kind)
+        return np.frombuffer(ctypes.string_at(entries, size) if size else b"", np.dtype(kind))
+    finally:
+        library().functions.ctfmeg_free(ctypes.cast(entries, c_void_p))

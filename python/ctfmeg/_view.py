@@ -1,0 +1,437 @@
+"""Views: samples of a recording that are read on demand and look like a NumPy array."""
+
+from __future__ import annotations
+
+import math
+from typing import Any, Iterator, List, Optional, Sequence, Tuple
+
+import numpy as np
+
+from ._errors import ChoiceError, Error, Finding, RefusedError, finding_of
+from ._header import Channel, made
+from ._index import indexed
+from ._reading import FAULTS, TYPES, Ends, OpenView, nearest
+from ._selection import Names, Selection, combined, either, selection_of
+from ._show import html_of, rows_of_view, text_of, unreadable
+from ._source import Source
+
+_CHUNK_BYTES = 64 << 20
+
+_ORIGIN = [("trial", np.int32), ("first_sample", np.int64), ("step", np.int64)]
+_TEXTS = ("channel", "kind", "unit", "verdict")
+_STATISTICS = ("min", "max", "mean", "std", "flat", "clipped", "jumps")
+_GAP = [("after_trial", np.int32), ("seconds", np.float64), ("samples", np.int64)]
+
+
+class View:
+    """Samples of a recording, read when they are asked for: an array of trials (or epochs) x channels x samples, or
+    of channels x samples for a run.
+
+    Index it as a NumPy array of its shape, by ints, slices, arrays of ints and masks, all of which read no more
+    than they return. On the channel axis also names do: a full or a short name, a pattern ("MLC*"), a kind ("meg",
+    "ref", "eeg", ...) or a list of these, which choose as a slice does: the axis stays, in the dataset's order.
+
+    `numpy.asarray(view)` reads everything. Values are raw integers (int32), or physical values in the unit of each
+    channel (float64, or float32 with `astype`): tesla, volt, seconds, metres. What is missing is NaN.
+
+    Several threads may use a view at once; pickled, it is opened again where it arrives.
+    """
+
+    def __init__(
+        self, source: Source, selection: Selection, dtype: Any, is_raw: bool, ends: Ends = (None, None)
+    ) -> None:
+        self._source = source
+        self._selection = selection
+        self._dtype = np.dtype(dtype)
+        self._is_raw = is_raw
+        self._ends = ends
+        self._handle: Optional[OpenView] = None
+
+    def __reduce__(self) -> Tuple[Any, ...]:
+        return View, (self._source, self._selection, self._dtype, self._is_raw, self._ends)
+
+    def _open(self) -> OpenView:
+        """The open view. Two threads may open it at once where it is not; then the last one stays."""
+        handle = self._handle
+        if handle is None or not handle.is_usable():
+            handle = self._handle = OpenView(self._source, self._selection, self._ends)
+        return handle
+
+    # What an array has.
+
+    @property
+    def shape(self) -> Tuple[int, ...]:
+        """(trials, channels, samples); (channels, samples) of a run."""
+        trials, channels, samples = self._open().shape
+        return (channels, samples) if self.ndim == 2 else (trials, channels, samples)
+
+    @property
+    def dtype(self) -> Any:
+        """int32 of raw values, else float64 or float32."""
+        return self._dtype
+
+    @property
+    def ndim(self) -> int:
+        """3; 2 of a run."""
+        return 2 if self._selection.get("continuous") else 3
+
+    @property
+    def size(self) -> int:
+        """Values in all."""
+        return math.prod(self.shape)
+
+    @property
+    def nbytes(self) -> int:
+        """Bytes that all values take in memory."""
+        return self.size * int(self._dtype.itemsize)
+
+    @property
+    def chunks(self) -> Tuple[int, ...]:
+        """Shape of pieces that are good to read by: whole trials of about 64 MB, or part of a longer trial."""
+        *trials, channels, samples = self.shape
+        row = max(1, channels * int(self._dtype.itemsize))
+        if not trials or row * samples > _CHUNK_BYTES:
+            return (*(1 for _ in trials), channels, max(1, min(samples, _CHUNK_BYTES // row)))
+        return (max(1, min(trials[0], _CHUNK_BYTES // max(1, row * samples))), channels, samples)
+
+    def __len__(self) -> int:
+        return self.shape[0]
+
+    def __iter__(self) -> Iterator[Any]:
+        return (self[i] for i in range(len(self)))
+
+    def __array__(self, dtype: Any = None, copy: Optional[bool] = None) -> Any:
+        """Reads everything. Raises ValueError where `copy` is False: the values are in files."""
+        if copy is False:
+            raise ValueError("the samples are in files: an array of them is always a copy")
+        wanted = self._dtype if dtype is None else np.dtype(dtype)
+        if not self._can_be(wanted):
+            return self._read(self._dtype, ...).astype(wanted)
+        return self._read(wanted, ...)
+
+    def __getitem__(self, index: Any) -> Any:
+        """Reads the values that an index chooses.
+
+        Returns
+        -------
+        numpy.ndarray or scalar
+            As `numpy.asarray(view)[index]`.
+
+        Raises
+        ------
+        IndexError
+            For what NumPy refuses, and for a name that no channel has (which is an `Error`, too).
+        Error
+            When the files can't be read.
+        """
+        return self._read(self._dtype, index)
+
+    def _can_be(self, dtype: Any) -> bool:
+        return dtype.isnative and dtype.name in TYPES and (self._is_raw or dtype.kind == "f")
+
+    def _read(self, dtype: Any, index: Any) -> Any:
+        handle = self._open()
+
+        def find(names: List[str]) -> Any:
+            try:
+                return handle.places({"channels": names})
+            except RefusedError as error:
+                raise ChoiceError(error.kind, error.path, error.text) from None
+
+        def fill(needs: Sequence[Any], out: Any) -> None:
+            handle.fill(needs, self._is_raw, out)
+
+        return indexed(index, self.shape, dtype, fill, find)
+
+    def __repr__(self) -> str:
+        return text_of("View", self._source.path, self._rows())
+
+    def _repr_html_(self) -> str:
+        return html_of("View", self._rows())
+
+    def _rows(self) -> List[Tuple[str, str]]:
+        try:
+            return rows_of_view(self, self._source.path)
+        except Error as error:  # what shows itself does not fail
+            return unreadable(error)
+
+    # What it is made of.
+
+    @property
+    def raw(self) -> View:
+        """The same samples as the converter's integers (int32).
+
+        Raises
+        ------
+        AttributeError
+            Where there are none: values are computed (compensation, decimation, a baseline), or some are missing.
+        """
+        if not self._is_raw and not self._open().description()["hasRaw"]:
+            computed = [name for name in ("compensation", "decimate") if name in self._selection]
+            if "baseline" in self._selection.get("epochs", {}):
+                computed.append("baseline")
+            why = (
+                f"its values are computed ({', '.join(computed)})" if computed else "values are missing in it"
+            )
+            raise AttributeError(f"this view has no raw values: {why}")
+        return View(self._source, self._selection, np.int32, True, self._ends)
+
+    def astype(self, dtype: Any) -> View:
+        """The same view with values of another type.
+
+        Parameters
+        ----------
+        dtype
+            float64 or float32; int32 of raw values only.
+        """
+        wanted = np.dtype(dtype)
+        if not self._can_be(wanted):
+            choice = (
+                "int32, float32 or float64" if self._is_raw else "float32 or float64; .raw has the integers"
+            )
+            raise TypeError(f"a view can't have values of type {wanted}: it reads {choice}")
+        return View(self._source, self._selection, wanted, self._is_raw, self._ends)
+
+    @property
+    def is_raw(self) -> bool:
+        """Whether values are the converter's integers, whatever their type, and not in the channels' units."""
+        return self._is_raw
+
+    @property
+    def is_epochs(self) -> bool:
+        """Whether trials are epochs."""
+        return "epochs" in self._selection
+
+    @property
+    def _chosen(self) -> List[Any]:
+        channels: List[Any] = self._open().description()["channels"]
+        return channels
+
+    @property
+    def channel_names(self) -> List[str]:
+        """Full names of the channels, in order."""
+        return [channel["name"] for channel in self._chosen]
+
+    @property
+    def kinds(self) -> List[str]:
+        """Kind of each channel, such as "gradiometer"."""
+        return [channel["kind"] for channel in self._chosen]
+
+    @property
+    def channels(self) -> List[Channel]:
+        """The channels, in order, as `Recording.channels` has them."""
+        known = self._source.header()["channels"]
+        return [made(Channel, known[channel["index"]]) for channel in self._chosen]
+
+    @property
+    def units(self) -> List[str]:
+        """Unit of each channel's values: "T", "V", "s", "m", or "1", which raw values have, too."""
+        return ["1" if self._is_raw else channel["unit"] for channel in self._chosen]
+
+    @property
+    def sample_rate(self) -> float:
+        """Hz, from one sample here to the next."""
+        rate = self._open().description()["sampleRate"]
+        return nan_or(rate)
+
+    @property
+    def times(self) -> Any:
+        """Seconds of each sample of the first trial, float64: from the trigger, from the occurrence that an epoch is
+        about, or from the start of a run. All trials have the same, unless they are split; see `times_of`."""
+        return self.times_of(0)
+
+    def times_of(self, trial: int) -> Any:
+        """Seconds of each sample of a trial (a place in this view), as `times`."""
+        handle = self._open()
+        if not -handle.shape[0] <= trial < handle.shape[0]:
+            raise IndexError(f"trial {trial} is out of bounds: there are {handle.shape[0]}")
+        return handle.times(trial % handle.shape[0])
+
+    @property
+    def origins(self) -> Any:
+        """Where each trial comes from: a structured array of `trial` (number in the file, from 0), `first_sample` (of
+        that trial, from 0) and `step` (samples of the file from one sample here to the next). Of a run a row for each
+        trial that it is put together of; the first ones of an epoch that is narrowed are those of the whole one.
+        """
+        description = self._open().description()
+        step = self._selection.get("step", 1) * self._selection.get("decimate", 1)
+        rows = [(piece["trial"], piece["firstSample"], step) for piece in description["pieces"]]
+        for entry in description["trials"]:
+            origin = entry["origin"]
+            rows.append((origin["trial"], origin["firstSample"], origin["step"]))
+        return table(rows, _ORIGIN)
+
+    @property
+    def events(self) -> Any:
+        """The occurrence that each epoch is about: a structured array of `marker`, `trial` and `sample` (from 0) and
+        `time_ms` (milliseconds from that trial's trigger). Only epochs have it."""
+        if not self.is_epochs:
+            raise AttributeError(
+                "only a view of epochs has events; Recording.events finds those of a channel"
+            )
+        trials = self._open().description()["trials"]
+        rows = [(e["marker"], e["trial"], e["sample"], nan_or(e["timeMs"])) for e in trials]
+        width = max([1, *(len(row[0]) for row in rows)])
+        return table(
+            rows, [("marker", f"U{width}"), *_ORIGIN[:1], ("sample", np.int64), ("time_ms", np.float64)]
+        )
+
+    @property
+    def gaps(self) -> Any:
+        """What is missing between the trials of a run: a structured array of `after_trial` (number in the file),
+        `seconds` (negative where the clock goes back) and `samples`. Empty for other views."""
+        gaps = self._open().description()["gaps"] or []
+        return table([(gap["afterTrial"], nan_or(gap["seconds"]), gap["samples"]) for gap in gaps], _GAP)
+
+    @property
+    def left_out(self) -> Any:
+        """Epochs that were left out, by reason: a dict of "incomplete", "bad" and "rejected"."""
+        return dict(self._open().description()["leftOut"] or {})
+
+    @property
+    def warnings(self) -> List[Finding]:
+        """What was noticed when the samples were chosen."""
+        return [finding_of(entry) for entry in self._open().description()["warnings"]]
+
+    def select(
+        self,
+        trials: Any = None,
+        markers: Optional[Names] = None,
+        channels: Optional[Names] = None,
+        exclude: Optional[Names] = None,
+        tmin: Optional[float] = None,
+        tmax: Optional[float] = None,
+        samples: Optional[Tuple[Optional[int], Optional[int]]] = None,
+        split: Optional[int] = None,
+        step: Optional[int] = None,
+        decimate: Optional[int] = None,
+        compensation: Optional[int] = None,
+        partial: Optional[str] = None,
+    ) -> View:
+        """Part of this view, with the parameters of `Recording.select`.
+
+        What is chosen here and there counts at once, in the order in which `Recording.select` lists it: trials and
+        spans are what both have, channels those of this view that match, steps are multiplied, and compensation
+        and decimation take the place of what was before. Of epochs a span is part of each.
+        """
+        new = selection_of(
+            trials,
+            markers,
+            channels,
+            exclude,
+            tmin,
+            tmax,
+            samples,
+            split,
+            step,
+            decimate,
+            compensation,
+            partial,
+        )
+        if self._is_raw and ("compensation" in new or "decimate" in new):
+            raise ValueError(
+                "compensated and decimated values are no integers: select them of physical values"
+            )
+        ends = self._narrowed(new) if self.is_epochs else self._ends
+        if "channels" in new and "channels" in self._selection:
+            new["channels"] = self._names_of(new)
+        both = combined(self._selection, new, self._trials_with, self._sample_at)
+        return View(self._source, both, self._dtype, self._is_raw, ends)
+
+    def _names_of(self, new: Selection) -> List[str]:
+        """Full names of the channels of this view that a selection chooses."""
+        indices = {
+            self._chosen[place]["index"] for place in self._open().places({"channels": new["channels"]})
+        }
+        known = self._source.header()["channels"]
+        names = {channel["name"] for channel in known if channel["index"] in indices}
+        for channel in known:
+            if channel["name"] in names and channel["index"] not in indices:
+                text = (
+                    f"has two channels named {channel['name']}: take the other out by its kind, with exclude"
+                )
+                raise RefusedError("refused", self._source.path, text)
+        return sorted(names)
+
+    def _trials_with(self, markers: List[str]) -> List[int]:
+        trials = OpenView(self._source, {"markers": markers}).description()["trials"]
+        return [trial["origin"]["trial"] for trial in trials]
+
+    def _sample_at(self, seconds: float) -> int:
+        """The nearest sample of a trial or of the run, half away from zero."""
+        record = self._source.header()["record"]
+        return nearest(seconds * record["sampleRate"]) + (
+            0 if self.ndim == 2 else int(record["preTrigSamples"])
+        )
+
+    def _narrowed(self, new: Selection) -> Ends:
+        """The ends of each epoch once a span of `new`, which is taken out of it, counts too."""
+        span = new.pop("seconds", (None, None))
+        if "samples" in new:
+            times = self._open().description()["times"]
+            step = times["step"] / (self._selection.get("step", 1) * self._selection.get("decimate", 1))
+            span = tuple(times["first"] + sample * step for sample in new.pop("samples"))
+        return either(max, self._ends[0], span[0]), either(min, self._ends[1], span[1])
+
+    # What is computed of it.
+
+    def min_max(
+        self, tmin: Optional[float] = None, tmax: Optional[float] = None, width: int = 1000, trial: int = 0
+    ) -> Tuple[Any, Any]:
+        """The least and the greatest value of each channel in each pixel of a drawing.
+
+        Parameters
+        ----------
+        tmin, tmax : float, optional
+            Seconds as in `times`, both ends included; None: from the first, to the last sample.
+        width : int
+            Pixels.
+        trial : int
+            Place in this view.
+
+        Returns
+        -------
+        least, greatest : numpy.ndarray
+            float64, (channels, width), in each channel's unit; NaN where all samples are missing. What was drawn
+            before is hardly read again.
+        """
+        handle = self._open()
+        first, last = handle.between(tmin, tmax, trial)
+        return handle.min_max(trial, first, last - first + 1, width)
+
+    def stats(self) -> Any:
+        """What the samples of each channel are like, as `Recording.stats`. Of epochs always whole ones."""
+        found = self._open().statistics()
+        faults = [
+            ",".join(name for bit, name in FAULTS.items() if row["faults"] & bit) or "ok" for row in found
+        ]
+        names, kinds, units = ([c[key] for c in self._chosen] for key in ("name", "kind", "unit"))
+        columns = [names, kinds, units, *(found[name] for name in _STATISTICS), faults]
+        texts = {
+            name: f"U{max(map(len, column))}" for name, column in zip(_TEXTS, (names, kinds, units, faults))
+        }
+        numbers = [(name, found.dtype[name]) for name in _STATISTICS]
+        dtype = [*((name, texts[name]) for name in _TEXTS[:3]), *numbers, ("verdict", texts["verdict"])]
+        return table(list(zip(*columns)), dtype)
+
+    def to_dask(self, chunks: Any = None) -> Any:
+        """A dask.array of this view, whose pieces are read by whoever needs them.
+
+        Parameters
+        ----------
+        chunks
+            As for `dask.array.from_array`; None: `View.chunks`.
+        """
+        from ._dask import to_dask
+
+        return to_dask(self, self.chunks if chunks is None else chunks)
+
+
+def table(rows: Sequence[Tuple[Any, ...]], dtype: Any) -> Any:
+    """A structured array whose columns are attributes as well."""
+    return np.array(list(rows), np.dtype(dtype)).view(np.recarray)
+
+
+def nan_or(value: Optional[float]) -> float:
+    """A number of JSON, which has null for NaN."""
+    return math.nan if value is None else float(value)
