@@ -5,8 +5,9 @@
 >>> recording.data[0, "MLC*", 100:200]          # trial 0, left central sensors, 100 samples, in tesla
 >>> recording.epochs("tone", tmin=-0.1, tmax=0.4, baseline=(None, 0))[:].mean(axis=0)
 
-A header is read at once, samples when they are asked for. All numbers of trials and samples count from 0, all times
-are in seconds unless their name says `ms`, all values in tesla, volt, seconds or metres unless they are raw.
+A header is read at once, samples when they are asked for. All numbers of trials and samples count from 0,
+all times are in seconds unless their name says `ms`, all values in tesla, volt, seconds or metres unless they
+are raw.
 """
 
 from __future__ import annotations

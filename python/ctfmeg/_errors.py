@@ -40,16 +40,8 @@ class Finding:
 
 def finding_of(entry: Dict[str, Any]) -> Finding:
     """A finding of its JSON object."""
-    known = ("severity", "code", "file", "text", "line", "offset")
-    return Finding(
-        **{
-            "severity": "warning",
-            "code": "",
-            "file": "",
-            "text": "",
-            **{k: entry[k] for k in known if k in entry},
-        }
-    )
+    severity, code, file, text = (str(entry.get(name, "")) for name in ("severity", "code", "file", "text"))
+    return Finding(severity, code, file, text, entry.get("line"), entry.get("offset"))
 
 
 def findings_of(text: str) -> List[Finding]:

@@ -1,4 +1,5 @@
-"""What a header and the files beside the samples say, as objects: what the JSON of a recording has, in snake_case."""
+"""What a header and the files beside the samples say, as objects: what the JSON of a recording has, in
+snake_case."""
 
 from __future__ import annotations
 
@@ -40,8 +41,8 @@ def _list_of(kind: Any) -> Dict[str, Any]:
 
 @dataclass(frozen=True)
 class Coil:
-    """A coil of a sensor: `position` in centimetres, `orientation` without unit, x right, y front, z up; `turns`;
-    `area` in square centimetres."""
+    """A coil of a sensor: `position` in centimetres, `orientation` without unit, x right, y front, z up;
+    `turns`; `area` in square centimetres."""
 
     position: Position = field(metadata=_by(tuple))
     orientation: Position = field(metadata=_by(tuple))
@@ -107,8 +108,8 @@ class Channel:
 
 @dataclass(frozen=True)
 class MarkerSample:
-    """An occurrence of a marker: `trial` and `sample` from 0, `time_ms` in milliseconds from the trigger, `run_time`
-    in seconds from the first sample of trial 0, gaps included (NaN where it can't be known)."""
+    """An occurrence of a marker: `trial` and `sample` from 0, `time_ms` in milliseconds from the trigger,
+    `run_time` in seconds from the first sample of trial 0, gaps included (NaN where it can't be known)."""
 
     trial: int
     time_ms: float
@@ -118,8 +119,8 @@ class MarkerSample:
 
 @dataclass(frozen=True)
 class Marker:
-    """A named event, such as a stimulus, with its occurrences in `samples`. `num_samples` is how many the file says
-    there are; `color` is "#rrggbb" or None."""
+    """A named event, such as a stimulus, with its occurrences in `samples`. `num_samples` is how many the
+    file says there are; `color` is "#rrggbb" or None."""
 
     name: str
     comment: Optional[str]
@@ -133,8 +134,8 @@ class Marker:
 
 @dataclass(frozen=True)
 class TrialClass:
-    """A named class of trials, such as "BAD". `trials` are numbers from 0; None under host rules, which only count
-    them."""
+    """A named class of trials, such as "BAD". `trials` are numbers from 0; None under host rules, which only
+    count them."""
 
     name: str
     comment: Optional[str]
@@ -148,8 +149,8 @@ class TrialClass:
 
 @dataclass(frozen=True)
 class BadSegment:
-    """A span of a trial that the dataset marks as bad: milliseconds from the trial's start; `run_time` of its start in
-    seconds from the first sample of trial 0."""
+    """A span of a trial that the dataset marks as bad: milliseconds from the trial's start; `run_time` of its
+    start in seconds from the first sample of trial 0."""
 
     trial: int
     start_ms: float
@@ -159,7 +160,8 @@ class BadSegment:
 
 @dataclass(frozen=True)
 class FiducialSet:
-    """Head-localisation coils in one frame: millimetres, x right, y front, z up. None for a point that was not read."""
+    """Head-localisation coils in one frame: millimetres, x right, y front, z up. None for a point that was
+    not read."""
 
     num_points: int
     nasion: Optional[Position] = field(metadata=_by(tuple))
@@ -222,7 +224,8 @@ class Digitised:
 
 @dataclass(frozen=True)
 class Head:
-    """What a dataset says about the head: where it was (`fiducials`) and what was on it (`electrodes`, `digitised`)."""
+    """What a dataset says about the head: where it was (`fiducials`) and what was on it (`electrodes`,
+    `digitised`)."""
 
     fiducials: Fiducials = field(metadata=_one(Fiducials))
     electrodes: Tuple[Electrode, ...] = field(metadata=_list_of(Electrode))

@@ -16,7 +16,8 @@ _SCRATCH = 1 << 20  # values that are read at a time where only some of them are
 
 
 class _Item(NamedTuple):
-    """One item of an index: a new axis, a choice of positions as by a slice, one position, or an array of them.
+    """One item of an index: "new" for a new axis, "slice" for a choice of positions, "int", "array", or "rest",
+    which stands before the axes of an ellipsis, if any, and has none of its own.
 
     `axis` is None for a new axis, and for a bare True or False, whose array holds no positions.
     """
@@ -41,8 +42,8 @@ def indexed(
     dtype : numpy.dtype
         Of its values.
     fill : callable
-        fill(places, out) reads the outer product of ascending or arbitrary places on each axis (the last one a
-        range that rises) into `out`, a new array in C order.
+        fill(places, out) reads the outer product of ascending or arbitrary places on each axis (the last one
+        a range that rises) into `out`, a new array in C order.
     find : callable
         Returns the places of the channels that a list of texts chooses.
 
@@ -55,7 +56,9 @@ def indexed(
     if any(item.kind == "array" for item in items):
         return _by_arrays(items, shape, dtype, fill)
     needs = [_places(item) for item in items if item.axis is not None]
-    return _outer(needs, dtype, fill).reshape(_lengths(items))[()]
+    values = _outer(needs, dtype, fill).reshape(_lengths(items))
+    # As NumPy has it, a single value is a scalar, with an ellipsis an array of no axes.
+    return values if any(item.kind == "rest" for item in items) else values[()]
 
 
 def _parsed(index: Any, shape: Tuple[int, ...], find: Callable[[List[str]], Array]) -> List[_Item]:
@@ -68,12 +71,11 @@ def _parsed(index: Any, shape: Tuple[int, ...], find: Callable[[List[str]], Arra
         )
     if sum(item is Ellipsis for item in given) > 1:
         raise IndexError("an index can only have a single ellipsis ('...')")
-    if not any(item is Ellipsis for item in given):
-        given.append(Ellipsis)
     items: List[_Item] = []
     axis = 0
     for item in given:
         if item is Ellipsis:
+            items.append(_Item("rest", None))
             for _ in range(len(shape) - used):
                 items.append(_Item("slice", axis, range(shape[axis])))
                 axis += 1
@@ -82,7 +84,7 @@ def _parsed(index: Any, shape: Tuple[int, ...], find: Callable[[List[str]], Arra
         else:
             items.extend(_item(item, axis, shape, find))
             axis += _axes_of(item)
-    return items
+    return items + [_Item("slice", later, range(shape[later])) for later in range(axis, len(shape))]
 
 
 def _known(item: Any) -> Any:
@@ -103,8 +105,8 @@ def _known(item: Any) -> Any:
         array = array.astype(np.intp)
     if array.ndim == 0 and array.dtype != bool:
         raise IndexError(
-            "only integers, slices (`:`), ellipsis (`...`), numpy.newaxis (`None`), integer or boolean arrays, "
-            "and names of channels are valid indices"
+            "only integers, slices (`:`), ellipsis (`...`), numpy.newaxis (`None`), integer or boolean "
+            "arrays, and names of channels are valid indices"
         )
     if array.dtype.kind not in "iub":
         raise IndexError("arrays used as indices must be of integer (or boolean) type")
@@ -179,9 +181,8 @@ def _by_arrays(items: List[_Item], shape: Tuple[int, ...], dtype: Any, fill: Fil
         values = _by_several(items, arrays, common, dtype, fill)
     values = values.reshape(common + _lengths(items))
     # Their axes come first, or where the first of them is when nothing lies between them.
-    at = 0
-    if together[-1] - together[0] == len(together) - 1:
-        at = together[0]
+    between = together[-1] - together[0] + 1 > len(together)
+    at = 0 if between else len(_lengths(items[: together[0]]))
     return np.moveaxis(values, range(len(common)), range(at, at + len(common)))[()]
 
 

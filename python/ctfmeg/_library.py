@@ -189,7 +189,7 @@ class Library:
             self._raise(error)
 
     def call_long(self, name: str, *arguments: Any, after: Tuple[Any, ...] = ()) -> None:
-        """The same of one that takes a progress function after `arguments` and before `after`: Ctrl-C stops it.
+        """The same of one that takes a progress function between `arguments` and `after`: Ctrl-C stops it.
 
         Python runs signal handlers on the main thread only, so that other threads need no such function.
         """
@@ -236,8 +236,8 @@ class Library:
 def _watch(raised: List[BaseException]) -> Generator[int, float, None]:
     """Yields 0 until something is raised in it, a KeyboardInterrupt most of all; then 1, which stops the call.
 
-    A generator, because an interrupt may be raised at the very beginning of a function, before any `try`, and
-    would be lost there. A generator is inside its `try` already when it goes on.
+    A generator, because an interrupt may be raised at the very beginning of a function, before any `try`,
+    and would be lost there. A generator is inside its `try` already when it goes on.
     """
     stop = 0
     while True:
@@ -253,7 +253,7 @@ def _watch(raised: List[BaseException]) -> Generator[int, float, None]:
 
 _SEND: Callable[..., Any] = types.GeneratorType.send
 _ON_PROGRESS = PROGRESS_FUNCTION(_SEND)  # called as send(watcher, fraction)
-_NO_PROGRESS = PROGRESS_FUNCTION()
+_NO_PROGRESS = ctypes.cast(c_void_p(), PROGRESS_FUNCTION)
 
 
 def library_names() -> List[str]:

@@ -79,8 +79,8 @@ class OpenView(Handle):
         return seconds[self._first :]
 
     def between(self, tmin: Optional[float], tmax: Optional[float], trial: int = 0) -> Tuple[int, int]:
-        """The first and the last sample of a span of seconds, each the nearest one (half away from zero), within the
-        trial. Raises Error where there is none."""
+        """The first and the last sample of a span of seconds, each the nearest one (half away from zero),
+        within the trial. Raises Error where there is none."""
         samples, rate = self.shape[2], self.description()["sampleRate"]
         start = self.times(trial, 1)[0]
         uneven = (
@@ -102,7 +102,8 @@ class OpenView(Handle):
         return first, last
 
     def fill(self, needs: Sequence[Any], is_raw: bool, out: Any) -> None:
-        """Reads the trials, channels and samples (a rising range) that are needed into an array of their shape."""
+        """Reads the trials, channels and samples (a rising range) that are needed into an array of their
+        shape."""
         *trials, channels, samples = needs
         part = c.Part(ctypes.sizeof(c.Part))
         chosen_trials = _places_or_none(trials[0], self.shape[0]) if trials else None
@@ -117,7 +118,8 @@ class OpenView(Handle):
         library().call_long("read", self.pointer, byref(part), kind, values, out.ctypes.data, out.nbytes)
 
     def min_max(self, trial: int, first: int, samples: int, width: int) -> Tuple[Any, Any]:
-        """The least and the greatest value of each channel in each of `width` parts of a stretch of a trial."""
+        """The least and the greatest value of each channel in each of `width` parts of a stretch of a
+        trial."""
         least, greatest = np.empty((2, self.shape[1], width))
         places = least.ctypes.data, greatest.ctypes.data, least.size
         library().call("min_max", self.pointer, trial, self._first + first, samples, width, *places)

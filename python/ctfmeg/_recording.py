@@ -9,20 +9,21 @@ from typing import Any, Callable, Dict, Iterable, List, Mapping, NamedTuple, Opt
 import numpy as np
 
 from ._errors import Error, Finding
-from ._header import BadSegment, Channel, Head, Marker, TrialClass, made
 from ._library import Event, library
 from ._reading import taken
-from ._selection import Names, epochs_of, names_of, selection_of, text_of
+from ._said import Said
+from ._selection import Names, epochs_of, selection_of, text_of
 from ._show import html_of, rows_of_recording, text_of as text_of_rows, unreadable
 from ._source import RULES, Source
-from ._view import View, nan_or
+from ._view import View
 
 Path = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
 
 
 class Average(NamedTuple):
-    """Mean and standard error of epochs, each float64 of (channels, samples) in the channels' units, and the number of
-    epochs. The standard error is the sample standard deviation (n - 1) divided by the root of n; NaN for one epoch.
+    """Mean and standard error of epochs, each float64 of (channels, samples) in the channels' units, and the
+    number of epochs. The standard error is the sample standard deviation (n - 1) divided by the root of n;
+    NaN for one epoch.
     """
 
     mean: Any
@@ -79,7 +80,7 @@ def open(
     return recording
 
 
-class Recording:
+class Recording(Said):
     """An open recording: what its header and side files say, and views of its samples.
 
     Made by `ctfmeg.open`. Several threads may use it at once; pickled, it is opened again where it arrives.
@@ -117,104 +118,6 @@ class Recording:
     def astype(self, dtype: Any) -> Recording:
         """The same recording, whose physical values have another type: "float32" takes half the memory."""
         return Recording(self._source, self.data.astype(dtype).dtype)
-
-    # What it says.
-
-    @property
-    def path(self) -> str:
-        """As it was opened."""
-        return self._source.path
-
-    @property
-    def rules(self) -> str:
-        """ "plain" or "host"."""
-        return self._source.rules
-
-    @property
-    def info(self) -> Dict[str, Any]:
-        """All that the header and the side files say, as `ctfmeg info --json` prints it."""
-        return self._source.header()
-
-    @property
-    def name(self) -> str:
-        """The dataset's name: its resource file's, without directory and ending."""
-        return str(self.info["dataset"])
-
-    @property
-    def warnings(self) -> List[Finding]:
-        """What was noticed, in the files and in what was selected of them until now."""
-        self._source.header()
-        return list(self._source.findings)
-
-    @property
-    def sample_rate(self) -> float:
-        """Samples a second, in Hz."""
-        return nan_or(self.info["record"]["sampleRate"])
-
-    @property
-    def first_time(self) -> float:
-        """Seconds from the trigger to the first sample of a trial."""
-        return nan_or(self.info["timing"]["firstTime"])
-
-    @property
-    def n_trials(self) -> int:
-        """Trials that are there whole."""
-        return int(self.info["files"]["trialsThere"])
-
-    @property
-    def channels(self) -> List[Channel]:
-        """All channels, in the dataset's order."""
-        return [made(Channel, entry) for entry in self.info["channels"]]
-
-    @property
-    def markers(self) -> List[Marker]:
-        """Named events, such as stimuli, with their occurrences."""
-        return [made(Marker, entry) for entry in self.info["markers"]]
-
-    @property
-    def classes(self) -> List[TrialClass]:
-        """Named classes of trials, such as "BAD"."""
-        return [made(TrialClass, entry) for entry in self.info["classes"]]
-
-    @property
-    def bad_channels(self) -> List[str]:
-        """Names that the dataset marks as bad, as its file has them; `Channel.good` says which channels they are."""
-        return list(self.info["badChannels"])
-
-    @property
-    def bad_segments(self) -> List[BadSegment]:
-        """Spans of trials that the dataset marks as bad."""
-        return [made(BadSegment, entry) for entry in self.info["badSegments"]]
-
-    @property
-    def head(self) -> Head:
-        """Where the head was and what was on it."""
-        return made(Head, self.info)
-
-    def channel_names(self, kind: Optional[Names] = None, exclude: Optional[Names] = None) -> List[str]:
-        """Full names of channels, in the dataset's order.
-
-        Parameters
-        ----------
-        kind : str or list of str, optional
-            A kind ("meg", "ref", "eeg", "stim", "gradiometer", ...) or several; None: all.
-        exclude : str or list of str, optional
-            Kinds or names that are left out; "bad": those that the dataset marks as bad.
-        """
-        wanted = [] if kind is None else names_of(kind)
-        unwanted = [] if exclude is None else names_of(exclude)
-
-        def is_out(channel: Channel) -> bool:
-            named = channel.name in unwanted or channel.short_name in unwanted
-            return named or ("bad" in unwanted and not channel.good) or any(map(channel.is_of_kind, unwanted))
-
-        return [
-            channel.name
-            for channel in self.channels
-            if (kind is None or any(map(channel.is_of_kind, wanted))) and not is_out(channel)
-        ]
-
-    # Its samples.
 
     def select(
         self,
@@ -260,8 +163,8 @@ class Recording:
         compensation : int, optional
             Gradient order, 0 to 3, to which MEG channels are brought.
         partial : {"nan", "drop"}, optional
-            A last trial that is cut short counts; what it lacks is NaN, or those channels are left out. Without it
-            that trial is left out.
+            A last trial that is cut short counts; what it lacks is NaN, or those channels are left out.
+            Without it that trial is left out.
 
         Returns
         -------
@@ -271,7 +174,8 @@ class Recording:
         Raises
         ------
         ValueError, TypeError
-            For what makes no sense. What the recording does not have is an `Error` when the view is first used.
+            For what makes no sense. What the recording does not have is an `Error` when the view is first
+            used.
         """
         return self.data.select(
             trials,
@@ -294,8 +198,8 @@ class Recording:
         Parameters
         ----------
         gaps : {"refuse", "nan", "cut"}
-            What is done where trials do not adjoin, as their clock says: an `Error` that lists the gaps, NaN in
-            them, or nothing between the trials.
+            What is done where trials do not adjoin, as their clock says: an `Error` that lists the gaps, NaN
+            in them, or nothing between the trials.
         **selection
             As for `select`; spans count in the run.
 
@@ -329,13 +233,13 @@ class Recording:
         tmin, tmax : float
             Seconds from the occurrence, both ends included, each the nearest sample.
         baseline : (float or None, float or None), optional
-            Each channel's mean over this span, in seconds from the occurrence, is subtracted; None in it: the end
-            of the epoch.
+            Each channel's mean over this span, in seconds from the occurrence, is subtracted; None in it: the
+            end of the epoch.
         skip_bad : bool
             Leaves out epochs that touch a bad segment or a trial of a class whose name begins with BAD.
         reject : dict, optional
-            From where on epochs are left out: limits of the difference of the greatest and the smallest value in a
-            good channel of a kind, such as {"meg": 4e-12} in tesla. Their samples are read for it.
+            From where on epochs are left out: limits of the difference of the greatest and the smallest value
+            in a good channel of a kind, such as {"meg": 4e-12} in tesla. Their samples are read for it.
         **selection
             As for `select`: trials, channels, exclude, step, decimate, compensation and partial.
 
@@ -393,9 +297,9 @@ class Recording:
         Returns
         -------
         numpy.recarray
-            Sorted by time: `channel` (full name), `value`, `previous`, `trial` and `sample` (from 0), `time_ms`
-            (milliseconds from the trigger), `run_time` (seconds from the first sample of trial 0, gaps included) and
-            `duration` (seconds to the next change).
+            Sorted by time: `channel` (full name), `value`, `previous`, `trial` and `sample` (from 0),
+            `time_ms` (milliseconds from the trigger), `run_time` (seconds from the first sample of trial 0,
+            gaps included) and `duration` (seconds to the next change).
         """
         if edge not in ("rising", "falling", "both"):
             raise ValueError(f'edge is "rising", "falling" or "both", not {edge!r}')
@@ -432,7 +336,8 @@ class Recording:
         Returns
         -------
         least, greatest : numpy.ndarray
-            float64, (channels, width), in each channel's unit; NaN in gaps. What was drawn before is hardly read again.
+            float64, (channels, width), in each channel's unit; NaN in gaps. What was drawn before is hardly
+            read again.
         """
         if self._run is None:
             self._run = self.continuous(gaps="nan")
@@ -444,8 +349,8 @@ class Recording:
         Returns
         -------
         numpy.recarray
-            A row for each channel: `channel`, `kind`, `unit`, `min`, `max`, `mean` and `std` (in the unit), `flat`
-            (longest run of equal samples), `clipped` and `jumps` (how many), and `verdict`: "ok", or "flat",
-            "clipped", "jumps" and "noisy" with commas between.
+            A row for each channel: `channel`, `kind`, `unit`, `min`, `max`, `mean` and `std` (in the unit),
+            `flat` (longest run of equal samples), `clipped` and `jumps` (how many), and `verdict`: "ok", or
+            "flat", "clipped", "jumps" and "noisy" with commas between.
         """
         return self.data.stats()

@@ -12,9 +12,12 @@ from ._recording import open as open_recording
 
 
 class Entry(Dict[str, Any]):
-    """What a scan says about a dataset: a dict of `path`, `subject`, `date`, `time`, `channels`, `trials`,
-    `samplesPerTrial`, `sampleRate` (Hz), `durationSeconds`, `bytes`, `status` ("ok", "extra", "short", "no-samples" or
-    "broken"), `error`, `isoDate` and `trialsThere`."""
+    """What a scan says about a dataset.
+
+    A dict of `path`, `subject`, `date`, `time`, `channels`, `trials`, `samplesPerTrial`, `sampleRate` (Hz),
+    `durationSeconds`, `bytes`, `status` ("ok", "extra", "short", "no-samples" or "broken"), `error`, `isoDate`
+    and `trialsThere`.
+    """
 
     def open(self, **options: Any) -> Recording:
         """Opens the recording; the options are those of `ctfmeg.open`."""

@@ -48,32 +48,34 @@ def rows_of_view(view: View, path: str) -> Rows:
 def rows_of_recording(recording: Recording) -> Rows:
     """What a recording is, each with a word for it."""
     record = recording.info["record"]
+    channels = recording.info["channels"]
+    shape = f"{recording.n_trials} trials x {len(channels)} channels x {record['samplesPerTrial']} samples"
     rows = [
-        ("trials", f"{recording.n_trials} x {record['samplesPerTrial']} samples"),
+        ("shape", shape),
         ("rate", f"{recording.sample_rate:g} Hz"),
-        ("first sample", f"{recording.first_time:g} s from the trigger"),
-        ("channels", kinds_of(channel["kind"] for channel in recording.info["channels"])),
+        ("begins", f"{recording.first_time:g} s from the trigger"),
+        ("channels", kinds_of(channel["kind"] for channel in channels)),
         ("markers", ", ".join(f"{marker.name} ({len(marker.samples)})" for marker in recording.markers)),
-        ("bad channels", few_of(recording.bad_channels)),
+        ("bad", recording.bad_channels and "bad: " + few_of(recording.bad_channels)),
         ("recording", recording.path),
     ]
     return [(name, value) for name, value in rows if value]
 
 
 def text_of(what: str, path: str, rows: Rows) -> str:
-    """On one line; of what can't be read any more its path."""
-    return f"<ctfmeg.{what} {os.path.basename(path.rstrip('/')) or path}: {'; '.join(value for _, value in rows[:-1])}>"
+    """On one line."""
+    name = os.path.basename(path.rstrip("/")) or path
+    return f"<ctfmeg.{what} {name}: {'; '.join(value for _, value in rows if value != path)}>"
 
 
 def html_of(title: str, rows: Rows) -> str:
     """A small table."""
-    cells = "".join(
-        f"<tr><th style='text-align:left'>{escape(name)}</th><td style='text-align:left'>{escape(value)}</td></tr>"
-        for name, value in rows
-    )
-    return f"<table><caption>ctfmeg.{escape(title)}</caption><tbody>{cells}</tbody></table>"
+    left = " style='text-align:left'"
+    cells = (f"<th{left}>{escape(name)}</th><td{left}>{escape(value)}</td>" for name, value in rows)
+    lines = "".join(f"<tr>{cell}</tr>" for cell in cells)
+    return f"<table><caption>ctfmeg.{escape(title)}</caption><tbody>{lines}</tbody></table>"
 
 
 def unreadable(error: Error) -> Rows:
     """In the place of rows, of what can't be read any more."""
-    return [("error", str(error)), ("", "")]
+    return [("error", str(error))]

@@ -1,4 +1,5 @@
-"""Open recordings, shared by a `Recording` and the views of it, and what opens them again in another process."""
+"""Open recordings, shared by a `Recording` and the views of it, and what opens them again in another
+process."""
 
 from __future__ import annotations
 
@@ -179,7 +180,8 @@ class Source:
 
 
 def _depth_of_caller() -> int:
-    """What `warnings.warn` in the function that calls this one needs to name the line that called the package."""
+    """What `warnings.warn` in the function that calls this one needs to name the line that called the
+    package."""
     frame, depth = sys._getframe(1), 1
     while frame.f_back is not None and frame.f_globals.get("__package__") == __package__:
         frame, depth = frame.f_back, depth + 1
@@ -193,8 +195,8 @@ _restored: Dict[bytes, Tuple[Any, Source]] = {}
 
 
 def restored(path: str, rules: str, yes: bool, storage_options: Dict[str, Any]) -> Source:
-    """A recording that comes from another process. Views of one recording share it as long as its files are the
-    same, so that a worker does not open it for each piece of work."""
+    """A recording that comes from another process. Views of one recording share it as long as its files are
+    the same, so that a worker does not open it for each piece of work."""
     key = pickle.dumps((path, rules, yes, sorted(storage_options.items())))
     state = _state_of(path)
     known_state, source = _restored.pop(key, (None, None))

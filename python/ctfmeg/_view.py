@@ -1,21 +1,18 @@
-"""Views: samples of a recording that are read on demand and look like a NumPy array."""
+"""Views: what is known of samples, what is chosen of them, and what is computed of them."""
 
 from __future__ import annotations
 
-import math
-from typing import Any, Iterator, List, Optional, Sequence, Tuple
+from typing import Any, List, Optional, Sequence, Tuple
 
 import numpy as np
 
-from ._errors import ChoiceError, Error, Finding, RefusedError, finding_of
+from ._array import Samples
+from ._errors import Error, Finding, RefusedError, finding_of
 from ._header import Channel, made
-from ._index import indexed
-from ._reading import FAULTS, TYPES, Ends, OpenView, nearest
+from ._reading import FAULTS, Ends, OpenView, nearest
+from ._said import nan_or
 from ._selection import Names, Selection, combined, either, selection_of
 from ._show import html_of, rows_of_view, text_of, unreadable
-from ._source import Source
-
-_CHUNK_BYTES = 64 << 20
 
 _ORIGIN = [("trial", np.int32), ("first_sample", np.int64), ("step", np.int64)]
 _TEXTS = ("channel", "kind", "unit", "verdict")
@@ -23,125 +20,20 @@ _STATISTICS = ("min", "max", "mean", "std", "flat", "clipped", "jumps")
 _GAP = [("after_trial", np.int32), ("seconds", np.float64), ("samples", np.int64)]
 
 
-class View:
-    """Samples of a recording, read when they are asked for: an array of trials (or epochs) x channels x samples, or
-    of channels x samples for a run.
+class View(Samples):
+    """Samples of a recording, read when they are asked for: an array of trials (or epochs) x channels x
+    samples, or of channels x samples for a run.
 
-    Index it as a NumPy array of its shape, by ints, slices, arrays of ints and masks, all of which read no more
-    than they return. On the channel axis also names do: a full or a short name, a pattern ("MLC*"), a kind ("meg",
-    "ref", "eeg", ...) or a list of these, which choose as a slice does: the axis stays, in the dataset's order.
+    Index it as a NumPy array of its shape, by ints, slices, arrays of ints and masks, all of which read no
+    more than they return. On the channel axis also names do: a full or a short name, a pattern ("MLC*"), a
+    kind ("meg", "ref", "eeg", ...) or a list of these, which choose as a slice does: the axis stays, in the
+    dataset's order.
 
-    `numpy.asarray(view)` reads everything. Values are raw integers (int32), or physical values in the unit of each
-    channel (float64, or float32 with `astype`): tesla, volt, seconds, metres. What is missing is NaN.
+    `numpy.asarray(view)` reads everything. Values are raw integers (int32), or physical values in the unit of
+    each channel (float64, or float32 with `astype`): tesla, volt, seconds, metres. What is missing is NaN.
 
     Several threads may use a view at once; pickled, it is opened again where it arrives.
     """
-
-    def __init__(
-        self, source: Source, selection: Selection, dtype: Any, is_raw: bool, ends: Ends = (None, None)
-    ) -> None:
-        self._source = source
-        self._selection = selection
-        self._dtype = np.dtype(dtype)
-        self._is_raw = is_raw
-        self._ends = ends
-        self._handle: Optional[OpenView] = None
-
-    def __reduce__(self) -> Tuple[Any, ...]:
-        return View, (self._source, self._selection, self._dtype, self._is_raw, self._ends)
-
-    def _open(self) -> OpenView:
-        """The open view. Two threads may open it at once where it is not; then the last one stays."""
-        handle = self._handle
-        if handle is None or not handle.is_usable():
-            handle = self._handle = OpenView(self._source, self._selection, self._ends)
-        return handle
-
-    # What an array has.
-
-    @property
-    def shape(self) -> Tuple[int, ...]:
-        """(trials, channels, samples); (channels, samples) of a run."""
-        trials, channels, samples = self._open().shape
-        return (channels, samples) if self.ndim == 2 else (trials, channels, samples)
-
-    @property
-    def dtype(self) -> Any:
-        """int32 of raw values, else float64 or float32."""
-        return self._dtype
-
-    @property
-    def ndim(self) -> int:
-        """3; 2 of a run."""
-        return 2 if self._selection.get("continuous") else 3
-
-    @property
-    def size(self) -> int:
-        """Values in all."""
-        return math.prod(self.shape)
-
-    @property
-    def nbytes(self) -> int:
-        """Bytes that all values take in memory."""
-        return self.size * int(self._dtype.itemsize)
-
-    @property
-    def chunks(self) -> Tuple[int, ...]:
-        """Shape of pieces that are good to read by: whole trials of about 64 MB, or part of a longer trial."""
-        *trials, channels, samples = self.shape
-        row = max(1, channels * int(self._dtype.itemsize))
-        if not trials or row * samples > _CHUNK_BYTES:
-            return (*(1 for _ in trials), channels, max(1, min(samples, _CHUNK_BYTES // row)))
-        return (max(1, min(trials[0], _CHUNK_BYTES // max(1, row * samples))), channels, samples)
-
-    def __len__(self) -> int:
-        return self.shape[0]
-
-    def __iter__(self) -> Iterator[Any]:
-        return (self[i] for i in range(len(self)))
-
-    def __array__(self, dtype: Any = None, copy: Optional[bool] = None) -> Any:
-        """Reads everything. Raises ValueError where `copy` is False: the values are in files."""
-        if copy is False:
-            raise ValueError("the samples are in files: an array of them is always a copy")
-        wanted = self._dtype if dtype is None else np.dtype(dtype)
-        if not self._can_be(wanted):
-            return self._read(self._dtype, ...).astype(wanted)
-        return self._read(wanted, ...)
-
-    def __getitem__(self, index: Any) -> Any:
-        """Reads the values that an index chooses.
-
-        Returns
-        -------
-        numpy.ndarray or scalar
-            As `numpy.asarray(view)[index]`.
-
-        Raises
-        ------
-        IndexError
-            For what NumPy refuses, and for a name that no channel has (which is an `Error`, too).
-        Error
-            When the files can't be read.
-        """
-        return self._read(self._dtype, index)
-
-    def _can_be(self, dtype: Any) -> bool:
-        return dtype.isnative and dtype.name in TYPES and (self._is_raw or dtype.kind == "f")
-
-    def _read(self, dtype: Any, index: Any) -> Any:
-        handle = self._open()
-
-        def find(names: List[str]) -> Any:
-            try:
-                return handle.places({"channels": names})
-            except RefusedError as error:
-                raise ChoiceError(error.kind, error.path, error.text) from None
-
-        def fill(needs: Sequence[Any], out: Any) -> None:
-            handle.fill(needs, self._is_raw, out)
-
-        return indexed(index, self.shape, dtype, fill, find)
 
     def __repr__(self) -> str:
         return text_of("View", self._source.path, self._rows())
@@ -155,8 +47,6 @@ class View:
         except Error as error:  # what shows itself does not fail
             return unreadable(error)
 
-    # What it is made of.
-
     @property
     def raw(self) -> View:
         """The same samples as the converter's integers (int32).
@@ -164,7 +54,8 @@ class View:
         Raises
         ------
         AttributeError
-            Where there are none: values are computed (compensation, decimation, a baseline), or some are missing.
+            Where there are none: values are computed (compensation, decimation, a baseline), or some are
+            missing.
         """
         if not self._is_raw and not self._open().description()["hasRaw"]:
             computed = [name for name in ("compensation", "decimate") if name in self._selection]
@@ -194,7 +85,8 @@ class View:
 
     @property
     def is_raw(self) -> bool:
-        """Whether values are the converter's integers, whatever their type, and not in the channels' units."""
+        """Whether values are the converter's integers, whatever their type, and not in the channels'
+        units."""
         return self._is_raw
 
     @property
@@ -236,8 +128,9 @@ class View:
 
     @property
     def times(self) -> Any:
-        """Seconds of each sample of the first trial, float64: from the trigger, from the occurrence that an epoch is
-        about, or from the start of a run. All trials have the same, unless they are split; see `times_of`."""
+        """Seconds of each sample of the first trial, float64: from the trigger, from the occurrence that an
+        epoch is about, or from the start of a run. All trials have the same, unless they are split; see
+        `times_of`."""
         return self.times_of(0)
 
     def times_of(self, trial: int) -> Any:
@@ -249,9 +142,10 @@ class View:
 
     @property
     def origins(self) -> Any:
-        """Where each trial comes from: a structured array of `trial` (number in the file, from 0), `first_sample` (of
-        that trial, from 0) and `step` (samples of the file from one sample here to the next). Of a run a row for each
-        trial that it is put together of; the first ones of an epoch that is narrowed are those of the whole one.
+        """Where each trial comes from: a structured array of `trial` (number in the file, from 0),
+        `first_sample` (of that trial, from 0) and `step` (samples of the file from one sample here to the
+        next). Of a run a row for each trial that it is put together of; the first ones of an epoch that is
+        narrowed are those of the whole one.
         """
         description = self._open().description()
         step = self._selection.get("step", 1) * self._selection.get("decimate", 1)
@@ -263,8 +157,8 @@ class View:
 
     @property
     def events(self) -> Any:
-        """The occurrence that each epoch is about: a structured array of `marker`, `trial` and `sample` (from 0) and
-        `time_ms` (milliseconds from that trial's trigger). Only epochs have it."""
+        """The occurrence that each epoch is about: a structured array of `marker`, `trial` and `sample` (from
+        0) and `time_ms` (milliseconds from that trial's trigger). Only epochs have it."""
         if not self.is_epochs:
             raise AttributeError(
                 "only a view of epochs has events; Recording.events finds those of a channel"
@@ -278,8 +172,8 @@ class View:
 
     @property
     def gaps(self) -> Any:
-        """What is missing between the trials of a run: a structured array of `after_trial` (number in the file),
-        `seconds` (negative where the clock goes back) and `samples`. Empty for other views."""
+        """What is missing between the trials of a run: a structured array of `after_trial` (number in the
+        file), `seconds` (negative where the clock goes back) and `samples`. Empty for other views."""
         gaps = self._open().description()["gaps"] or []
         return table([(gap["afterTrial"], nan_or(gap["seconds"]), gap["samples"]) for gap in gaps], _GAP)
 
@@ -310,9 +204,9 @@ class View:
     ) -> View:
         """Part of this view, with the parameters of `Recording.select`.
 
-        What is chosen here and there counts at once, in the order in which `Recording.select` lists it: trials and
-        spans are what both have, channels those of this view that match, steps are multiplied, and compensation
-        and decimation take the place of what was before. Of epochs a span is part of each.
+        What is chosen here and there counts at once, in the order in which `Recording.select` lists it:
+        trials and spans are what both have, channels those of this view that match, steps are multiplied, and
+        compensation and decimation take the place of what was before. Of epochs a span is part of each.
         """
         new = selection_of(
             trials,
@@ -373,8 +267,6 @@ class View:
             span = tuple(times["first"] + sample * step for sample in new.pop("samples"))
         return either(max, self._ends[0], span[0]), either(min, self._ends[1], span[1])
 
-    # What is computed of it.
-
     def min_max(
         self, tmin: Optional[float] = None, tmax: Optional[float] = None, width: int = 1000, trial: int = 0
     ) -> Tuple[Any, Any]:
@@ -392,8 +284,8 @@ class View:
         Returns
         -------
         least, greatest : numpy.ndarray
-            float64, (channels, width), in each channel's unit; NaN where all samples are missing. What was drawn
-            before is hardly read again.
+            float64, (channels, width), in each channel's unit; NaN where all samples are missing. What was
+            drawn before is hardly read again.
         """
         handle = self._open()
         first, last = handle.between(tmin, tmax, trial)
@@ -430,8 +322,3 @@ class View:
 def table(rows: Sequence[Tuple[Any, ...]], dtype: Any) -> Any:
     """A structured array whose columns are attributes as well."""
     return np.array(list(rows), np.dtype(dtype)).view(np.recarray)
-
-
-def nan_or(value: Optional[float]) -> float:
-    """A number of JSON, which has null for NaN."""
-    return math.nan if value is None else float(value)
