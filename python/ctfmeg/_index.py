@@ -127,7 +127,9 @@ def _item(item: Any, axis: int, shape: Tuple[int, ...], find: Callable[[List[str
     if isinstance(item, slice):
         return [_Item("slice", axis, range(*item.indices(shape[axis])))]
     if isinstance(item, int):
-        return [_Item("int", axis, int(_within(np.asarray(item), axis, shape)))]
+        if not -shape[axis] <= item < shape[axis]:
+            raise _outside(item, axis, shape)
+        return [_Item("int", axis, item % shape[axis])]
     if item.dtype != bool:
         return [_Item("array", axis, _within(item, axis, shape))]
     if item.ndim == 0:
@@ -146,11 +148,13 @@ def _within(places: Array, axis: int, shape: Tuple[int, ...]) -> Array:
     length = shape[axis]
     outside = (places < -length) | (places >= length)
     if outside.any():
-        raise IndexError(
-            f"index {places[outside].flat[0]} is out of bounds for axis {axis} with size {length}"
-        )
+        raise _outside(places[outside].flat[0], axis, shape)
     places = places.astype(np.intp)
     return np.where(places < 0, places + length, places)
+
+
+def _outside(place: int, axis: int, shape: Tuple[int, ...]) -> IndexError:
+    return IndexError(f"index {place} is out of bounds for axis {axis} with size {shape[axis]}")
 
 
 def _places(item: _Item) -> Places:

@@ -139,9 +139,9 @@ def nearest(value: float) -> int:
 
 def _places_or_none(places: Any, length: int) -> Any:
     """What the library takes as places: None for all of them."""
-    if isinstance(places, range) and places == range(length):
-        return None
-    return np.ascontiguousarray(places, np.int64)
+    if not isinstance(places, range):
+        return np.ascontiguousarray(places, np.int64)
+    return None if places == range(length) else np.arange(places.start, places.stop, places.step, np.int64)
 
 
 def taken(entries: Any, count: int, kind: Any) -> Any:
