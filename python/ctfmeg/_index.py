@@ -16,8 +16,8 @@ _SCRATCH = 1 << 20  # values that are read at a time where only some of them are
 
 
 class _Item(NamedTuple):
-    """One item of an index: "new" for a new axis, "slice" for a choice of positions, "int", "array", or "rest",
-    which stands before the axes of an ellipsis, if any, and has none of its own.
+    """One item of an index: "new" for a new axis, "slice" for a choice of positions, "int", "array", or
+    "rest", which is before the axes of an ellipsis, if any, and has none of its own.
 
     `axis` is None for a new axis, and for a bare True or False, whose array holds no positions.
     """

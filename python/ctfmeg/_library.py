@@ -234,7 +234,7 @@ class Library:
 
 
 def _watch(raised: List[BaseException]) -> Generator[int, float, None]:
-    """Yields 0 until something is raised in it, a KeyboardInterrupt most of all; then 1, which stops the call.
+    """Yields 0 until something is raised in it, such as KeyboardInterrupt; then 1, which stops the call.
 
     A generator, because an interrupt may be raised at the very beginning of a function, before any `try`,
     and would be lost there. A generator is inside its `try` already when it goes on.

@@ -88,9 +88,11 @@ class OpenView(Handle):
         )  # where gaps are cut out, time jumps
 
         def place(seconds: float) -> int:
-            if uneven is not None:
-                return int(np.searchsorted(uneven, seconds - 0.5 / rate))
-            return nearest((seconds - start) * rate)
+            if uneven is None:
+                return nearest((seconds - start) * rate)
+            after = min(int(np.searchsorted(uneven, seconds)), samples - 1)
+            before = max(after - 1, 0)
+            return before if seconds - uneven[before] < uneven[after] - seconds else after
 
         first = 0 if tmin is None else max(0, place(max(tmin, -_LONG)))
         last = samples - 1 if tmax is None else min(samples - 1, place(min(tmax, _LONG)))

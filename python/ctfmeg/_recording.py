@@ -146,8 +146,8 @@ class Recording(Said):
         markers : str or list of str, optional
             Only trials in which one of these markers occurs.
         channels : str or list of str, optional
-            Full names, short names, patterns ("MLC*") or kinds ("meg", "ref", "eeg", ...); kept in the dataset's
-            order, each once.
+            Full names, short names, patterns ("MLC*") or kinds ("meg", "ref", "eeg", ...); kept in the
+            dataset's order, each once.
         exclude : str or list of str, optional
             Likewise, taken out; "bad": those that the dataset marks as bad.
         tmin, tmax : float, optional

@@ -15,8 +15,8 @@ class Entry(Dict[str, Any]):
     """What a scan says about a dataset.
 
     A dict of `path`, `subject`, `date`, `time`, `channels`, `trials`, `samplesPerTrial`, `sampleRate` (Hz),
-    `durationSeconds`, `bytes`, `status` ("ok", "extra", "short", "no-samples" or "broken"), `error`, `isoDate`
-    and `trialsThere`.
+    `durationSeconds`, `bytes`, `status` ("ok", "extra", "short", "no-samples" or "broken"), `error`,
+    `isoDate` and `trialsThere`.
     """
 
     def open(self, **options: Any) -> Recording:

@@ -30,6 +30,7 @@ std::shared_ptr<const OpenView> select(const std::shared_ptr<const OpenRecording
     view->source = averaged(view->source);
   }
   view->overview = std::make_unique<Overview>(view->source, std::size_t{16} << 20U, of->threads);
+  of->report(of->recording.sampleWarnings());
   of->report(view->samples.source->warnings());
   return view;
 }
