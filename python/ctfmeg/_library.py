@@ -281,7 +281,7 @@ def _find() -> Library:
         + ", ".join(library_names())
         + f" in {here} and where this system's loader looks (such as LD_LIBRARY_PATH): "
         + "; ".join(tried)
-        + ". On Debian it comes with the package libctfmeg0; a wheel of ctfmeg brings it along."
+        + ". On Debian the package python3-ctfmeg brings it, with pip a wheel of ctfmeg."
     )
 
 

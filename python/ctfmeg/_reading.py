@@ -51,6 +51,7 @@ class OpenView(Handle):
         library().call("shape", pointer, shape)
         self.shape: Tuple[int, int, int] = (shape[0], shape[1], shape[2])
         self._first = 0
+        self._is_cut = selection.get("gaps") == "cut"
         self._description: Optional[Dict[str, Any]] = None
         if ends != (None, None):
             self._first, last = self.between(*ends)
@@ -77,6 +78,15 @@ class OpenView(Handle):
         seconds = np.empty(self._first + (self.shape[2] if count is None else count))
         library().call("times", self.pointer, trial, seconds.ctypes.data, len(seconds))
         return seconds[self._first :]
+
+    def ends(self, trial: int = 0) -> Tuple[float, float]:
+        """Seconds of the first and the last sample of a trial."""
+        if self._is_cut:
+            first, last = self.times(trial)[[0, -1]]
+        else:
+            first = self.times(trial, 1)[0]
+            last = first + (self.shape[2] - 1) / self.description()["sampleRate"]
+        return first, last
 
     def between(self, tmin: Optional[float], tmax: Optional[float], trial: int = 0) -> Tuple[int, int]:
         """The first and the last sample of a span of seconds, each the nearest one (half away from zero),

@@ -31,7 +31,6 @@ def rows_of_view(view: View, path: str) -> Rows:
     axes = ["channels", "samples"]
     if view.ndim == 3:
         axes.insert(0, "epochs" if view.is_epochs else "trials")
-    times = view.times
     return [
         ("shape", " x ".join(f"{count} {axis}" for count, axis in zip(view.shape, axes))),
         (
@@ -39,7 +38,7 @@ def rows_of_view(view: View, path: str) -> Rows:
             f"{view.dtype}, raw" if view.is_raw else f"{view.dtype} in {', '.join(sorted(set(view.units)))}",
         ),
         ("rate", f"{view.sample_rate:g} Hz"),
-        ("time", f"{times[0]:g} to {times[-1]:g} s"),
+        ("time", "{:g} to {:g} s".format(*view.ends)),
         ("channels", f"{kinds_of(view.kinds)} ({few_of(view.channel_names)})"),
         ("recording", path),
     ]

@@ -141,6 +141,11 @@ class View(Samples):
         return handle.times(trial % handle.shape[0])
 
     @property
+    def ends(self) -> Tuple[float, float]:
+        """Seconds of the first and the last sample of the first trial, as in `times`."""
+        return self._open().ends()
+
+    @property
     def origins(self) -> Any:
         """Where each trial comes from: a structured array of `trial` (number in the file, from 0),
         `first_sample` (of that trial, from 0) and `step` (samples of the file from one sample here to the
