@@ -81,8 +81,7 @@ class Samples:
 
     @property
     def chunks(self) -> Tuple[int, ...]:
-        """Shape of pieces that are good to read by: whole trials of about 64 MB, or part of a longer
-        trial."""
+        """Shape of good pieces to read: whole trials of about 64 MB together, or part of a longer one."""
         *trials, channels, samples = self.shape
         row = max(1, channels * int(self._dtype.itemsize))
         if not trials or row * samples > _CHUNK_BYTES:

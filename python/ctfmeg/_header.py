@@ -1,5 +1,4 @@
-"""What a header and the files beside the samples say, as objects: what the JSON of a recording has, in
-snake_case."""
+"""What a header and the files beside the samples say: the JSON of a recording as objects, in snake_case."""
 
 from __future__ import annotations
 
@@ -41,8 +40,7 @@ def _list_of(kind: Any) -> Dict[str, Any]:
 
 @dataclass(frozen=True)
 class Coil:
-    """A coil of a sensor: `position` in centimetres, `orientation` without unit, x right, y front, z up;
-    `turns`; `area` in square centimetres."""
+    """A coil of a sensor: `position` in cm, `orientation` (x right, y front, z up), `area` in cm^2."""
 
     position: Position = field(metadata=_by(tuple))
     orientation: Position = field(metadata=_by(tuple))

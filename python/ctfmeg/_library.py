@@ -203,7 +203,7 @@ class Library:
             self.call(name, *arguments, _ON_PROGRESS, ctypes.py_object(watcher), *after)
         finally:
             if raised:
-                raise raised[0]
+                raise raised[0] from None
 
     def text(self, name: str, *arguments: Any, long: bool = False) -> str:
         """The text that a function returns through a char** after `arguments`."""

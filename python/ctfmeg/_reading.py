@@ -17,9 +17,8 @@ from ._selection import Selection, text_of
 from ._source import Handle, Source
 
 TYPES = {"int32": c.INT32, "float32": c.FLOAT32, "float64": c.FLOAT64}
+_FAULTS = {1: "flat", 2: "clipped", 4: "jumps", 8: "noisy"}
 _LONG = 1e12  # seconds, beyond any recording
-FAULTS = {1: "flat", 2: "clipped", 4: "jumps", 8: "noisy"}
-
 
 Ends = Tuple[Optional[float], Optional[float]]
 
@@ -40,6 +39,8 @@ class OpenView(Handle):
     ----------
     shape : tuple of int
         Trials, channels and samples between the ends.
+    first : int
+        The first of these samples.
     """
 
     def __init__(self, source: Source, selection: Selection, ends: Ends = (None, None)) -> None:
@@ -50,12 +51,12 @@ class OpenView(Handle):
         shape = (c_int64 * 3)()
         library().call("shape", pointer, shape)
         self.shape: Tuple[int, int, int] = (shape[0], shape[1], shape[2])
-        self._first = 0
+        self.first = 0
         self._is_cut = selection.get("gaps") == "cut"
         self._description: Optional[Dict[str, Any]] = None
         if ends != (None, None):
-            self._first, last = self.between(*ends)
-            self.shape = (shape[0], shape[1], last - self._first + 1)
+            self.first, last = self.between(*ends)
+            self.shape = (shape[0], shape[1], last - self.first + 1)
         source.report()
 
     def description(self) -> Dict[str, Any]:
@@ -75,9 +76,9 @@ class OpenView(Handle):
 
     def times(self, trial: int, count: Optional[int] = None) -> Any:
         """Seconds of the samples of a trial, of the first `count` of them."""
-        seconds = np.empty(self._first + (self.shape[2] if count is None else count))
+        seconds = np.empty(self.first + (self.shape[2] if count is None else count))
         library().call("times", self.pointer, trial, seconds.ctypes.data, len(seconds))
-        return seconds[self._first :]
+        return seconds[self.first :]
 
     def ends(self, trial: int = 0) -> Tuple[float, float]:
         """Seconds of the first and the last sample of a trial."""
@@ -89,13 +90,16 @@ class OpenView(Handle):
         return first, last
 
     def between(self, tmin: Optional[float], tmax: Optional[float], trial: int = 0) -> Tuple[int, int]:
-        """The first and the last sample of a span of seconds, each the nearest one (half away from zero),
-        within the trial. Raises Error where there is none."""
+        """The first and the last sample of a span of seconds, each the nearest (half away from zero).
+
+        Raises
+        ------
+        Error
+            Where none of them is in the trial.
+        """
         samples, rate = self.shape[2], self.description()["sampleRate"]
         start = self.times(trial, 1)[0]
-        uneven = (
-            self.times(trial) if self.description()["gaps"] else None
-        )  # where gaps are cut out, time jumps
+        uneven = self.times(trial) if self._is_cut else None  # where gaps are cut out, time jumps
 
         def place(seconds: float) -> int:
             if uneven is None:
@@ -107,15 +111,12 @@ class OpenView(Handle):
         first = 0 if tmin is None else max(0, place(max(tmin, -_LONG)))
         last = samples - 1 if tmax is None else min(samples - 1, place(min(tmax, _LONG)))
         if not first <= last:
-            ends = f"{start:g} to {self.times(trial)[-1]:g} s"
-            raise RefusedError(
-                "refused", "", f"there is no sample in that span: there are samples from {ends}"
-            )
+            text = "there is no sample in that span: there are samples from {:g} to {:g} s"
+            raise RefusedError("refused", "", text.format(*self.ends(trial)))
         return first, last
 
     def fill(self, needs: Sequence[Any], is_raw: bool, out: Any) -> None:
-        """Reads the trials, channels and samples (a rising range) that are needed into an array of their
-        shape."""
+        """Reads trials, channels and samples (a rising range) into an array of their shape."""
         *trials, channels, samples = needs
         part = c.Part(ctypes.sizeof(c.Part))
         chosen_trials = _places_or_none(trials[0], self.shape[0]) if trials else None
@@ -124,17 +125,16 @@ class OpenView(Handle):
         chosen_channels = _places_or_none(channels, self.shape[1])
         if chosen_channels is not None:
             part.channels, part.channel_count = chosen_channels.ctypes.data, len(chosen_channels)
-        part.first, part.samples, part.step = self._first + samples.start, len(samples), samples.step
+        part.first, part.samples, part.step = self.first + samples.start, len(samples), samples.step
         values = c.RAW if is_raw else c.PHYSICAL
         kind = TYPES[out.dtype.name]
         library().call_long("read", self.pointer, byref(part), kind, values, out.ctypes.data, out.nbytes)
 
     def min_max(self, trial: int, first: int, samples: int, width: int) -> Tuple[Any, Any]:
-        """The least and the greatest value of each channel in each of `width` parts of a stretch of a
-        trial."""
+        """The least and the greatest value of each channel in each of `width` parts of samples of a trial."""
         least, greatest = np.empty((2, self.shape[1], width))
         places = least.ctypes.data, greatest.ctypes.data, least.size
-        library().call("min_max", self.pointer, trial, self._first + first, samples, width, *places)
+        library().call("min_max", self.pointer, trial, self.first + first, samples, width, *places)
         return least, greatest
 
     def statistics(self) -> Any:
@@ -142,6 +142,11 @@ class OpenView(Handle):
         entries, count = ctypes.POINTER(c.ChannelStatistics)(), c_int64()
         library().call_long("statistics", self.pointer, after=(byref(entries), byref(count)))
         return taken(entries, count.value, c.ChannelStatistics)
+
+
+def verdict_of(faults: int) -> str:
+    """Such as "flat,noisy", or "ok"."""
+    return ",".join(name for bit, name in _FAULTS.items() if faults & bit) or "ok"
 
 
 def nearest(value: float) -> int:

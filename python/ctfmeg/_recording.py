@@ -15,7 +15,7 @@ from ._said import Said
 from ._selection import Names, epochs_of, selection_of, text_of
 from ._show import html_of, rows_of_recording, text_of as text_of_rows, unreadable
 from ._source import RULES, Source
-from ._view import View
+from ._view import View, of_columns
 
 Path = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
 
@@ -316,10 +316,7 @@ class Recording(Said):
         columns = {"channel": names[events["channel"]]}
         columns.update({name: events[name] for name in ("value", "previous", "trial", "sample")})
         columns.update(time_ms=events["time"] * 1e3, run_time=events["run_time"], duration=events["duration"])
-        rows = np.empty(len(events), [(name, column.dtype) for name, column in columns.items()])
-        for name, column in columns.items():
-            rows[name] = column
-        return rows.view(np.recarray)
+        return of_columns(columns)
 
     def min_max(
         self, tmin: Optional[float] = None, tmax: Optional[float] = None, width: int = 1000

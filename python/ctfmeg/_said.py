@@ -50,7 +50,7 @@ class Said:
     @property
     def first_time(self) -> float:
         """Seconds from the trigger to the first sample of a trial."""
-        return nan_or(self.info["timing"]["firstTime"])
+        return nan_or(self.info["timing"]["firstTime"]) + 0.0  # which is no -0.0
 
     @property
     def n_trials(self) -> int:
@@ -74,8 +74,7 @@ class Said:
 
     @property
     def bad_channels(self) -> List[str]:
-        """Names that the dataset marks as bad, as its file has them; `Channel.good` says which channels they
-        are."""
+        """Names that the dataset marks as bad, as its file has them. See `Channel.good`."""
         return list(self.info["badChannels"])
 
     @property

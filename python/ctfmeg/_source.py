@@ -1,5 +1,4 @@
-"""Open recordings, shared by a `Recording` and the views of it, and what opens them again in another
-process."""
+"""Open recordings, which a `Recording` shares with its views, and how they are opened again elsewhere."""
 
 from __future__ import annotations
 
@@ -180,8 +179,7 @@ class Source:
 
 
 def _depth_of_caller() -> int:
-    """What `warnings.warn` in the function that calls this one needs to name the line that called the
-    package."""
+    """How far `warnings.warn` in the calling function is from the line that called the package."""
     frame, depth = sys._getframe(1), 1
     while frame.f_back is not None and frame.f_globals.get("__package__") == __package__:
         frame, depth = frame.f_back, depth + 1

@@ -2,21 +2,19 @@
 
 from __future__ import annotations
 
-from typing import Any, List, Optional, Sequence, Tuple
+from typing import Any, Dict, List, Optional, Sequence, Tuple
 
 import numpy as np
 
 from ._array import Samples
 from ._errors import Error, Finding, RefusedError, finding_of
 from ._header import Channel, made
-from ._reading import FAULTS, Ends, OpenView, nearest
+from ._reading import OpenView, Ends, nearest, verdict_of
 from ._said import nan_or
 from ._selection import Names, Selection, combined, either, selection_of
 from ._show import html_of, rows_of_view, text_of, unreadable
 
 _ORIGIN = [("trial", np.int32), ("first_sample", np.int64), ("step", np.int64)]
-_TEXTS = ("channel", "kind", "unit", "verdict")
-_STATISTICS = ("min", "max", "mean", "std", "flat", "clipped", "jumps")
 _GAP = [("after_trial", np.int32), ("seconds", np.float64), ("samples", np.int64)]
 
 
@@ -61,10 +59,8 @@ class View(Samples):
             computed = [name for name in ("compensation", "decimate") if name in self._selection]
             if "baseline" in self._selection.get("epochs", {}):
                 computed.append("baseline")
-            why = (
-                f"its values are computed ({', '.join(computed)})" if computed else "values are missing in it"
-            )
-            raise AttributeError(f"this view has no raw values: {why}")
+            why = f"they are computed ({', '.join(computed)})" if computed else "some are missing"
+            raise AttributeError(f"the values of this view are no integers: {why}")
         return View(self._source, self._selection, np.int32, True, self._ends)
 
     def astype(self, dtype: Any) -> View:
@@ -77,16 +73,15 @@ class View(Samples):
         """
         wanted = np.dtype(dtype)
         if not self._can_be(wanted):
-            choice = (
-                "int32, float32 or float64" if self._is_raw else "float32 or float64; .raw has the integers"
+            types = (
+                "int32, float32 or float64" if self._is_raw else "float32 or float64; integers are in .raw"
             )
-            raise TypeError(f"a view can't have values of type {wanted}: it reads {choice}")
+            raise TypeError(f"a view can't have values of type {wanted}, but of {types}")
         return View(self._source, self._selection, wanted, self._is_raw, self._ends)
 
     @property
     def is_raw(self) -> bool:
-        """Whether values are the converter's integers, whatever their type, and not in the channels'
-        units."""
+        """Whether values are the converter's integers, whatever their type."""
         return self._is_raw
 
     @property
@@ -123,8 +118,7 @@ class View(Samples):
     @property
     def sample_rate(self) -> float:
         """Hz, from one sample here to the next."""
-        rate = self._open().description()["sampleRate"]
-        return nan_or(rate)
+        return nan_or(self._open().description()["sampleRate"])
 
     @property
     def times(self) -> Any:
@@ -149,15 +143,18 @@ class View(Samples):
     def origins(self) -> Any:
         """Where each trial comes from: a structured array of `trial` (number in the file, from 0),
         `first_sample` (of that trial, from 0) and `step` (samples of the file from one sample here to the
-        next). Of a run a row for each trial that it is put together of; the first ones of an epoch that is
-        narrowed are those of the whole one.
+        next). Of a run there is a row for each trial that it is put together of.
         """
-        description = self._open().description()
+        handle = self._open()
         step = self._selection.get("step", 1) * self._selection.get("decimate", 1)
-        rows = [(piece["trial"], piece["firstSample"], step) for piece in description["pieces"]]
-        for entry in description["trials"]:
-            origin = entry["origin"]
-            rows.append((origin["trial"], origin["firstSample"], origin["step"]))
+        rows = [(piece["trial"], piece["firstSample"], step) for piece in handle.description()["pieces"]]
+        for origin in (entry["origin"] for entry in handle.description()["trials"]):
+            trial, first = origin["trial"], origin["firstSample"]
+            if handle.first:  # an epoch that was narrowed, which may lie in two trials
+                first += handle.first * origin["step"]
+                later, first = divmod(first, int(self._source.header()["record"]["samplesPerTrial"]))
+                trial += later
+            rows.append((trial, first, origin["step"]))
         return table(rows, _ORIGIN)
 
     @property
@@ -165,15 +162,11 @@ class View(Samples):
         """The occurrence that each epoch is about: a structured array of `marker`, `trial` and `sample` (from
         0) and `time_ms` (milliseconds from that trial's trigger). Only epochs have it."""
         if not self.is_epochs:
-            raise AttributeError(
-                "only a view of epochs has events; Recording.events finds those of a channel"
-            )
+            raise AttributeError("only epochs have events; Recording.events finds those of a channel")
         trials = self._open().description()["trials"]
         rows = [(e["marker"], e["trial"], e["sample"], nan_or(e["timeMs"])) for e in trials]
-        width = max([1, *(len(row[0]) for row in rows)])
-        return table(
-            rows, [("marker", f"U{width}"), *_ORIGIN[:1], ("sample", np.int64), ("time_ms", np.float64)]
-        )
+        name = ("marker", f"U{max(len(row[0]) for row in rows)}")
+        return table(rows, [name, *_ORIGIN[:1], ("sample", np.int64), ("time_ms", np.float64)])
 
     @property
     def gaps(self) -> Any:
@@ -228,9 +221,7 @@ class View(Samples):
             partial,
         )
         if self._is_raw and ("compensation" in new or "decimate" in new):
-            raise ValueError(
-                "compensated and decimated values are no integers: select them of physical values"
-            )
+            raise ValueError("compensated and decimated values are no integers: select physical values")
         ends = self._narrowed(new) if self.is_epochs else self._ends
         if "channels" in new and "channels" in self._selection:
             new["channels"] = self._names_of(new)
@@ -239,16 +230,13 @@ class View(Samples):
 
     def _names_of(self, new: Selection) -> List[str]:
         """Full names of the channels of this view that a selection chooses."""
-        indices = {
-            self._chosen[place]["index"] for place in self._open().places({"channels": new["channels"]})
-        }
+        places = self._open().places({"channels": new["channels"]})
+        indices = {self._chosen[place]["index"] for place in places}
         known = self._source.header()["channels"]
         names = {channel["name"] for channel in known if channel["index"] in indices}
         for channel in known:
             if channel["name"] in names and channel["index"] not in indices:
-                text = (
-                    f"has two channels named {channel['name']}: take the other out by its kind, with exclude"
-                )
+                text = f"has two channels named {channel['name']}: take one out by its kind, with exclude"
                 raise RefusedError("refused", self._source.path, text)
         return sorted(names)
 
@@ -259,9 +247,8 @@ class View(Samples):
     def _sample_at(self, seconds: float) -> int:
         """The nearest sample of a trial or of the run, half away from zero."""
         record = self._source.header()["record"]
-        return nearest(seconds * record["sampleRate"]) + (
-            0 if self.ndim == 2 else int(record["preTrigSamples"])
-        )
+        before = 0 if self.ndim == 2 else int(record["preTrigSamples"])
+        return nearest(seconds * record["sampleRate"]) + before
 
     def _narrowed(self, new: Selection) -> Ends:
         """The ends of each epoch once a span of `new`, which is taken out of it, counts too."""
@@ -297,19 +284,18 @@ class View(Samples):
         return handle.min_max(trial, first, last - first + 1, width)
 
     def stats(self) -> Any:
-        """What the samples of each channel are like, as `Recording.stats`. Of epochs always whole ones."""
+        """What the samples of each channel are like, as `Recording.stats`; of epochs only of whole ones."""
+        if self._ends != (None, None):
+            raise ValueError("statistics are of whole epochs: shorter ones have another tmin and tmax")
         found = self._open().statistics()
-        faults = [
-            ",".join(name for bit, name in FAULTS.items() if row["faults"] & bit) or "ok" for row in found
-        ]
-        names, kinds, units = ([c[key] for c in self._chosen] for key in ("name", "kind", "unit"))
-        columns = [names, kinds, units, *(found[name] for name in _STATISTICS), faults]
-        texts = {
-            name: f"U{max(map(len, column))}" for name, column in zip(_TEXTS, (names, kinds, units, faults))
+        columns = {
+            "channel": np.array(self.channel_names),
+            "kind": np.array(self.kinds),
+            "unit": np.array([channel["unit"] for channel in self._chosen]),
+            **{name: found[name] for name in ("min", "max", "mean", "std", "flat", "clipped", "jumps")},
+            "verdict": np.array([verdict_of(faults) for faults in found["faults"]]),
         }
-        numbers = [(name, found.dtype[name]) for name in _STATISTICS]
-        dtype = [*((name, texts[name]) for name in _TEXTS[:3]), *numbers, ("verdict", texts["verdict"])]
-        return table(list(zip(*columns)), dtype)
+        return of_columns(columns)
 
     def to_dask(self, chunks: Any = None) -> Any:
         """A dask.array of this view, whose pieces are read by whoever needs them.
@@ -327,3 +313,9 @@ class View(Samples):
 def table(rows: Sequence[Tuple[Any, ...]], dtype: Any) -> Any:
     """A structured array whose columns are attributes as well."""
     return np.array(list(rows), np.dtype(dtype)).view(np.recarray)
+
+
+def of_columns(columns: Dict[str, Any]) -> Any:
+    """The same of its columns."""
+    dtype = [(name, column.dtype) for name, column in columns.items()]
+    return np.rec.fromarrays(list(columns.values()), dtype=dtype)
