@@ -196,14 +196,14 @@ class Library:
         if threading.current_thread() is not threading.main_thread():
             self.call(name, *arguments, _NO_PROGRESS, None, *after)
             return
-        raised: List[BaseException] = []
-        watcher = _watch(raised)
+        stopped: List[BaseException] = []
+        watcher = _watch(stopped)
         next(watcher)
         try:
             self.call(name, *arguments, _ON_PROGRESS, ctypes.py_object(watcher), *after)
         finally:
-            if raised:
-                raise raised[0] from None
+            if stopped:
+                raise stopped[0]
 
     def text(self, name: str, *arguments: Any, long: bool = False) -> str:
         """The text that a function returns through a char** after `arguments`."""
