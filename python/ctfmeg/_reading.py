@@ -82,11 +82,12 @@ class OpenView(Handle):
 
     def ends(self, trial: int = 0) -> Tuple[float, float]:
         """Seconds of the first and the last sample of a trial."""
-        if self._is_cut:
+        rate = self.description()["sampleRate"]
+        if self._is_cut or not rate:
             first, last = self.times(trial)[[0, -1]]
         else:
             first = self.times(trial, 1)[0]
-            last = first + (self.shape[2] - 1) / self.description()["sampleRate"]
+            last = first + (self.shape[2] - 1) / rate
         return first, last
 
     def between(self, tmin: Optional[float], tmax: Optional[float], trial: int = 0) -> Tuple[int, int]:
@@ -98,6 +99,8 @@ class OpenView(Handle):
             Where none of them is in the trial.
         """
         samples, rate = self.shape[2], self.description()["sampleRate"]
+        if not rate and (tmin, tmax) != (None, None):
+            raise RefusedError("refused", "", "there is no sample rate: seconds are no samples")
         start = self.times(trial, 1)[0]
         uneven = self.times(trial) if self._is_cut else None  # where gaps are cut out, time jumps
 

@@ -74,9 +74,9 @@ def open(
     source.handle()
     recording = Recording(source)
     try:
-        recording.raw.shape  # notices what is wrong with the lengths of sample files
+        recording.raw.shape  # looks at the sample files, and notices what is wrong with them
     except Error:
-        pass  # without samples, which is said where they are asked for
+        recording.info  # without samples there is still the header, which says why
     return recording
 
 

@@ -247,6 +247,8 @@ class View(Samples):
     def _sample_at(self, seconds: float) -> int:
         """The nearest sample of a trial or of the run, half away from zero."""
         record = self._source.header()["record"]
+        if not record["sampleRate"]:
+            raise RefusedError("refused", self._source.path, "has no sample rate: seconds are no samples")
         before = 0 if self.ndim == 2 else int(record["preTrigSamples"])
         return nearest(seconds * record["sampleRate"]) + before
 

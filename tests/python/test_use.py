@@ -116,6 +116,21 @@ def test_warnings_are_said_once(paths):
     assert len(caught) == 1 and caught[0].filename == __file__ and caught[0].category is ctfmeg.ReadingWarning
 
 
+def test_a_header_without_samples(simulate, tmp_path):
+    path = simulate(tmp_path / "a.ds", "--channels", 20, "--samples", 50, "--damage", "no-samples,no-rate")
+    with pytest.warns(ctfmeg.ReadingWarning, match="a.meg4"):
+        rec = ctfmeg.open(path)
+    assert (
+        len(rec.channels) == 20
+        and rec.n_trials == 0
+        and np.isnan(rec.first_time)
+        and "20 channels" in repr(rec)
+    )
+    with pytest.raises(FileNotFoundError, match="a.meg4"):
+        rec.raw[0]
+    assert "a.meg4" in repr(rec.raw)
+
+
 def test_scan(paths):
     found = ctfmeg.scan(paths["gap"].parent)
     assert [Path(entry["path"]).name for entry in found] == sorted(path.name for path in paths.values())
