@@ -11,7 +11,9 @@
 
 #include <ctfmeg/ctfmeg.h>
 
-#ifndef _WIN32
+#ifdef _WIN32
+#include <direct.h>
+#else
 #include <pthread.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -394,8 +396,29 @@ static void test_threads(void) {
   ctfmeg_view_close(shared_view, NULL);
 }
 
+static void test_paths(void) {}
+
 #else
+
 static void test_threads(void) {}
+
+/* A path is UTF-8, whatever letters the machine's code page has. */
+static void test_paths(void) {
+  const char* name = strrchr(dataset, '/') + 1;
+  CHECK(_chdir(path_in("..")) == 0);
+  wchar_t plain[256];
+  CHECK(mbstowcs(plain, name, 256) < 256);
+  CHECK(_wrename(plain, L"\u03A9 \u65E5.ds") == 0);
+  ctfmeg_recording* recording = NULL;
+  CHECK(ctfmeg_open("\xCE\xA9 \xE6\x97\xA5.ds", NULL, &recording, NULL) == CTFMEG_OK);
+  char* json = NULL;
+  CHECK(ctfmeg_header(recording, &json, NULL) == CTFMEG_OK &&
+        strstr(json, "\xCE\xA9 \xE6\x97\xA5.ds") != NULL);
+  ctfmeg_free(json);
+  CHECK(ctfmeg_close(recording, NULL) == CTFMEG_OK);
+  CHECK(_wrename(L"\u03A9 \u65E5.ds", plain) == 0);
+}
+
 #endif
 
 int main(int argc, char** argv) {
@@ -414,6 +437,7 @@ int main(int argc, char** argv) {
   test_misuse(recording);
   test_store();
   test_threads();
+  test_paths();
   ctfmeg_close(recording, NULL);
   ctfmeg_error_clear(&error);
   if (failures > 0) fprintf(stderr, "%d checks failed\n", failures);
