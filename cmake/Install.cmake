@@ -1,5 +1,5 @@
-# What `cmake --install` puts where. Components: runtime (what programs need to run), dev (what building them needs) and
-# tools (the command). Whatever is installed may be moved elsewhere as a whole.
+# What `cmake --install` puts where. Components: runtime (what programs need to run), dev (what building them needs),
+# tools (the command) and python (the package ctfmeg). Whatever is installed may be moved elsewhere as a whole.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -28,6 +28,13 @@ if(TARGET ctfmeg_pages)
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
   install(FILES ${pages}/zsh/site-functions/_ctfmeg DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/${zsh_folder}
     COMPONENT tools)
+endif()
+
+# The Python package, which finds the library where the system's loader does.
+if(NOT WIN32)
+  set(MEGREADER_PYTHON_FOLDER lib/python3/dist-packages CACHE STRING "Where Python looks for packages, below the prefix")
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/ctfmeg DESTINATION ${MEGREADER_PYTHON_FOLDER} COMPONENT python
+    FILES_MATCHING PATTERN "*.py" PATTERN "py.typed" PATTERN "__pycache__" EXCLUDE)
 endif()
 
 # The CMake package. Before 1.0 every minor version may differ from the one before it.

@@ -1,28 +1,36 @@
-# What scripts/package makes: three Debian packages, a component each, or one zip file for Windows.
+# What scripts/package makes: four Debian packages, a component each, or one zip file for Windows.
 set(CPACK_PACKAGE_NAME megreader)
 set(CPACK_PACKAGE_VENDOR "MEGReader authors")
 set(CPACK_PACKAGE_CONTACT "MEGReader maintainers <maintainers@users.noreply.c-seed-0415711f.example>")
 # The one summary that CPack does not put before each component's own.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_NAME} built using CMake")
 set(CPACK_COMPONENTS_ALL runtime dev tools)
+if(NOT WIN32)
+  list(APPEND CPACK_COMPONENTS_ALL python)
+endif()
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
-# The command holds code of two header-only libraries, and everything for Windows also the compiler's runtime, whose
-# terms go with them.
+# The library holds code of a header-only library, the command that of two, and everything for Windows also the compiler's
+# runtime. Their terms go with them.
 configure_file(packaging/copyright.in copyright @ONLY)
-set(with_headers CLI11=libcli11-dev "JSON for Modern C++=nlohmann-json3-dev")
+function(write_terms folder)
+  file(READ ${PROJECT_BINARY_DIR}/copyright terms)
+  foreach(item IN LISTS ARGN)
+    string(REGEX MATCH "(.*)=(.*)" item "${item}")
+    file(READ /usr/share/doc/${CMAKE_MATCH_2}/copyright of_others)
+    string(APPEND terms "\n\nCode of ${CMAKE_MATCH_1} is compiled in. Debian's package of it says:\n\n${of_others}")
+  endforeach()
+  file(WRITE ${PROJECT_BINARY_DIR}/${folder}/copyright "${terms}")
+endfunction()
+set(json "JSON for Modern C++=nlohmann-json3-dev")
+set(command_line CLI11=libcli11-dev)
 if(WIN32)
-  list(APPEND with_headers "the runtime of mingw-w64=mingw-w64-common")
+  set(runtime "the runtime of mingw-w64=mingw-w64-common")
 endif()
-file(READ ${PROJECT_BINARY_DIR}/copyright terms)
-foreach(item IN LISTS with_headers)
-  string(REGEX MATCH "(.*)=(.*)" item "${item}")
-  file(READ /usr/share/doc/${CMAKE_MATCH_2}/copyright of_others)
-  string(APPEND terms "\n\nCode of ${CMAKE_MATCH_1} is compiled in. Debian's package of it says:\n\n${of_others}")
-endforeach()
-file(WRITE ${PROJECT_BINARY_DIR}/tools/copyright "${terms}")
+write_terms(runtime ${json})
+write_terms(tools ${command_line} ${json} ${runtime})
 
 if(WIN32)
   set(CPACK_GENERATOR ZIP)
@@ -76,21 +84,47 @@ The command ctfmeg shows what MEG recordings of CTF whole-head systems hold,
 checks them, exports their samples for NumPy, lists channels, markers and
 head positions, and simulates datasets to try things on.")
 
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-ctfmeg)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.9), python3-numpy")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-dask, python3-distributed, python3-fsspec, python3-aiohttp, \
+python3-matplotlib, python3-pandas, python3-scipy")
+set(CPACK_COMPONENT_PYTHON_DEPENDS runtime)
+set(CPACK_COMPONENT_PYTHON_DESCRIPTION "reader for CTF MEG datasets - Python package
+MEGReader turns recordings of CTF whole-head systems into one data object:
+header, samples and what the small files next to them say.
+.
+This package holds the Python package ctfmeg, in which recordings are NumPy
+arrays that are read on demand.")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+  ${PROJECT_SOURCE_DIR}/packaging/python/postinst ${PROJECT_SOURCE_DIR}/packaging/python/prerm)
+
+# By this pip and other packages know its name, version and needs.
+set(metadata ${PROJECT_BINARY_DIR}/python/ctfmeg-${PROJECT_VERSION}.dist-info)
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/python)
+execute_process(COMMAND /usr/bin/python3 setup.py --quiet dist_info --output-dir ${PROJECT_BINARY_DIR}/python
+  WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}/python COMMAND_ERROR_IS_FATAL ANY)
+file(WRITE ${metadata}/INSTALLER "debian\n")
+install(DIRECTORY ${metadata} DESTINATION ${MEGREADER_PYTHON_FOLDER} COMPONENT python)
+
 # `install` of what Debian wants of every package.
 find_program(GZIP_PROGRAM gzip REQUIRED)
 string(TIMESTAMP CHANGELOG_DATE "%a, %d %b %Y %H:%M:%S +0000" UTC)  # of SOURCE_DATE_EPOCH where that is set
 configure_file(packaging/changelog.in changelog.Debian @ONLY)
 execute_process(COMMAND ${GZIP_PROGRAM} -9nf changelog.Debian WORKING_DIRECTORY ${PROJECT_BINARY_DIR}
   COMMAND_ERROR_IS_FATAL ANY)
-foreach(component RUNTIME DEV TOOLS)
+foreach(component RUNTIME DEV TOOLS PYTHON)
   string(TOLOWER ${component} name)
   set(doc ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${component}_PACKAGE_NAME})
   install(FILES ${PROJECT_BINARY_DIR}/changelog.Debian.gz DESTINATION ${doc} COMPONENT ${name})
 endforeach()
-install(FILES ${PROJECT_BINARY_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${library_package}
+install(FILES ${PROJECT_BINARY_DIR}/runtime/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${library_package}
   COMPONENT runtime)
 install(FILES ${PROJECT_BINARY_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libmegreader-dev
   COMPONENT dev)
+install(FILES ${PROJECT_BINARY_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/python3-ctfmeg COMPONENT python)
 install(FILES ${PROJECT_BINARY_DIR}/tools/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/ctfmeg COMPONENT tools)
 install(CODE "
   set(page \$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_MANDIR}/man1/ctfmeg.1)

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs a build, moves what was installed elsewhere, and builds and runs the examples with nothing but that. What
-# they print is compared with what was simulated, and with what the command exports.
+# they print is compared with what was simulated, and with what the command exports. The Python package is installed
+# there and, as a wheel, in an environment of its own.
 #   install_test.sh BUILD_FOLDER SOURCE_FOLDER COMPILER
 set -euo pipefail
 export LC_ALL=C
@@ -87,6 +88,30 @@ sample_of tree/a.ds MLF11 2 5
 expect "sample 5" "-0.091667 $value" "$(read_channel tree/a.ds MLF11 2 | sed -n 7p)"
 expect "the same by pkg-config" "-0.091667 $value" "$(./by_pkg_config tree/a.ds MLF11 2 | sed -n 7p)"
 if read_channel tree/a.ds MLF11 3 2>/dev/null; then fail "there is no trial 3"; fi
+
+echo "== Python"
+sample_of tree/a.ds MLF11 2 5
+packages=$prefix/lib/python3/dist-packages
+PYTHONPATH=$packages LD_LIBRARY_PATH=$libraries /usr/bin/python3 "$source/tests/install/python_test.py" "$packages" \
+  "$libraries/libctfmeg.so" "$version" tree/a.ds "$raw" "$value"
+
+echo "== wheel"
+# Of sources that are nowhere else, so that all it needs is seen to be there, and what it leaves behind.
+mkdir sources_of_wheel
+cp -r "$source/CMakeLists.txt" "$source/python" sources_of_wheel
+find sources_of_wheel -name __pycache__ -prune -exec rm -r {} +
+before=$(find sources_of_wheel | sort)
+/usr/bin/python3 -m venv --system-site-packages environment
+export PIP_CONFIG_FILE=/dev/null PIP_DISABLE_PIP_VERSION_CHECK=1
+CTFMEG_LIBRARY=$libraries/libctfmeg.so environment/bin/pip wheel --quiet --no-index --no-deps --no-build-isolation \
+  --wheel-dir wheels sources_of_wheel/python
+expect "files beside the sources" "$before" "$(find sources_of_wheel | sort)"
+expect "the wheel" "ctfmeg-$version-py3-none-linux_$(uname -m).whl" "$(ls wheels)"
+environment/bin/pip install --quiet --no-index --no-deps wheels/*.whl
+packages=$(echo "$work"/environment/lib/python3.*/site-packages)
+(unset PYTHONPATH && environment/bin/python "$source/tests/install/python_test.py" "$packages" \
+  "$packages/ctfmeg/libctfmeg.so.${version%%.*}" "$version" tree/a.ds "$raw" "$value")
+expect "version for pip" "$version" "$(environment/bin/pip list --format=freeze | sed -n 's/^ctfmeg==//p')"
 
 echo "== average_epochs"
 # Tones are at the triggers, where the clock says 0.1, 0.5 and 0.9 s; the stimulus pulse begins there.
