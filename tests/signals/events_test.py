@@ -8,7 +8,6 @@ import itertools
 import json
 import os
 import pathlib
-import shutil
 import struct
 import subprocess
 import sys
@@ -100,8 +99,8 @@ def compare(path, *words, mask=None, edge="rising", channels="stim"):
     masked = [] if mask is None else ["--mask", mask]
     masked += [] if channels == "stim" else ["--channel", channels]
     found = events(path, *words, *masked, "--edges", edge)
-    exact = lambda row: [row[key] for key in ("trial", "sample", "channel", "value", "previous")]
-    assert [exact(row) for row in found] == [[t, s, *more[1:4]] for t, s, *more in wanted], (path, words, mask, edge)
+    exact = [[row[key] for key in ("trial", "sample", "channel", "value", "previous")] for row in found]
+    assert exact == [[t, s, *more[1:4]] for t, s, *more in wanted], (path, words, mask, edge)
     times = np.reshape([[row["timeMs"] / 1000, row["runTime"], row["duration"]] for row in found], (-1, 3))
     assert np.allclose(times * rate, np.reshape([row[6:] for row in wanted], (-1, 3)), rtol=0, atol=1e-3), (path, words)
     return found
