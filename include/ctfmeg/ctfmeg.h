@@ -1,7 +1,8 @@
 #ifndef CTFMEG_CTFMEG_H
 #define CTFMEG_CTFMEG_H
 
-/*
+/**
+ * @file
  * CTF recordings for C, and through it for every language that can call C: open a dataset, read its header as
  * JSON, and read any window of its samples.
  *
