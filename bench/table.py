@@ -374,7 +374,7 @@ def processing():
     ratios("100 epochs of 1200 samples, 300 channels", best({
         "windows": lambda: in_process("EpochBytes", large),
         "epochs": lambda: in_process("Epochs", large)}), "windows")
-    long = recording("long", 2, 1, 250_000_000)
+    long = recording("two-channels", 2, 1, 250_000_000)
     command_seconds(["cat", *sample_files(long)])
     ratios("a channel of 1 GB in 1000 pixels", best({
         "read, one thread": lambda: in_process("RecordingChannel", long),
