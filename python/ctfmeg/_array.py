@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import math
-from typing import Any, Iterator, List, Optional, Sequence, Tuple
+from typing import TYPE_CHECKING, Any, Iterator, List, Optional, Sequence, Tuple
 
 import numpy as np
 
@@ -12,6 +12,9 @@ from ._index import indexed
 from ._reading import TYPES, Ends, OpenView
 from ._selection import Selection
 from ._source import Source
+
+if TYPE_CHECKING:
+    from numpy.typing import DTypeLike, NDArray
 
 _CHUNK_BYTES = 64 << 20
 
@@ -34,7 +37,7 @@ class Samples:
     """
 
     def __init__(
-        self, source: Source, selection: Selection, dtype: Any, is_raw: bool, ends: Ends = (None, None)
+        self, source: Source, selection: Selection, dtype: DTypeLike, is_raw: bool, ends: Ends = (None, None)
     ) -> None:
         self._source = source
         self._selection = selection
@@ -60,7 +63,7 @@ class Samples:
         return (channels, samples) if self.ndim == 2 else (trials, channels, samples)
 
     @property
-    def dtype(self) -> Any:
+    def dtype(self) -> np.dtype[Any]:
         """int32 of raw values, else float64 or float32."""
         return self._dtype
 
@@ -94,14 +97,14 @@ class Samples:
     def __iter__(self) -> Iterator[Any]:
         return (self[i] for i in range(len(self)))
 
-    def __array__(self, dtype: Any = None, copy: Optional[bool] = None) -> Any:
+    def __array__(self, dtype: DTypeLike = None, copy: Optional[bool] = None) -> NDArray[Any]:
         """Reads everything. Raises ValueError where `copy` is False: the values are in files."""
         if copy is False:
             raise ValueError("the samples are in files: an array of them is always a copy")
         wanted = self._dtype if dtype is None else np.dtype(dtype)
         if not self._can_be(wanted):
-            return self._read(self._dtype, ...).astype(wanted)
-        return self._read(wanted, ...)
+            return np.asarray(self._read(self._dtype, ...), wanted)
+        return np.asarray(self._read(wanted, ...))
 
     def __getitem__(self, index: Any) -> Any:
         """Reads the values that an index chooses.
@@ -120,10 +123,10 @@ class Samples:
         """
         return self._read(self._dtype, index)
 
-    def _can_be(self, dtype: Any) -> bool:
-        return dtype.isnative and dtype.name in TYPES and (self._is_raw or dtype.kind == "f")
+    def _can_be(self, dtype: np.dtype[Any]) -> bool:
+        return bool(dtype.isnative) and dtype.name in TYPES and (self._is_raw or dtype.kind == "f")
 
-    def _read(self, dtype: Any, index: Any) -> Any:
+    def _read(self, dtype: np.dtype[Any], index: Any) -> Any:
         handle = self._open()
 
         def find(names: List[str]) -> Any:

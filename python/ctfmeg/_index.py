@@ -7,9 +7,9 @@ from typing import Any, Callable, Iterator, List, NamedTuple, Optional, Sequence
 
 import numpy as np
 
-Places = Union[range, "np.ndarray[Any, Any]"]  # positions on one axis, all within it
-Fill = Callable[[Sequence[Places], "np.ndarray[Any, Any]"], None]
 Array = Any  # an array of NumPy
+Places = Union[range, Array]  # positions on one axis, all within it
+Fill = Callable[[Sequence[Places], Array], None]
 
 _NEAR = 16  # samples that lie at most so far apart are read in one go
 _SCRATCH = 1 << 20  # values that are read at a time where only some of them are wanted

@@ -6,7 +6,7 @@ import ctypes
 import json
 import math
 from ctypes import byref, c_int64, c_void_p
-from typing import Any, Dict, Optional, Sequence, Tuple
+from typing import TYPE_CHECKING, Any, Dict, Optional, Sequence, Tuple
 
 import numpy as np
 
@@ -15,6 +15,9 @@ from ._errors import RefusedError
 from ._library import library
 from ._selection import Selection, text_of
 from ._source import Handle, Source
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
 
 TYPES = {"int32": c.INT32, "float32": c.FLOAT32, "float64": c.FLOAT64}
 _FAULTS = {1: "flat", 2: "clipped", 4: "jumps", 8: "noisy"}
@@ -65,7 +68,7 @@ class OpenView(Handle):
             self._description = json.loads(library().text("describe", self.pointer))
         return self._description
 
-    def places(self, selection: Selection) -> Any:
+    def places(self, selection: Selection) -> NDArray[np.int64]:
         """Places in the view of the channels that a selection chooses."""
         places = np.empty(self.shape[1], np.int64)
         count = c_int64()
@@ -74,7 +77,7 @@ class OpenView(Handle):
         )
         return places[: count.value]
 
-    def times(self, trial: int, count: Optional[int] = None) -> Any:
+    def times(self, trial: int, count: Optional[int] = None) -> NDArray[np.float64]:
         """Seconds of the samples of a trial, of the first `count` of them."""
         seconds = np.empty(self.first + (self.shape[2] if count is None else count))
         library().call("times", self.pointer, trial, seconds.ctypes.data, len(seconds))
@@ -118,7 +121,7 @@ class OpenView(Handle):
             raise RefusedError("refused", "", text.format(*self.ends(trial)))
         return first, last
 
-    def fill(self, needs: Sequence[Any], is_raw: bool, out: Any) -> None:
+    def fill(self, needs: Sequence[Any], is_raw: bool, out: NDArray[Any]) -> None:
         """Reads trials, channels and samples (a rising range) into an array of their shape."""
         *trials, channels, samples = needs
         part = c.Part(ctypes.sizeof(c.Part))
@@ -133,14 +136,16 @@ class OpenView(Handle):
         kind = TYPES[out.dtype.name]
         library().call_long("read", self.pointer, byref(part), kind, values, out.ctypes.data, out.nbytes)
 
-    def min_max(self, trial: int, first: int, samples: int, width: int) -> Tuple[Any, Any]:
+    def min_max(
+        self, trial: int, first: int, samples: int, width: int
+    ) -> Tuple[NDArray[np.float64], NDArray[np.float64]]:
         """The least and the greatest value of each channel in each of `width` parts of samples of a trial."""
         least, greatest = np.empty((2, self.shape[1], width))
         places = least.ctypes.data, greatest.ctypes.data, least.size
         library().call("min_max", self.pointer, trial, self.first + first, samples, width, *places)
         return least, greatest
 
-    def statistics(self) -> Any:
+    def statistics(self) -> NDArray[np.void]:
         """A structured array: a row for each channel."""
         entries, count = ctypes.POINTER(c.ChannelStatistics)(), c_int64()
         library().call_long("statistics", self.pointer, after=(byref(entries), byref(count)))
@@ -164,7 +169,7 @@ def _places_or_none(places: Any, length: int) -> Any:
     return None if places == range(length) else np.arange(places.start, places.stop, places.step, np.int64)
 
 
-def taken(entries: Any, count: int, kind: Any) -> Any:
+def taken(entries: Any, count: int, kind: Any) -> NDArray[np.void]:
     """A copy of an array of structs that the library returned, which is released."""
     try:
         size = count * ctypes.sizeof(kind)

@@ -4,7 +4,19 @@ from __future__ import annotations
 
 import os
 from ctypes import POINTER, byref, c_int64
-from typing import Any, Callable, Dict, Iterable, List, Mapping, NamedTuple, Optional, Tuple, Union
+from typing import (
+    TYPE_CHECKING,
+    Any,
+    Callable,
+    Dict,
+    Iterable,
+    List,
+    Mapping,
+    NamedTuple,
+    Optional,
+    Tuple,
+    Union,
+)
 
 import numpy as np
 
@@ -17,17 +29,20 @@ from ._show import html_of, rows_of_recording, text_of as text_of_rows, unreadab
 from ._source import RULES, Source
 from ._view import View, of_columns
 
+if TYPE_CHECKING:
+    from numpy.typing import DTypeLike, NDArray
+
 Path = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
 
 
 class Average(NamedTuple):
-    """Mean and standard error of epochs, each float64 of (channels, samples) in the channels' units, and the
+    """Mean and standard error of epochs, each (channels, samples) in the channels' units, and the
     number of epochs. The standard error is the sample standard deviation (n - 1) divided by the root of n;
     NaN for one epoch.
     """
 
-    mean: Any
-    standard_error: Any
+    mean: NDArray[Any]
+    standard_error: NDArray[Any]
     number: int
 
 
@@ -93,7 +108,7 @@ class Recording(Said):
         The same in the unit of each channel (tesla, volt, seconds, metres): float64, or as `astype` says.
     """
 
-    def __init__(self, source: Source, dtype: Any = np.float64) -> None:
+    def __init__(self, source: Source, dtype: DTypeLike = np.float64) -> None:
         self._source = source
         self.dtype = np.dtype(dtype)
         self.raw = View(source, {}, np.int32, True)
@@ -115,7 +130,7 @@ class Recording(Said):
         except Error as error:  # what shows itself does not fail
             return unreadable(error)
 
-    def astype(self, dtype: Any) -> Recording:
+    def astype(self, dtype: DTypeLike) -> Recording:
         """The same recording, whose physical values have another type: "float32" takes half the memory."""
         return Recording(self._source, self.data.astype(dtype).dtype)
 
@@ -280,7 +295,7 @@ class Recording(Said):
         mask: Optional[int] = None,
         edge: str = "rising",
         **selection: Any,
-    ) -> Any:
+    ) -> np.recarray[Any, Any]:
         """Changes of stimulus channels, over adjoining trials as one run. The value before a run counts as 0.
 
         Parameters
@@ -320,7 +335,7 @@ class Recording(Said):
 
     def min_max(
         self, tmin: Optional[float] = None, tmax: Optional[float] = None, width: int = 1000
-    ) -> Tuple[Any, Any]:
+    ) -> Tuple[NDArray[np.float64], NDArray[np.float64]]:
         """The least and the greatest value of each channel in each pixel of a drawing of the whole run.
 
         Parameters
@@ -340,7 +355,7 @@ class Recording(Said):
             self._run = self.continuous(gaps="nan")
         return self._run.min_max(tmin, tmax, width)
 
-    def stats(self) -> Any:
+    def stats(self) -> np.recarray[Any, Any]:
         """What the samples of each channel are like; all of them are read.
 
         Returns

@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from typing import Any, Dict, List, Optional, Sequence, Tuple
+from typing import TYPE_CHECKING, Any, Dict, Iterable, List, Optional, Sequence, Tuple, Union
 
 import numpy as np
 
@@ -13,6 +13,9 @@ from ._reading import OpenView, Ends, nearest, verdict_of
 from ._said import nan_or
 from ._selection import Names, Selection, combined, either, selection_of
 from ._show import html_of, rows_of_view, text_of, unreadable
+
+if TYPE_CHECKING:
+    from numpy.typing import DTypeLike, NDArray
 
 _ORIGIN = [("trial", np.int32), ("first_sample", np.int64), ("step", np.int64)]
 _GAP = [("after_trial", np.int32), ("seconds", np.float64), ("samples", np.int64)]
@@ -63,7 +66,7 @@ class View(Samples):
             raise AttributeError(f"the values of this view are no integers: {why}")
         return View(self._source, self._selection, np.int32, True, self._ends)
 
-    def astype(self, dtype: Any) -> View:
+    def astype(self, dtype: DTypeLike) -> View:
         """The same view with values of another type.
 
         Parameters
@@ -121,13 +124,13 @@ class View(Samples):
         return nan_or(self._open().description()["sampleRate"])
 
     @property
-    def times(self) -> Any:
+    def times(self) -> NDArray[np.float64]:
         """Seconds of each sample of the first trial, float64: from the trigger, from the occurrence that an
         epoch is about, or from the start of a run. All trials have the same, unless they are split; see
         `times_of`."""
         return self.times_of(0)
 
-    def times_of(self, trial: int) -> Any:
+    def times_of(self, trial: int) -> NDArray[np.float64]:
         """Seconds of each sample of a trial (a place in this view), as `times`."""
         handle = self._open()
         if not -handle.shape[0] <= trial < handle.shape[0]:
@@ -140,7 +143,7 @@ class View(Samples):
         return self._open().ends()
 
     @property
-    def origins(self) -> Any:
+    def origins(self) -> np.recarray[Any, Any]:
         """Where each trial comes from: a structured array of `trial` (number in the file, from 0),
         `first_sample` (of that trial, from 0) and `step` (samples of the file from one sample here to the
         next). Of a run there is a row for each trial that it is put together of.
@@ -158,7 +161,7 @@ class View(Samples):
         return table(rows, _ORIGIN)
 
     @property
-    def events(self) -> Any:
+    def events(self) -> np.recarray[Any, Any]:
         """The occurrence that each epoch is about: a structured array of `marker`, `trial` and `sample` (from
         0) and `time_ms` (milliseconds from that trial's trigger). Only epochs have it."""
         if not self.is_epochs:
@@ -169,14 +172,14 @@ class View(Samples):
         return table(rows, [name, *_ORIGIN[:1], ("sample", np.int64), ("time_ms", np.float64)])
 
     @property
-    def gaps(self) -> Any:
+    def gaps(self) -> np.recarray[Any, Any]:
         """What is missing between the trials of a run: a structured array of `after_trial` (number in the
         file), `seconds` (negative where the clock goes back) and `samples`. Empty for other views."""
         gaps = self._open().description()["gaps"] or []
         return table([(gap["afterTrial"], nan_or(gap["seconds"]), gap["samples"]) for gap in gaps], _GAP)
 
     @property
-    def left_out(self) -> Any:
+    def left_out(self) -> Dict[str, int]:
         """Epochs that were left out, by reason: a dict of "incomplete", "bad" and "rejected"."""
         return dict(self._open().description()["leftOut"] or {})
 
@@ -187,7 +190,7 @@ class View(Samples):
 
     def select(
         self,
-        trials: Any = None,
+        trials: Union[None, int, Iterable[int]] = None,
         markers: Optional[Names] = None,
         channels: Optional[Names] = None,
         exclude: Optional[Names] = None,
@@ -263,7 +266,7 @@ class View(Samples):
 
     def min_max(
         self, tmin: Optional[float] = None, tmax: Optional[float] = None, width: int = 1000, trial: int = 0
-    ) -> Tuple[Any, Any]:
+    ) -> Tuple[NDArray[np.float64], NDArray[np.float64]]:
         """The least and the greatest value of each channel in each pixel of a drawing.
 
         Parameters
@@ -285,7 +288,7 @@ class View(Samples):
         first, last = handle.between(tmin, tmax, trial)
         return handle.min_max(trial, first, last - first + 1, width)
 
-    def stats(self) -> Any:
+    def stats(self) -> np.recarray[Any, Any]:
         """What the samples of each channel are like, as `Recording.stats`; of epochs only of whole ones."""
         if self._ends != (None, None):
             raise ValueError("statistics are of whole epochs: shorter ones have another tmin and tmax")
@@ -312,12 +315,12 @@ class View(Samples):
         return to_dask(self, self.chunks if chunks is None else chunks)
 
 
-def table(rows: Sequence[Tuple[Any, ...]], dtype: Any) -> Any:
+def table(rows: Sequence[Tuple[Any, ...]], dtype: Any) -> np.recarray[Any, Any]:
     """A structured array whose columns are attributes as well."""
     return np.array(list(rows), np.dtype(dtype)).view(np.recarray)
 
 
-def of_columns(columns: Dict[str, Any]) -> Any:
+def of_columns(columns: Dict[str, Any]) -> np.recarray[Any, Any]:
     """The same of its columns."""
     dtype = [(name, column.dtype) for name, column in columns.items()]
     return np.rec.fromarrays(list(columns.values()), dtype=dtype)
