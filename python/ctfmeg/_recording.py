@@ -119,14 +119,14 @@ class Recording(Said):
         return Recording, (self._source, self.dtype)
 
     def __repr__(self) -> str:
-        return text_of_rows("Recording", self.path, self._rows())
+        return text_of_rows("Recording", self._source.shown, self._rows())
 
     def _repr_html_(self) -> str:
         return html_of("Recording", self._rows())
 
     def _rows(self) -> List[Tuple[str, str]]:
         try:
-            return rows_of_recording(self)
+            return rows_of_recording(self, self._source.shown)
         except Error as error:  # what shows itself does not fail
             return unreadable(error)
 

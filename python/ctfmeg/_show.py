@@ -44,7 +44,7 @@ def rows_of_view(view: View, path: str) -> Rows:
     ]
 
 
-def rows_of_recording(recording: Recording) -> Rows:
+def rows_of_recording(recording: Recording, path: str) -> Rows:
     """What a recording is, each with a word for it."""
     record = recording.info["record"]
     channels = recording.info["channels"]
@@ -56,7 +56,7 @@ def rows_of_recording(recording: Recording) -> Rows:
         ("channels", kinds_of(channel["kind"] for channel in channels)),
         ("markers", ", ".join(f"{marker.name} ({len(marker.samples)})" for marker in recording.markers)),
         ("bad", recording.bad_channels and "bad: " + few_of(recording.bad_channels)),
-        ("recording", recording.path),
+        ("recording", path),
     ]
     return [(name, value) for name, value in rows if value]
 

@@ -97,6 +97,13 @@ class Source:
         Called with each finding; None: `warnings.warn`.
     is_quiet : bool
         Findings are kept, and not reported: they were where the recording was first opened.
+
+    Attributes
+    ----------
+    shown : str
+        The path as people are shown it: a URL without what gives access, once it was opened.
+    findings : list of Finding
+        What was noticed until now.
     """
 
     def __init__(
@@ -108,7 +115,7 @@ class Source:
         on_warning: Optional[Callable[[Finding], Any]] = None,
         is_quiet: bool = False,
     ) -> None:
-        self.path = path
+        self.path = self.shown = path
         self.rules = rules
         self.yes = yes
         self.storage_options = storage_options
@@ -144,6 +151,7 @@ class Source:
         from ._store import UrlStore
 
         store = UrlStore(self.path, self.storage_options)
+        self.shown = store.shown
         library().call("open_store", byref(store.structure), byref(options), byref(pointer))
         return Handle(pointer, "close", (notes, store))
 
@@ -151,7 +159,6 @@ class Source:
         """What `ctfmeg info --json` prints, read once."""
         if self._header is None:
             header: Dict[str, Any] = json.loads(library().text("header", self.handle().pointer))
-            header["path"] = self.path
             self._header = header
             self.report()
             for entry in header["warnings"]:
@@ -175,7 +182,7 @@ class Source:
         if self._on_warning is not None:
             self._on_warning(finding)
         elif not self._is_quiet:
-            warnings.warn(f"{self.path}: {finding}", ReadingWarning, _depth_of_caller())
+            warnings.warn(f"{self.shown}: {finding}", ReadingWarning, _depth_of_caller())
 
 
 def _depth_of_caller() -> int:

@@ -37,14 +37,14 @@ class View(Samples):
     """
 
     def __repr__(self) -> str:
-        return text_of("View", self._source.path, self._rows())
+        return text_of("View", self._source.shown, self._rows())
 
     def _repr_html_(self) -> str:
         return html_of("View", self._rows())
 
     def _rows(self) -> List[Tuple[str, str]]:
         try:
-            return rows_of_view(self, self._source.path)
+            return rows_of_view(self, self._source.shown)
         except Error as error:  # what shows itself does not fail
             return unreadable(error)
 
@@ -240,7 +240,7 @@ class View(Samples):
         for channel in known:
             if channel["name"] in names and channel["index"] not in indices:
                 text = f"has two channels named {channel['name']}: take one out by its kind, with exclude"
-                raise RefusedError("refused", self._source.path, text)
+                raise RefusedError("refused", self._source.shown, text)
         return sorted(names)
 
     def _trials_with(self, markers: List[str]) -> List[int]:
@@ -251,7 +251,7 @@ class View(Samples):
         """The nearest sample of a trial or of the run, half away from zero."""
         record = self._source.header()["record"]
         if not record["sampleRate"]:
-            raise RefusedError("refused", self._source.path, "has no sample rate: seconds are no samples")
+            raise RefusedError("refused", self._source.shown, "has no sample rate: seconds are no samples")
         before = 0 if self.ndim == 2 else int(record["preTrigSamples"])
         return nearest(seconds * record["sampleRate"]) + before
 
