@@ -97,6 +97,9 @@ class Store {
 
   /// How a file is named to people, whether it is there or not.
   virtual std::string pathOf(const std::string& name) const = 0;
+
+  /// Whether reading is waiting, as for a server, so that several threads pay however little is read.
+  virtual bool waits() const { return false; }
 };
 
 /// The files of a directory on this machine.

@@ -17,6 +17,7 @@ class CallbackStore : public Store {
   std::vector<std::string> list() const override;
   OpenFile open(const std::string& name) const override;
   std::string pathOf(const std::string& name) const override { return m_path + "/" + name; }
+  bool waits() const override { return true; }
 
   /// The name that the dataset's files have in common: the directory's, else that of the only resource file.
   /// Throws `Error` where there is none, or several, and Misuse for a store without its functions.

@@ -67,6 +67,7 @@ class SampleSet {
   ~SampleSet() = default;
 
   const SampleCounts& counts() const { return m_counts; }
+  const Store& store() const { return m_store; }
   /// Whole trials that are there; those of the set are 0 to `trials()` - 1.
   std::int32_t trials() const { return m_trials; }
   const std::vector<FileOfSet>& files() const { return m_files; }

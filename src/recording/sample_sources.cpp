@@ -203,7 +203,7 @@ void FileSamples::readInto(const Window& window, const Target& target) const {
     }
   };
   readingFiles([&] {
-    if (rows.bytes() < kWorthThreads)
+    if (rows.bytes() < kWorthThreads && !m_set.store().waits())
       read();
     else
       m_workers.run(read);
