@@ -23,6 +23,7 @@ from ctypes import (
 from typing import Any, Callable, Dict, Generator, List, Optional, Tuple
 
 from ._errors import error_of, findings_of
+from ._raised import catch_interrupts, raised
 
 ABI_VERSION = 1
 (
@@ -185,7 +186,17 @@ class Library:
     def call(self, name: str, *arguments: Any) -> None:
         """Calls the function ctfmeg_`name`, whose last argument is an error, and raises what goes wrong."""
         error = ErrorStruct()
-        if self._failing[name](*arguments, byref(error)) != OK:
+        hook = catch_interrupts()
+        try:
+            failed = self._failing[name](*arguments, byref(error)) != OK
+        finally:
+            if hook is not None:
+                sys.unraisablehook = hook
+        interrupt = raised.take_interrupt()
+        if interrupt is not None:
+            self.functions.ctfmeg_error_clear(byref(error))
+            raise interrupt
+        if failed:
             self._raise(error)
 
     def call_long(self, name: str, *arguments: Any, after: Tuple[Any, ...] = ()) -> None:
@@ -230,7 +241,8 @@ class Library:
         if kind == MISUSE:
             raise ValueError(text)
         name = self.functions.ctfmeg_kind_name(kind).decode()
-        raise error_of(name, path, text, tuple(findings_of(findings)))
+        cause = raised.failures.pop(path, None)
+        raise error_of(name, path, text, tuple(findings_of(findings))) from cause
 
 
 def _watch(raised: List[BaseException]) -> Generator[int, float, None]:
@@ -314,13 +326,15 @@ def set_threads(n: int) -> None:
     _threads_chosen = True
 
 
-def threads_here() -> int:
-    """Threads for a recording that is opened now; 0: as `set_threads` says."""
-    distributed = sys.modules.get("distributed")
-    if _threads_chosen or distributed is None:
+def threads_here(usual: int = 0) -> int:
+    """Threads for a recording that is opened now, `usual` where nobody chose; 0: as `set_threads` says."""
+    if _threads_chosen:
         return 0
+    distributed = sys.modules.get("distributed")
+    if distributed is None:
+        return usual
     try:
         distributed.get_worker()
     except (AttributeError, ValueError):  # not in a task of a worker
-        return 0
+        return usual
     return 1

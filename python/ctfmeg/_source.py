@@ -152,6 +152,7 @@ class Source:
 
         store = UrlStore(self.path, self.storage_options)
         self.shown = store.shown
+        options.threads = threads_here(store.threads)
         library().call("open_store", byref(store.structure), byref(options), byref(pointer))
         return Handle(pointer, "close", (notes, store))
 
