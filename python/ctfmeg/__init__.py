@@ -13,8 +13,8 @@ are raw.
 from __future__ import annotations
 
 import sys
-from typing import Any
 
+from ._dask import map_recordings
 from ._errors import Error, Finding, NoPermissionError, NotFoundError, ReadingWarning
 from ._library import library, set_threads
 from ._recording import Average, Recording, open
@@ -38,13 +38,6 @@ __all__ = [
     "scan",
     "set_threads",
 ]
-
-
-def map_recordings(function: Any, paths: Any, client: Any = None) -> Any:
-    """Calls a function with each of many recordings, one task of Dask for each; see `ctfmeg._dask`."""
-    from ._dask import map_recordings as mapped
-
-    return mapped(function, paths, client)
 
 
 try:
