@@ -231,7 +231,7 @@ class Recording(Said):
 
     def epochs(
         self,
-        markers: Names,
+        markers: Union[Names, NDArray[np.void]],
         tmin: float,
         tmax: float,
         baseline: Optional[Tuple[Optional[float], Optional[float]]] = None,
@@ -239,12 +239,12 @@ class Recording(Said):
         reject: Optional[Mapping[str, float]] = None,
         **selection: Any,
     ) -> View:
-        """Stretches of equal length around each occurrence of markers, over borders of trials that adjoin.
+        """Stretches of equal length around occurrences of markers, over borders of trials that adjoin.
 
         Parameters
         ----------
-        markers : str or list of str
-            Their names.
+        markers : str, list of str, or structured array
+            Their names; or where they are: `trial` and `sample` (from 0), such as `Recording.events` returns.
         tmin, tmax : float
             Seconds from the occurrence, both ends included, each the nearest sample.
         baseline : (float or None, float or None), optional
@@ -268,7 +268,7 @@ class Recording(Said):
 
     def average(
         self,
-        markers: Names,
+        markers: Union[Names, NDArray[np.void]],
         tmin: float,
         tmax: float,
         baseline: Optional[Tuple[Optional[float], Optional[float]]] = None,

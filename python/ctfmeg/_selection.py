@@ -77,8 +77,16 @@ def _seconds(value: Optional[float], name: str) -> Optional[float]:
     return max(-1e15, min(1e15, value))
 
 
+def _occurrences(events: Any) -> List[Selection]:
+    """The member "occurrences" of epochs."""
+    named = next((name for name in ("marker", "channel") if name in events.dtype.names), None)
+    names = events[named].tolist() if named else [""] * len(events)
+    places = zip(names, events["trial"].tolist(), events["sample"].tolist())
+    return [{"name": name, "trial": trial, "sample": sample} for name, trial, sample in places]
+
+
 def epochs_of(
-    markers: Names,
+    markers: Any,
     tmin: float,
     tmax: float,
     baseline: Optional[Tuple[Optional[float], Optional[float]]],
@@ -86,7 +94,11 @@ def epochs_of(
     reject: Optional[Mapping[str, float]],
 ) -> Selection:
     """The member "epochs" of a selection."""
-    epochs: Selection = {"markers": names_of(markers), "from": float(tmin), "to": float(tmax)}
+    epochs: Selection = {"from": float(tmin), "to": float(tmax)}
+    if getattr(getattr(markers, "dtype", None), "names", None):
+        epochs["occurrences"] = _occurrences(markers)
+    else:
+        epochs["markers"] = names_of(markers)
     if baseline is not None:
         start, end = baseline
         epochs["baseline"] = [float(tmin if start is None else start), float(tmax if end is None else end)]

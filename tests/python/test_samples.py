@@ -120,6 +120,12 @@ def test_epochs(rec, files):
     assert set(epochs.events["marker"]) == {"tone"} and not hasattr(epochs, "raw")
     assert epochs.left_out["incomplete"] == len(tones) - len(whole) > 0
     assert_allclose(epochs.times, np.arange(-72, 97) / f.rate, atol=1e-12)
+    places = rec.events()  # of the tone's stimulus
+    same = rec.epochs(places[places["value"] == 1], -0.06, 0.08, baseline=(None, 0))
+    assert_array_equal(same, epochs)
+    assert set(same.events["marker"]) == {"UPPT001"} and same.events[["trial", "sample"]].tolist() == [
+        tuple(row)[1:3] for row in epochs.events
+    ]
     part = epochs.select(tmin=0.01, channels="meg").select(samples=(0, 99))
     assert_array_equal(part, epochs[:, f.of("meg"), 84:100])
     assert_allclose(part.times, np.arange(12, 28) / f.rate, atol=1e-12)

@@ -302,3 +302,4 @@ def test_missing_library(tmp_path):
     beside = Path(ctfmeg._library.library().path)
     done = subprocess.run([sys.executable, "-m", "ctfmeg"], capture_output=True, text=True)
     assert done.returncode == 0 and ctfmeg.__version__ in done.stdout and beside.name in done.stdout
+    assert ctfmeg.__version__ == ctfmeg._library.library().version
