@@ -242,6 +242,8 @@ class Library:
             raise ValueError(text)
         name = self.functions.ctfmeg_kind_name(kind).decode()
         cause = raised.failures.pop(path, None)
+        if cause is not None and not isinstance(cause, Exception):
+            raise cause
         raise error_of(name, path, text, tuple(findings_of(findings))) from cause
 
 

@@ -18,13 +18,14 @@ class Raised(threading.local):
     interrupt : BaseException or None
         What interrupted this thread, such as KeyboardInterrupt.
     failures : dict
-        Of all threads, by the file that could not be read: what an error of the library was caused by.
+        Of all threads, those of the library too, by the file that could not be read: what an error of the
+        library was caused by.
     """
 
     interrupt: BaseException | None = None
-    failures: dict[str, Exception] = {}
+    failures: dict[str, BaseException] = {}
 
-    def keep(self, file: str, failure: Exception) -> None:
+    def keep(self, file: str, failure: BaseException) -> None:
         """Keeps a failure, and only the last few: of some the library makes a warning, or nothing."""
         for oldest in list(self.failures)[:-15]:
             self.failures.pop(oldest, None)

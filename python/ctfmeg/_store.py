@@ -213,15 +213,15 @@ def _store_of(user: int) -> UrlStore:
 
 def _failed(error: BaseException, user: int, name: bytes, text: int, room: int) -> int:
     store = _stores[user]
-    if isinstance(error, Exception):
-        file = store.shown + "/" + os.fsdecode(name) if name else store.shown
-        raised.keep(file, error)
-        sentence = " ".join(("can't be read: " + store.reason_of(error)).split())
-        whole = sentence.encode("utf-8", "replace")[: room - 1].decode("utf-8", "ignore").encode()
-        ctypes.memmove(text, whole + b"\0", len(whole) + 1)
-    else:
+    kind = _kind_of(error)
+    if kind == STOPPED and threading.get_ident() == threading.main_thread().ident:
         raised.interrupt = error
-    return _kind_of(error)
+        return kind
+    raised.keep(store.shown + "/" + os.fsdecode(name) if name else store.shown, error)
+    sentence = " ".join(("can't be read: " + store.reason_of(error)).split())
+    whole = sentence.encode("utf-8", "replace")[: room - 1].decode("utf-8", "ignore").encode()
+    ctypes.memmove(text, whole + b"\0", len(whole) + 1)
+    return kind
 
 
 def _list(user: int, add: Any, names: int, text: int, room: int) -> int:

@@ -118,12 +118,8 @@ def test_errors_of_a_web_server_are_told(server: WebServer, raw: Any, tmp_path: 
         assert caught.value.kind == kind and server.url(place, name) in str(caught.value)
 
     without_ranges = ctfmeg.open(server.url("whole", "run.ds"))
-    server.answers()
     with pytest.raises(ctfmeg.Error, match="whole files only"):
         without_ranges.raw[0, 0]
-    assert (
-        sum(answer.bytes for answer in server.answers()) < 3 * raw[0].nbytes
-    )  # what had been sent until it was noticed
     cached = ctfmeg.open("simplecache::" + server.url("whole", "run.ds"))
     np.testing.assert_array_equal(cached.raw[:, 2], raw[:, 2])
 
@@ -262,9 +258,10 @@ def test_what_a_file_system_raises_comes_out(
 
     with monkeypatch.context() as patch:
         patch.setattr(LocalFileSystem, "cat_file", broken)
-        with pytest.raises((KeyboardInterrupt, SystemExit, ctfmeg.Error)) as caught:
-            recording.raw[0, 0]
-        assert isinstance(caught.value, raised) or isinstance(caught.value.__cause__, raised)
+        for _ in range(20):  # on this thread, or another one of the library's
+            with pytest.raises((KeyboardInterrupt, SystemExit, ctfmeg.Error)) as caught:
+                recording.raw[0, 0]
+            assert isinstance(caught.value, raised) or isinstance(caught.value.__cause__, raised)
     np.testing.assert_array_equal(recording.raw[0, 0], raw[0, 0])
 
 

@@ -61,7 +61,9 @@ class WebServer:
               server {{ listen 127.0.0.1:{self.port}; location /mark {{ return 204; }} {locations} }}
             }}"""
         )
-        self._process = subprocess.Popen([str(PROGRAM), "-c", str(configuration), "-p", str(folder)])
+        self._process = subprocess.Popen(
+            [str(PROGRAM), "-e", str(folder / "errors"), "-c", str(configuration), "-p", str(folder)]
+        )
         for _ in range(200):
             try:
                 self._mark()
