@@ -1,7 +1,7 @@
 """Builds the wheel `py3-none-PLATFORM`: the package with the C library inside.
 
 The library is the one that the environment variable CTFMEG_LIBRARY names. Without it, the library is built
-from the sources that this folder belongs to, by CMake and Ninja in their `build/python`.
+from the sources that this folder belongs to, by CMake and Ninja, as their preset "release" says.
 """
 
 from __future__ import annotations
@@ -65,9 +65,10 @@ def built_library() -> Path:
                 f"Building the library needs {program}. Run scripts/setup, which installs what is missing, or"
                 " name a built library in CTFMEG_LIBRARY."
             )
-    build = PROJECT / "build" / "python"
-    options = ["-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release", "-DMEGREADER_TESTS=OFF"]
-    subprocess.run(["cmake", "-S", PROJECT, "-B", build, *options], check=True)
+    build = PROJECT / "build" / "release"
+    made_for = found(build / "CMakeCache.txt", r"^CMAKE_HOME_DIRECTORY:INTERNAL=(.*)$")
+    moved = ["--fresh"] if made_for not in (None, str(PROJECT)) else []  # copied along with what was built
+    subprocess.run(["cmake", "--preset", "release", *moved], cwd=PROJECT, check=True)
     subprocess.run(["cmake", "--build", build, "--target", "ctfmeg_shared"], check=True)
     return (build / "lib" / "libctfmeg.so").resolve()
 
