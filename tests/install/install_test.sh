@@ -101,17 +101,17 @@ mkdir sources_of_wheel
 cp -r "$source/CMakeLists.txt" "$source/python" sources_of_wheel
 find sources_of_wheel -name __pycache__ -prune -exec rm -r {} +
 before=$(find sources_of_wheel | sort)
-/usr/bin/python3 -m venv --system-site-packages environment
+/usr/bin/python3 -m venv --without-pip --system-site-packages environment
 export PIP_CONFIG_FILE=/dev/null PIP_DISABLE_PIP_VERSION_CHECK=1
-CTFMEG_LIBRARY=$libraries/libctfmeg.so environment/bin/pip wheel --quiet --no-index --no-deps --no-build-isolation \
-  --wheel-dir wheels sources_of_wheel/python
+CTFMEG_LIBRARY=$libraries/libctfmeg.so environment/bin/python -m pip wheel --quiet --no-index --no-deps \
+  --no-build-isolation --wheel-dir wheels sources_of_wheel/python
 expect "files beside the sources" "$before" "$(find sources_of_wheel | sort)"
 expect "the wheel" "ctfmeg-$version-py3-none-linux_$(uname -m).whl" "$(ls wheels)"
-environment/bin/pip install --quiet --no-index --no-deps wheels/*.whl
+environment/bin/python -m pip install --quiet --no-index --no-deps wheels/*.whl
 packages=$(echo "$work"/environment/lib/python3.*/site-packages)
 (unset PYTHONPATH && environment/bin/python "$source/tests/install/python_test.py" "$packages" \
   "$packages/ctfmeg/libctfmeg.so.${version%%.*}" "$version" tree/a.ds "$raw" "$value")
-expect "version for pip" "$version" "$(environment/bin/pip list --format=freeze | sed -n 's/^ctfmeg==//p')"
+expect "version for pip" "$version" "$(environment/bin/python -m pip list --format=freeze | sed -n 's/^ctfmeg==//p')"
 
 echo "== average_epochs"
 # Tones are at the triggers, where the clock says 0.1, 0.5 and 0.9 s; the stimulus pulse begins there.
