@@ -25,6 +25,9 @@ class Reason {
                                                       : FileError::Cause::generic;
     if (kind == CTFMEG_STOPPED)
       throw Error(ErrorKind::stopped, pathFromText(path), text.empty() ? "the reading was stopped" : text);
+    if (kind == CTFMEG_OUT_OF_MEMORY)
+      throw Error(ErrorKind::outOfMemory, pathFromText(path),
+                  text.empty() ? "needs more memory than there is" : text);
     if (text.empty() && kind == CTFMEG_NOT_FOUND) throw FileError::ofMissing(path);
     throw FileError(cause, -1, path, text.empty() ? "can't be read" : text);
   }
