@@ -250,9 +250,11 @@ CTFMEG_API int ctfmeg_read(ctfmeg_view* view, const ctfmeg_part* part, int type,
 /** The least and the greatest physical value of each of `width` pixels that `samples` samples of a trial from
  * `first` on are drawn in (-1: up to the end): channels x width values each, NaN where all are missing.
  * `count` is for how many values there is room in each. A view remembers the extremes of blocks of 1024
- * samples, so that what is drawn again is hardly read again. */
+ * samples, so that what is drawn again is hardly read again. `progress`, which may be null, can stop this;
+ * the fraction is always 0. */
 CTFMEG_API int ctfmeg_min_max(ctfmeg_view* view, int64_t trial, int64_t first, int64_t samples, int64_t width,
-                              double* min, double* max, int64_t count, ctfmeg_error* error);
+                              double* min, double* max, int64_t count, ctfmeg_progress_function progress,
+                              void* user, ctfmeg_error* error);
 
 /** A change of a stimulus channel. */
 typedef struct ctfmeg_event {

@@ -69,6 +69,9 @@ class File {
   /// Bytes, as it is now.
   virtual std::uint64_t size() const = 0;
 
+  /// A number that another file of the same name does not have; 0 where none is known.
+  virtual std::uint64_t identity() const { return 0; }
+
   /// Reads the bytes from `offset` on; returns how many, fewer than `out` has room for only at the end.
   virtual std::size_t readAt(std::uint64_t offset, std::span<std::byte> out) const = 0;
 

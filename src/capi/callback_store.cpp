@@ -84,6 +84,7 @@ std::vector<std::string> CallbackStore::list() const {
     bool noMemory = false;
   } names;
   const auto add = [](void* list, const char* name) {
+    if (list == nullptr) return;
     auto& into = *static_cast<Names*>(list);
     try {
       if (name != nullptr) into.all.emplace_back(name);

@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/threads.h"
 #include "capi/failure.h"
 #include "capi/handles.h"
 #include "capi/selection_json.h"
@@ -50,7 +51,8 @@ ctfmeg_channel_statistics entryOf(const ChannelStatistics& channel) {
 extern "C" {
 
 int ctfmeg_min_max(ctfmeg_view* view, int64_t trial, int64_t first, int64_t samples, int64_t width,
-                   double* min, double* max, int64_t count, ctfmeg_error* error) {
+                   double* min, double* max, int64_t count, ctfmeg_progress_function progress, void* user,
+                   ctfmeg_error* error) {
   return guarded(error, [&] {
     require(min, "min");
     require(max, "max");
@@ -62,7 +64,12 @@ int ctfmeg_min_max(ctfmeg_view* view, int64_t trial, int64_t first, int64_t samp
     if (count < width * shape.channels)
       throw Misuse("there is room for " + std::to_string(count) + " of " +
                    std::to_string(width * shape.channels) + " values");
+    if (samples < -1) throw Misuse("the number of samples is negative");
     about(of->of->recording.resourceFile(), [&] {
+      const StopCheck check([&] {
+        if (progress != nullptr && progress(user, 0.0) != 0)
+          throw Error(ErrorKind::stopped, {}, "the drawing was stopped");
+      });
       const auto all = of->overview->extremes({.trial = trial,
                                                .channels = shape.channels,
                                                .first = first,

@@ -57,6 +57,7 @@ PartReading::PartReading(const OpenView& view, const ctfmeg_part& part) : m_sour
   for (const Run& run : m_channels)
     m_channelCount += run.count;
   if (part.step < 0) throw Misuse("the step is negative");
+  if (part.samples < -1) throw Misuse("the number of samples is negative");
   m_samples.step = std::max<std::int64_t>(part.step, 1);
   m_samples.first = part.first;
   requireRange("samples", part.first, 0, shape.samples);

@@ -1,4 +1,6 @@
+#include <filesystem>
 #include <memory>
+#include <system_error>
 #include <utility>
 
 #include "capi/callback_store.h"
@@ -22,6 +24,13 @@ OpenOptions optionsOf(const ctfmeg_open_options& given) {
           .threads = given.threads};
 }
 
+/// Samples are read later, when the process may be in another directory.
+std::filesystem::path fixed(const char* path) {
+  std::error_code failed;
+  auto absolute = std::filesystem::absolute(pathFromText(path), failed);
+  return failed || *path == 0 ? pathFromText(path) : absolute;
+}
+
 ctfmeg_recording* open(Recording recording, std::string path, const ctfmeg_open_options& options) {
   const auto entry = std::make_shared<OpenRecording>(OpenRecording{
       std::move(recording), std::move(path), options.threads, options.on_finding, options.user});
@@ -43,7 +52,7 @@ int ctfmeg_open(const char* path, const ctfmeg_open_options* options, ctfmeg_rec
     require(path, "path");
     require(recording, "recording");
     const ctfmeg_open_options given = known(options, "options");
-    *recording = capi::open(Recording::open(pathFromText(path), optionsOf(given)), path, given);
+    *recording = capi::open(Recording::open(fixed(path), optionsOf(given)), path, given);
   });
 }
 
@@ -55,7 +64,8 @@ int ctfmeg_open_store(const ctfmeg_store* store, const ctfmeg_open_options* opti
     require(recording, "recording");
     const ctfmeg_open_options given = known(options, "options");
     const OpenOptions how = optionsOf(given);
-    *recording = capi::open(openRecording(files, files->stem(), how), store->path, given);
+    const std::string stem = files->stem();
+    *recording = capi::open(openRecording(files, stem, how), store->path, given);
   });
 }
 

@@ -145,6 +145,8 @@ Selection readSelection(Members& members) {
   selection.gaps =
       members.word<Gaps>("gaps", {{"refuse", Gaps::refuse}, {"nan", Gaps::fill}, {"cut", Gaps::cut}})
           .value_or(Gaps::refuse);
+  if (selection.gaps != Gaps::refuse && !selection.continuous)
+    throw Misuse("\"gaps\" are those of a run: \"continuous\" must be true");
   if (const Json* span = members.find("samples")) {
     constexpr const char* kMust = "two sample numbers such as [0, 599]";
     if (!span->is_array() || span->size() != 2) refuse("samples", kMust);

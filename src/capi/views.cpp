@@ -134,10 +134,11 @@ int ctfmeg_find_channels(ctfmeg_view* view, const char* selection, int64_t* plac
                          int64_t* count, ctfmeg_error* error) {
   return guarded(error, [&] {
     require(count, "count");
+    if (room < 0) throw Misuse("the room is negative");
     const auto of = opened(view);
     const auto chosen =
         chosenChannels(wantedChannelsOf(selection), of->source->channels(), of->of->recording.resourceFile());
-    const auto fit = std::min<std::int64_t>(std::max<std::int64_t>(room, 0), std::ssize(chosen));
+    const auto fit = std::min<std::int64_t>(room, std::ssize(chosen));
     if (fit > 0) require(places, "places");
     std::copy_n(chosen.begin(), fit, places);
     *count = std::ssize(chosen);

@@ -121,7 +121,7 @@ void SampleSet::look(Notices& notices) {
       report(notices, Code::meg4Uneven, index - 1,
              "holds fewer trials than the files before it: if some were lost, those after it are numbered "
              "wrongly");
-    FileOfSet entry{sampleFileName(m_stem, index), sampleBytes(*file), 0, m_trials};
+    FileOfSet entry{sampleFileName(m_stem, index), sampleBytes(*file), 0, m_trials, file->identity()};
     const auto missing = static_cast<std::uint64_t>(m_counts.trials - m_trials);
     entry.trials = static_cast<std::int32_t>(std::min(entry.bytes / trialBytes, missing));
     stray = entry.bytes - static_cast<std::uint64_t>(entry.trials) * trialBytes;
@@ -172,9 +172,12 @@ OpenFile SampleSet::open(int index) const {
   const std::lock_guard lock(m_mutex);
   const auto known = m_open.find(index);
   if (known != m_open.end()) return known->second;
-  const std::string& name = m_files[static_cast<std::size_t>(index)].name;
-  OpenFile file = m_store.open(name);
-  if (file == nullptr) throw FileError::ofMissing(m_store.pathOf(name));
+  const FileOfSet& entry = m_files[static_cast<std::size_t>(index)];
+  OpenFile file = m_store.open(entry.name);
+  if (file == nullptr) throw FileError::ofMissing(m_store.pathOf(entry.name));
+  if (file->identity() != entry.identity)
+    throw FileError(FileError::Cause::invalidFile, -1, file->path(),
+                    "is another file than when its recording was opened");
   if (m_open.size() >= kMostOpen) m_open.erase(m_open.begin());
   return m_open[index] = std::move(file);
 }

@@ -57,6 +57,7 @@ class SampleSet {
     std::uint64_t bytes = 0;  ///< after the header
     std::int32_t trials = 0;  ///< whole ones that belong to the run
     std::int32_t firstTrial = 0;
+    std::uint64_t identity = 0;  ///< see `File::identity`
   };
 
   /// Looks at the files. What is odd is reported; what makes the samples unreadable is kept (`failure`) and

@@ -137,7 +137,7 @@ static void test_reading(ctfmeg_recording* recording) {
   ctfmeg_free(json);
 
   double least[kChannels], greatest[kChannels];
-  CHECK(ctfmeg_min_max(view, 0, 0, -1, 1, least, greatest, kChannels, NULL) == CTFMEG_OK);
+  CHECK(ctfmeg_min_max(view, 0, 0, -1, 1, least, greatest, kChannels, NULL, NULL, NULL) == CTFMEG_OK);
   for (int s = 0; s < 5; ++s)
     CHECK(least[0] <= values[s] && values[s] <= greatest[0]);
   ctfmeg_view_close(view, NULL);
@@ -233,7 +233,7 @@ static void test_misuse(ctfmeg_recording* recording) {
   FAILS(ctfmeg_read(view, NULL, CTFMEG_FLOAT32, CTFMEG_RAW, all, sizeof all, stop, &fraction, &error),
         CTFMEG_STOPPED, "stopped");
   CHECK(fraction >= 0.0 && fraction <= 1.0);
-  FAILS(ctfmeg_min_max(view, 0, 0, -1, 2, &value, &value, 1, &error), CTFMEG_MISUSE, "room");
+  FAILS(ctfmeg_min_max(view, 0, 0, -1, 2, &value, &value, 1, NULL, NULL, &error), CTFMEG_MISUSE, "room");
 
   /* A recording may go before its view, and what is closed is known as that. */
   CHECK(ctfmeg_open(dataset, NULL, &other, NULL) == CTFMEG_OK);
@@ -339,9 +339,12 @@ static void test_store(void) {
   ctfmeg_close(recording, NULL);
   store.list = NULL;
   FAILS(ctfmeg_open_store(&store, NULL, &recording, &error), CTFMEG_NOT_FOUND, "");
+  store.path = NULL;
+  FAILS(ctfmeg_open_store(&store, NULL, &recording, &error), CTFMEG_MISUSE, "path");
+  store.path = dataset;
   store.read_at = NULL;
   FAILS(ctfmeg_open_store(&store, NULL, &recording, &error), CTFMEG_MISUSE, "read_at");
-  CHECK(of.released == 5);
+  CHECK(of.released == 6);
 }
 
 #ifndef _WIN32

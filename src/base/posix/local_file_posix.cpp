@@ -50,7 +50,10 @@ class LocalFile : public File {
       throw FileError(dangling ? Cause::badPath : causeOf(reason), reason, path());
     }
     struct stat status {};
-    if (fstat(m_descriptor, &status) == 0 && S_ISREG(status.st_mode)) return;
+    if (fstat(m_descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
+      m_identity = static_cast<std::uint64_t>(status.st_ino);
+      return;
+    }
     if (S_ISDIR(status.st_mode)) throw FileError::ofDirectory(EISDIR, path());
     throw FileError(Cause::generic, -1, path());  // a pipe or device has no error number of its own
   }
@@ -60,6 +63,8 @@ class LocalFile : public File {
     if (fstat(m_descriptor, &status) != 0) throw FileError(Cause::invalidFile, errno, path());
     return static_cast<std::uint64_t>(status.st_size);
   }
+
+  std::uint64_t identity() const override { return m_identity; }
 
   std::size_t readAt(std::uint64_t offset, std::span<std::byte> out) const override {
     std::size_t total = 0;
@@ -76,6 +81,7 @@ class LocalFile : public File {
 
  private:
   int m_descriptor = -1;
+  std::uint64_t m_identity = 0;
 };
 
 }  // namespace
