@@ -107,6 +107,21 @@ TEST(Recording, SaysWhatAndWhere) {
 #endif
 }
 
+#ifndef _WIN32
+// Windows gives files no number that costs nothing to know.
+TEST(Recording, NoticesFilesThatWereExchanged) {
+  TemporaryDirectory directory;
+  D().write(directory.path());
+  const fs::path samples = directory.path() / "run.ds" / "run.meg4";
+  const Recording recording = Recording::open(directory.path() / "run.ds");
+  EXPECT_EQ(recording.sampleFiles().trialsThere, 2);
+  fs::copy_file(samples, directory.path() / "other");
+  fs::rename(directory.path() / "other", samples);
+  EXPECT_EQ(errorOf([&] { recording.trial(0); }),
+            "damaged | run.meg4 | is another file than when its recording was opened");
+}
+#endif
+
 TEST(Recording, AsksAndStopsAsTheCallerWants) {
   TemporaryDirectory directory;
   const fs::path run = D().write(directory.path()).parent_path();
