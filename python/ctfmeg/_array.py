@@ -102,9 +102,16 @@ class Samples:
         if copy is False:
             raise ValueError("the samples are in files: an array of them is always a copy")
         wanted = self._dtype if dtype is None else np.dtype(dtype)
-        if not self._can_be(wanted):
+        if self._can_be(wanted):
+            return np.asarray(self._read(wanted, ...))
+        if not wanted.itemsize:  # a text as long as the values need
             return np.asarray(self._read(self._dtype, ...), wanted)
-        return np.asarray(self._read(wanted, ...))
+        values = np.empty(self.shape, wanted)
+        row = int(self._dtype.itemsize) * math.prod(self.shape[1:])
+        step = max(1, _CHUNK_BYTES // max(1, row))
+        for first in range(0, len(values), step):
+            values[first : first + step] = self._read(self._dtype, slice(first, first + step))
+        return values
 
     def __getitem__(self, index: Any) -> Any:
         """Reads the values that an index chooses.

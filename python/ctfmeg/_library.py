@@ -24,6 +24,7 @@ from typing import Any, Callable, Dict, Generator, List, Optional, Tuple
 
 from ._errors import error_of, findings_of
 from ._raised import catch_interrupts, raised
+from ._selection import whole_number
 
 ABI_VERSION = 1
 (
@@ -319,12 +320,12 @@ def set_threads(n: int) -> None:
     Parameters
     ----------
     n : int
-        Threads; 0, as it begins: as many as pay on this machine, of the processors that this process may use.
-        Inside of a Dask worker, whose processors are busy with other tasks, it begins with 1; there it counts
-        for recordings that are opened after it.
+        Threads, up to 1024; 0, as it begins: as many as pay on this machine, of the processors that this
+        process may use. Inside of a Dask worker, whose processors are busy with other tasks, it begins with
+        1; there it counts for recordings that are opened after it.
     """
     global _threads_chosen
-    library().call("set_threads", int(n))
+    library().call("set_threads", whole_number(n, "the number of threads", 0, 1024))
     _threads_chosen = True
 
 

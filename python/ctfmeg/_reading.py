@@ -172,7 +172,11 @@ def _places_or_none(places: Any, length: int) -> Any:
 def taken(entries: Any, count: int, kind: Any) -> NDArray[np.void]:
     """A copy of an array of structs that the library returned, which is released."""
     try:
-        size = count * ctypes.sizeof(kind)
-        return np.frombuffer(ctypes.string_at(entries, size) if size else b"", np.dtype(kind))
+        if not count:
+            return np.empty(0, np.dtype(kind))
+        address = ctypes.cast(entries, c_void_p).value or 0
+        there: Any = (ctypes.c_char * (count * ctypes.sizeof(kind))).from_address(address)
+        rows: NDArray[np.void] = np.frombuffer(there, np.dtype(kind)).copy()
+        return rows
     finally:
         library().functions.ctfmeg_free(ctypes.cast(entries, c_void_p))

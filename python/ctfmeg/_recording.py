@@ -24,7 +24,7 @@ from ._errors import Error, Finding
 from ._library import Event, library
 from ._reading import taken
 from ._said import Said
-from ._selection import Names, epochs_of, selection_of, text_of
+from ._selection import Names, epochs_of, selection_of, text_of, whole_number
 from ._show import html_of, rows_of_recording, text_of as text_of_rows, unreadable
 from ._source import RULES, Source
 from ._view import View, of_columns
@@ -33,6 +33,14 @@ if TYPE_CHECKING:
     from numpy.typing import DTypeLike, NDArray
 
 Path = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
+
+
+def text_of_path(path: Path) -> str:
+    """A path as text. Raises what Python's own `open` does for a NUL character, where C ends a text."""
+    text = os.fsdecode(path)
+    if "\0" in text:
+        raise ValueError("embedded null byte")
+    return text
 
 
 class Average(NamedTuple):
@@ -81,7 +89,7 @@ def open(
     """
     if rules not in RULES:
         raise ValueError(f'rules are "plain" or "host", not {rules!r}')
-    where = os.fsdecode(path)
+    where = text_of_path(path)
     if storage_options and "://" not in where:
         names = ", ".join(storage_options)
         raise TypeError(f"{names}: only a URL has storage options, and {where!r} is none")
@@ -320,14 +328,14 @@ class Recording(Said):
             raise ValueError(f'edge is "rising", "falling" or "both", not {edge!r}')
         wanted: Dict[str, Any] = {"edge": edge, **selection_of(channels=channel, **selection)}
         if mask is not None:
-            wanted["mask"] = int(mask)
+            wanted["mask"] = whole_number(mask, "mask", 0, 2**32 - 1)
         found, count = POINTER(Event)(), c_int64()
         library().call_long(
             "events", self._source.handle().pointer, text_of(wanted), after=(byref(found), byref(count))
         )
         events = taken(found, count.value, Event)
         self._source.report()
-        names = np.array([entry["name"] for entry in self.info["channels"]])
+        names = np.array([entry["name"] for entry in self._header["channels"]])
         columns = {"channel": names[events["channel"]]}
         columns.update({name: events[name] for name in ("value", "previous", "trial", "sample")})
         columns.update(time_ms=events["time"] * 1e3, run_time=events["run_time"], duration=events["duration"])

@@ -7,7 +7,7 @@ import os
 from typing import Any, Dict, List
 
 from ._library import library
-from ._recording import Path, Recording
+from ._recording import Path, Recording, text_of_path
 from ._recording import open as open_recording
 
 
@@ -36,4 +36,5 @@ def scan(directory: Path) -> List[Entry]:
     list of Entry
         A dict for each, by path, with a method `open`. One that can't be read has its reason in "error".
     """
-    return [Entry(entry) for entry in json.loads(library().text("scan", os.fsencode(directory), long=True))]
+    where = os.fsencode(text_of_path(directory))
+    return [Entry(entry) for entry in json.loads(library().text("scan", where, long=True))]

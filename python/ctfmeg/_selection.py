@@ -5,6 +5,7 @@ from __future__ import annotations
 import json
 import math
 import operator
+import re
 from typing import Any, Dict, Iterable, List, Mapping, Optional, Sequence, Tuple, Union
 
 Names = Union[str, Iterable[str]]
@@ -71,10 +72,33 @@ def selection_of(
 def _seconds(value: Optional[float], name: str) -> Optional[float]:
     if value is None:
         return None
-    value = float(value)
+    value = _float(value)
     if math.isnan(value):
         raise ValueError(f"{name} is no number")
     return max(-1e15, min(1e15, value))
+
+
+def _float(value: Any) -> float:
+    try:
+        return float(value)
+    except OverflowError:  # an int beyond any float
+        return math.inf if value > 0 else -math.inf
+
+
+def finite_number(value: Any, name: str) -> float:
+    """A float of what `name` is given as; ValueError for NaN and what is infinite."""
+    number = _float(value)
+    if not math.isfinite(number):
+        raise ValueError(f"{name} is a finite number, not {number}")
+    return number
+
+
+def whole_number(value: Any, name: str, least: int, most: int) -> int:
+    """An int of what `name` is given as; ValueError for one that is not from `least` to `most`."""
+    number = operator.index(value)
+    if not least <= number <= most:
+        raise ValueError(f"{name} is a whole number from {least} to {most}, not {number}")
+    return number
 
 
 def _occurrences(events: Any) -> List[Selection]:
@@ -94,18 +118,23 @@ def epochs_of(
     reject: Optional[Mapping[str, float]],
 ) -> Selection:
     """The member "epochs" of a selection."""
-    epochs: Selection = {"from": float(tmin), "to": float(tmax)}
+    epochs: Selection = {"from": finite_number(tmin, "tmin"), "to": finite_number(tmax, "tmax")}
     if getattr(getattr(markers, "dtype", None), "names", None):
         epochs["occurrences"] = _occurrences(markers)
     else:
         epochs["markers"] = names_of(markers)
     if baseline is not None:
         start, end = baseline
-        epochs["baseline"] = [float(tmin if start is None else start), float(tmax if end is None else end)]
+        span = (tmin if start is None else start, tmax if end is None else end)
+        epochs["baseline"] = [finite_number(seconds, "an end of the baseline") for seconds in span]
     if skip_bad:
         epochs["skipBad"] = True
+    if reject is not None and not isinstance(reject, Mapping):
+        raise TypeError(f'reject is a dict of limits by kind, such as {{"meg": 4e-12}}, not {reject!r}')
     if reject:
-        epochs["reject"] = {kind: float(limit) for kind, limit in reject.items()}
+        epochs["reject"] = {
+            kind: finite_number(limit, f"the limit of {kind}") for kind, limit in reject.items()
+        }
     return epochs
 
 
@@ -145,7 +174,8 @@ def combined(old: Selection, new: Selection, trials_with: Any, sample_at: Any) -
 def _common(a: Optional[Sequence[int]], b: Optional[Sequence[int]]) -> List[int]:
     if a is None or b is None:
         return list((a if b is None else b) or [])
-    return [number for number in a if number in set(b)]
+    there = set(b)
+    return [number for number in a if number in there]
 
 
 def either(choose: Any, a: Any, b: Any) -> Any:
@@ -162,4 +192,9 @@ def _in_samples(selection: Selection, sample_at: Any) -> Selection:
 
 def text_of(selection: Selection) -> bytes:
     """The JSON that the library reads."""
-    return json.dumps(selection, ensure_ascii=False, allow_nan=False).encode("utf-8", "surrogateescape")
+    return printable(json.dumps(selection, ensure_ascii=False, allow_nan=False)).encode()
+
+
+def printable(text: str) -> str:
+    """A text with a replacement character for each half of a pair, which no name of a recording has."""
+    return re.sub("[\ud800-\udfff]", "\ufffd", text)

@@ -46,8 +46,8 @@ def rows_of_view(view: View, path: str) -> Rows:
 
 def rows_of_recording(recording: Recording, path: str) -> Rows:
     """What a recording is, each with a word for it."""
-    record = recording.info["record"]
-    channels = recording.info["channels"]
+    record = recording._header["record"]
+    channels = recording._header["channels"]
     shape = f"{recording.n_trials} trials x {len(channels)} channels x {record['samplesPerTrial']} samples"
     rows = [
         ("shape", shape),

@@ -86,7 +86,7 @@ class Source:
     Parameters
     ----------
     path : str
-        Path or URL.
+        Path or URL. A path means what it does now, wherever the current directory is later.
     rules : str
         "plain" or "host".
     yes : bool
@@ -116,6 +116,7 @@ class Source:
         is_quiet: bool = False,
     ) -> None:
         self.path = self.shown = path
+        self._place = _place_of(path)
         self.rules = rules
         self.yes = yes
         self.storage_options = storage_options
@@ -125,10 +126,10 @@ class Source:
         self._notes = _Notes()
         self._handle: Optional[Handle] = None
         self._header: Optional[Dict[str, Any]] = None
+        self._pickled = b""
 
     def __reduce__(self) -> Tuple[Any, ...]:
-        path = self.path if "://" in self.path else os.path.abspath(self.path)
-        return restored, (path, self.rules, self.yes, self.storage_options)
+        return restored, (self._place, self.rules, self.yes, self.storage_options)
 
     def handle(self) -> Handle:
         """The open recording. Two threads may open it at once where it is not; then the last one stays."""
@@ -146,7 +147,7 @@ class Source:
         )
         pointer = c_void_p()
         if "://" not in self.path:
-            library().call("open", os.fsencode(self.path), byref(options), byref(pointer))
+            library().call("open", os.fsencode(self._place), byref(options), byref(pointer))
             return Handle(pointer, "close", notes)
         from ._store import UrlStore
 
@@ -157,14 +158,23 @@ class Source:
         return Handle(pointer, "close", (notes, store))
 
     def header(self) -> Dict[str, Any]:
-        """What `ctfmeg info --json` prints, read once."""
+        """What `ctfmeg info --json` prints, read once. Nobody may change it."""
         if self._header is None:
             header: Dict[str, Any] = json.loads(library().text("header", self.handle().pointer))
+            if "://" not in self.path:
+                header["path"] = self.path
             self._header = header
             self.report()
             for entry in header["warnings"]:
                 self._tell(finding_of(entry))
         return self._header
+
+    def header_copy(self) -> Dict[str, Any]:
+        """The same for whoever may change it."""
+        if not self._pickled:
+            self._pickled = pickle.dumps(self.header(), pickle.HIGHEST_PROTOCOL)
+        copy: Dict[str, Any] = pickle.loads(self._pickled)  # some times faster than copy.deepcopy
+        return copy
 
     def report(self) -> None:
         """Reports what the library found since the last time."""
@@ -184,6 +194,14 @@ class Source:
             self._on_warning(finding)
         elif not self._is_quiet:
             warnings.warn(f"{self.shown}: {finding}", ReadingWarning, _depth_of_caller())
+
+
+def _place_of(path: str) -> str:
+    """A path that means the same in any current directory."""
+    if "://" in path or not path:
+        return path
+    # What is above a link is not what its name says, so that only the system can follow "..".
+    return os.path.join(os.getcwd(), path) if ".." in path else os.path.abspath(path)
 
 
 def _depth_of_caller() -> int:

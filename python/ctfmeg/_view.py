@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import operator
 from typing import TYPE_CHECKING, Any, Dict, Iterable, List, Optional, Sequence, Tuple, Union
 
 import numpy as np
@@ -11,7 +12,7 @@ from ._errors import Error, Finding, RefusedError, finding_of
 from ._header import Channel, made
 from ._reading import OpenView, Ends, nearest, verdict_of
 from ._said import nan_or
-from ._selection import Names, Selection, combined, either, selection_of
+from ._selection import Names, Selection, combined, either, finite_number, selection_of, whole_number
 from ._show import html_of, rows_of_view, text_of, unreadable
 
 if TYPE_CHECKING:
@@ -133,9 +134,7 @@ class View(Samples):
     def times_of(self, trial: int) -> NDArray[np.float64]:
         """Seconds of each sample of a trial (a place in this view), as `times`."""
         handle = self._open()
-        if not -handle.shape[0] <= trial < handle.shape[0]:
-            raise IndexError(f"trial {trial} is out of bounds: there are {handle.shape[0]}")
-        return handle.times(trial % handle.shape[0])
+        return handle.times(_place_of(trial, handle.shape[0]))
 
     @property
     def ends(self) -> Tuple[float, float]:
@@ -276,7 +275,7 @@ class View(Samples):
         width : int
             Pixels.
         trial : int
-            Place in this view.
+            Place in this view; -1 is the last.
 
         Returns
         -------
@@ -284,9 +283,13 @@ class View(Samples):
             float64, (channels, width), in each channel's unit; NaN where all samples are missing. What was
             drawn before is hardly read again.
         """
+        pixels = whole_number(width, "width", 1, 1 << 24)
+        start = None if tmin is None else finite_number(tmin, "tmin")
+        end = None if tmax is None else finite_number(tmax, "tmax")
         handle = self._open()
-        first, last = handle.between(tmin, tmax, trial)
-        return handle.min_max(trial, first, last - first + 1, width)
+        place = _place_of(trial, handle.shape[0])
+        first, last = handle.between(start, end, place)
+        return handle.min_max(place, first, last - first + 1, pixels)
 
     def stats(self) -> np.recarray[Any, Any]:
         """What the samples of each channel are like, as `Recording.stats`; of epochs only of whole ones."""
@@ -313,6 +316,14 @@ class View(Samples):
         from ._dask import to_dask
 
         return to_dask(self, self.chunks if chunks is None else chunks)
+
+
+def _place_of(trial: int, count: int) -> int:
+    """The place of a trial among so many, counted from 0; those from -1 down count from the end."""
+    place = operator.index(trial)
+    if not -count <= place < count:
+        raise IndexError(f"trial {place} is out of bounds: there are {count}")
+    return place % count
 
 
 def table(rows: Sequence[Tuple[Any, ...]], dtype: Any) -> np.recarray[Any, Any]:

@@ -2,6 +2,7 @@
 
 import csv
 import io
+import tracemalloc
 
 import numpy as np
 import pytest
@@ -24,6 +25,25 @@ def test_all_samples(paths, files, name):
     assert_array_equal(np.asarray(rec.data, dtype="float32"), want.data.astype(np.float32))
     assert_array_equal(np.asarray(rec.raw, dtype=">i8"), want.raw)
     assert_allclose(rec.data.times, (np.arange(want.raw.shape[2]) - want.before) / want.rate, atol=1e-12)
+
+
+@pytest.mark.parametrize("name", ["raw", "data"])
+def test_other_types_take_little_more_memory(rec, files, monkeypatch, name):
+    whole = getattr(files["gap"], name)
+    for view, want in ((getattr(rec, name), whole), (rec.continuous("cut"), files["gap"].run())):
+        assert view[..., 0].size  # which opens it
+        with monkeypatch.context() as patch:
+            patch.setattr(ctfmeg._array, "_CHUNK_BYTES", 50_000)
+            tracemalloc.start()
+            got = np.asarray(view, dtype=complex)
+            peak = tracemalloc.get_traced_memory()[1]
+            tracemalloc.stop()
+        assert_array_equal(got, want)
+        assert got.nbytes <= peak < got.nbytes + 120_000
+    assert (
+        np.asarray(rec.data[0, 0], "U").dtype
+        == np.asarray(rec.select(trials=0, channels="UPPT001"), "U").dtype
+    )
 
 
 SELECTIONS = {
@@ -130,6 +150,7 @@ def test_epochs(rec, files):
     assert_array_equal(part, epochs[:, f.of("meg"), 84:100])
     assert_allclose(part.times, np.arange(12, 28) / f.rate, atol=1e-12)
     assert_array_equal(part.min_max(width=1, trial=1)[1][:, 0], part[1].max(axis=1))
+    assert_array_equal(part.min_max(width=1, trial=-1)[0][:, 0], part[-1].min(axis=1))
     mean, error, number = rec.average("tone", -0.06, 0.08, baseline=(None, 0))
     assert number == len(whole)
     assert_allclose(mean, want.mean(axis=0), rtol=0, atol=1e-12 * abs(want).max())

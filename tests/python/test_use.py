@@ -44,6 +44,28 @@ def test_what_a_recording_says(rec, files):
         == rec.select(channels="meg", exclude="bad").channel_names
     )
     assert [c.index for c in rec.select(channels="eeg").channels] == files["gap"].of("eeg")
+    for kind, exclude in (
+        ("MLF*", "mlf11"),
+        (["UPPT001", "Ref"], "B??"),
+        ("m?f1*", None),
+        (None, ["BAD", "meg"]),
+    ):
+        chosen = {} if kind is None else {"channels": kind}
+        assert rec.channel_names(kind, exclude) == rec.select(exclude=exclude, **chosen).channel_names
+    for wrong in (
+        dict(kind="megg"),
+        dict(kind="bad"),
+        dict(exclude="MLF99"),
+        dict(kind="[M]*"),
+        dict(kind="\udcff"),
+    ):
+        with pytest.raises(ctfmeg.Error, match="has no channel") as refused:
+            rec.channel_names(**wrong)
+        assert refused.value.kind == "refused" and str(refused.value).encode()
+    info = rec.info
+    info["record"].clear(), info["channels"][0].clear()
+    assert rec.info == {**files["gap"].info, "path": rec.path}
+    assert rec.sample_rate == 1200 and rec.channels[0].name and rec.data.channels[0].name
 
 
 def test_arrays_habits(rec):
@@ -86,6 +108,9 @@ def test_errors_say_what_there_is(rec, tmp_path):
         (lambda: rec.select(trials=[6]).shape, "0 to 5"),
         (lambda: rec.select(tmin=5, tmax=6).shape, "0 to 299"),
         (lambda: rec.epochs("tone", 0, 0.1).select(tmin=0.5).shape, "0 to 0.1 s"),
+        (lambda: rec.select(tmin=10**400).shape, "0 to 299"),
+        (lambda: rec.select(channels="\ud800").shape, "has no channel"),
+        (lambda: rec.epochs("\udcff", 0, 0.1).shape, "tone"),
     ):
         with pytest.raises(ctfmeg.Error, match=words) as refused:
             wrong()
@@ -101,8 +126,31 @@ def test_errors_say_what_there_is(rec, tmp_path):
     ):
         with pytest.raises(ValueError):
             wrong()
-    with pytest.raises(TypeError):
-        ctfmeg.open("a.ds", key=1)
+    for wrong, words in (
+        (lambda: ctfmeg.open("a.ds\0b"), "^embedded null byte"),
+        (lambda: ctfmeg.scan(b"a\0b"), "^embedded null byte"),
+        (lambda: rec.epochs("tone", np.nan, 0), "tmin is a finite number"),
+        (lambda: rec.epochs("tone", 0, 10**400), "tmax is a finite number"),
+        (lambda: rec.epochs("tone", 0, 0.1, baseline=(None, np.inf)), "baseline is a finite number"),
+        (lambda: rec.epochs("tone", 0, 0.1, reject={"meg": np.nan}), "limit of meg is a finite number"),
+        (lambda: rec.min_max(np.nan), "tmin is a finite number"),
+        (lambda: rec.min_max(width=0), "width is a whole number from 1"),
+        (lambda: rec.events(mask=2**32), "mask is a whole number from 0 to 4294967295"),
+        (lambda: ctfmeg.set_threads(2**32), "threads is a whole number from 0 to 1024"),
+    ):
+        with pytest.raises(ValueError, match=words):
+            wrong()
+    for trial in (-7, 6, 2**70):
+        with pytest.raises(IndexError, match="there are 6"):
+            rec.data.min_max(trial=trial)
+    for wrong in (
+        lambda: ctfmeg.open("a.ds", key=1),
+        lambda: rec.epochs("tone", 0, 0.1, reject=3),
+        lambda: rec.events(mask=1.5),
+        lambda: ctfmeg.set_threads(1.5),
+    ):
+        with pytest.raises(TypeError):
+            wrong()
 
 
 def test_warnings_are_said_once(paths):
@@ -153,6 +201,19 @@ def test_pickles_open_again_elsewhere(paths, in_other_process, monkeypatch):
     assert again.dtype == np.float32 and again.rules == "host" and again.name == "gap"
     views = pickle.loads(pickle.dumps([rec.raw, rec.data]))
     assert views[0]._source is views[1]._source is pickle.loads(pickle.dumps(rec.raw))._source
+
+
+def test_another_current_directory(paths, files, tmp_path, simulate, monkeypatch):
+    other = simulate(tmp_path / "gap.ds", "--channels", 20, "--trials", 6, "--samples", 300)
+    (tmp_path / "link").symlink_to(paths["gap"], target_is_directory=True)
+    for folder, path in ((paths["gap"].parent, "gap.ds"), (tmp_path, "link/../gap.ds")):
+        monkeypatch.chdir(folder)
+        rec = ctfmeg.open(path)
+        monkeypatch.chdir(other.parent)
+        np.testing.assert_array_equal(rec.raw, files["gap"].raw)
+        again = pickle.loads(pickle.dumps(rec))
+        assert again.raw.shape == rec.select(channels="*").shape == (6, 30, 300)
+        assert rec.path == rec.info["path"] == path and os.path.isabs(again.path)
 
 
 def test_what_was_opened_elsewhere_is_looked_at_again(paths, tmp_path, simulate):
