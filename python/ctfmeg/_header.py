@@ -8,6 +8,23 @@ from typing import Any, Callable, Dict, Optional, Tuple, Type, TypeVar
 import numpy as np
 
 T = TypeVar("T")
+# Of all channels that a system can have.
+KINDS = (
+    "ref-magnetometer",
+    "ref-gradiometer",
+    "magnetometer",
+    "gradiometer",
+    "reset",
+    "eeg-ref",
+    "eeg",
+    "adc",
+    "dac",
+    "stim",
+    "clock",
+    "position",
+    "other",
+)
+GROUPS = {"meg": ("magnetometer", "gradiometer"), "ref": ("ref-magnetometer", "ref-gradiometer")}
 Position = Tuple[float, float, float]
 
 
@@ -100,8 +117,7 @@ class Channel:
     def is_of_kind(self, kind: str) -> bool:
         """Whether it is of a kind, of "meg" (sensors) or of "ref" (references), in any case."""
         kind = kind.lower()
-        groups = {"meg": ("magnetometer", "gradiometer"), "ref": ("ref-magnetometer", "ref-gradiometer")}
-        return self.kind in groups.get(kind, (kind,))
+        return self.kind in GROUPS.get(kind, (kind,))
 
 
 @dataclass(frozen=True)

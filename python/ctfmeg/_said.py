@@ -7,7 +7,7 @@ import re
 from typing import Any, Dict, List, Optional, Set
 
 from ._errors import Finding, RefusedError
-from ._header import BadSegment, Channel, Head, Marker, TrialClass, made
+from ._header import GROUPS, KINDS, BadSegment, Channel, Head, Marker, TrialClass, made
 from ._selection import Names, names_of, printable
 from ._source import Source
 
@@ -105,7 +105,7 @@ class Said:
         Raises
         ------
         Error
-            For what no channel is, as `select` does.
+            For a name or pattern that no channel has, and what is no kind. A kind without channels has none.
         """
         channels = self.channels
         chosen = set(range(len(channels))) if kind is None else self._places_of(names_of(kind))
@@ -127,7 +127,7 @@ class Said:
                 or {place for place, channel in enumerate(channels) if channel.is_of_kind(name)}
                 or _named(channels, pattern, re.DOTALL | re.IGNORECASE)
             )
-            if not found:
+            if not found and name.lower() not in (*KINDS, *GROUPS):
                 kinds = ", ".join(dict.fromkeys(channel.kind for channel in channels))
                 what = printable(name) or "with an empty name"
                 text = f"has no channel {what}; its channels are of kind {kinds}"
