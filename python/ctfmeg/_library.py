@@ -151,7 +151,7 @@ _FAILING: Dict[str, List[Any]] = {
     "times": [c_void_p, c_int64, c_void_p, c_int64],
     "find_channels": [c_void_p, c_char_p, c_void_p, c_int64, POINTER(c_int64)],
     "read": [c_void_p, POINTER(Part), c_int, c_int, c_void_p, c_size_t, *_PROGRESS],
-    "min_max": [c_void_p, c_int64, c_int64, c_int64, c_int64, c_void_p, c_void_p, c_int64],
+    "min_max": [c_void_p, *[c_int64] * 4, c_void_p, c_void_p, c_int64, *_PROGRESS],
     "events": [c_void_p, c_char_p, *_PROGRESS, POINTER(POINTER(Event)), POINTER(c_int64)],
     "statistics": [c_void_p, *_PROGRESS, POINTER(POINTER(ChannelStatistics)), POINTER(c_int64)],
 }

@@ -142,7 +142,7 @@ class OpenView(Handle):
         """The least and the greatest value of each channel in each of `width` parts of samples of a trial."""
         least, greatest = np.empty((2, self.shape[1], width))
         places = least.ctypes.data, greatest.ctypes.data, least.size
-        library().call("min_max", self.pointer, trial, self.first + first, samples, width, *places)
+        library().call_long("min_max", self.pointer, trial, self.first + first, samples, width, *places)
         return least, greatest
 
     def statistics(self) -> NDArray[np.void]:

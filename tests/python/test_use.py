@@ -279,7 +279,11 @@ INTERRUPTED = """
 import os, signal, sys, threading, time
 import numpy as np, ctfmeg
 rec = ctfmeg.open(sys.argv[1])
-work = rec.stats if sys.argv[2] == "stats" else lambda: np.asarray(rec.data)
+work = {
+    "stats": rec.stats,
+    "read": lambda: np.asarray(rec.data),
+    "min_max": lambda: rec.select().min_max(),  # of a view that remembers nothing yet
+}[sys.argv[2]]
 def timed(interrupt_after=None):
     timer = threading.Timer(interrupt_after or 99, os.kill, (os.getpid(), signal.SIGINT))
     start = time.monotonic()
@@ -299,7 +303,7 @@ assert rec.raw[0, 1, :3].size == 3
 @pytest.mark.skipif(sys.platform == "win32", reason="signals of POSIX")
 def test_interrupts(simulate, tmp_path):
     path = simulate(tmp_path / "long.ds", "--channels", 20, "--trials", 1, "--samples", 2000000)
-    for work in ("stats", "read"):
+    for work in ("stats", "read", "min_max"):
         command = [sys.executable, "-c", INTERRUPTED, path, work]
         done = subprocess.run(command, capture_output=True, text=True, timeout=60)
         assert (done.returncode, set(done.stdout.split()), done.stderr) == (0, {"interrupted"}, ""), work
