@@ -113,6 +113,11 @@ packages=$(echo "$work"/environment/lib/python3.*/site-packages)
   "$packages/ctfmeg/libctfmeg.so.${version%%.*}" "$version" tree/a.ds "$raw" "$value")
 expect "version for pip" "$version" "$(environment/bin/python -m pip list --format=freeze | sed -n 's/^ctfmeg==//p')"
 
+echo "== read_window"
+expect "the same through C" "$(tail -n +2 <<<"$clock")" "$(read_window tree/a.ds SCLK01 1)"
+if shown=$(read_window tree/a.ds SCLK 1 2>&1); then fail "there is no channel SCLK"; fi
+grep -q 'a.res4: has no channel SCLK; the nearest is SCLK01$' <<<"$shown" || fail "a missing channel is named: $shown"
+
 echo "== average_epochs"
 # Tones are at the triggers, where the clock says 0.1, 0.5 and 0.9 s; the stimulus pulse begins there.
 mean=$(average_epochs tree/a.ds tone SCLK01-177 0.05 0.1)
