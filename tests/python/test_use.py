@@ -282,7 +282,7 @@ rec = ctfmeg.open(sys.argv[1])
 work = {
     "stats": rec.stats,
     "read": lambda: np.asarray(rec.data),
-    "min_max": lambda: rec.select().min_max(),  # of a view that remembers nothing yet
+    "min_max": lambda: rec.select(decimate=4).min_max(),  # long, of a view that remembers nothing yet
 }[sys.argv[2]]
 def timed(interrupt_after=None):
     timer = threading.Timer(interrupt_after or 99, os.kill, (os.getpid(), signal.SIGINT))
@@ -295,7 +295,8 @@ def timed(interrupt_after=None):
     timer.cancel()
     return time.monotonic() - start
 whole = min(timed(), timed())
-assert any(timed(whole / 10) < whole * 0.7 for _ in range(5)), whole  # other processes may delay one
+# Other processes may delay one, and nobody waits for a tenth of a second.
+assert any(timed(whole / 10) < max(whole * 0.7, 0.1) for _ in range(5)), whole
 assert rec.raw[0, 1, :3].size == 3
 """
 
