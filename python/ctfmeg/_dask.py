@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import functools
 import os
 import pickle
 from collections.abc import Callable, Iterable, Mapping
@@ -79,14 +80,23 @@ def map_recordings(
     if client is None:
         tasks = {number: (_attempt, function, path) for number, path in enumerate(named)}
         return list(_needed("dask.threaded").get(tasks, list(tasks)))
-    futures = client.map(_attempt, [function] * len(named), named, pure=False)
-    results: list[Any] = []
-    for path, future in zip(named, futures):
-        try:
-            results.append(future.result())
-        except Exception as error:  # the task is lost, or its result can't be sent
-            results.append(_about(error, path))
-    return results
+    futures = client.map(functools.partial(_attempt, function), named, pure=False)
+    # Fetched together: one by one would cost a conversation with the scheduler each.
+    _needed("distributed").wait(futures)
+    done = [future for future in futures if future.status == "finished"]
+    try:
+        values = dict(zip(done, client.gather(done)))
+    except Exception:  # a worker died with its results, or one can't be sent: each by itself
+        values = {}
+    return [_result(future, path, values) for path, future in zip(named, futures)]
+
+
+def _result(future: Any, path: str, values: dict[Any, Any]) -> Any:
+    """The value of a task, or why there is none."""
+    try:
+        return values[future] if future in values else future.result()
+    except Exception as error:  # the task is lost, or its result can't be sent
+        return _about(error, path)
 
 
 def _everywhere(path: str | os.PathLike[str]) -> str:
