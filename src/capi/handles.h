@@ -10,8 +10,8 @@
 #include <ctfmeg/processing.h>
 #include <ctfmeg/recording.h>
 
-// Handles are numbers in the form of pointers, which lead to no memory: they are looked up in a table, so that
-// one that was closed, or never was one, is recognised.
+// Handles are numbers in the form of pointers, which lead to no memory: they are looked up in a table, so
+// that one that was closed, or never was one, is recognised.
 
 namespace ctfmeg::capi {
 
