@@ -59,12 +59,13 @@ enum ctfmeg_kind {
   CTFMEG_OUT_OF_MEMORY = 6,
   CTFMEG_STOPPED = 7,      /**< a callback asked for it */
   CTFMEG_OUT_OF_RANGE = 8, /**< an index is not within the shape */
-  CTFMEG_MISUSE = 9 /**< a null, closed or wrong handle, a buffer that is too small, an argument that makes
-                         no sense */
+  CTFMEG_MISUSE = 9, /**< a null, closed or wrong handle, a buffer that is too small, an argument that makes
+                          no sense */
+  CTFMEG_NOT_WRITTEN = 10 /**< a copy can't be written: the disk is full, a folder may not be written to */
 };
 
 /** The kind as a word: "notFound", "noPermission", "notADataset", "damaged", "refused", "outOfMemory",
- * "stopped", "outOfRange", "misuse", "ok"; "unknown" for another number. Never released. */
+ * "stopped", "outOfRange", "misuse", "notWritten", "ok"; "unknown" for another number. Never released. */
 CTFMEG_API const char* ctfmeg_kind_name(int kind);
 
 /** Why a function failed. Set to zero before its first use; a function that fails releases what it held

@@ -30,12 +30,21 @@ struct Finding {
 /// "remark", "warning" or "error".
 CTFMEG_API const char* nameOf(Finding::Severity severity);
 
-enum class ErrorKind { notFound, noPermission, notADataset, damaged, refused, outOfMemory, stopped };
+enum class ErrorKind {
+  notFound,
+  noPermission,
+  notADataset,
+  damaged,
+  refused,
+  outOfMemory,
+  stopped,
+  notWritten,  ///< a copy can't be written: the disk is full, a folder may not be written to
+};
 
 /// The kind as one word, as it is in the enumeration.
 CTFMEG_API const char* nameOf(ErrorKind kind);
 
-/// A dataset could not be read. `what()` is the path and the text.
+/// A dataset could not be read, or a copy not written. `what()` is the path and the text.
 class CTFMEG_API Error : public std::runtime_error {
  public:
   Error(ErrorKind kind, std::filesystem::path path, const std::string& text,

@@ -120,6 +120,24 @@ std::string utf8FromWindows1252(std::string_view bytes) {
   return text;
 }
 
+std::optional<std::string> windows1252FromUtf8(std::string_view text) {
+  std::string bytes;
+  while (!text.empty()) {
+    const Decoded decoded = decodeUtf8(text);
+    if (decoded.length == 0) return std::nullopt;
+    const char32_t c = decoded.codePoint;
+    const auto* high = std::find(std::begin(kWindows1252High), std::end(kWindows1252High), c);
+    if (c < 0x80 || (c >= 0xA0 && c <= 0xFF))
+      bytes += static_cast<char>(c);
+    else if (high != std::end(kWindows1252High))
+      bytes += static_cast<char>(0x80 + (high - std::begin(kWindows1252High)));
+    else
+      return std::nullopt;
+    text.remove_prefix(decoded.length);
+  }
+  return bytes;
+}
+
 std::string_view trimmed(std::string_view text) {
   constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
   const std::size_t first = text.find_first_not_of(kWhiteSpace);

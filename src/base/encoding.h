@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -18,6 +19,9 @@ std::string utf8FromWide(std::wstring_view text);
 
 /// Windows-1252, on every system; the five bytes that it leaves open keep their number (0x81 is U+0081).
 std::string utf8FromWindows1252(std::string_view bytes);
+
+/// The reverse; nothing where `text` has a character that Windows-1252 has not.
+std::optional<std::string> windows1252FromUtf8(std::string_view text);
 
 /// The system's ANSI code page; Windows-1252 where the system has none.
 std::string utf8FromAnsi(std::string_view bytes);

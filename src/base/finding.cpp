@@ -32,6 +32,8 @@ const char* nameOf(ErrorKind kind) {
       return "outOfMemory";
     case ErrorKind::stopped:
       return "stopped";
+    case ErrorKind::notWritten:
+      return "notWritten";
   }
   return "damaged";
 }

@@ -82,9 +82,12 @@ void require(const void* argument, const char* name) {
   if (argument == nullptr) throw Misuse(std::string(name) + " is null");
 }
 
-int kindOf(ErrorKind kind) { return static_cast<int>(kind) + CTFMEG_NOT_FOUND; }
+int kindOf(ErrorKind kind) {
+  return kind == ErrorKind::notWritten ? CTFMEG_NOT_WRITTEN : static_cast<int>(kind) + CTFMEG_NOT_FOUND;
+}
 
 ErrorKind kindOf(int kind) {
+  if (kind == CTFMEG_NOT_WRITTEN) return ErrorKind::notWritten;
   return kind < CTFMEG_NOT_FOUND || kind > CTFMEG_STOPPED ? ErrorKind::damaged
                                                           : static_cast<ErrorKind>(kind - CTFMEG_NOT_FOUND);
 }
@@ -107,7 +110,7 @@ const char* ctfmeg_kind_name(int kind) {
     case CTFMEG_MISUSE:
       return "misuse";
     default:
-      if (kind < CTFMEG_NOT_FOUND || kind > CTFMEG_STOPPED) return "unknown";
+      if (kind < CTFMEG_NOT_FOUND || kind > CTFMEG_NOT_WRITTEN) return "unknown";
       return ctfmeg::nameOf(ctfmeg::capi::kindOf(kind));
   }
 }
