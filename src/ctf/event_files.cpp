@@ -1,7 +1,6 @@
 #include "ctf/event_files.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
 #include <new>
@@ -13,57 +12,11 @@
 namespace ctfmeg {
 namespace {
 
-/// How the blocks of the two files differ.
-struct BlockKind {
-  const char* total;                    ///< keyword of the number of blocks
-  std::array<const char*, 9> keywords;  ///< in their order; the last is what the next block begins with
-  bool plusSignsRemoved;                ///< from class group and class number, before they are scanned
-  Code keywordCode, numberCode, shortCode, countCode, noneCode;
-  const char *miscounted, *none;
-};
-
-/// What is at these places of `keywords`.
-enum Keyword : std::size_t {
-  kName,
-  kComment,
-  kColor,
-  kEditable,
-  kClassId,
-  kCount,
-  kList,
-  kColumns,
-  kNextBlock
-};
-
-constexpr BlockKind kMarkerBlock{
-    .total = "NUMBER OF MARKERS",
-    .keywords = {"NAME:", "COMMENT:", "COLOR:", "EDITABLE:", "CLASSID:", "NUMBER OF SAMPLES:",
-                 "LIST OF SAMPLES:", "TRIAL NUMBER", "CLASSGROUPID"},
-    .plusSignsRemoved = true,
-    .keywordCode = Code::markerKeyword,
-    .numberCode = Code::markerNumber,
-    .shortCode = Code::markerShort,
-    .countCode = Code::markerCount,
-    .noneCode = Code::markerNone,
-    .miscounted = "holds another number of markers than it says",
-    .none = "holds no marker, and does not say that there are none"};
-
-constexpr BlockKind kClassBlock{
-    .total = "NUMBER OF CLASSES",
-    .keywords = {"NAME:", "COMMENT:", "COLOR:", "EDITABLE:", "CLASSID:", "NUMBER OF TRIALS:",
-                 "LIST OF TRIALS:", "TRIAL NUMBER", "CLASSGROUPID:"},
-    .plusSignsRemoved = false,
-    .keywordCode = Code::classKeyword,
-    .numberCode = Code::classNumber,
-    .shortCode = Code::classShort,
-    .countCode = Code::classCount,
-    .noneCode = Code::classNone,
-    .miscounted = "holds another number of classes than it says",
-    .none = "holds no class, and does not say that there are none"};
+constexpr double kMsPerSecond = 1000.0;
 
 enum class Found { here, missing, endOfFile };
 
-bool readNumber(const TextLines& lines, const BlockKind& kind, std::string text, bool plusSignsRemoved,
+bool readNumber(const TextLines& lines, const EventBlockKind& kind, std::string text, bool plusSignsRemoved,
                 std::int32_t& number) {
   if (plusSignsRemoved) std::erase(text, '+');
   return scan(text, "%d", {&number}, ScanPrecision::full, afterNumber(lines.rules())) == 1 ||
@@ -72,19 +25,19 @@ bool readNumber(const TextLines& lines, const BlockKind& kind, std::string text,
 
 /// Reads the next line between blocks, past the dataset's path and the number of blocks. `missing` when that
 /// is no number and the file is to be given up.
-Found readBetweenBlocks(TextLines& lines, const BlockKind& kind, std::string& line,
+Found readBetweenBlocks(TextLines& lines, const EventBlockKind& kind, std::string& line,
                         std::optional<std::int32_t>& total) {
   if (!lines.next(line)) return Found::endOfFile;
-  if (holds(line, "PATH OF DATASET:") && !lines.nextValue(line)) return Found::endOfFile;
+  if (holds(line, kPathKeyword) && !lines.nextValue(line)) return Found::endOfFile;
   if (!holds(line, kind.total)) return Found::here;
   if (!lines.nextValue(line)) return Found::endOfFile;
   return readNumber(lines, kind, line, false, total.emplace()) ? Found::here : Found::missing;
 }
 
 /// Reads up to the line that holds a keyword of the block.
-Found seekKeyword(TextLines& lines, const BlockKind& kind, Keyword keyword) {
+Found seekKeyword(TextLines& lines, const EventBlockKind& kind, EventKeyword keyword) {
   // Without these a block says less than it should.
-  const bool essential = keyword == kName || keyword == kCount;
+  const bool essential = keyword == kNameKeyword || keyword == kCountKeyword;
   bool reported = false;
   std::string line;
   while (lines.next(line)) {
@@ -106,24 +59,24 @@ Found seekKeyword(TextLines& lines, const BlockKind& kind, Keyword keyword) {
 }
 
 /// Reads a keyword and the value in the line after it.
-Found readValue(TextLines& lines, const BlockKind& kind, Keyword keyword, std::string& value) {
+Found readValue(TextLines& lines, const EventBlockKind& kind, EventKeyword keyword, std::string& value) {
   const Found found = seekKeyword(lines, kind, keyword);
   if (found != Found::here) return found;
   return lines.nextValue(value) ? Found::here : Found::endOfFile;
 }
 
 /// The end of the file inside a block: a reason to abandon it under host rules only.
-bool endInsideBlock(const TextLines& lines, const BlockKind& kind) {
+bool endInsideBlock(const TextLines& lines, const EventBlockKind& kind) {
   return lines.passOver(kind.shortCode, "is the last line, inside a marker or class");
 }
 
 /// As `endInsideBlock`; a block whose name was not reached is abandoned by either rules.
-bool endInsideHeading(const TextLines& lines, const BlockKind& kind, const EventGroup& group) {
+bool endInsideHeading(const TextLines& lines, const EventBlockKind& kind, const EventGroup& group) {
   return endInsideBlock(lines, kind) && !group.name.empty();
 }
 
 /// Reports what is wrong with the file as a whole, at its end.
-void reportTotal(TextLines& lines, const BlockKind& kind, std::optional<std::int32_t> said,
+void reportTotal(TextLines& lines, const EventBlockKind& kind, std::optional<std::int32_t> said,
                  std::int32_t kept) {
   if (!said && kept == 0) {
     if (!lines.warned()) lines.note(kind.noneCode, kind.none);
@@ -134,45 +87,38 @@ void reportTotal(TextLines& lines, const BlockKind& kind, std::optional<std::int
 }
 
 /// Whether the line that was read last begins the next block; it is then put back.
-bool isNextBlock(TextLines& lines, const BlockKind& kind, const std::string& line) {
-  const bool next = holds(line, kind.keywords[kNextBlock]);
+bool isNextBlock(TextLines& lines, const EventBlockKind& kind, const std::string& line) {
+  const bool next = holds(line, kind.keywords[kNextBlockKeyword]);
   if (next) lines.putBack();
   return next;
 }
 
 /// Reads from after the line that begins a block up to the number of list entries. False when the block is to
 /// be abandoned: under host rules at a number that does not scan, or at the end of the file.
-bool readHeading(TextLines& lines, const BlockKind& kind, const ReadingRules& rules, EventGroup& group,
+bool readHeading(TextLines& lines, const EventBlockKind& kind, const ReadingRules& rules, EventGroup& group,
                  std::int32_t& count) {
   std::string value;
   if (!lines.nextValue(value)) return endInsideHeading(lines, kind, group);
   if (!readNumber(lines, kind, value, kind.plusSignsRemoved, group.classGroupId)) return false;
 
-  const auto text = [&](Keyword keyword, auto store) {
+  const auto text = [&](EventKeyword keyword, auto store) {
     const Found found = readValue(lines, kind, keyword, value);
     if (found == Found::here) store();
     return found != Found::endOfFile || endInsideHeading(lines, kind, group);
   };
-  const auto number = [&](Keyword keyword, bool plusSignsRemoved, std::int32_t& target) {
+  const auto number = [&](EventKeyword keyword, bool plusSignsRemoved, std::int32_t& target) {
     const Found found = readValue(lines, kind, keyword, value);
     if (found == Found::endOfFile) return endInsideHeading(lines, kind, group);
     return found == Found::missing || readNumber(lines, kind, value, plusSignsRemoved, target);
   };
-  return text(kName, [&] { group.name = value; }) && text(kComment, [&] { group.comment = value; }) &&
-         text(kColor, [&] { group.color = colorOf(value, rules); }) &&
-         text(kEditable, [&] { group.editable = holds(value, "Yes"); }) &&
-         number(kClassId, kind.plusSignsRemoved, group.classId) && number(kCount, false, count);
+  return text(kNameKeyword, [&] { group.name = value; }) &&
+         text(kCommentKeyword, [&] { group.comment = value; }) &&
+         text(kColorKeyword, [&] { group.color = colorOf(value, rules); }) &&
+         text(kEditableKeyword, [&] { group.editable = holds(value, "Yes"); }) &&
+         number(kClassIdKeyword, kind.plusSignsRemoved, group.classId) && number(kCountKeyword, false, count);
 }
 
 // Markers.
-
-constexpr double kMsPerSecond = 1000.0;
-
-/// Milliseconds for each unit of the times below a column heading; nothing when it is none.
-std::optional<double> msPerUnitOf(const std::string& heading) {
-  if (!holds(heading, "TRIAL NUMBER") || !holds(heading, "TIME FROM SYNC POINT")) return std::nullopt;
-  return holds(heading, "in seconds") ? kMsPerSecond : 1.0;
-}
 
 bool keepSample(ReadMarker& read, const MarkerSample& sample, const TextLines& lines) {
   try {
@@ -188,7 +134,7 @@ bool keepSample(ReadMarker& read, const MarkerSample& sample, const TextLines& l
 bool readMarkerList(TextLines& lines, std::int64_t count, const TrialTiming& timing,
                     const ReadingRules& rules, ReadMarker& read) {
   std::string line;
-  if (seekKeyword(lines, kMarkerBlock, kList) == Found::endOfFile || !lines.next(line))
+  if (seekKeyword(lines, kMarkerBlock, kListKeyword) == Found::endOfFile || !lines.next(line))
     return endInsideBlock(lines, kMarkerBlock);
   const auto msPerUnit = msPerUnitOf(line);
   if (!msPerUnit) {
@@ -225,27 +171,20 @@ std::optional<ReadMarker> readMarker(TextLines& lines, const TrialTiming& timing
 
 // Classes.
 
-std::optional<std::int32_t> parseTrial(std::string line, const ReadingRules& rules) {
-  std::erase(line, '+');
-  std::int32_t trial = 0;
-  if (scan(line, "%d", {&trial}, ScanPrecision::full, afterNumber(rules)) != 1) return std::nullopt;
-  return trial;
-}
-
 bool readTrialList(TextLines& lines, std::int64_t count, TrialClass& trialClass) {
   std::string line;
-  const Found found = seekKeyword(lines, kClassBlock, kList);
+  const Found found = seekKeyword(lines, kClassBlock, kListKeyword);
   if (found == Found::endOfFile) return endInsideBlock(lines, kClassBlock);
   if (found == Found::missing && !lines.passOver(Code::classHeader, "does not begin a list of trials"))
     return false;
   if (!lines.next(line)) return endInsideBlock(lines, kClassBlock);
-  if (!holds(line, kClassBlock.keywords[kColumns]) &&
+  if (!holds(line, kClassBlock.keywords[kColumnsKeyword]) &&
       lines.passOver(Code::classHeader, "does not head a list of trial numbers") &&
       isNextBlock(lines, kClassBlock, line))
     return true;
   for (std::int64_t i = 0; i < count; ++i) {
     if (!lines.next(line)) return endInsideBlock(lines, kClassBlock);
-    if (const auto trial = parseTrial(line, lines.rules())) {
+    if (const auto trial = parseClassTrial(line, lines.rules())) {
       ++trialClass.numTrials;
       if (trialClass.trials) trialClass.trials->push_back(*trial);
       continue;
@@ -322,6 +261,11 @@ std::optional<std::uint32_t> colorOf(const std::string& text, const ReadingRules
   return rules.colourWords ? htmlColor(text) : hostColor(text);
 }
 
+std::optional<double> msPerUnitOf(const std::string& heading) {
+  if (!holds(heading, "TRIAL NUMBER") || !holds(heading, "TIME FROM SYNC POINT")) return std::nullopt;
+  return holds(heading, "in seconds") ? kMsPerSecond : 1.0;
+}
+
 std::optional<MarkerSample> parseMarkerSample(const std::string& line, double msPerUnit,
                                               const TrialTiming& timing, const ReadingRules& rules) {
   MarkerSample sample;
@@ -334,6 +278,13 @@ std::optional<MarkerSample> parseMarkerSample(const std::string& line, double ms
   return sample;
 }
 
+std::optional<std::int32_t> parseClassTrial(std::string line, const ReadingRules& rules) {
+  std::erase(line, '+');
+  std::int32_t trial = 0;
+  if (scan(line, "%d", {&trial}, ScanPrecision::full, afterNumber(rules)) != 1) return std::nullopt;
+  return trial;
+}
+
 void readMarkers(const File& file, const TrialTiming& timing, const ReadingRules& given, Notices& told,
                  const KeepMarker& keep) {
   readAndLook(given, told, [&](const ReadingRules& rules, Notices& notices, bool keeping) {
@@ -343,7 +294,7 @@ void readMarkers(const File& file, const TrialTiming& timing, const ReadingRules
     bool surplusReported = false;
     std::string line;
     while (readBetweenBlocks(lines, kMarkerBlock, line, count) == Found::here) {
-      if (holds(line, kMarkerBlock.keywords[kNextBlock])) {
+      if (holds(line, kMarkerBlock.keywords[kNextBlockKeyword])) {
         auto read = readMarker(lines, timing, rules);
         if (!read || (keeping && !keep(std::move(*read)))) return true;
         ++kept;
@@ -369,8 +320,8 @@ bool readClasses(const File& file, const ReadingRules& given, Notices& told, con
       const Found found = readBetweenBlocks(lines, kClassBlock, line, count);
       if (found == Found::endOfFile) reportTotal(lines, kClassBlock, count, kept);
       if (found != Found::here) return false;
-      if (!holds(line, kClassBlock.keywords[kNextBlock])) {
-        if (!surplusReported && parseTrial(line, lines.rules())) {
+      if (!holds(line, kClassBlock.keywords[kNextBlockKeyword])) {
+        if (!surplusReported && parseClassTrial(line, lines.rules())) {
           lines.passOver(Code::classCount, "goes beyond the number of trials that the class says it has");
           surplusReported = true;
         }

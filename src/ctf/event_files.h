@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -16,6 +17,57 @@
 
 namespace ctfmeg {
 
+/// What comes before the dataset's path, in the line before it.
+inline constexpr const char* kPathKeyword = "PATH OF DATASET:";
+
+/// How the blocks of the two files differ.
+struct EventBlockKind {
+  const char* total;                    ///< keyword of the number of blocks
+  std::array<const char*, 9> keywords;  ///< in their order; the last is what the next block begins with
+  bool plusSignsRemoved;                ///< from class group and class number, before they are scanned
+  Code keywordCode, numberCode, shortCode, countCode, noneCode;
+  const char *miscounted, *none;
+};
+
+/// What is at these places of `EventBlockKind::keywords`.
+enum EventKeyword : std::size_t {
+  kNameKeyword,
+  kCommentKeyword,
+  kColorKeyword,
+  kEditableKeyword,
+  kClassIdKeyword,
+  kCountKeyword,
+  kListKeyword,
+  kColumnsKeyword,
+  kNextBlockKeyword
+};
+
+inline constexpr EventBlockKind kMarkerBlock{
+    .total = "NUMBER OF MARKERS",
+    .keywords = {"NAME:", "COMMENT:", "COLOR:", "EDITABLE:", "CLASSID:", "NUMBER OF SAMPLES:",
+                 "LIST OF SAMPLES:", "TRIAL NUMBER", "CLASSGROUPID"},
+    .plusSignsRemoved = true,
+    .keywordCode = Code::markerKeyword,
+    .numberCode = Code::markerNumber,
+    .shortCode = Code::markerShort,
+    .countCode = Code::markerCount,
+    .noneCode = Code::markerNone,
+    .miscounted = "holds another number of markers than it says",
+    .none = "holds no marker, and does not say that there are none"};
+
+inline constexpr EventBlockKind kClassBlock{
+    .total = "NUMBER OF CLASSES",
+    .keywords = {"NAME:", "COMMENT:", "COLOR:", "EDITABLE:", "CLASSID:", "NUMBER OF TRIALS:",
+                 "LIST OF TRIALS:", "TRIAL NUMBER", "CLASSGROUPID:"},
+    .plusSignsRemoved = false,
+    .keywordCode = Code::classKeyword,
+    .numberCode = Code::classNumber,
+    .shortCode = Code::classShort,
+    .countCode = Code::classCount,
+    .noneCode = Code::classNone,
+    .miscounted = "holds another number of classes than it says",
+    .none = "holds no class, and does not say that there are none"};
+
 /// Where times of a marker file are among a trial's samples.
 struct TrialTiming {
   double sampleRate = 0.0;          ///< Hz
@@ -29,10 +81,16 @@ struct TrialTiming {
 /// A colour word as 0xRRGGBB; nothing when it is not known.
 std::optional<std::uint32_t> colorOf(const std::string& text, const ReadingRules& rules);
 
+/// Milliseconds for each unit of the times below a column heading; nothing when it is none.
+std::optional<double> msPerUnitOf(const std::string& heading);
+
 /// A line of a marker's list: a trial's number and a time, which `msPerUnit` turns into milliseconds. Nothing
 /// when it is not of that form.
 std::optional<MarkerSample> parseMarkerSample(const std::string& line, double msPerUnit,
                                               const TrialTiming& timing, const ReadingRules& rules);
+
+/// A line of a class's list: a trial's number, nothing when it is none.
+std::optional<std::int32_t> parseClassTrial(std::string line, const ReadingRules& rules);
 
 /// A marker with what a reader of it must know besides.
 struct ReadMarker {

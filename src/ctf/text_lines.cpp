@@ -11,8 +11,10 @@ namespace {
 constexpr std::size_t kHostBlock = 4096;    // where blocks end decides under host rules which lines count
 constexpr std::size_t kPlainBlock = 65536;  // fewer calls, for files that are far away
 
-/// Whether the first line of a file, without its line break, is from a file of 16 bits a character: by the
-/// mark with which most begin, else because every second byte is zero, as in ASCII text.
+bool isBlank(std::string_view bytes) { return bytes.find_first_not_of(" \t") == std::string_view::npos; }
+
+}  // namespace
+
 bool beginsUtf16(std::string_view bytes) {
   if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) return true;
   if (bytes.size() < 2) return false;
@@ -21,10 +23,6 @@ bool beginsUtf16(std::string_view bytes) {
     if ((bytes[i] == '\0') != (zeroFirst == (i % 2 == 0))) return false;
   return true;
 }
-
-bool isBlank(std::string_view bytes) { return bytes.find_first_not_of(" \t") == std::string_view::npos; }
-
-}  // namespace
 
 TextLines::TextLines(const File& file, const ReadingRules& rules, Notices& notices, LastLine lastLine)
     : m_file(file),

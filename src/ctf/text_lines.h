@@ -26,6 +26,10 @@ inline AfterNumber afterNumber(const ReadingRules& rules) {
   return rules.badLinesSkipped ? AfterNumber::blank : AfterNumber::anything;
 }
 
+/// Whether the first line of a file, without its line break, is from a file of 16 bits a character: by the
+/// mark with which most begin, else because every second byte is zero, as in ASCII text.
+bool beginsUtf16(std::string_view bytes);
+
 /// What is made of a last line that no line break ends. The system ends every line, so that in a file of
 /// counts, keywords or sets the line was cut, perhaps inside a number. Lists that scripts write often lack
 /// the last line break, and nothing else tells a whole line from a cut one.
