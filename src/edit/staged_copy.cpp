@@ -71,7 +71,7 @@ class Builder {
     const auto* part = std::get_if<PartOfFile>(&file.content);
     std::uint64_t shown = 0;
     const auto copied = [&](std::uint64_t done) {
-      advance(done - shown);
+      advance(static_cast<double>(done - shown));
       shown = done;
     };
     if (part != nullptr && copyWithinSystem(reachable(part->path), path, part->bytes, copied)) {

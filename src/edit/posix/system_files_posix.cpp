@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <system_error>
+#include <utility>
 
 #ifdef __linux__
 #include <linux/fs.h>
