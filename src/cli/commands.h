@@ -9,6 +9,7 @@
 #include "output/table_writer.h"
 #include "simulate/options.h"
 
+#include <ctfmeg/edit.h>
 #include <ctfmeg/processing.h>
 #include <ctfmeg/recording.h>
 #include <ctfmeg/statistics.h>
@@ -129,6 +130,29 @@ struct SimulateOptions {
   bool quiet = false;
 };
 
+/// Of commands that copy a dataset with changes, and of `mark`.
+struct EditOptions {
+  ReadingOptions reading;  ///< how warnings and progress are shown
+  std::string in, out;     ///< of `bids` the study's folder, of `mark` only `in`
+  bool json = false;       ///< the report as JSON
+};
+
+struct AnonymiseOptions : EditOptions {
+  Anonymising how;
+};
+
+struct CropOptions : EditOptions {
+  SelectionOptions part;
+};
+
+struct MarkOptions : EditOptions {
+  Marks marks;
+};
+
+struct BidsOptions : EditOptions {
+  BidsRecording recording;
+};
+
 // Each runs one command and returns its exit code. They throw CommandError and Interrupted (process.h).
 
 int runInfo(const InfoOptions& options);
@@ -144,6 +168,11 @@ int runScan(const ScanOptions& options);
 int runCheck(const CheckOptions& options);
 /// A line for each way in which `simulate` can damage a dataset.
 std::string damageList();
+int runRename(const EditOptions& options);
+int runAnonymise(const AnonymiseOptions& options);
+int runCrop(const CropOptions& options);
+int runMark(const MarkOptions& options);
+int runBids(const BidsOptions& options);
 int runSimulate(const SimulateOptions& options);
 
 }  // namespace ctfmeg::cli

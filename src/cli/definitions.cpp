@@ -19,6 +19,11 @@ constexpr const char* kExamples =
     "  ctfmeg export run.ds -o run.npy       its samples, for NumPy\n"
     "  ctfmeg scan recordings                every dataset below a folder\n"
     "  ctfmeg check run.ds                   what is wrong or odd, in plain words\n"
+    "  ctfmeg rename run.ds other.ds         a copy under another name\n"
+    "  ctfmeg anonymise run.ds 01.ds         a copy without what can name a person\n"
+    "  ctfmeg crop run.ds part.ds --trials 0 a part of it as a dataset\n"
+    "  ctfmeg mark run.ds --bad MLC11        what is not to be used\n"
+    "  ctfmeg bids run.ds study --subject 01 --task rest  a copy in a BIDS study\n"
     "  ctfmeg simulate test.ds --trials 10   a dataset to try things on\n"
     "  ctfmeg help export                    what a command takes, with examples\n";
 
@@ -36,6 +41,7 @@ Definitions::Definitions() {
   addExport(*this);
   addScan(*this);
   addCheck(*this);
+  addEdit(*this);
   addSimulate(*this);
   addHelp();
 }

@@ -40,6 +40,7 @@ void addTables(Definitions& definitions);
 void addExport(Definitions& definitions);
 void addScan(Definitions& definitions);
 void addCheck(Definitions& definitions);
+void addEdit(Definitions& definitions);
 void addSimulate(Definitions& definitions);
 
 // What several commands take.
@@ -67,6 +68,8 @@ void addStimulus(CLI::App* command, StimulusOptions& options);
 
 /// Which samples.
 void addSelection(CLI::App* command, SelectionOptions& options);
+/// Which part of a dataset: trials, a span of each, channels.
+void addPart(CLI::App* command, SelectionOptions& options);
 /// Which samples, of a command that is about epochs alone.
 void addEpochSelection(CLI::App* command, SelectionOptions& options);
 /// What is done with them; after one of the two.

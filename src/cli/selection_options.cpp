@@ -1,6 +1,7 @@
 #include <functional>
 #include <memory>
 #include <type_traits>
+#include <utility>
 
 #include "cli/definitions.h"
 #include "cli/selection.h"
@@ -48,19 +49,26 @@ class SelectionDefinition {
   SelectionDefinition(CLI::App* command, SelectionOptions& options)
       : m_command(command), m_options(options) {}
 
-  /// Which of each trial.
-  void addSamples() {
+  /// Which trials, and which span of each.
+  void addSpan(const std::string& ofRun) {
     addTrials();
     add("--marker", {"NAMES", {}}, "the trials that carry one of these markers (comma-separated)", parseNames,
         &Selection::markers);
     auto* samples =
         add("--samples", {"FIRST:LAST", understoodBy(parseSpan, "two sample numbers such as 0:599")},
-            "samples FIRST to LAST of each trial, counted from 0; of the run with --continuous", parseSpan,
-            &Selection::samples);
-    addTime("--from", "from S seconds after the trigger on; of the run's start with --continuous",
+            "samples FIRST to LAST of each trial, counted from 0" +
+                (ofRun.empty() ? "" : "; of the run " + ofRun),
+            parseSpan, &Selection::samples);
+    addTime("--from",
+            "from S seconds after the trigger on" + (ofRun.empty() ? "" : "; of the run's start " + ofRun),
             &TimeSpan::from)
         ->excludes(samples);
     addTime("--to", "up to S seconds after it", &TimeSpan::to)->excludes(samples);
+  }
+
+  /// Which of each trial, or of the run.
+  void addSamples() {
+    addSpan("with --continuous");
     auto* split = add("--split", count(), "each trial as N shorter ones", parseCount, &Selection::pieces);
     auto* continuous =
         m_command
@@ -142,13 +150,23 @@ class SelectionDefinition {
   }
 
   void addPartial() {
+    addPartialFlag("a last trial that is cut short counts: what it lacks is NaN, or with =drop left out",
+                   [](const std::string& how) {
+                     return how == "true" ? "" : oneOf({"nan", "drop"})(how);
+                   });
+  }
+
+  /// Where samples are integers, which can't say that they are missing.
+  void addPartialDrop() {
+    addPartialFlag("a last trial that is cut short counts, and the channels that it lacks are left out",
+                   oneOf({"drop"}));
+  }
+
+ private:
+  void addPartialFlag(const char* help, Check check) {
     const auto given = std::make_shared<std::string>();
-    m_command
-        ->add_flag("--partial", *given,
-                   "a last trial that is cut short counts: what it lacks is NaN, or with =drop left out")
-        ->check([](const std::string& how) {
-          return how == "true" ? "" : oneOf({"nan", "drop"})(how);
-        })
+    m_command->add_flag("--partial", *given, help)
+        ->check(std::move(check))
         ->option_text("[=drop]")
         ->each([given, &options = m_options](const std::string& how) {
           keep(options, "--partial", how == "drop" ? how : "nan").partial =
@@ -156,13 +174,12 @@ class SelectionDefinition {
         });
   }
 
- private:
   void addTrials() {
     add("--trials", {"LIST", understoodBy(parseTrials, "trial numbers such as 0,2,5-7")},
         "trials by number, counted from 0 (0,2,5-7)", parseTrials, &Selection::trials);
   }
 
-  CLI::Option* addTime(const char* name, const char* help, std::optional<double> TimeSpan::*end) {
+  CLI::Option* addTime(const char* name, const std::string& help, std::optional<double> TimeSpan::*end) {
     return add(name, seconds(), help, parseSeconds, [end](Selection& selection, double seconds) {
       if (!selection.seconds) selection.seconds.emplace();
       *selection.seconds.*end = seconds;
@@ -175,7 +192,7 @@ class SelectionDefinition {
 
   /// `set` is a member of Selection, or a function that sets one.
   template <class Parse, class Set>
-  CLI::Option* add(const char* name, const Form& form, const char* help, Parse parse, Set set) {
+  CLI::Option* add(const char* name, const Form& form, const std::string& help, Parse parse, Set set) {
     const auto take = [&options = m_options, name, parse, set](const std::string& text) {
       Selection& selection = keep(options, name, text);
       if constexpr (std::is_member_object_pointer_v<Set>)
@@ -198,6 +215,13 @@ void addSelection(CLI::App* command, SelectionOptions& options) {
   definition.addSamples();
   definition.addChannels();
   definition.addPartial();
+}
+
+void addPart(CLI::App* command, SelectionOptions& options) {
+  SelectionDefinition definition(command, options);
+  definition.addSpan("");
+  definition.addChannels();
+  definition.addPartialDrop();
 }
 
 void addEpochSelection(CLI::App* command, SelectionOptions& options) {

@@ -60,8 +60,12 @@ std::string positionText(const Vector3& cm) {
   return "\t" + numberText(cm.x) + "\t" + numberText(cm.y) + "\t" + numberText(cm.z) + "\n";
 }
 
-/// Not the real path, so that the same options give the same bytes wherever they are written.
-constexpr const char* kPath = "PATH OF DATASET:\nsimulated.ds\n\n\n";
+/// The dataset's name without the folders above it, so that the same options and name give the same bytes
+/// wherever they are written.
+std::string pathText(const std::filesystem::path& stem) {
+  const std::u8string name = stem.filename().u8string();
+  return "PATH OF DATASET:\n" + std::string(name.begin(), name.end()) + ".ds\n\n\n";
+}
 
 struct Event {
   int trial;
@@ -92,7 +96,7 @@ void addInRun(std::vector<Event>& events, const Options& options, const Timeline
     events.push_back({in, static_cast<double>(sample - timeline.triggerSample(in)) / options.rate});
 }
 
-std::string markersText(const Options& options) {
+std::string markersText(const std::string& path, const Options& options) {
   constexpr double kReaction = 0.32, kSpread = 0.08;  // seconds
   const double end = static_cast<double>(options.samples - options.preTrigger) / options.rate;
   const double start = -options.preTrigger / options.rate;
@@ -109,15 +113,15 @@ std::string markersText(const Options& options) {
     if (start <= 0 && 0 < end) tones.push_back({trial, 0});
     if (start <= reaction && reaction < end) presses.push_back({trial, reaction});
   }
-  return std::string(kPath) + "NUMBER OF MARKERS:\n2\n\n\n" +
+  return path + "NUMBER OF MARKERS:\n2\n\n\n" +
          markerText(blockText("tone", "start of the tone", "blue", 1), tones) +
          markerText(blockText("button", "", "Red", 2), presses);
 }
 
-std::string classesText(const Options& options) {
+std::string classesText(const std::string& path, const Options& options) {
   std::string trials;
   if (options.trials > 1) trials = "                  " + signedText(options.trials - 1) + "\n";
-  return std::string(kPath) + "NUMBER OF CLASSES:\n1\n\n\n" +
+  return path + "NUMBER OF CLASSES:\n1\n\n\n" +
          blockText("BAD", "the subject moved", "Red", 1) + "NUMBER OF TRIALS:\n" +
          (trials.empty() ? "0" : "1") + "\nLIST OF TRIALS:\nTRIAL NUMBER\n" + trials + "\n\n";
 }
@@ -277,8 +281,8 @@ void writeSideFiles(const std::filesystem::path& stem, const Options& options,
 
   const std::vector<std::string> gradiometers = gradiometerNames(channels);
   const std::filesystem::path directory = stem.parent_path();
-  writeFile(directory / "MarkerFile", ".mrk", markersText(options));
-  writeFile(directory / "ClassFile", ".cls", classesText(options));
+  writeFile(directory / "MarkerFile", ".mrk", markersText(pathText(stem), options));
+  writeFile(directory / "ClassFile", ".cls", classesText(pathText(stem), options));
   writeFile(directory / "bad", ".segments", badSegmentsText(options));
   writeFile(directory / "BadChannels", "",
             gradiometers.size() < 2 ? std::string() : gradiometers.back() + "\n");

@@ -16,7 +16,7 @@ ARROWS = {
     "check": {"signal", "recording", "ctf", "base"},
     "check_host": {"recording", "ctf", "base", "megreader"},
     "output": {"base"},
-    "describe": {"recording", "output", "base"},
+    "describe": {"edit", "recording", "output", "base"},
     "edit": {"signal", "recording", "ctf", "output", "base"},
     "capi": {"describe", "edit", "signal", "recording", "output", "base"},
     "simulate": {"output", "base"},

@@ -1,0 +1,32 @@
+#include <ctfmeg/edit.h>
+
+// Until each of these is on this branch.
+
+namespace ctfmeg {
+inline namespace v1 {
+
+namespace {
+[[noreturn]] void fail(const std::filesystem::path& in) {
+  throw Error(ErrorKind::refused, in, "is not copied yet");
+}
+}  // namespace
+
+AnonymiseReport anonymiseDataset(const std::filesystem::path& in, const std::filesystem::path& /*out*/,
+                                 const Anonymising& /*how*/, const ProgressFunction& /*progress*/) {
+  fail(in);
+}
+
+CopyReport cropDataset(const std::filesystem::path& in, const std::filesystem::path& /*out*/,
+                       const Selection& /*selection*/, const ProgressFunction& /*progress*/) {
+  fail(in);
+}
+
+CopyReport markDataset(const std::filesystem::path& dataset, const Marks& /*marks*/) { fail(dataset); }
+
+AnonymiseReport bidsCopy(const std::filesystem::path& in, const std::filesystem::path& /*study*/,
+                         const BidsRecording& /*recording*/, const ProgressFunction& /*progress*/) {
+  fail(in);
+}
+
+}  // namespace v1
+}  // namespace ctfmeg
