@@ -111,17 +111,7 @@ std::optional<std::string> after(std::string line, const char* keyword) {
   return std::string(trimmed(line));
 }
 
-/// "MLC11, 0.5": the channel is what comes before the first ")" or ",".
-std::optional<VirtualChannel::Reference> parseReference(std::string text, const ReadingRules& rules) {
-  constexpr const char* kEnds = "),";
-  const std::size_t start = text.find_first_not_of(kEnds);
-  if (start == std::string::npos) return std::nullopt;
-  const std::string channel = text.substr(start, text.find_first_of(kEnds, start) - start);
-  replaceAll(text, channel + ",", "");
-  VirtualChannel::Reference reference{std::string(trimmed(channel))};
-  if (scan(text, "%f", {&reference.weight}, precisionOf(rules)) != 1) return std::nullopt;
-  return reference;
-}
+constexpr const char* kReference = "Ref:";
 
 bool isComment(const std::string& line) { return trimmed(line).starts_with("//"); }
 
@@ -143,8 +133,8 @@ std::vector<VirtualChannel> readDefinitions(TextLines& lines, const ReadingRules
       channels.back().name = *name;
     } else if (const auto unit = after(line, "Unit:")) {
       channels.back().unit = *unit;
-    } else if (const auto text = after(line, "Ref:")) {
-      if (const auto reference = parseReference(*text, rules))
+    } else if (holds(line, kReference)) {
+      if (const auto reference = parseVirtualReference(line, rules))
         channels.back().references.push_back(*reference);
       else
         lines.passOver(Code::virtualReference, "is not a channel and its weight");
@@ -203,6 +193,19 @@ std::optional<BadSegment> parseBadSegment(const std::string& line, const Reading
                                             : double{static_cast<float>(seconds) * kMillisecondsPerSecond};
   };
   return BadSegment{trial, toMs(start), toMs(end)};
+}
+
+std::optional<VirtualChannel::Reference> parseVirtualReference(const std::string& line,
+                                                               const ReadingRules& rules) {
+  auto text = after(line, kReference).value_or("");
+  constexpr const char* kEnds = "),";
+  const std::size_t start = text.find_first_not_of(kEnds);
+  if (start == std::string::npos) return std::nullopt;
+  const std::string channel = text.substr(start, text.find_first_of(kEnds, start) - start);
+  replaceAll(text, channel + ",", "");
+  VirtualChannel::Reference reference{std::string(trimmed(channel))};
+  if (scan(text, "%f", {&reference.weight}, precisionOf(rules)) != 1) return std::nullopt;
+  return reference;
 }
 
 bool readElectrodes(const File& file, const ReadingRules& given, Notices& told,

@@ -25,6 +25,9 @@ std::optional<DigitisedPoint> parseDigitisedPoint(const std::string& line, const
 std::optional<DigitisedFiducial> parseDigitisedFiducial(const std::string& line, const ReadingRules& rules);
 /// bad.segments: trial, then start and end of the span in seconds from the trial's start.
 std::optional<BadSegment> parseBadSegment(const std::string& line, const ReadingRules& rules);
+/// VirtualChannels: "Ref: MLC11,0.5". The channel is what comes before the first ")" or ",".
+std::optional<VirtualChannel::Reference> parseVirtualReference(const std::string& line,
+                                                               const ReadingRules& rules);
 
 /// STEM.eeg: an electrode a line; others are passed over. Always true.
 bool readElectrodes(const File& file, const ReadingRules& rules, Notices& notices,

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ctf/event_files.h"
+#include "edit/changes.h"
+#include "edit/staged_copy.h"
+
+#include <ctfmeg/record.h>
+#include <ctfmeg/samples.h>
+
+// What cropping makes of each file of a dataset.
+
+namespace ctfmeg::edit {
+
+/// The part of a recording that a copy keeps. Refers to what the resource file says.
+class KeptPart {
+ public:
+  /// `trials`: numbers in the file, `channels`: places among all channels, both rising; of each trial
+  /// `samples` samples from `first` on.
+  KeptPart(const RecordInfo& record, const std::vector<Channel>& all, std::vector<int> trials,
+           const std::vector<int>& channels, std::int64_t first, std::int64_t samples);
+
+  const RecordInfo& record() const { return m_record; }
+  const std::vector<Channel>& channels() const { return m_channels; }
+  bool isKept(const Channel& channel) const { return m_isKept[static_cast<std::size_t>(channel.index)]; }
+  const std::vector<int>& trials() const { return m_trials; }
+  std::int64_t first() const { return m_first; }
+  std::int64_t samples() const { return m_samples; }
+
+  /// The number in the copy of a trial of the file; nothing where the copy does not have it.
+  std::optional<int> trialOf(std::int32_t number) const;
+  bool hasWholeTrials() const { return m_samples == m_record.samplesPerTrial; }
+  bool hasAllChannels() const;
+  /// Whether an event is in the copy. One that is outside of its trial stays there, unless a span is cut.
+  bool hasSample(std::int64_t sample) const;
+  /// Whether a name, full or short, is only of channels that the copy does not have. A name of no channel at
+  /// all is not.
+  bool isGone(const std::string& name) const;
+
+ private:
+  const RecordInfo& m_record;
+  const std::vector<Channel>& m_channels;
+  std::vector<int> m_trials;
+  std::vector<bool> m_isKept;
+  std::int64_t m_first, m_samples;
+};
+
+/// Throws `Error` about `path` where the file can't be followed, or a number does not fit its field.
+/// Coefficient records of sensors that are gone go, and those with a reference that is gone.
+Edited cropResource(std::string_view bytes, const KeptPart& kept, const std::filesystem::path& path);
+
+/// MarkerFile.mrk or ClassFile.cls.
+Edited cropEvents(std::string_view bytes, const EventBlockKind& kind, const KeptPart& kept);
+Edited cropBadSegments(std::string_view bytes, const KeptPart& kept);
+Edited cropBadChannels(std::string_view bytes, const KeptPart& kept);
+/// Nothing where no definition is left, of those that there were.
+std::optional<Edited> cropVirtualChannels(std::string_view bytes, const KeptPart& kept);
+
+/// What 31 bits count: no sample file may be larger, unless a single trial is.
+inline constexpr std::uint64_t kMostSampleBytes = 0x7FFFFFFF;
+
+/// The sample files of a dataset called `name`, made of a source's raw samples.
+std::vector<PlannedFile> sampleFiles(const std::shared_ptr<const SampleSource>& source,
+                                     const std::string& name, std::uint64_t mostBytes = kMostSampleBytes);
+
+/// Whether two sources of the same shape hold the same raw samples. `goOn` is called with the bytes compared.
+bool haveSameSamples(const SampleSource& a, const SampleSource& b,
+                     const std::function<void(std::uint64_t)>& goOn);
+
+}  // namespace ctfmeg::edit
