@@ -45,6 +45,8 @@ enum class Code {
   epochIncomplete,
   epochBad,
   epochRejected,
+  cropReferences,
+  markThere,
   markerKeyword,
   markerNumber,
   markerHeader,

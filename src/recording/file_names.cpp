@@ -31,18 +31,6 @@ void report(Notices& notices, const std::string& file, const char* text) {
       {.severity = Finding::Severity::remark, .code = wordOf(Code::fileName), .file = file, .text = text});
 }
 
-/// "run" for run.meg4, run.1_meg4 and so on; empty for other files, and for hidden ones, which systems put
-/// beside files of theirs.
-std::string stemOfSamples(const std::string& name) {
-  const std::size_t point = name.rfind('.');
-  if (point == std::string::npos || point == 0 || name.front() == '.') return {};
-  const std::string_view extension = std::string_view(name).substr(point + 1);
-  const bool isFirst = extension == "meg4";
-  const bool isLater =
-      extension.ends_with("_meg4") && extension.find_first_not_of("0123456789") == extension.size() - 5;
-  return isFirst || isLater ? name.substr(0, point) : "";
-}
-
 /// The number in the name of a sample file; 0 for the first, the largest that there is for one beyond all.
 int numberOfSamples(const std::string& name) {
   int number = 0;
@@ -74,6 +62,16 @@ void reportOtherName(const fs::path& resourceFile, Notices& notices) {
   const fs::path folder = nameOfFolder(resourceFile.parent_path());
   if (lowered(textOf(folder.extension())) == ".ds" && folder.stem() != resourceFile.stem())
     report(notices, textOf(resourceFile), "is called otherwise than its folder");
+}
+
+std::string stemOfSamples(const std::string& name) {
+  const std::size_t point = name.rfind('.');
+  if (point == std::string::npos || point == 0 || name.front() == '.') return {};
+  const std::string_view extension = std::string_view(name).substr(point + 1);
+  const bool isFirst = extension == "meg4";
+  const bool isLater =
+      extension.ends_with("_meg4") && extension.find_first_not_of("0123456789") == extension.size() - 5;
+  return isFirst || isLater ? name.substr(0, point) : "";
 }
 
 int reportOtherSamples(const Store& store, const std::string& stem, int last, Notices& notices) {

@@ -22,6 +22,10 @@ std::string resourceFileAmong(std::vector<std::string> names, const std::string&
 /// or a file put there.
 void reportOtherName(const std::filesystem::path& resourceFile, Notices& notices);
 
+/// "run" for run.meg4, run.1_meg4 and so on; empty for other files, and for hidden ones, which systems put
+/// beside files of theirs.
+std::string stemOfSamples(const std::string& name);
+
 /// Reports sample files that are not read: those that are called otherwise than the dataset's, and those of
 /// its own whose number is above `last`. Returns how many these are.
 int reportOtherSamples(const Store& store, const std::string& stem, int last, Notices& notices);
