@@ -198,8 +198,8 @@ CopyReport renameDataset(const std::filesystem::path& in, const std::filesystem:
       return change.field == what || (what == "information" && change.file == name.now() + ".infods");
     });
   };
-  compareRecordings(source.recording, copy.recording(), mayDiffer);
-  copy.commit();
+  copy.commit(source,
+              [&](const Recording& written) { compareRecordings(source.recording, written, mayDiffer); });
   return report;
 }
 

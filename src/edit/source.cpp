@@ -25,6 +25,10 @@ fs::path directoryOf(const fs::path& in, const Recording& recording) {
   return directory.empty() ? fs::path(".") : directory;
 }
 
+[[noreturn]] void failReading(const fs::path& path, const std::error_code& reason) {
+  throw Error(ErrorKind::noPermission, path, "can't be read: " + reason.message());
+}
+
 class Listing {
  public:
   explicit Listing(Source& source) : m_source(source) {}
@@ -41,13 +45,17 @@ class Listing {
   void add(const fs::directory_entry& entry, const std::string& name) {
     std::error_code failed;
     const fs::file_status status = entry.status(failed);
+    const bool isCircle = failed == std::errc::too_many_symbolic_link_levels;
+    if (status.type() == fs::file_type::none && !isCircle) failReading(entry.path(), failed);
     if (fs::is_directory(status) && !entry.is_symlink()) {
       m_source.folders.push_back(name);
       list(entry.path(), name + "/");
     } else if (fs::is_regular_file(status)) {
       const std::uint64_t bytes = entry.file_size(failed);
-      if (failed) throw Error(ErrorKind::noPermission, entry.path(), "can't be read: " + failed.message());
-      m_source.files.push_back({name, entry.path(), bytes});
+      if (failed) failReading(entry.path(), failed);
+      const fs::file_time_type changed = entry.last_write_time(failed);
+      if (failed) failReading(entry.path(), failed);
+      m_source.files.push_back({name, entry.path(), bytes, changed});
     } else {
       m_source.warnings.push_back(
           {.severity = Finding::Severity::warning,
@@ -62,6 +70,18 @@ class Listing {
   Source& m_source;
 };
 
+/// What the recording says without a file that can't be read is less than what the dataset says.
+void requireReadable(const Source& source) {
+  for (const Finding& finding : source.recording.warnings()) {
+    if (finding.code != wordOf(Code::fileNoPermission) && finding.code != wordOf(Code::fileError)) continue;
+    const fs::path path = pathFromText(finding.file);
+    const bool isCopied = std::any_of(source.files.begin(), source.files.end(), [&](const SourceFile& file) {
+      return file.name == textOf(path.filename());
+    });
+    if (isCopied) throw Error(kindOf(finding), path, finding.text, {finding});
+  }
+}
+
 }  // namespace
 
 Source openSource(const fs::path& in) {
@@ -71,7 +91,20 @@ Source openSource(const fs::path& in) {
   std::sort(source.files.begin(), source.files.end(),
             [](const SourceFile& a, const SourceFile& b) { return a.name < b.name; });
   std::sort(source.folders.begin(), source.folders.end());
+  requireReadable(source);
   return source;
+}
+
+void requireUnchanged(const Source& source) {
+  for (const SourceFile& file : source.files) {
+    std::error_code failed;
+    const fs::path path = reachable(file.path);
+    const std::uint64_t bytes = fs::file_size(path, failed);
+    const fs::file_time_type changed = failed ? fs::file_time_type() : fs::last_write_time(path, failed);
+    if (failed) failReading(file.path, failed);
+    if (bytes != file.bytes || changed != file.changed)
+      throw Error(ErrorKind::damaged, file.path, "was changed while it was copied: the copy is given up");
+  }
 }
 
 std::string bytesOf(const fs::path& file) {

@@ -14,6 +14,7 @@ struct SourceFile {
   std::string name;  ///< from that directory on, "/" between folders, such as "run.res4" or "hz.ds/hz.hc"
   std::filesystem::path path;
   std::uint64_t bytes = 0;
+  std::filesystem::file_time_type changed;
 };
 
 /// A dataset that is copied.
@@ -30,8 +31,11 @@ struct Source {
 };
 
 /// Opens the dataset that `in` belongs to and lists its files. A link to a file counts as the file. Throws
-/// `Error`.
+/// `Error`, also where a file is there that can't be read.
 Source openSource(const std::filesystem::path& in);
+
+/// Throws `Error` where a file is not as it was when it was listed.
+void requireUnchanged(const Source& source);
 
 /// The bytes of a file that is small: all but samples. Throws `Error`, also for one that is too large to be
 /// held in memory.

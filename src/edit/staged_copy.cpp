@@ -126,7 +126,9 @@ class Builder {
 
  private:
   [[noreturn]] static void failDifferent(const fs::path& path) {
-    throw Error(ErrorKind::notWritten, path, "is not what was written: the copy is given up");
+    throw Error(
+        ErrorKind::notWritten, path,
+        "is not the same as what it was made from, which may have changed meanwhile: the copy is given up");
   }
 
   void advance(double bytes) {
@@ -174,15 +176,21 @@ void requireNew(const fs::path& out, const fs::path& directory) {
 StagedCopy::StagedCopy(const CopyPlan& plan, fs::path out, const ProgressFunction& progress)
     : m_out(withLastPart(out)), m_staging(besideOf(m_out)), m_name(nameFor(m_out)) {
   try {
-    build(plan, progress);
-  } catch (const Error& error) {
-    discard();
-    const fs::path within = error.path().lexically_relative(m_staging);
-    if (within.empty() || *within.begin() == "..") throw;
-    throw Error(error.kind(), m_out / within, error.text(), error.findings());
+    namingItsPlace([&] { build(plan, progress); });
   } catch (...) {
     discard();
     throw;
+  }
+}
+
+/// Nobody knows the files by the names that they have meanwhile.
+void StagedCopy::namingItsPlace(const std::function<void()>& work) const {
+  try {
+    work();
+  } catch (const Error& error) {
+    const fs::path within = error.path().lexically_relative(m_staging);
+    if (within.empty() || *within.begin() == "..") throw;
+    throw Error(error.kind(), within == "." ? m_out : m_out / within, error.text(), error.findings());
   }
 }
 
@@ -216,6 +224,12 @@ void StagedCopy::discard() {
 
 Recording StagedCopy::recording() const {
   return Recording::open(m_staging / pathFromText(m_name + ".res4"));
+}
+
+void StagedCopy::commit(const Source& source, const std::function<void(const Recording& copy)>& check) {
+  namingItsPlace([&] { check(recording()); });
+  requireUnchanged(source);
+  commit();
 }
 
 void StagedCopy::commit() {

@@ -9,6 +9,8 @@
 #include <variant>
 #include <vector>
 
+#include "edit/source.h"
+
 #include <ctfmeg/recording.h>
 
 namespace ctfmeg::edit {
@@ -58,9 +60,12 @@ class StagedCopy {
 
   /// Puts the copy in its place. Throws `Error` where something else is there by now.
   void commit();
+  /// Likewise, after `check` has looked at it and where the source is still as it was.
+  void commit(const Source& source, const std::function<void(const Recording& copy)>& check);
 
  private:
   void build(const CopyPlan& plan, const ProgressFunction& progress);
+  void namingItsPlace(const std::function<void()>& work) const;
   void discard();
 
   std::filesystem::path m_out;

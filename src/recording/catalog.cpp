@@ -37,7 +37,9 @@ Catalog findDatasets(const fs::path& directory, const std::function<bool()>& sto
         continue;
       }
       if (isDataset(entry->path())) found.datasets.push_back(entry->path());
-      if (!entry->is_symlink(gone)) open.push_back(entry->path());
+      // A copy that was killed before it was complete is no place for datasets.
+      const bool isUnfinished = entry->path().extension() == ".part";
+      if (!entry->is_symlink(gone) && !isUnfinished) open.push_back(entry->path());
     }
     if (failed) found.problems.push_back({here, "can't be listed: " + failed.message()});
   }

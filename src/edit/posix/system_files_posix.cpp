@@ -76,7 +76,7 @@ ssize_t copyPiece(int, int, std::uint64_t) {
 
 bool copyWithinSystem(const fs::path& from, const fs::path& to, std::uint64_t bytes,
                       const std::function<void(std::uint64_t)>& goOn) {
-  const Descriptor source(from, O_RDONLY);
+  const Descriptor source(from, O_RDONLY | O_NONBLOCK);
   if (!source.isOpen()) return false;  // reading by hand says why
   Descriptor copy(to, O_WRONLY | O_CREAT | O_EXCL, 0666);
   if (!copy.isOpen()) failWriting(to, lastError());
