@@ -118,9 +118,9 @@ bool crop(PlannedFile& file, const std::string& name, const KeptPart& kept, Copy
     return true;
   };
   const auto optional = [](Edited edited) { return std::optional(std::move(edited)); };
-  const std::string kind = withoutBackup(file.name);
-  if (kind == name + ".res4")
+  if (file.name == name + ".res4")
     return replace([&](const auto& bytes) { return optional(cropResource(bytes, kept, file.name)); });
+  const std::string kind = withoutBackup(file.name);
   if (kind == "MarkerFile.mrk")
     return replace([&](const auto& bytes) { return optional(cropEvents(bytes, kMarkerBlock, kept)); });
   if (kind == "ClassFile.cls")

@@ -1,0 +1,206 @@
+#include <algorithm>
+#include <set>
+#include <utility>
+
+#include "base/encoding.h"
+#include "base/scan.h"
+#include "ctf/text.h"
+#include "edit/event_lines.h"
+#include "edit/line_words.h"
+#include "edit/marking.h"
+
+namespace ctfmeg::edit {
+namespace {
+
+constexpr const char* kHeading = "TRIAL NUMBER\t\tTIME FROM SYNC POINT (in seconds)";
+constexpr const char* kOccurrence = "                  0\t\t\t\t     0";
+
+/// A marker file, line by line, with what each line is. Lines are added by their texts.
+class MarkerLines {
+ public:
+  MarkerLines(std::string_view bytes, const TrialTiming& timing)
+      : m_timing(timing), m_lines(linesOf(bytes)), m_end(lineEndOf(m_lines)) {
+    look();
+    m_signs = hasSigns();
+  }
+
+  const std::vector<TextLine>& lines() const { return m_lines; }
+  const std::vector<EventLine>& events() const { return m_events; }
+
+  /// Numbers of the markers of that name.
+  std::set<int> blocksOf(const std::string& name) const {
+    std::set<int> blocks;
+    for (std::size_t i = 0; i < m_lines.size(); ++i)
+      if (m_events[i].role == EventRole::name &&
+          decodeText(readPartOf(m_lines[i]), ReadingRules::plain()) == name)
+        blocks.insert(m_events[i].block);
+    return blocks;
+  }
+
+  bool has(const std::set<int>& blocks, const MarkerSample& sample) const {
+    return std::any_of(m_events.begin(), m_events.end(), [&](const EventLine& event) {
+      return event.role == EventRole::occurrence && blocks.contains(event.block) &&
+             event.sample.trial == sample.trial && event.sample.sample == sample.sample;
+    });
+  }
+
+  int total() const {
+    return static_cast<int>(std::count_if(m_events.begin(), m_events.end(), [](const EventLine& event) {
+      return event.role == EventRole::blockKeyword;
+    }));
+  }
+
+  /// Adds the lines of a marker without occurrences at the end.
+  void addMarker(const std::string& name) {
+    const std::int64_t id = highestClass() + 1;
+    if (!m_lines.empty() && m_lines.back().end.empty()) m_lines.back().end = m_end;
+    for (const std::string& text :
+         {std::string(kMarkerBlock.keywords[kNextBlockKeyword]) + ":", signedText(3),
+          std::string(kMarkerBlock.keywords[kNameKeyword]), windows1252FromUtf8(name).value_or(name),
+          // Hosts pass over an empty line, and take the next keyword for the comment.
+          std::string(kMarkerBlock.keywords[kCommentKeyword]), std::string("added by ctfmeg mark"),
+          std::string(kMarkerBlock.keywords[kColorKeyword]), std::string("blue"),
+          std::string(kMarkerBlock.keywords[kEditableKeyword]), std::string("Yes"),
+          std::string(kMarkerBlock.keywords[kClassIdKeyword]), signedText(id),
+          std::string(kMarkerBlock.keywords[kCountKeyword]), std::string("0"),
+          std::string(kMarkerBlock.keywords[kListKeyword]), std::string(kHeading), std::string(),
+          std::string()})
+      m_lines.push_back({text, m_end});
+    look();
+    putNumber(EventRole::totalValue, -1, total());
+  }
+
+  /// False where the marker's list is not as it should be.
+  bool addOccurrence(int block, const MarkerSample& sample) {
+    std::size_t after = m_lines.size(), listed = 0;
+    for (std::size_t i = 0; i < m_lines.size(); ++i) {
+      const EventLine& event = m_events[i];
+      if (event.block != block) continue;
+      if (event.role == EventRole::columns) {
+        if (msPerUnitOf(std::string(readPartOf(m_lines[i]))) != kMsPerSecond) return false;
+        after = i;
+      } else if (event.role == EventRole::occurrence) {
+        ++listed;
+        const auto place = [](const MarkerSample& of) { return std::pair(of.trial, of.timeMs); };
+        if (after != m_lines.size() && place(event.sample) <= place(sample)) after = i;
+      }
+    }
+    if (after == m_lines.size() || !putNumber(EventRole::count, block, std::ssize(m_lines), true))
+      return false;
+    std::string text = likeOf(block);
+    replaceWord(text, 0, signedText(sample.trial));
+    replaceWord(text, 1, secondsLike(m_signs ? "+" : "", sample.timeMs / kMsPerSecond));
+    m_lines.insert(m_lines.begin() + static_cast<std::ptrdiff_t>(after) + 1, {text, m_end});
+    putNumber(EventRole::count, block, static_cast<std::int64_t>(listed) + 1);
+    look();
+    return true;
+  }
+
+ private:
+  static constexpr double kMsPerSecond = 1000.0;
+
+  void look() { m_events = eventLinesOf(m_lines, kMarkerBlock, m_timing); }
+
+  std::string signedText(std::int64_t value) const { return numberLike(m_signs ? "+" : "", value); }
+
+  /// Whether numbers of the file have plus signs; those of the system have.
+  bool hasSigns() const {
+    bool any = false;
+    for (const auto roles : {std::set{EventRole::occurrence}, {EventRole::groupId, EventRole::classId}}) {
+      for (std::size_t i = 0; i < m_lines.size(); ++i) {
+        if (!roles.contains(m_events[i].role)) continue;
+        any = true;
+        if (m_lines[i].text.find('+') != std::string::npos) return true;
+      }
+      if (any) return false;
+    }
+    return true;
+  }
+
+  std::int64_t highestClass() const {
+    std::int64_t highest = 0;
+    for (std::size_t i = 0; i < m_lines.size(); ++i) {
+      std::int32_t id = 0;
+      if (m_events[i].role == EventRole::classId &&
+          scan(readPartOf(m_lines[i]), "%d", {&id}, ScanPrecision::full) == 1)
+        highest = std::max<std::int64_t>(highest, id);
+    }
+    return highest < INT32_MAX ? highest : 0;
+  }
+
+  /// Puts a number into a line of that role. False where there is no such line, or no number in it.
+  bool putNumber(EventRole role, int block, std::int64_t value, bool onlyLook = false) {
+    for (std::size_t i = 0; i < m_lines.size(); ++i) {
+      if (m_events[i].role != role || m_events[i].block != block) continue;
+      std::int32_t before = 0;
+      const std::string read(readPartOf(m_lines[i]));
+      if (scan(read, "%d", {&before}, ScanPrecision::full, AfterNumber::blank) != 1) continue;
+      if (!onlyLook) replaceWord(m_lines[i].text, 0, numberLike(*wordAt(read, 0), value));
+      return true;
+    }
+    return false;
+  }
+
+  /// Up to its second number, an occurrence of the marker, else of another one.
+  std::string likeOf(int block) const {
+    std::string like = kOccurrence;
+    for (std::size_t i = 0; i < m_lines.size(); ++i) {
+      if (m_events[i].role != EventRole::occurrence) continue;
+      const std::string read(readPartOf(m_lines[i]));
+      const auto second = wordAt(read, 1);
+      like = read.substr(0, static_cast<std::size_t>(second->data() + second->size() - read.data()));
+      if (m_events[i].block == block) break;
+    }
+    return like;
+  }
+
+  const TrialTiming& m_timing;
+  std::vector<TextLine> m_lines;
+  std::string m_end;
+  std::vector<EventLine> m_events;
+  bool m_signs = true;
+};
+
+}  // namespace
+
+std::optional<Marked> addOccurrences(std::string_view bytes, const std::string& marker,
+                                     const std::vector<MarkerSample>& samples, const TrialTiming& timing) {
+  MarkerLines file(bytes, timing);
+  const int before = file.total();
+  Marked marked;
+  std::set<int> blocks = file.blocksOf(marker);
+  if (blocks.empty()) {
+    file.addMarker(marker);
+    blocks = file.blocksOf(marker);
+    if (file.total() != before + 1 || blocks != std::set{before}) return std::nullopt;
+    marked.note(Change::What::replaced, kMarkerBlock.total);
+  }
+  for (const MarkerSample& sample : samples) {
+    if (file.has(blocks, sample)) {
+      marked.there.push_back("has marker " + marker + " at " + secondsLike("", sample.timeMs / 1000.0) +
+                             " s of trial " + std::to_string(sample.trial) + " already");
+      continue;
+    }
+    if (!file.addOccurrence(*blocks.begin(), sample) || !file.has(blocks, sample)) return std::nullopt;
+    marked.note(Change::What::replaced, kMarkerBlock.keywords[kListKeyword]);
+  }
+  marked.bytes = marked.changes.empty() ? std::string(bytes) : textOf(file.lines());
+  return marked;
+}
+
+std::string emptyMarkerFile(const std::string& dataset) {
+  return std::string(kPathKeyword) + "\n" + dataset + "\n\n\n" + kMarkerBlock.total + ":\n0\n\n\n";
+}
+
+MarkerCounts markersIn(std::string_view bytes) {
+  const auto lines = linesOf(bytes);
+  const auto events = eventLinesOf(lines, kMarkerBlock);
+  const auto any = [&](EventRole role) {
+    return std::any_of(events.begin(), events.end(),
+                       [&](const EventLine& event) { return event.role == role; });
+  };
+  return {any(EventRole::name) || any(EventRole::count),
+          any(EventRole::totalValue) || bytes.find_first_not_of(" \t\r\n") == bytes.npos};
+}
+
+}  // namespace ctfmeg::edit
