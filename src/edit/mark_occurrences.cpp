@@ -103,18 +103,21 @@ class MarkerLines {
 
   std::string signedText(std::int64_t value) const { return numberLike(m_signs ? "+" : "", value); }
 
-  /// Whether numbers of the file have plus signs; those of the system have.
+  /// Whether numbers of the file have plus signs: those of its lists, else those of its markers; as in files
+  /// of the system where there is none.
   bool hasSigns() const {
-    bool any = false;
-    for (const auto roles : {std::set{EventRole::occurrence}, {EventRole::groupId, EventRole::classId}}) {
-      for (std::size_t i = 0; i < m_lines.size(); ++i) {
-        if (!roles.contains(m_events[i].role)) continue;
-        any = true;
-        if (m_lines[i].text.find('+') != std::string::npos) return true;
-      }
-      if (any) return false;
+    std::optional<bool> lists, markers;
+    for (std::size_t i = 0; i < m_lines.size(); ++i) {
+      const EventRole role = m_events[i].role;
+      const bool listed = role == EventRole::occurrence;
+      if (!listed && role != EventRole::groupId && role != EventRole::classId) continue;
+      const std::string_view read = readPartOf(m_lines[i]);
+      const bool has = wordAt(read, 0).value_or("").starts_with('+') ||
+                       (listed && wordAt(read, 1).value_or("").starts_with('+'));
+      auto& found = listed ? lists : markers;
+      found = found.value_or(false) || has;
     }
-    return true;
+    return lists.value_or(markers.value_or(true));
   }
 
   std::int64_t highestClass() const {

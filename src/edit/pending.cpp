@@ -16,8 +16,6 @@ AnonymiseReport anonymiseDataset(const std::filesystem::path& in, const std::fil
   fail(in);
 }
 
-CopyReport markDataset(const std::filesystem::path& dataset, const Marks& /*marks*/) { fail(dataset); }
-
 AnonymiseReport bidsCopy(const std::filesystem::path& in, const std::filesystem::path& /*study*/,
                          const BidsRecording& /*recording*/, const ProgressFunction& /*progress*/) {
   fail(in);
