@@ -70,10 +70,10 @@ Edited cropEvents(std::string_view bytes, const EventBlockKind& kind, const Kept
     if (counted) ++(stays ? counts[event.block].left : counts[event.block].gone);
     if (!stays) {
       sieve.remove(i);
-      cropped.note(What::removed, kind.keywords[kListKeyword]);
+      cropped.note(What::removed, fieldOf(kind, kListKeyword));
     } else if (*trial != event.sample.trial) {
       putTrial(sieve.lines()[i].text, event.sample.trial, *trial);
-      cropped.note(What::replaced, kind.keywords[kColumnsKeyword]);
+      cropped.note(What::replaced, fieldOf(kind, kColumnsKeyword));
     }
   }
   for (std::size_t i = 0; i < events.size(); ++i) {
@@ -81,7 +81,7 @@ Edited cropEvents(std::string_view bytes, const EventBlockKind& kind, const Kept
     if (events[i].role != EventRole::count || count.gone == 0) continue;
     std::string& line = sieve.lines()[i].text;
     replaceWord(line, 0, numberLike(wordAt(line, 0).value_or(""), count.left));
-    cropped.note(What::replaced, kind.keywords[kCountKeyword]);
+    cropped.note(What::replaced, fieldOf(kind, kCountKeyword));
   }
   cropped.bytes = sieve.text();
   return cropped;

@@ -146,6 +146,12 @@ std::vector<EventLine> eventLinesOf(const std::vector<TextLine>& lines, const Ev
   return EventLineWalk(lines, kind, timing).roles();
 }
 
+std::string fieldOf(const EventBlockKind& kind, EventKeyword keyword) {
+  std::string field = kind.keywords[keyword];
+  if (field.ends_with(':')) field.pop_back();
+  return field;
+}
+
 std::string_view readPartOf(const TextLine& line) {
   return std::string_view(line.text).substr(0, line.text.find('\0'));
 }

@@ -49,6 +49,9 @@ bool isUtf16(const std::vector<TextLine>& lines);
 std::vector<EventLine> eventLinesOf(const std::vector<TextLine>& lines, const EventBlockKind& kind,
                                     const TrialTiming& timing = {});
 
+/// A keyword of a block as reports name it, without its colon.
+std::string fieldOf(const EventBlockKind& kind, EventKeyword keyword);
+
 /// What a reader has of a line: its bytes up to the first zero byte.
 std::string_view readPartOf(const TextLine& line);
 

@@ -7,9 +7,9 @@
 #include "base/encoding.h"
 #include "base/finding_codes.h"
 #include "edit/event_lines.h"
-#include "edit/line_words.h"
 #include "edit/marking.h"
 #include "edit/source.h"
+#include "output/numbers.h"
 #include "output/result_file.h"
 
 #include <ctfmeg/path_text.h>
@@ -97,7 +97,7 @@ class MarkRequest {
              std::to_string(m_record.numTrials - 1));
   }
 
-  static std::string text(double seconds) { return secondsLike("", seconds); }
+  static std::string text(double seconds) { return output::brief(seconds); }
 
   const Recording& m_recording;
   const Marks& m_marks;

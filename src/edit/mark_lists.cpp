@@ -9,6 +9,7 @@
 #include "edit/event_lines.h"
 #include "edit/line_words.h"
 #include "edit/marking.h"
+#include "output/numbers.h"
 
 namespace ctfmeg::edit {
 namespace {
@@ -133,7 +134,7 @@ Marked addBadSegments(std::string_view bytes, const std::vector<BadSegment>& seg
     const double start = segment.startMs / 1000.0, end = segment.endMs / 1000.0;
     if (std::any_of(there.begin(), there.end(), isSame)) {
       marked.there.push_back("has the segment of trial " + std::to_string(segment.trial) + " from " +
-                             secondsLike("", start) + " to " + secondsLike("", end) + " s already");
+                             output::brief(start) + " to " + output::brief(end) + " s already");
       continue;
     }
     std::string text = like;

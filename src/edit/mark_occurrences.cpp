@@ -8,6 +8,7 @@
 #include "edit/event_lines.h"
 #include "edit/line_words.h"
 #include "edit/marking.h"
+#include "output/numbers.h"
 
 namespace ctfmeg::edit {
 namespace {
@@ -180,12 +181,12 @@ std::optional<Marked> addOccurrences(std::string_view bytes, const std::string& 
   }
   for (const MarkerSample& sample : samples) {
     if (file.has(blocks, sample)) {
-      marked.there.push_back("has marker " + marker + " at " + secondsLike("", sample.timeMs / 1000.0) +
+      marked.there.push_back("has marker " + marker + " at " + output::brief(sample.timeMs / 1000.0) +
                              " s of trial " + std::to_string(sample.trial) + " already");
       continue;
     }
     if (!file.addOccurrence(*blocks.begin(), sample) || !file.has(blocks, sample)) return std::nullopt;
-    marked.note(Change::What::replaced, kMarkerBlock.keywords[kListKeyword]);
+    marked.note(Change::What::replaced, fieldOf(kMarkerBlock, kListKeyword));
   }
   marked.bytes = marked.changes.empty() ? std::string(bytes) : textOf(file.lines());
   return marked;
