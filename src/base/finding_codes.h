@@ -47,6 +47,8 @@ enum class Code {
   epochRejected,
   cropReferences,
   markThere,
+  copyDate,
+  copyName,
   markerKeyword,
   markerNumber,
   markerHeader,

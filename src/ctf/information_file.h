@@ -1,6 +1,7 @@
 #pragma once
 
 #include <span>
+#include <string_view>
 
 #include "base/file.h"
 #include "base/notices.h"
@@ -46,6 +47,9 @@ struct InfoTag {
 
 /// All of them, in the order in which host rules look for them in a name.
 std::span<const InfoTag> infoTags();
+
+/// Whether numbers of that tag say how something was recorded, and nothing about persons.
+bool isOfTheMachine(std::string_view tag);
 
 /// How far a reading came.
 struct InformationOutcome {

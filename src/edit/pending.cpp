@@ -11,11 +11,6 @@ namespace {
 }
 }  // namespace
 
-AnonymiseReport anonymiseDataset(const std::filesystem::path& in, const std::filesystem::path& /*out*/,
-                                 const Anonymising& /*how*/, const ProgressFunction& /*progress*/) {
-  fail(in);
-}
-
 AnonymiseReport bidsCopy(const std::filesystem::path& in, const std::filesystem::path& /*study*/,
                          const BidsRecording& /*recording*/, const ProgressFunction& /*progress*/) {
   fail(in);
