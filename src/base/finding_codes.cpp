@@ -148,6 +148,8 @@ constexpr auto kCodes = std::to_array<CodeInfo>({
      "a text file is UTF-16, or has zero bytes"},
     {Code::textCut, "text.cut", ErrorKind::damaged, false,
      "a text file ends without a line break: its last line may be cut"},
+    {Code::studyFile, "study.file", ErrorKind::refused, true,
+     "a file that recordings of a study share stays as it is, though a new recording says something else"},
     {Code::signalFlat, "signal.flat", ErrorKind::damaged, false, "a channel's samples stay equal for long"},
     {Code::signalClipped, "signal.clipped", ErrorKind::damaged, false,
      "a channel's signal is cut off, at the ends of its converter"},

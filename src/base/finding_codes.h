@@ -90,6 +90,7 @@ enum class Code {
   textAscii,
   textEncoding,
   textCut,
+  studyFile,
   signalFlat,
   signalClipped,
   signalJumps,
