@@ -295,6 +295,59 @@ typedef struct ctfmeg_channel_statistics {
 CTFMEG_API int ctfmeg_statistics(ctfmeg_view* view, ctfmeg_progress_function progress, void* user,
                                  ctfmeg_channel_statistics** statistics, int64_t* count, ctfmeg_error* error);
 
+/* Copies with changes. `dataset` is a path as for ctfmeg_open(), and what it leads to is never changed. A
+ * copy is a new ".ds" directory, built beside its place and read back; it appears whole or not at all.
+ * CTFMEG_REFUSED where something is there already. `progress` may be null.
+ *
+ * Options are a JSON object; null or "{}" is none, and a member of another name is refused.
+ *
+ * `report`, which may be null, becomes a JSON object: "dataset": what was written; "changes": for each file,
+ * and each field or sort of lines in it, {"file", "field" (null: the file as a whole), "what": "kept",
+ * "removed", "shifted" or "replaced", "count"}, never with a value; "warnings" as those of the header. */
+
+/** Copies a dataset under the name of `out`: directory, files, and the dataset's name and path in them. */
+CTFMEG_API int ctfmeg_rename(const char* dataset, const char* out, ctfmeg_progress_function progress,
+                             void* user, char** report, ctfmeg_error* error);
+
+/** Copies a dataset without what can name a person. `options`:
+ *
+ *  - "subject": "01"       takes the place of the subject's name and number
+ *  - "shiftDays": -1000    added to each date; without it dates are removed, unless
+ *  - "keepDates": true
+ *  - "keep": ["notes.txt"] files that are copied though nothing is known about them
+ *  - "keepNames": true     names of channels, electrodes, markers and classes stay even where one holds what
+ *                          was removed elsewhere
+ *
+ * The report has also "names": {"channels", "electrodes", "markers", "classes"} that stay, for somebody to
+ * look at. */
+CTFMEG_API int ctfmeg_anonymise(const char* dataset, const char* out, const char* options,
+                                ctfmeg_progress_function progress, void* user, char** report,
+                                ctfmeg_error* error);
+
+/** Copies the part of a dataset that a selection leaves: "trials", "markers", "samples" or "seconds",
+ * "channels", "exclude" and "partial": "drop" as for ctfmeg_select(). What makes other samples of those that
+ * are stored is refused. Null copies the trials that are there whole. */
+CTFMEG_API int ctfmeg_crop(const char* dataset, const char* out, const char* selection,
+                           ctfmeg_progress_function progress, void* user, char** report, ctfmeg_error* error);
+
+/** Puts marks into a dataset itself. Each file that changes is replaced at once, and the one before stays
+ * beside it with ".bak" (of MarkerFile.mrk: ".1.bak") after its name. Recordings that are open do not notice.
+ * `marks`:
+ *
+ *  - "bad": ["MLC11"]    channels, chosen as for ctfmeg_select(), that are not to be used
+ *  - "good": ["MLC11"]   likewise, that may be used again
+ *  - "badSegments": [{"trial": 3, "start": 0.5, "end": 1.25}]    seconds from the trial's start
+ *  - "marker": "spike", "occurrences": [{"trial": 0, "seconds": 0.2}]    from the trigger; a marker is made
+ *                        where there is none of that name */
+CTFMEG_API int ctfmeg_mark(const char* dataset, const char* marks, char** report, ctfmeg_error* error);
+
+/** Copies a dataset to its place in a study of the BIDS standard, a directory that may be there already, and
+ * adds what belongs beside it. `options`: "subject" and "task", labels of letters and digits; "session" and
+ * "run": "1", likewise and not needed; "lineFrequency" of the mains, in Hz; "anonymise": an object as for
+ * ctfmeg_anonymise(), without which names stay. The report is that of ctfmeg_anonymise(). */
+CTFMEG_API int ctfmeg_bids(const char* dataset, const char* study, const char* options,
+                           ctfmeg_progress_function progress, void* user, char** report, ctfmeg_error* error);
+
 #ifdef __cplusplus
 }
 #endif

@@ -17,6 +17,9 @@ struct Wanted {
 /// such object, and `Error` for names that the recording does not have.
 Wanted wantedOf(const char* json, const Recording& recording);
 
+/// Of the one that ctfmeg_crop() takes: samples as they are stored, so that nothing is computed of them.
+Selection wantedPartOf(const char* json);
+
 struct WantedEvents {
   Selection selection;
   StimulusOptions options{};

@@ -250,6 +250,77 @@ static void test_misuse(ctfmeg_recording* recording) {
   CHECK(strcmp(ctfmeg_kind_name(77), "unknown") == 0);
 }
 
+/* Copies with changes. */
+
+static char* copy_named(const char* name) {
+  static char path[4096];
+  snprintf(path, sizeof path, "%s/../%s", dataset, name);
+  return path;
+}
+
+static int is_there(const char* path) {
+  ctfmeg_recording* recording = NULL;
+  const int status = ctfmeg_open(path, NULL, &recording, NULL);
+  if (status == CTFMEG_OK) ctfmeg_close(recording, NULL);
+  return status != CTFMEG_NOT_FOUND;
+}
+
+static void test_copies(void) {
+  static int32_t raw[kAll];
+  ctfmeg_error error = {0};
+  char* report = NULL;
+  double fraction = -1.0;
+  const char* out = copy_named("c_host_copy.ds");
+  FAILS(ctfmeg_rename(dataset, out, stop, &fraction, &report, &error), CTFMEG_STOPPED, "stopped");
+  CHECK(fraction >= 0.0 && report == NULL && !is_there(out));
+  FAILS(ctfmeg_rename(dataset, copy_named("nowhere/a.ds"), NULL, NULL, NULL, &error), CTFMEG_NOT_FOUND,
+        "folder");
+  FAILS(ctfmeg_rename(dataset, copy_named("copy"), NULL, NULL, NULL, &error), CTFMEG_REFUSED, ".ds");
+  FAILS(ctfmeg_rename(NULL, out, NULL, NULL, NULL, &error), CTFMEG_MISUSE, "dataset is null");
+  FAILS(ctfmeg_rename(dataset, NULL, NULL, NULL, NULL, &error), CTFMEG_MISUSE, "out is null");
+
+  out = copy_named("c_host_copy.ds");
+  CHECK(ctfmeg_rename(dataset, out, NULL, NULL, &report, &error) == CTFMEG_OK);
+  CHECK(report != NULL && strstr(report, "{\"file\":\"c_host_copy.res4\",\"field\":null") != NULL);
+  ctfmeg_free(report);
+  FAILS(ctfmeg_rename(dataset, out, NULL, NULL, &report, &error), CTFMEG_REFUSED, "there already");
+
+  ctfmeg_recording* recording = NULL;
+  CHECK(ctfmeg_open(out, NULL, &recording, NULL) == CTFMEG_OK);
+  ctfmeg_view* view = select_all(recording);
+  CHECK(ctfmeg_read(view, NULL, CTFMEG_INT32, CTFMEG_RAW, raw, sizeof raw, NULL, NULL, NULL) == CTFMEG_OK);
+  CHECK(memcmp(raw, stored, sizeof raw) == 0);
+  ctfmeg_close(recording, NULL);
+  ctfmeg_view_close(view, NULL);
+
+  /* Options that make no sense, each with what the error names. */
+  out = copy_named("c_host_none.ds");
+  static const char* const kAnonymise[][2] = {{"{\"subjekt\": \"01\"}", "subject"},
+                                              {"{\"subject\": 1}", "a text"},
+                                              {"{\"shiftDays\": 2, \"keepDates\": true}", "either"},
+                                              {"{\"shiftDays\": -100001}", "-100000"},
+                                              {"{\"shiftDays\": 4294967297}", "-100000"},
+                                              {"{\"keep\": \"hist\"}", "list"}};
+  static const char* const kMark[][2] = {{NULL, "nothing to mark"},
+                                         {"{\"marker\": \"spike\"}", "occurrences"},
+                                         {"{\"badSegments\": [{\"trial\": 0, \"start\": 0}]}", "end"},
+                                         {"{\"badSegments\": [0]}", "object"},
+                                         {"{\"worse\": []}", "badSegments"}};
+  static const char* const kBids[][2] = {
+      {NULL, "subject"},
+      {"{\"subject\": \"01\", \"task\": \"rest\", \"lineFrequency\": 0}", "above 0"},
+      {"{\"subject\": \"01\", \"task\": \"rest\", \"anonymise\": true}", "object"}};
+#define EACH(table, ...)                                      \
+  for (size_t i = 0; i < sizeof table / sizeof *(table); ++i) \
+  FAILS(__VA_ARGS__, CTFMEG_MISUSE, table[i][1])
+  EACH(kAnonymise, ctfmeg_anonymise(dataset, out, kAnonymise[i][0], NULL, NULL, NULL, &error));
+  EACH(kMark, ctfmeg_mark(dataset, kMark[i][0], NULL, &error));
+  EACH(kBids, ctfmeg_bids(dataset, out, kBids[i][0], NULL, NULL, NULL, &error));
+  FAILS(ctfmeg_crop(dataset, out, "{\"compensation\": 3}", NULL, NULL, NULL, &error), CTFMEG_MISUSE,
+        "trials");
+  CHECK(!is_there(out));
+}
+
 /* A store by callbacks: the same files, counted; one of them may fail. */
 
 typedef struct files {
@@ -438,6 +509,7 @@ int main(int argc, char** argv) {
   test_reading(recording);
   test_measures(recording);
   test_misuse(recording);
+  test_copies();
   test_store();
   test_threads();
   test_paths();
