@@ -14,8 +14,9 @@ from __future__ import annotations
 
 import sys
 
+from ._copies import Change, Report
 from ._dask import map_recordings
-from ._errors import Error, Finding, NoPermissionError, NotFoundError, ReadingWarning
+from ._errors import Error, Finding, NoPermissionError, NotFoundError, NotWrittenError, ReadingWarning
 from ._library import library, set_threads
 from ._recording import Average, Recording, open
 from ._scan import Entry, scan
@@ -25,13 +26,16 @@ __version__ = "0.1.0"
 
 __all__ = [
     "Average",
+    "Change",
     "Entry",
     "Error",
     "Finding",
     "NoPermissionError",
     "NotFoundError",
+    "NotWrittenError",
     "ReadingWarning",
     "Recording",
+    "Report",
     "View",
     "map_recordings",
     "open",

@@ -54,14 +54,15 @@ class ReadingWarning(UserWarning):
 
 
 class Error(Exception):
-    """A recording could not be read, or what was asked for can't be had of it.
+    """A recording could not be read or copied, or what was asked for can't be had of it.
 
     Attributes
     ----------
     kind : str
         "notFound" (such an error is a FileNotFoundError, too), "noPermission" (a PermissionError, too),
         "notADataset", "damaged", "refused" (what was asked for can't be had; a ValueError, too),
-        "outOfMemory" (a MemoryError, too) or "stopped".
+        "outOfMemory" (a MemoryError, too), "stopped", or "notWritten" (a copy can't be written; an OSError,
+        too).
     path : str
         Of the file that is the reason; "" where it is about none.
     text : str
@@ -111,6 +112,12 @@ class NoPermissionError(_FileError, PermissionError):
     _number = errno.EACCES
 
 
+class NotWrittenError(_FileError):
+    """A copy can't be written: the disk is full, a folder may not be written to."""
+
+    _number = errno.EIO
+
+
 class RefusedError(Error, ValueError):
     """What was asked for can't be had of this recording."""
 
@@ -128,6 +135,7 @@ _CLASSES: Dict[str, Type[Error]] = {
     "noPermission": NoPermissionError,
     "refused": RefusedError,
     "outOfMemory": OutOfMemoryError,
+    "notWritten": NotWrittenError,
 }
 
 

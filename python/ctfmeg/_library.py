@@ -38,7 +38,8 @@ ABI_VERSION = 1
     STOPPED,
     OUT_OF_RANGE,
     MISUSE,
-) = range(10)
+    NOT_WRITTEN,
+) = range(11)
 INT32, FLOAT32, FLOAT64 = range(3)
 RAW, PHYSICAL = range(2)
 
@@ -154,6 +155,11 @@ _FAILING: Dict[str, List[Any]] = {
     "min_max": [c_void_p, *[c_int64] * 4, c_void_p, c_void_p, c_int64, *_PROGRESS],
     "events": [c_void_p, c_char_p, *_PROGRESS, POINTER(POINTER(Event)), POINTER(c_int64)],
     "statistics": [c_void_p, *_PROGRESS, POINTER(POINTER(ChannelStatistics)), POINTER(c_int64)],
+    "rename": [c_char_p, c_char_p, *_PROGRESS, POINTER(c_void_p)],
+    "anonymise": [c_char_p, c_char_p, c_char_p, *_PROGRESS, POINTER(c_void_p)],
+    "crop": [c_char_p, c_char_p, c_char_p, *_PROGRESS, POINTER(c_void_p)],
+    "mark": [c_char_p, c_char_p, POINTER(c_void_p)],
+    "bids": [c_char_p, c_char_p, c_char_p, *_PROGRESS, POINTER(c_void_p)],
 }
 
 

@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import os
 from ctypes import POINTER, byref, c_int64
 from typing import (
     TYPE_CHECKING,
@@ -20,27 +19,18 @@ from typing import (
 
 import numpy as np
 
+from ._copies import Copying
 from ._errors import Error, Finding
 from ._library import Event, library
 from ._reading import taken
 from ._said import Said
 from ._selection import Names, epochs_of, selection_of, text_of, whole_number
 from ._show import html_of, rows_of_recording, text_of as text_of_rows, unreadable
-from ._source import RULES, Source
+from ._source import RULES, Path, Source, text_of_path
 from ._view import View, of_columns
 
 if TYPE_CHECKING:
     from numpy.typing import DTypeLike, NDArray
-
-Path = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
-
-
-def text_of_path(path: Path) -> str:
-    """A path as text. Raises what Python's own `open` does for a NUL character, where C ends a text."""
-    text = os.fsdecode(path)
-    if "\0" in text:
-        raise ValueError("embedded null byte")
-    return text
 
 
 class Average(NamedTuple):
@@ -103,8 +93,8 @@ def open(
     return recording
 
 
-class Recording(Said):
-    """An open recording: what its header and side files say, and views of its samples.
+class Recording(Said, Copying):
+    """An open recording: what its header and side files say, views of its samples, and copies with changes.
 
     Made by `ctfmeg.open`. Several threads may use it at once; pickled, it is opened again where it arrives.
 

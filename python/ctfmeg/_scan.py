@@ -7,8 +7,9 @@ import os
 from typing import Any, Dict, List
 
 from ._library import library
-from ._recording import Path, Recording, text_of_path
+from ._recording import Recording
 from ._recording import open as open_recording
+from ._source import Path, text_of_path
 
 
 class Entry(Dict[str, Any]):

@@ -12,12 +12,21 @@ import time
 import warnings
 import weakref
 from ctypes import byref, c_void_p
-from typing import Any, Callable, Dict, List, Optional, Tuple
+from typing import Any, Callable, Dict, List, Optional, Tuple, Union
 
-from ._errors import Finding, ReadingWarning, finding_of
+from ._errors import Finding, ReadingWarning, RefusedError, finding_of
 from ._library import FINDING_FUNCTION, OpenOptions, library, threads_here
 
 RULES = {"plain": 0, "host": 1}
+Path = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
+
+
+def text_of_path(path: Path) -> str:
+    """A path as text. Raises what Python's own `open` does for a NUL character, where C ends a text."""
+    text = os.fsdecode(path)
+    if "\0" in text:
+        raise ValueError("embedded null byte")
+    return text
 
 
 class Handle:
@@ -157,6 +166,13 @@ class Source:
         library().call("open_store", byref(store.structure), byref(options), byref(pointer))
         return Handle(pointer, "close", (notes, store))
 
+    def place_to_copy(self) -> bytes:
+        """Where the library finds the files. Raises Error for a URL, of which only samples can be read."""
+        if "://" in self.path:
+            text = "is not on this machine: copy its folder here, and open what you copied"
+            raise RefusedError("refused", self.shown, text)
+        return os.fsencode(self._place)
+
     def header(self) -> Dict[str, Any]:
         """What `ctfmeg info --json` prints, read once. Nobody may change it."""
         if self._header is None:
@@ -190,6 +206,10 @@ class Source:
         if finding in self.findings:
             return
         self.findings.append(finding)
+        self.warn(finding)
+
+    def warn(self, finding: Finding) -> None:
+        """Passes a finding on to whoever wants to know."""
         if self._on_warning is not None:
             self._on_warning(finding)
         elif not self._is_quiet:
