@@ -127,9 +127,10 @@ class Anonymisation {
         continue;
       std::string names;
       for (const SourceFile& one : files)
-        names += (names.empty() ? "" : ", ") + one.name;
-      throw Error(ErrorKind::refused, m_source.directory,
-                  "has no file " + file + " that could be kept; there are " + names);
+        names.append(names.empty() ? "" : ", ").append(one.name);
+      throw Error(
+          ErrorKind::refused, m_source.directory,
+          std::string("has no file ").append(file).append(" that could be kept; there are ").append(names));
     }
   }
 

@@ -148,10 +148,9 @@ class AnonymousResource {
         clear(start + coilPlace(i), kCoilSize, "coils that are not there");
     for (const LayoutField& field : sensorFields()) {
       const std::size_t last = start + field.offset + (field.slots - 1) * field.width;
-      if (field.kind == Kind::filler)
-        clear(last, field.width, kFillers);
-      else if (field.slots == kVector && numberAt<double>(last) != 0)
-        clear(last, field.width, kFillers);
+      const bool meansNothing =
+          field.kind == Kind::filler || (field.slots == kVector && numberAt<double>(last) != 0);
+      if (meansNothing) clear(last, field.width, kFillers);
     }
   }
 

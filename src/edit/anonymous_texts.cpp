@@ -224,7 +224,7 @@ std::optional<Edited> anonymousPositions(std::string_view bytes, Anonymous& anon
   return keptLines(bytes, [&](KeptLines& file, const TextLine& line) -> std::optional<std::string> {
     if (line.text.empty() || line.end.empty()) return std::nullopt;
     const bool isFirst = std::exchange(first, false);
-    if (const auto point = textOfForm(line, "dfff")) return point;
+    if (auto point = textOfForm(line, "dfff")) return point;
     if (isFirst) return textOfForm(line, "d");
     const auto formed = formedLine(line, "sfff");
     if (!formed) return std::nullopt;
