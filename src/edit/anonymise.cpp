@@ -186,18 +186,18 @@ class Anonymisation {
 
   /// Which values are looked for: not those that the copy is to have.
   void settleValues() {
-    RemovedValues& removed = m_anonymous.removed;
-    RemovedValues others = removed;
+    RemovedValues &removed = m_anonymous.removed, &persons = m_anonymous.persons;
     for (const std::string& before : m_name.before()) {
-      others.forget(before);
+      persons.forget(before);
       removed.add(before);
     }
     const std::string& now = m_name.now();
     m_anonymous.file = now + ".ds";
-    if (others.isIn(now))
-      throw Error(ErrorKind::refused, m_out, "would have a name that holds a value which is removed");
+    if (persons.isIn(now))
+      throw Error(ErrorKind::refused, m_out, "would have a name that holds a name which is removed");
     if (removed.isIn(now))
-      m_anonymous.warn(Code::copyName, "has a name that holds the name of the dataset it was copied from");
+      m_anonymous.warn(Code::copyName,
+                       "has a name that holds the old one of the dataset, or another value that is removed");
     removed.allow(now);
     if (removed.isIn(m_anonymous.subject))
       m_anonymous.warn(Code::copyName, "has a subject's label that holds a value which is removed");
@@ -289,6 +289,11 @@ class Anonymisation {
 void Anonymous::keep(KeptName kept) {
   kept.file = file;
   names.push_back(std::move(kept));
+}
+
+void Anonymous::removeName(std::string_view ofPerson) {
+  removed.addName(ofPerson);
+  persons.addName(ofPerson);
 }
 
 void Anonymous::warn(Code code, const std::string& text) {

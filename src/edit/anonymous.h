@@ -29,11 +29,13 @@ struct Anonymous {
 
   std::string file{};  ///< that is looked at, named as in the copy
   RemovedValues removed{};
+  RemovedValues persons{};      ///< of them, names of persons
   std::vector<Date> written{};  ///< shifted dates that are in the copy
   std::vector<KeptName> names{};
   std::vector<Finding> warnings{};
 
   void keep(KeptName name);
+  void removeName(std::string_view ofPerson);
   void warn(Code code, const std::string& text);
 };
 

@@ -97,7 +97,7 @@ class AnonymousInformation {
     const std::string text(readPartOf(texts.front()));
     if (entry.tag() == kCoilTag && isAmong(kShortCoilNames, text)) return put(entry, text, What::kept);
     if (entry.tag() == kIdTag && !m_anonymous.subject.empty()) {
-      m_anonymous.removed.addName(text);
+      m_anonymous.removeName(text);
       return put(entry, m_anonymous.subject, What::replaced);
     }
     return isAmong(kDateTags, entry.tag()) && changeDate(entry, text);
@@ -135,7 +135,7 @@ class AnonymousInformation {
       if (const auto date = dateOfTimestamp(read))
         m_anonymous.removed.addDate(*date);
       else if (isName)
-        m_anonymous.removed.addName(read);
+        m_anonymous.removeName(read);
       else
         m_anonymous.removed.addPath(read);
     }

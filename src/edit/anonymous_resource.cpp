@@ -80,7 +80,7 @@ class AnonymousResource {
     const std::string text = textAt(field.offset, field.width);
     const char* name = field.member.c_str();
     if (field.member == "subjectId" && !m_anonymous.subject.empty()) {
-      m_anonymous.removed.addName(text);
+      m_anonymous.removeName(text);
       put(field, m_anonymous.subject);
       m_edited.note(What::replaced, field.member);
     } else if (!field.identifying) {
@@ -91,7 +91,7 @@ class AnonymousResource {
       clearAfter(field.offset, field.width, name);
       m_edited.note(What::kept, field.member);
     } else {
-      if (field.member == "subjectId" || field.member == "operatorName") m_anonymous.removed.addName(text);
+      if (field.member == "subjectId" || field.member == "operatorName") m_anonymous.removeName(text);
       if (field.member == "sensorFileName") m_anonymous.removed.addPath(text);
       clear(field.offset, field.width, name, true);
     }
