@@ -189,6 +189,18 @@ def test_adding():
     assert {name for name in before if before[name] != after[name]} == {"sub-01_scans.tsv"}
 
 
+def test_anonymised():
+    """What is removed from the copy is in none of the texts beside it, but is where nothing is removed."""
+    for words, wanted in (([], True), (["--anonymise"], False)):
+        study = pathlib.Path(f"named{wanted}")
+        bids("r.ds", study, "--subject", "01", *words)
+        texts = "".join(
+            path.read_text() for path in study.rglob("*") if path.is_file() and ".ds" not in str(path)
+        )
+        for text in ("start of the tone", "2024-01-01"):
+            assert (text in texts) == wanted, (text, words)
+
+
 def test_refused():
     """Nothing is changed, and the sentence says what is wrong."""
     for words, errors in (
@@ -206,7 +218,7 @@ def test_refused():
     bids("r.ds", "r.ds/study", "--subject", "01", code=1, errors="would be inside of a dataset")
     bids("no.ds", "new", "--subject", "01", code=1)
     assert files("r.ds") == before and not os.path.exists("new")
-    # The table that can't be added to is the last file but one: what was put in place before it is taken back.
+    # The table that can't be added to comes after most others: these are taken back.
     pathlib.Path("study/participants.tsv").write_text("name\nsub-01\n")
     before = files("study")
     for words in (["--subject", "05"], ["--subject", "01", "--run", "4"]):
@@ -271,6 +283,7 @@ with tempfile.TemporaryDirectory() as folder:
     os.chdir(folder)
     test_values()
     test_adding()
+    test_anonymised()
     test_refused()
     test_killed()
     test_together()
