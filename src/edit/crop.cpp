@@ -253,10 +253,10 @@ CopyReport cropDataset(const std::filesystem::path& in, const std::filesystem::p
 
   constexpr double kWritten = 0.7;
   StagedCopy copy(plan, out, partOf(progress, 0.0, areMade ? kWritten : 1.0));
-  const Recording written = copy.recording();
-  compareCropped(source.recording, written, kept, report);
-  if (areMade) compareSamples(*samples, written, partOf(progress, kWritten, 1.0));
-  copy.commit();
+  copy.commit(source, [&](const Recording& written) {
+    compareCropped(source.recording, written, kept, report);
+    if (areMade) compareSamples(*samples, written, partOf(progress, kWritten, 1.0));
+  });
   return report;
 }
 

@@ -57,30 +57,20 @@ class Listing {
       if (failed) failReading(entry.path(), failed);
       m_source.files.push_back({name, entry.path(), bytes, changed});
     } else {
-      m_source.warnings.push_back(
-          {.severity = Finding::Severity::warning,
-           .code = wordOf(Code::fileError),
-           .file = textOf(entry.path()),
-           .text = fs::is_directory(status) ? "is a link to a folder, and is not copied"
-                   : entry.is_symlink()     ? "is a link that leads nowhere, and is not copied"
-                                            : "is no file, and is not copied"});
+      const std::string is = fs::is_directory(status) ? "is a link to a folder"
+                             : entry.is_symlink()     ? "is a link that leads nowhere"
+                                                      : "is no file";
+      if (textOf(entry.path().extension()).ends_with("meg4"))
+        throw Error(ErrorKind::notFound, entry.path(), is);
+      m_source.warnings.push_back({.severity = Finding::Severity::warning,
+                                   .code = wordOf(Code::fileError),
+                                   .file = textOf(entry.path()),
+                                   .text = is + ", and is not copied"});
     }
   }
 
   Source& m_source;
 };
-
-/// What the recording says without a file that can't be read is less than what the dataset says.
-void requireReadable(const Source& source) {
-  for (const Finding& finding : source.recording.warnings()) {
-    if (finding.code != wordOf(Code::fileNoPermission) && finding.code != wordOf(Code::fileError)) continue;
-    const fs::path path = pathFromText(finding.file);
-    const bool isCopied = std::any_of(source.files.begin(), source.files.end(), [&](const SourceFile& file) {
-      return file.name == textOf(path.filename());
-    });
-    if (isCopied) throw Error(kindOf(finding), path, finding.text, {finding});
-  }
-}
 
 }  // namespace
 
@@ -91,8 +81,15 @@ Source openSource(const fs::path& in) {
   std::sort(source.files.begin(), source.files.end(),
             [](const SourceFile& a, const SourceFile& b) { return a.name < b.name; });
   std::sort(source.folders.begin(), source.folders.end());
-  requireReadable(source);
+  requireReadable(source.recording);
   return source;
+}
+
+void requireReadable(const Recording& recording) {
+  for (const Finding& finding : recording.warnings())
+    if (finding.code == wordOf(Code::fileNotFound) || finding.code == wordOf(Code::fileNoPermission) ||
+        finding.code == wordOf(Code::fileError))
+      throw Error(kindOf(finding), pathFromText(finding.file), finding.text, {finding});
 }
 
 void requireUnchanged(const Source& source) {

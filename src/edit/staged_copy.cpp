@@ -19,7 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kPiece = 1 << 20;
+constexpr std::size_t kPiece = 1 << 18;  // of both files at once in a processor's cache
 
 fs::path besideOf(const fs::path& out) {
   std::random_device random;
@@ -166,8 +166,14 @@ void requireNew(const fs::path& out, const fs::path& directory) {
   const fs::path folder = place.parent_path().empty() ? fs::path(".") : place.parent_path();
   if (!fs::is_directory(reachable(folder), unknown))
     throw Error(ErrorKind::notFound, folder, "is no folder: the copy is to be made in it");
-  const fs::path within = fs::weakly_canonical(folder, unknown);
-  const fs::path source = fs::weakly_canonical(directory, unknown);
+  const auto canonical = [](const fs::path& path) {
+    std::error_code failed;
+    const fs::path found = fs::weakly_canonical(path, failed);
+    if (failed) throw Error(ErrorKind::noPermission, path, "can't be found: " + failed.message());
+    return found;
+  };
+  const fs::path within = canonical(folder);
+  const fs::path source = canonical(directory);
   const auto differ = std::mismatch(source.begin(), source.end(), within.begin(), within.end());
   if (differ.first == source.end())
     throw Error(ErrorKind::refused, out, "is inside of the dataset that is copied");
@@ -227,7 +233,11 @@ Recording StagedCopy::recording() const {
 }
 
 void StagedCopy::commit(const Source& source, const std::function<void(const Recording& copy)>& check) {
-  namingItsPlace([&] { check(recording()); });
+  namingItsPlace([&] {
+    const Recording copy = recording();
+    requireReadable(copy);
+    check(copy);
+  });
   requireUnchanged(source);
   commit();
 }

@@ -1,8 +1,8 @@
 #!/usr/bin/python3
-"""Fails each system call of a change to a dataset in turn, and kills it at each: what is copied stays as it was, and
+"""Fails the system calls of a change to a dataset one by one, and kills it at them: what is copied stays as it was, and
 a copy is whole or not there.
 
-    faults_test.py CTFMEG OPERATION [--every N] [--show]; ends with 77 where strace can't trace
+    faults_test.py CTFMEG OPERATION [--every N | --all]; ends with 77 where strace can't trace
 """
 
 import argparse
@@ -17,153 +17,149 @@ import sys
 import tempfile
 import threading
 
+OUT = "out.ds"
+# What to run, and the folder that is to be whole or not there.
 OPERATIONS = {
-    "rename": ["rename", "run.ds", "out.ds"],
+    "rename": (["rename", "run.ds", OUT], OUT),
+    "crop": (["crop", "run.ds", OUT, "--samples=3:12", "--channels=meg"], OUT),
 }
 ERRORS = ("EIO", "ENOSPC", "EACCES")
-CALLS = "%file,%desc"
+# A kill in front of a call that changes nothing leaves what one in front of the next that does leaves.
+CHANGING = ("mkdir", "write", "pwrite64", "ioctl", "copy_file_range", "ftruncate", "rename", "renameat2", "unlink",
+            "unlinkat", "rmdir", "link", "symlink", "utimensat", "fsync", "chmod", "fchmod")
 NOT_OF_FILES = ("mmap", "munmap")
 
 
-def tree(folder, times=False):
-    """What is in a folder: of each file its bytes, of each link where it leads, and when they were changed."""
-    found = {}
-    for path in sorted(folder.rglob("*")):
-        held = os.readlink(path) if path.is_symlink() else path.read_bytes() if path.is_file() else None
-        found[str(path.relative_to(folder))] = held, path.lstat().st_mtime_ns if times else 0
-    return found
+def tree(folder):
+    """What is in a folder: of each file its bytes, of each link where it leads, and when that was changed."""
+    return {str(path.relative_to(folder)): (os.readlink(path) if path.is_symlink() else
+                                            path.read_bytes() if path.is_file() else None, path.lstat().st_mtime_ns)
+            for path in folder.rglob("*")}
+
+
+def simulate(ctfmeg, dataset, *more):
+    subprocess.run([ctfmeg, "simulate", dataset, "--quiet", "--channels=4", "--trials=2", "--samples=20", *more],
+                   check=True, capture_output=True)
 
 
 class Place:
-    """A folder of its own to work in, with the dataset to be copied."""
+    """A folder of its own to work in, with the dataset to be changed."""
 
     def __init__(self, ctfmeg, operation, folder):
-        self.ctfmeg, self.operation, self.folder = ctfmeg, OPERATIONS[operation], folder
-        self.changes = operation == "mark"
-        folder.mkdir()
-        self.make()
-        self.before = tree(folder, times=True)
+        self.folder, (words, self.copy) = folder, OPERATIONS[operation]
+        self.command = [ctfmeg, *words]
+        self.fill()
+        self.before = tree(folder)
 
-    def run(self, *words):
-        return subprocess.run(
-            [*words, self.ctfmeg, *self.operation], cwd=self.folder, capture_output=True, text=True, errors="replace"
-        )
-
-    def make(self):
-        def simulate(name, *more):
-            options = ["--quiet", "--channels=4", "--trials=2", "--samples=20", *more]
-            subprocess.run([self.ctfmeg, "simulate", self.folder / name, *options], check=True, capture_output=True)
-
-        simulate("run.ds", "--split-after=1")
-        simulate("run.ds/hz.ds")
+    def fill(self):
         dataset = self.folder / "run.ds"
+        self.folder.mkdir()
+        simulate(self.command[0], dataset, "--split-after=1")
+        simulate(self.command[0], dataset / "hz.ds")
         (dataset / "hist").write_text("of /data/run.ds\n")
         (dataset / "notes.pdf").write_bytes(b"\0" * 300)
         (self.folder / "store").mkdir()
         (dataset / "run.meg4").rename(self.folder / "store/samples")
         (dataset / "run.meg4").symlink_to("../store/samples")
 
-    def clear(self):
-        """Makes the folder again what it was at first."""
-        for path in self.folder.iterdir():
-            if path.name not in ("run.ds", "store"):
-                shutil.rmtree(path) if path.is_dir() else path.unlink()
+    def run(self, *before):
+        return subprocess.run([*before, *self.command], cwd=self.folder, capture_output=True, text=True, errors="replace")
+
+    def restore(self):
+        if tree(self.folder) == self.before:
+            return
+        shutil.rmtree(self.folder)
+        self.fill()
+        self.before = tree(self.folder)
 
 
-def new_files(place):
-    """What is there that was not; what was there must be as it was."""
-    now = tree(place.folder, times=True)
-    for name, held in place.before.items():
-        assert now.get(name) == held, f"{name} is not what it was"
-    return {name: held for name, (held, _) in now.items() if name not in place.before}
-
-
-def own_calls(place):
-    """The calls of an undisturbed run after its program is loaded, each a name and a number among those of its
-    name, and what that run made."""
-    done = place.run("strace", "-f", "-qq", "-o", "../trace", "-e", "trace=" + CALLS)
+def undisturbed(place, trace):
+    """The calls of the program after it was loaded, each a name, a number among those of its name and whether it changes
+    something; and what there is then."""
+    done = place.run("strace", "-f", "-qq", "-o", trace, "-e", "trace=%file,%desc")
     if done.returncode != 0:
         print("strace:", done.stderr)
         sys.exit(77)
-    counts, calls, begun = collections.Counter(), [], False
-    for line in (place.folder.parent / "trace").read_text(errors="replace").splitlines():
+    counts, calls = collections.Counter(), []
+    for line in trace.read_text(errors="replace").splitlines():
         call = re.match(r"\d+ +(\w+)\(", line)
-        if not call:
+        if not call or call[1] in ("execve", *NOT_OF_FILES):
             continue
         counts[call[1]] += 1
-        begun = begun or "run.ds" in line and call[1] != "execve"
-        if begun and call[1] not in NOT_OF_FILES:
-            calls.append((call[1], counts[call[1]], line))
-    return calls, new_files(place)
+        if calls or "run.ds" in line:
+            calls.append((call[1], counts[call[1]], call[1] in CHANGING or "O_CREAT" in line, line))
+    return calls, tree(place.folder)
 
 
-def judge_failed(place, done, made, whole):
+def judge(place, whole, done, killed, mayBeDone):
+    """What there is afterwards, each file by itself and the copy as one."""
+    now = tree(place.folder)
+    for name, held in place.before.items():
+        as_whole = name in whole and now.get(name, [0])[0] == whole[name][0] != held[0]
+        assert now.get(name) == held or as_whole, f"{name} is neither as it was nor as it should be"
+    for name in now.keys() - place.before.keys():
+        unfinished = killed and ".part" in name
+        assert unfinished or now[name][0] == whole.get(name, [0])[0], f"{name} was left"
+
+    def copied(state):
+        return {name for name in state if name.startswith(place.copy)} if place.copy else set()
+
+    assert copied(now) in (set(), copied(whole)) or any(".part" in name for name in copied(now)), "left a part of a copy"
+    if killed:
+        scanned = subprocess.run([place.command[0], "scan", "--csv", "."], cwd=place.folder, capture_output=True,
+                                 text=True).stdout
+        assert ".part" not in scanned, f"what was left is taken for a dataset: {scanned}"
+        return
     if done.returncode == 0:
-        assert made == whole, "says that it is done, and made something else"
+        assert {name: held for name, (held, _) in now.items()} == {name: held for name, (held, _) in whole.items()}, \
+            "says that it is done, and is not"
         return
     assert done.returncode == 1, f"ends with {done.returncode}"
-    said = [line for line in done.stderr.splitlines() if re.match(r"ctfmeg: (run\.ds|out\.ds|\.)\S*: \S", line)]
-    assert said, "does not say which file it is about"
+    assert re.search(r"^ctfmeg: ((\S*/)?(run\.ds|out\.ds|study)\S*|\.|standard output): \S", done.stderr, re.MULTILINE), \
+        "does not say which file it is about"
     assert ".part" not in done.stderr, "speaks of a file that nobody knows"
-    assert not made, f"left {sorted(made)}"
-
-
-def judge_killed(place, made, whole):
-    copy = {name: held for name, held in made.items() if name.split("/")[0] == "out.ds"}
-    assert copy in ({}, whole), f"left a part of a copy: {sorted(copy)}"
-    others = {name.split("/")[0] for name in made} - {"out.ds"}
-    assert all(name.endswith(".part") for name in others), f"left {others}"
-    scanned = subprocess.run(
-        [place.ctfmeg, "scan", "--csv", "."], cwd=place.folder, capture_output=True, text=True
-    ).stdout.splitlines()[1:]
-    paths = [row.split(",")[0] for row in scanned]
-    assert not any(".part" in path for path in paths), f"takes what was left for a dataset: {paths}"
+    assert mayBeDone or not place.copy or now == place.before, "left something"
 
 
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("ctfmeg", type=pathlib.Path)
     parser.add_argument("operation", choices=OPERATIONS)
-    parser.add_argument("--every", type=int, default=1, help="of the calls only each N-th, the others not")
-    parser.add_argument("--show", action="store_true", help="print what is said")
+    parser.add_argument("--every", type=int, default=1, help="of calls that change nothing fail each N-th")
+    parser.add_argument("--all", action="store_true", help="fail each call in all ways, and kill at each")
     given = parser.parse_args()
     if not shutil.which("strace"):
         print("there is no strace")
         return 77
-    faults, said, local = [], collections.Counter(), threading.local()
+    faults, local, ends = [], threading.local(), collections.Counter()
     with tempfile.TemporaryDirectory() as name, concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        folder = pathlib.Path(name)
-        ctfmeg = given.ctfmeg.resolve()
-        calls, whole = own_calls(Place(ctfmeg, given.operation, folder / "first"))
-        assert len(calls) > 100 and whole, calls
+        folder, ctfmeg = pathlib.Path(name), given.ctfmeg.resolve()
+        calls, whole = undisturbed(Place(ctfmeg, given.operation, folder / "first"), folder / "trace")
 
-        def attempt(call, number, line, what):
+        def attempt(call, number, line, how):
             if not hasattr(local, "place"):
                 local.place = Place(ctfmeg, given.operation, folder / str(threading.get_ident()))
-            place = local.place
-            inject = f"inject={call}:{what}:when={number}"
-            done = place.run("strace", "-f", "-qq", "-o", "/dev/null", "-e", "trace=" + call, "-e", inject)
+            place, killed = local.place, how == "signal=KILL"
+            done = place.run("strace", "-f", "-qq", "-o", "/dev/null", "-e", "trace=" + call,
+                             "-e", f"inject={call}:{how}:when={number}")
+            ends[done.returncode] += 1
             try:
-                made = new_files(place)
-                if what.startswith("error"):
-                    judge_failed(place, done, made, whole)
-                else:
-                    assert done.returncode == -9, f"was not killed: {done.returncode}"
-                    judge_killed(place, made, whole)
+                assert (done.returncode == -9) == killed, f"ends with {done.returncode}"
+                judge(place, whole, done, killed, mayBeDone="write(1," in line)
             except AssertionError as fault:
-                faults.append(f"{what} in call {number} of {call}: {fault}\n  {line}\n  {done.stderr}")
-            said[done.stderr, done.returncode] += 1
-            place.clear()
+                faults.append(f"{how} in call {number} of {call}: {fault}\n  {line}\n  {done.stderr}")
+            place.restore()
 
-        chosen = calls[:: given.every]
-        jobs = [(*call, what) for call in chosen for what in [*map("error={}".format, ERRORS), "signal=KILL"]]
+        jobs = []
+        for i, (call, number, changes, line) in enumerate(calls):
+            errors = ERRORS if given.all else ERRORS[i % 3:][:1] if changes or i % given.every == 0 else ()
+            kills = ["signal=KILL"] if changes or given.all or i + 1 == len(calls) else []
+            jobs += [(call, number, line, how) for how in [*map("error={}".format, errors), *kills]]
         list(pool.map(lambda job: attempt(*job), jobs))
-    if given.show:
-        for (text, code), times in sorted(said.items()):
-            print(f"{times} times {code}: {text.rstrip()}")
-    for fault in faults:
-        print(fault)
-    print(f"{given.operation}: {len(chosen)} of {len(calls)} calls, {len(jobs)} runs, {len(faults)} faults")
+    print(*faults[:10], sep="\n", end="")
+    print(f"{given.operation}: {len(calls)} calls, {len(jobs)} faults, of which it survived {ends[0]}, reported {ends[1]} and "
+          f"died of {ends[-9]}; {len(faults)} of them badly")
+    assert ends[0] and ends[1] and ends[-9] and len(whole) > 10
     return 1 if faults else 0
 
 
