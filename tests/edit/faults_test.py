@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Fails the system calls of a change to a dataset one by one, and kills it at them: what is copied stays as it was, and
-a copy is whole or not there.
+"""Fails the system calls of a change to a dataset one by one, and interrupts and kills it at them: what is copied stays
+as it was, and a copy is whole or not there.
 
     faults_test.py CTFMEG OPERATION [--every N | --all]; ends with 77 where strace can't trace
 """
@@ -114,11 +114,13 @@ def judge(place, whole, done, killed, mayBeDone):
         assert {name: held for name, (held, _) in now.items()} == {name: held for name, (held, _) in whole.items()}, \
             "says that it is done, and is not"
         return
+    assert mayBeDone or not place.copy or now == place.before, "left something"
+    if done.returncode == 130:
+        return
     assert done.returncode == 1, f"ends with {done.returncode}"
     assert re.search(r"^ctfmeg: ((\S*/)?(run\.ds|out\.ds|study)\S*|\.|standard output): \S", done.stderr, re.MULTILINE), \
         "does not say which file it is about"
     assert ".part" not in done.stderr, "speaks of a file that nobody knows"
-    assert mayBeDone or not place.copy or now == place.before, "left something"
 
 
 def main():
@@ -144,7 +146,8 @@ def main():
                              "-e", f"inject={call}:{how}:when={number}")
             ends[done.returncode] += 1
             try:
-                assert (done.returncode == -9) == killed, f"ends with {done.returncode}"
+                assert (done.returncode == -9) == killed and (how == "signal=INT" or done.returncode != 130), \
+                    f"ends with {done.returncode}"
                 judge(place, whole, done, killed, mayBeDone="write(1," in line)
             except AssertionError as fault:
                 faults.append(f"{how} in call {number} of {call}: {fault}\n  {line}\n  {done.stderr}")
@@ -153,13 +156,13 @@ def main():
         jobs = []
         for i, (call, number, changes, line) in enumerate(calls):
             errors = ERRORS if given.all else ERRORS[i % 3:][:1] if changes or i % given.every == 0 else ()
-            kills = ["signal=KILL"] if changes or given.all or i + 1 == len(calls) else []
+            kills = ["signal=KILL", "signal=INT"] if changes or given.all or i + 1 == len(calls) else []
             jobs += [(call, number, line, how) for how in [*map("error={}".format, errors), *kills]]
         list(pool.map(lambda job: attempt(*job), jobs))
     print(*faults[:10], sep="\n", end="")
-    print(f"{given.operation}: {len(calls)} calls, {len(jobs)} faults, of which it survived {ends[0]}, reported {ends[1]} and "
-          f"died of {ends[-9]}; {len(faults)} of them badly")
-    assert ends[0] and ends[1] and ends[-9] and len(whole) > 10
+    print(f"{given.operation}: {len(calls)} calls, {len(jobs)} faults, of which it survived {ends[0]}, reported {ends[1]}, "
+          f"stopped at {ends[130]} and died of {ends[-9]}; {len(faults)} of them badly")
+    assert ends[0] and ends[1] and ends[130] and ends[-9] and len(whole) > 10
     return 1 if faults else 0
 
 
