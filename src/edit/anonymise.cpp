@@ -286,21 +286,6 @@ class Anonymisation {
 
 }  // namespace
 
-void Anonymous::keep(KeptName kept) {
-  kept.file = file;
-  names.push_back(std::move(kept));
-}
-
-void Anonymous::removeName(std::string_view ofPerson) {
-  removed.addName(ofPerson);
-  persons.addName(ofPerson);
-}
-
-void Anonymous::warn(Code code, const std::string& text) {
-  warnings.push_back(
-      {.severity = Finding::Severity::warning, .code = wordOf(code), .file = file, .text = text});
-}
-
 }  // namespace ctfmeg::edit
 
 namespace ctfmeg {

@@ -249,6 +249,21 @@ std::optional<Edited> anonymousVirtualChannels(std::string_view bytes, Anonymous
   return keptLines(bytes, AnonymousVirtualChannels(anonymous));
 }
 
+void Anonymous::keep(KeptName kept) {
+  kept.file = file;
+  names.push_back(std::move(kept));
+}
+
+void Anonymous::removeName(std::string_view ofPerson) {
+  removed.addName(ofPerson);
+  persons.addName(ofPerson);
+}
+
+void Anonymous::warn(Code code, const std::string& text) {
+  warnings.push_back(
+      {.severity = Finding::Severity::warning, .code = wordOf(code), .file = file, .text = text});
+}
+
 std::string anonymousVocabulary() {
   std::string words =
       std::string(kPathKeyword) +

