@@ -172,7 +172,8 @@ class AnonymousEvents {
     while (before > 0 && m_lines[before - 1].text.empty())
       --before;
     const bool afterList = before > 0 && m_roles[before - 1].role == EventRole::listKeyword;
-    if (!afterList) return std::nullopt;
+    const bool heads = holds(readPartOf(m_lines[m_at]), m_kind.keywords[kColumnsKeyword]);
+    if (!afterList && !heads) return std::nullopt;
     return m_isMarkers ? "TRIAL NUMBER\t\tTIME FROM SYNC POINT (in seconds)"
                        : m_kind.keywords[kColumnsKeyword];
   }
