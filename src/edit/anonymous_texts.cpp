@@ -152,7 +152,9 @@ class AnonymousVirtualChannels {
   }
 
   std::string name(const std::string& text) {
-    m_anonymous.keep({"virtual channels", ++m_number, std::string(trimmed(text))});
+    const std::string_view line = trimmed(text);
+    const std::string_view named = line.starts_with("Name:") ? afterKeyword(line, "Name:") : line;
+    m_anonymous.keep({"virtual channels", ++m_number, std::string(named)});
     return text;
   }
 

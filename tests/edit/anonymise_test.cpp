@@ -209,6 +209,7 @@ TEST_F(Anonymise, LeavesNoSalt) {
     EXPECT_EQ((warning.file + warning.text).find("Salz"), std::string::npos) << warning.text;
   EXPECT_EQ(report.markers, (std::vector<std::string>{"tone", "button"}));
   EXPECT_EQ(report.classes, std::vector<std::string>{"BAD"});
+  EXPECT_EQ(report.channels.back(), "difference");
 
   // Numbers are as they were.
   const std::string copy = copied("out.res4");
