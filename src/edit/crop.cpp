@@ -107,7 +107,8 @@ std::string withoutBackup(std::string name) {
 }
 
 /// What cropping makes of a file that has the new name in it already. False where nothing of it is left.
-bool crop(PlannedFile& file, const std::string& name, const KeptPart& kept, CopyReport& report) {
+bool crop(PlannedFile& file, const Source& source, const std::string& name, const KeptPart& kept,
+          CopyReport& report) {
   const auto replace = [&](auto make) {
     const auto* part = std::get_if<PartOfFile>(&file.content);
     std::optional<Edited> cropped =
@@ -119,7 +120,7 @@ bool crop(PlannedFile& file, const std::string& name, const KeptPart& kept, Copy
   };
   const auto optional = [](Edited edited) { return std::optional(std::move(edited)); };
   if (file.name == name + ".res4")
-    return replace([&](const auto& bytes) { return optional(cropResource(bytes, kept, file.name)); });
+    return replace([&](const auto& bytes) { return optional(cropResource(bytes, kept, source.file())); });
   const std::string kind = withoutBackup(file.name);
   if (kind == "MarkerFile.mrk")
     return replace([&](const auto& bytes) { return optional(cropEvents(bytes, kMarkerBlock, kept)); });
@@ -237,7 +238,7 @@ CopyReport cropDataset(const std::filesystem::path& in, const std::filesystem::p
   for (const SourceFile& file : source.files) {
     if (stemOfSamples(file.name) == source.name()) continue;
     PlannedFile planned = renamedFile(file, name, report);
-    if (crop(planned, name.now(), kept, report))
+    if (crop(planned, source, name.now(), kept, report))
       plan.files.push_back(std::move(planned));
     else
       report.changes.push_back({Change::What::removed, planned.name, "", 1});

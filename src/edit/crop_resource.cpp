@@ -88,15 +88,7 @@ void putHeader(Edited& header, const KeptPart& kept, const std::filesystem::path
 
 /// Whether the coefficients of a record are for a channel of the copy, and their references are in it.
 bool staysWhole(const CoefficientFields& record, const KeptPart& kept) {
-  const auto isCalledSo = [&](const Channel& channel) {
-    return channel.name == record.sensorName || channel.shortName == record.sensorName;
-  };
-  const auto& channels = kept.channels();
-  const bool isKnown = std::any_of(channels.begin(), channels.end(), isCalledSo);
-  const bool isKept = std::any_of(channels.begin(), channels.end(), [&](const Channel& channel) {
-    return isCalledSo(channel) && kept.isKept(channel);
-  });
-  return (isKept || !isKnown) &&
+  return kept.isOfUse(record.sensorName) &&
          std::none_of(record.referenceNames.begin(), record.referenceNames.end(),
                       [&](const std::string& reference) { return kept.isGone(reference); });
 }

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "ctf/event_files.h"
@@ -44,12 +45,18 @@ class KeptPart {
   /// Whether a name, full or short, is only of channels that the copy does not have. A name of no channel at
   /// all is not.
   bool isGone(const std::string& name) const;
+  /// Whether a name, full or short, is of a channel of the copy, or of none at all.
+  bool isOfUse(const std::string& name) const;
 
  private:
+  /// Names, with whether one of the channels that are called so is kept.
+  using Names = std::unordered_map<std::string, bool>;
+
   const RecordInfo& m_record;
   const std::vector<Channel>& m_channels;
   std::vector<int> m_trials;
   std::vector<bool> m_isKept;
+  Names m_names, m_shortNames;
   std::int64_t m_first, m_samples;
 };
 

@@ -14,6 +14,11 @@ KeptPart::KeptPart(const RecordInfo& record, const std::vector<Channel>& all, st
       m_samples(samples) {
   for (const int channel : channels)
     m_isKept[static_cast<std::size_t>(channel)] = true;
+  for (const Channel& channel : all) {
+    bool &byName = m_names[channel.name], &byShortName = m_shortNames[channel.shortName];
+    byName = byName || isKept(channel);
+    byShortName = byShortName || isKept(channel);
+  }
 }
 
 std::optional<int> KeptPart::trialOf(std::int32_t number) const {
@@ -31,13 +36,15 @@ bool KeptPart::hasSample(std::int64_t sample) const {
 }
 
 bool KeptPart::isGone(const std::string& name) const {
-  for (const auto member : {&Channel::name, &Channel::shortName}) {
-    const auto isCalledSo = [&](const Channel& channel) { return channel.*member == name; };
-    if (std::none_of(m_channels.begin(), m_channels.end(), isCalledSo)) continue;
-    return std::none_of(m_channels.begin(), m_channels.end(),
-                        [&](const Channel& channel) { return isCalledSo(channel) && isKept(channel); });
-  }
+  for (const Names* names : {&m_names, &m_shortNames})
+    if (const auto found = names->find(name); found != names->end()) return !found->second;
   return false;
+}
+
+bool KeptPart::isOfUse(const std::string& name) const {
+  const auto full = m_names.find(name), shorter = m_shortNames.find(name);
+  const bool isFull = full != m_names.end(), isShort = shorter != m_shortNames.end();
+  return (isFull && full->second) || (isShort && shorter->second) || (!isFull && !isShort);
 }
 
 }  // namespace ctfmeg::edit

@@ -62,7 +62,7 @@ class MarkRequest {
         samples.push_back(sample);
         continue;
       }
-      const double first = -m_record.preTrigSamples / rate();
+      const double first = -static_cast<double>(m_record.preTrigSamples) / rate();
       refuse("has no sample at " + text(at.seconds) + " s: a trial is from " + text(first) + " to " +
              text(first + (m_record.samplesPerTrial - 1) / rate()) + " s, counted from the trigger");
     }
@@ -123,7 +123,7 @@ class MarkedFiles {
   MarkedFile read(const std::string& name, const std::string& backup) const {
     MarkedFile file{.name = name, .backup = backup};
     std::error_code unknown;
-    file.isThere = fs::exists(fs::symlink_status(pathOf(name), unknown));
+    file.isThere = fs::exists(fs::symlink_status(reachable(pathOf(name)), unknown));
     if (!file.isThere) return file;
     file.before = bytesOf(pathOf(name));
     if (isUtf16(linesOf(file.before))) refuse(name, "is UTF-16 text, not 8-bit text, and is not changed");
@@ -163,16 +163,16 @@ class MarkedFiles {
   void replace(const std::string& name, const std::string& bytes, const std::string& changed) const {
     const fs::path path = pathOf(name);
     std::error_code unknown, ignored;
-    const fs::file_status before = fs::status(path, unknown);
+    const fs::file_status before = fs::status(reachable(path), unknown);
     try {
-      output::ResultFile file(path, name);
+      output::ResultFile file(reachable(path), name);
       file.write(std::as_bytes(std::span(bytes)));
       file.commit();
     } catch (const output::WriteError& error) {
       throw Error(ErrorKind::notWritten, path,
                   error.what() + (changed.empty() ? "" : "; " + changed + " changed before that"));
     }
-    if (fs::is_regular_file(before)) fs::permissions(path, before.permissions(), ignored);
+    if (fs::is_regular_file(before)) fs::permissions(reachable(path), before.permissions(), ignored);
   }
 
   fs::path m_directory;

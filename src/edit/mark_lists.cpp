@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <unordered_map>
 
 #include "base/encoding.h"
 #include "base/nearest.h"
@@ -21,48 +22,49 @@ void addLine(std::vector<TextLine>& lines, const std::string& text) {
 }
 
 /// BadChannels as its reader takes it.
-class BadLines {
+class BadNames {
  public:
-  explicit BadLines(const std::vector<Channel>& channels) : m_channels(channels) {}
-
-  /// Places of the channels that a line marks: those of that full name, else those of that short name.
-  std::vector<int> markedBy(const std::string& name, bool* isShort = nullptr) const {
-    std::vector<int> marked;
-    for (const auto member : {&Channel::name, &Channel::shortName}) {
-      for (const Channel& channel : m_channels)
-        if (channel.*member == name) marked.push_back(channel.index);
-      if (isShort != nullptr) *isShort = member == &Channel::shortName;
-      if (!marked.empty()) break;
+  explicit BadNames(const std::vector<Channel>& channels) {
+    for (const Channel& channel : channels) {
+      if (channel.name.empty()) continue;  // an empty line marks none
+      m_names[channel.name].push_back(channel.index);
+      m_shortNames[channel.shortName].push_back(channel.index);
     }
-    return marked;
   }
 
-  std::vector<int> markedBy(const TextLine& line, bool* isShort = nullptr) const {
-    if (line.text.empty()) return {};
-    return markedBy(decodeText(readPartOf(line), ReadingRules::plain()), isShort);
+  /// Places of the channels that a name marks: those of that full name, else those of that short name.
+  const std::vector<int>& markedBy(const std::string& name) const {
+    static const std::vector<int> kNone;
+    for (const auto* names : {&m_names, &m_shortNames})
+      if (const auto found = names->find(name); found != names->end()) return found->second;
+    return kNone;
   }
+  const std::vector<int>& markedBy(const TextLine& line) const { return markedBy(nameIn(line)); }
 
   std::set<int> markedBy(const std::vector<TextLine>& lines) const {
     std::set<int> all;
     for (const TextLine& line : lines)
-      for (const int place : markedBy(line))
-        all.insert(place);
+      all.insert(markedBy(line).begin(), markedBy(line).end());
     return all;
   }
 
+  /// Whether there are names of channels, and all of them are short.
   bool areShort(const std::vector<TextLine>& lines) const {
     bool any = false, all = true;
     for (const TextLine& line : lines) {
-      bool isShort = false;
-      if (markedBy(line, &isShort).empty()) continue;
+      if (markedBy(line).empty()) continue;
       any = true;
-      all = all && isShort;
+      all = all && !m_names.contains(nameIn(line));
     }
     return any && all;
   }
 
  private:
-  const std::vector<Channel>& m_channels;
+  static std::string nameIn(const TextLine& line) {
+    return decodeText(readPartOf(line), ReadingRules::plain());
+  }
+
+  std::unordered_map<std::string, std::vector<int>> m_names, m_shortNames;
 };
 
 /// "a, b, c and 7 more".
@@ -80,7 +82,7 @@ std::string fewOf(const std::vector<Channel>& channels, const std::set<int>& pla
 std::optional<Marked> markChannels(std::string_view bytes, const std::vector<Channel>& channels,
                                    const std::set<int>& bad, const std::set<int>& good) {
   auto lines = linesOf(bytes);
-  const BadLines reader(channels);
+  const BadNames reader(channels);
   const bool areShort = reader.areShort(lines);
   std::set<int> wanted = reader.markedBy(lines), badAlready, goodAlready;
   for (const int place : bad)
@@ -91,17 +93,18 @@ std::optional<Marked> markChannels(std::string_view bytes, const std::vector<Cha
   Marked marked;
   const auto isWanted = [&](int place) { return wanted.contains(place); };
   const auto staying = std::remove_if(lines.begin(), lines.end(), [&](const TextLine& line) {
-    const auto places = reader.markedBy(line);
+    const auto& places = reader.markedBy(line);
     return !std::all_of(places.begin(), places.end(), isWanted);
   });
   marked.note(Change::What::removed, "channels", lines.end() - staying);
   lines.erase(staying, lines.end());
+  std::set<int> covered = reader.markedBy(lines);
   for (const int place : wanted) {
-    if (reader.markedBy(lines).contains(place)) continue;
+    if (covered.contains(place)) continue;
     const Channel& channel = channels[static_cast<std::size_t>(place)];
-    const auto byShort = reader.markedBy(channel.shortName);
-    const bool usesShort = areShort && byShort == std::vector<int>{place};
+    const bool usesShort = areShort && reader.markedBy(channel.shortName) == std::vector<int>{place};
     const std::string& name = usesShort ? channel.shortName : channel.name;
+    covered.insert(reader.markedBy(name).begin(), reader.markedBy(name).end());
     addLine(lines, windows1252FromUtf8(name).value_or(name));
     marked.note(Change::What::replaced, "channels");
   }
@@ -123,7 +126,8 @@ Marked addBadSegments(std::string_view bytes, const std::vector<BadSegment>& seg
     const auto segment = parseBadSegment(read, ReadingRules::plain());
     if (!segment) continue;
     there.push_back(*segment);
-    like = read.substr(0, static_cast<std::size_t>(wordAt(read, 2)->end() - std::string_view(read).begin()));
+    like = read.substr(
+        0, static_cast<std::size_t>(wordAt(read, 2)->data() + wordAt(read, 2)->size() - read.data()));
   }
   Marked marked;
   for (const BadSegment& segment : segments) {
