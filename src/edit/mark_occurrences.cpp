@@ -20,10 +20,11 @@ constexpr const char* kOccurrence = "                  0\t\t\t\t     0";
 class MarkerLines {
  public:
   MarkerLines(std::string_view bytes, const TrialTiming& timing)
-      : m_timing(timing), m_lines(linesOf(bytes)), m_end(lineEndOf(m_lines)) {
-    look();
-    m_signs = hasSigns();
-  }
+      : m_timing(timing),
+        m_lines(linesOf(bytes)),
+        m_end(lineEndOf(m_lines)),
+        m_events(eventLinesOf(m_lines, kMarkerBlock, timing)),
+        m_signs(hasSigns()) {}
 
   const std::vector<TextLine>& lines() const { return m_lines; }
   const std::vector<EventLine>& events() const { return m_events; }
@@ -162,7 +163,7 @@ class MarkerLines {
   std::vector<TextLine> m_lines;
   std::string m_end;
   std::vector<EventLine> m_events;
-  bool m_signs = true;
+  bool m_signs;
 };
 
 }  // namespace
