@@ -18,7 +18,9 @@ VALIDATOR, VERSION = CACHE / "node_modules/.bin/bids-validator", "1.15.0"
 
 
 def run(*words):
-    subprocess.run([CTFMEG, *map(str, words), "--quiet"], check=True, stdin=subprocess.DEVNULL)
+    subprocess.run(
+        [CTFMEG, *map(str, words), "--quiet"], check=True, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL
+    )
 
 
 def issues(study):
