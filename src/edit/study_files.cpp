@@ -58,6 +58,8 @@ void StudyFiles::makeFolder(const fs::path& folder) {
   if (above != folder) makeFolder(above);
   if (fs::create_directory(reachable(folder), failed))
     m_folders.push_back(folder);
+  else if (failed == std::errc::file_exists)
+    throw Error(ErrorKind::refused, folder, "is no folder");
   else if (failed)
     failWriting(folder, failed);
 }

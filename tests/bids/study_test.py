@@ -215,7 +215,9 @@ def test_refused():
         bids("r.ds", "study", *words, code=1, errors=errors)
         assert files("study") == before, words
     before = files("r.ds")
+    pathlib.Path("r.json").touch()
     bids("r.ds", "r.ds/study", "--subject", "01", code=1, errors="would be inside of a dataset")
+    bids("r.ds", "r.json", "--subject", "01", code=1, errors="is no folder")
     bids("no.ds", "new", "--subject", "01", code=1)
     assert files("r.ds") == before and not os.path.exists("new")
     # The table that can't be added to comes after most others: these are taken back.
