@@ -54,10 +54,10 @@ CTFMEG_API CopyReport renameDataset(const std::filesystem::path& in, const std::
 enum class Dates { remove, shift, keep };
 
 struct Anonymising {
-  std::string subject;  ///< takes the place of the subject's name and number
+  std::string subject{};  ///< takes the place of the subject's name and number
   Dates dates = Dates::remove;
-  std::int32_t shiftDays = 0;     ///< added to each date, where dates are shifted
-  std::vector<std::string> keep;  ///< names of files that are copied though nothing is known about them
+  std::int32_t shiftDays = 0;       ///< added to each date, where dates are shifted
+  std::vector<std::string> keep{};  ///< names of files that are copied though nothing is known about them
   bool keepNames = false;  ///< names of channels, electrodes, markers and classes stay whatever they hold
 };
 
@@ -84,15 +84,15 @@ CTFMEG_API CopyReport cropDataset(const std::filesystem::path& in, const std::fi
 /// Marks to be put into a dataset.
 struct Marks {
   /// Channels to be marked as bad, and as good again: names, patterns or kinds as in `Selection::channels`.
-  std::vector<std::string> bad, good;
-  std::vector<BadSegment> badSegments;
+  std::vector<std::string> bad{}, good{};
+  std::vector<BadSegment> badSegments{};
   struct Occurrence {
     int trial = 0;         ///< number in the file, from 0
     double seconds = 0.0;  ///< from the trigger
   };
   /// Of one marker, which is made where there is none of that name.
-  std::string marker;
-  std::vector<Occurrence> occurrences;
+  std::string marker{};
+  std::vector<Occurrence> occurrences{};
 };
 
 /// Changes BadChannels, bad.segments and MarkerFile.mrk: only those where something changes, each replaced at
@@ -102,10 +102,10 @@ CTFMEG_API CopyReport markDataset(const std::filesystem::path& dataset, const Ma
 
 /// Where a recording is in a study of the BIDS standard, and what only people know.
 struct BidsRecording {
-  std::string subject, task;            ///< labels of letters and digits, such as "01" and "rest"
-  std::string session, run;             ///< likewise, or empty; the run is a number
-  std::optional<double> lineFrequency;  ///< of the mains, in Hz
-  std::optional<Anonymising> anonymise;
+  std::string subject{}, task{};          ///< labels of letters and digits, such as "01" and "rest"
+  std::string session{}, run{};           ///< likewise, or empty; the run is a number
+  std::optional<double> lineFrequency{};  ///< of the mains, in Hz
+  std::optional<Anonymising> anonymise{};
 };
 
 /// Copies a dataset to its place in a study, a directory that may be there already, and adds what the BIDS
