@@ -114,5 +114,9 @@ struct BidsRecording {
 CTFMEG_API AnonymiseReport bidsCopy(const std::filesystem::path& in, const std::filesystem::path& study,
                                     const BidsRecording& recording, const ProgressFunction& progress = {});
 
+/// Where that copy is, such as "study/sub-01/meg/sub-01_task-rest_meg.ds". Throws `Error` for labels that are
+/// none.
+CTFMEG_API std::filesystem::path bidsPath(const std::filesystem::path& study, const BidsRecording& recording);
+
 }  // namespace v1
 }  // namespace ctfmeg

@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include "capi/failure.h"
 #include "capi/json_members.h"
 #include "capi/selection_json.h"
@@ -89,14 +91,15 @@ BidsRecording bidsRecordingOf(const char* text) {
   return recording;
 }
 
-/// Makes a copy and returns the report on it, where somebody wants it.
+/// Makes a copy, or what else is done with two paths, and says what was done where somebody wants to know.
 template <class Copy>
 int copied(const char* dataset, const char* out, char** report, ctfmeg_error* error, Copy copy) {
   return guarded(error, [&] {
     require(dataset, "dataset");
     require(out, "out");
-    const auto done = copy(pathFromText(dataset), pathFromText(out));
-    if (report != nullptr) *report = copyOf(describe::reportJson(out, done));
+    std::filesystem::path written = pathFromText(out);
+    const auto done = copy(pathFromText(dataset), written);
+    if (report != nullptr) *report = copyOf(describe::reportJson(textOf(written), done));
   });
 }
 
@@ -132,8 +135,10 @@ int ctfmeg_crop(const char* dataset, const char* out, const char* selection,
 
 int ctfmeg_bids(const char* dataset, const char* study, const char* options,
                 ctfmeg_progress_function progress, void* user, char** report, ctfmeg_error* error) {
-  return copied(dataset, study, report, error, [&](const auto& from, const auto& to) {
-    return bidsCopy(from, to, bidsRecordingOf(options), progressOf(progress, user));
+  return copied(dataset, study, report, error, [&](const auto& from, auto& written) {
+    const BidsRecording recording = bidsRecordingOf(options);
+    written = bidsPath(pathFromText(study), recording);
+    return bidsCopy(from, pathFromText(study), recording, progressOf(progress, user));
   });
 }
 

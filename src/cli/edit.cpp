@@ -100,10 +100,13 @@ int runMark(const MarkOptions& options) {
 }
 
 int runBids(const BidsOptions& options) {
-  return runCopy(
-      options, options.out, options.recording.anonymise.has_value(), [&](const ProgressFunction& progress) {
-        return bidsCopy(pathFromText(options.in), pathFromText(options.out), options.recording, progress);
-      });
+  std::string written;
+  return runCopy(options, written, options.recording.anonymise.has_value(),
+                 [&](const ProgressFunction& progress) {
+                   const auto study = pathFromText(options.out);
+                   written = textOf(bidsPath(study, options.recording));
+                   return bidsCopy(pathFromText(options.in), study, options.recording, progress);
+                 });
 }
 
 }  // namespace ctfmeg::cli

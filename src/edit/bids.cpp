@@ -204,6 +204,10 @@ void putAll(StudyFiles& files, const BidsPlace& place, const Sidecars& sidecars,
 
 inline namespace v1 {
 
+std::filesystem::path bidsPath(const std::filesystem::path& study, const BidsRecording& recording) {
+  return edit::placeOf(study, recording).dataset();
+}
+
 AnonymiseReport bidsCopy(const std::filesystem::path& in, const std::filesystem::path& study,
                          const BidsRecording& recording, const ProgressFunction& progress) {
   using namespace edit;
