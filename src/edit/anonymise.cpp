@@ -107,10 +107,10 @@ class Anonymisation {
     requireHarmlessNames();
     reportLeftOut();
     StagedCopy copy(m_plan, m_out, progress);
-    compareRecordings(m_source.recording, copy.recording(),
-                      [&](std::string_view what) { return mayDiffer(what); });
-    search(copy.directory());
-    copy.commit();
+    copy.commit(m_source, [&](const Recording& written) {
+      compareRecordings(m_source.recording, written, [&](std::string_view what) { return mayDiffer(what); });
+      search(copy.directory());
+    });
     fillReport();
     return std::move(m_report);
   }

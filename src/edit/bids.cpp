@@ -127,6 +127,7 @@ struct Sidecars {
 Sidecars sidecarsOf(const fs::path& copy, const BidsPlace& place, const BidsRecording& wanted,
                     std::vector<Finding>& warnings) {
   const Recording recording = Recording::open(copy);
+  requireReadable(recording);
   const RecordInfo& record = recording.record();
   Sidecars sidecars;
   sidecars.headShape = bytesIfThere(copy / pathFromText(recording.name() + ".pos"));

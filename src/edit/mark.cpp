@@ -122,8 +122,8 @@ class MarkedFiles {
   /// The file as it is, empty where there is none.
   MarkedFile read(const std::string& name, const std::string& backup) const {
     MarkedFile file{.name = name, .backup = backup};
-    std::error_code unknown;
-    file.isThere = fs::exists(fs::symlink_status(reachable(pathOf(name)), unknown));
+    // One that can't be looked at is there, too: it must not be replaced.
+    file.isThere = ctfmeg::isThere(reachable(pathOf(name)));
     if (!file.isThere) return file;
     file.before = bytesOf(pathOf(name));
     if (isUtf16(linesOf(file.before))) refuse(name, "is UTF-16 text, not 8-bit text, and is not changed");

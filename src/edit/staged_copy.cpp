@@ -228,21 +228,13 @@ void StagedCopy::discard() {
   if (!m_staging.empty()) fs::remove_all(reachable(m_staging), ignored);
 }
 
-Recording StagedCopy::recording() const {
-  return Recording::open(m_staging / pathFromText(m_name + ".res4"));
-}
-
 void StagedCopy::commit(const Source& source, const std::function<void(const Recording& copy)>& check) {
   namingItsPlace([&] {
-    const Recording copy = recording();
+    const Recording copy = Recording::open(m_staging / pathFromText(m_name + ".res4"));
     requireReadable(copy);
     check(copy);
   });
   requireUnchanged(source);
-  commit();
-}
-
-void StagedCopy::commit() {
   const std::error_code failed = moveToNewName(m_staging, m_out);
   if (failed == std::errc::file_exists)
     throw Error(ErrorKind::refused, m_out, "is there already: a copy never replaces anything");

@@ -55,12 +55,9 @@ class StagedCopy {
 
   /// Where the files are now.
   const std::filesystem::path& directory() const { return m_staging; }
-  /// The copy as it is now, to be looked at before it is put in its place.
-  Recording recording() const;
 
-  /// Puts the copy in its place. Throws `Error` where something else is there by now.
-  void commit();
-  /// Likewise, after `check` has looked at it and where the source is still as it was.
+  /// Has `check` look at the copy, makes sure that the source is still as it was, and puts the copy in its
+  /// place. Throws `Error`, also where something else is in that place by now.
   void commit(const Source& source, const std::function<void(const Recording& copy)>& check);
 
  private:
