@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "base/encoding.h"
+#include "base/file.h"
 #include "base/finding_codes.h"
 #include "edit/event_lines.h"
 #include "edit/marking.h"
