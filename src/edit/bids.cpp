@@ -127,7 +127,10 @@ struct Sidecars {
 Sidecars sidecarsOf(const fs::path& copy, const BidsPlace& place, const BidsRecording& wanted,
                     std::vector<Finding>& warnings) {
   const Recording recording = Recording::open(copy);
-  requireReadable(recording);
+  requireReadable(recording.warnings());
+  std::vector<Finding> ofSamples = recording.sampleWarnings();
+  std::erase_if(ofSamples, [](const Finding& finding) { return finding.code == wordOf(Code::fileNotFound); });
+  requireReadable(ofSamples);
   const RecordInfo& record = recording.record();
   Sidecars sidecars;
   sidecars.headShape = bytesIfThere(copy / pathFromText(recording.name() + ".pos"));
@@ -194,8 +197,10 @@ void putAll(StudyFiles& files, const BidsPlace& place, const Sidecars& sidecars,
   addRow(place.study / "participants.tsv", {{"participant_id", place.subject}}, false);
   const fs::path description = place.study / "dataset_description.json";
   if (!isThere(description)) {
-    std::error_code unknown;
-    files.put(description, bidsDescription(textOf(fs::canonical(place.study, unknown).filename())));
+    std::error_code failed;
+    const fs::path study = fs::canonical(place.study, failed);
+    if (failed) failWriting(description, failed);
+    files.put(description, bidsDescription(textOf(study.filename())));
   }
 }
 

@@ -81,12 +81,12 @@ Source openSource(const fs::path& in) {
   std::sort(source.files.begin(), source.files.end(),
             [](const SourceFile& a, const SourceFile& b) { return a.name < b.name; });
   std::sort(source.folders.begin(), source.folders.end());
-  requireReadable(source.recording);
+  requireReadable(source.recording.warnings());
   return source;
 }
 
-void requireReadable(const Recording& recording) {
-  for (const Finding& finding : recording.warnings())
+void requireReadable(const std::vector<Finding>& warnings) {
+  for (const Finding& finding : warnings)
     if (finding.code == wordOf(Code::fileNotFound) || finding.code == wordOf(Code::fileNoPermission) ||
         finding.code == wordOf(Code::fileError))
       throw Error(kindOf(finding), pathFromText(finding.file), finding.text, {finding});

@@ -34,9 +34,8 @@ struct Source {
 /// `Error`, also where a file is there that can't be read.
 Source openSource(const std::filesystem::path& in);
 
-/// Throws `Error` where a file of a recording is there and can't be read: the recording says less than its
-/// dataset.
-void requireReadable(const Recording& recording);
+/// Throws `Error` where a recording was read without a file that is there: it says less than its dataset.
+void requireReadable(const std::vector<Finding>& warnings);
 
 /// Throws `Error` where a file is not as it was when it was listed.
 void requireUnchanged(const Source& source);

@@ -231,7 +231,7 @@ void StagedCopy::discard() {
 void StagedCopy::commit(const Source& source, const std::function<void(const Recording& copy)>& check) {
   namingItsPlace([&] {
     const Recording copy = Recording::open(m_staging / pathFromText(m_name + ".res4"));
-    requireReadable(copy);
+    requireReadable(copy.warnings());
     check(copy);
   });
   requireUnchanged(source);

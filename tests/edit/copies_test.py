@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Copies a dataset from and to places of every kind, without permissions, and while somebody else changes things.
+"""Renames a dataset there and back, copies it from and to places of every kind, without permissions, and while somebody else changes things.
 
     copies_test.py CTFMEG; ends with 77 where strace can't trace
 """
@@ -44,6 +44,28 @@ def places():
         made = pathlib.Path(folder, out)
         names = {path.name.replace("run.", made.stem + ".") for path in pathlib.Path("run.ds").iterdir()}
         assert names == {path.name for path in made.iterdir()}, names
+
+
+def there_and_back():
+    """The name in every text changes where it is one, and everything is as it was under the old name again."""
+    for name, other in (("run", "n.b.c"), ("S01 rest.v2", "Übung, die länger heißt"), ("x" * 40, "short")):
+        fresh()
+        dataset = pathlib.Path(name + ".ds")
+        if name != "run":
+            simulate(CTFMEG, dataset)
+        simulate(CTFMEG, dataset / "hz.ds")
+        text = ("/d/{0}.ds/{0}.meg4\r\nC:\\m\\{0}\\hz.ds of={0}.res4 " + "{1} x{1} {1}x my{1}.ds\0\t{1}\n").format
+        (dataset / (name + ".newds")).write_bytes(text(name, name).encode("cp1252"))
+        (dataset / "hist").write_bytes(text(name, name).encode("cp1252"))
+        markers = dataset / "MarkerFile.mrk"
+        markers.write_bytes(markers.read_bytes().replace(b"\n", b"\r\n"))
+        os.mkdir("back")
+        expect(start("rename", dataset, other + ".ds"), 0, "")
+        expect(start("rename", other + ".ds", f"back/{name}.ds"), 0, "")
+        made = pathlib.Path(other + ".ds")
+        assert (made / "hist").read_bytes() == (made / (other + ".newds")).read_bytes() == text(other, name).encode("cp1252")
+        assert markers.read_bytes().replace(name.encode(), other.encode("cp1252")) == (made / "MarkerFile.mrk").read_bytes()
+        assert subprocess.run(["diff", "-r", dataset, "back/" + name + ".ds"]).returncode == 0, name
 
 
 def refused_places():
@@ -146,7 +168,7 @@ def main():
     traced = shutil.which("strace") and subprocess.run(["strace", "-o", "/dev/null", "true"], capture_output=True)
     with tempfile.TemporaryDirectory() as folder:
         os.chdir(folder)
-        for test in (places, refused_places, links, permissions):
+        for test in (places, there_and_back, refused_places, links, permissions):
             test()
         if not traced or traced.returncode != 0:
             print("strace can't trace here: not shown is what others do meanwhile")

@@ -98,8 +98,8 @@ def undisturbed(place, trace):
 def judge(place, whole, done, killed, mayBeDone):
     """What there is afterwards, each file by itself and the copy as one."""
     now = tree(place.folder)
-    if done.returncode == 0:  # a folder that was only to be taken away again, and can't be
-        now = {name: held for name, held in now.items() if not (name.endswith(".part") and held[0] is None)}
+    if done.returncode == 0:  # what was only to be taken away again, and can't be
+        now = {name: held for name, held in now.items() if not (name.endswith(".part") and held[0] is None) and not name.endswith(".lock")}
     for name, held in place.before.items():
         as_whole = name in whole and now.get(name, [0])[0] == whole[name][0] != held[0]
         assert now.get(name) == held or as_whole, f"{name} is neither as it was nor as it should be"
