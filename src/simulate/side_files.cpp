@@ -121,9 +121,9 @@ std::string markersText(const std::string& path, const Options& options) {
 std::string classesText(const std::string& path, const Options& options) {
   std::string trials;
   if (options.trials > 1) trials = "                  " + signedText(options.trials - 1) + "\n";
-  return path + "NUMBER OF CLASSES:\n1\n\n\n" +
-         blockText("BAD", "the subject moved", "Red", 1) + "NUMBER OF TRIALS:\n" +
-         (trials.empty() ? "0" : "1") + "\nLIST OF TRIALS:\nTRIAL NUMBER\n" + trials + "\n\n";
+  return path + "NUMBER OF CLASSES:\n1\n\n\n" + blockText("BAD", "the subject moved", "Red", 1) +
+         "NUMBER OF TRIALS:\n" + (trials.empty() ? "0" : "1") + "\nLIST OF TRIALS:\nTRIAL NUMBER\n" + trials +
+         "\n\n";
 }
 
 std::string badSegmentsText(const Options& options) {
