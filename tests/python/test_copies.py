@@ -33,7 +33,8 @@ def test_anonymised(rec, files, tmp_path):
     report = rec.save_anonymised(tmp_path / "07.ds", subject="S07", shift_days=-1000)
     copy = report.open()
     assert {change.what for change in report.changes} == {"kept", "removed", "replaced", "shifted"}
-    assert report.names["markers"] == ["tone", "button"] and report.names["channels"] == rec.channel_names()
+    assert report.names["markers"] == ["tone", "button"]
+    assert report.names["channels"] == ["difference", *rec.channel_names()]  # a virtual one among them
     np.testing.assert_array_equal(copy.raw, files["gap"].raw)
     assert copy.channels == rec.channels and copy.markers[0].samples == rec.markers[0].samples
     assert copy.info["record"]["subjectId"] == "S07" and copy.info["startTime"] == "2021-04-06T12:00:00"
@@ -86,7 +87,7 @@ def test_marked(rec, tmp_path):
     ):
         assert before[name] != before[backup] and {change.file for change in report.changes} >= {name}
     with pytest.raises(ctfmeg.Error, match="no trial 6"):
-        again.mark(bad="MLF21", marker="spike", at=[(6, 0)])
+        again.mark(bad="MLF?2", good="MLF11", marker="spike", at=[(6, 0)])
     assert contents(tmp_path / "a.ds") == before
 
 
