@@ -163,10 +163,10 @@ class SelectionDefinition {
   }
 
  private:
-  void addPartialFlag(const char* help, Check check) {
+  void addPartialFlag(const char* help, const Check& check) {
     const auto given = std::make_shared<std::string>();
     m_command->add_flag("--partial", *given, help)
-        ->check(std::move(check))
+        ->check(check)
         ->option_text("[=drop]")
         ->each([given, &options = m_options](const std::string& how) {
           keep(options, "--partial", how == "drop" ? how : "nan").partial =

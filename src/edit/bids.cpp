@@ -86,9 +86,8 @@ void requireFree(const BidsPlace& place) {
 /// study with one that a killed program left is still one.
 class StagingFolder {
  public:
-  explicit StagingFolder(const BidsPlace& place) {
-    std::random_device random;
-    m_path = place.folder / ("." + place.stem + "." + std::to_string(random()) + ".part");
+  explicit StagingFolder(const BidsPlace& place)
+      : m_path(place.folder / ("." + place.stem + "." + std::to_string(std::random_device()()) + ".part")) {
     std::error_code failed;
     if (!fs::create_directory(reachable(m_path), failed)) failWriting(m_path, failed);
   }
