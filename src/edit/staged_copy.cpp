@@ -168,7 +168,7 @@ void requireNew(const fs::path& out, const fs::path& directory) {
     throw Error(ErrorKind::notFound, folder, "is no folder: the copy is to be made in it");
   const auto canonical = [](const fs::path& path) {
     std::error_code failed;
-    const fs::path found = fs::weakly_canonical(path, failed);
+    fs::path found = fs::weakly_canonical(path, failed);
     if (failed) throw Error(ErrorKind::noPermission, path, "can't be found: " + failed.message());
     return found;
   };
@@ -179,7 +179,7 @@ void requireNew(const fs::path& out, const fs::path& directory) {
     throw Error(ErrorKind::refused, out, "is inside of the dataset that is copied");
 }
 
-StagedCopy::StagedCopy(const CopyPlan& plan, fs::path out, const ProgressFunction& progress)
+StagedCopy::StagedCopy(const CopyPlan& plan, const fs::path& out, const ProgressFunction& progress)
     : m_out(withLastPart(out)), m_staging(besideOf(m_out)), m_name(nameFor(m_out)) {
   try {
     namingItsPlace([&] { build(plan, progress); });

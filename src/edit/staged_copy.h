@@ -48,7 +48,7 @@ class StagedCopy {
   /// Writes the files, and reads those back that are not made to compare them with what they were to be.
   /// Throws `Error` where `out` is there already, when something can't be read or written, and when
   /// `progress` stops it.
-  StagedCopy(const CopyPlan& plan, std::filesystem::path out, const ProgressFunction& progress);
+  StagedCopy(const CopyPlan& plan, const std::filesystem::path& out, const ProgressFunction& progress);
   StagedCopy(const StagedCopy&) = delete;
   StagedCopy& operator=(const StagedCopy&) = delete;
   ~StagedCopy();
