@@ -7,10 +7,13 @@
 #include <utility>
 #include <vector>
 
+#include "base/encoding.h"
 #include "simulate/files.h"
 #include "simulate/output.h"
 #include "simulate/random.h"
 #include "simulate/timeline.h"
+
+#include <ctfmeg/path_text.h>
 
 namespace ctfmeg::simulate {
 
@@ -63,8 +66,8 @@ std::string positionText(const Vector3& cm) {
 /// The dataset's name without the folders above it, so that the same options and name give the same bytes
 /// wherever they are written.
 std::string pathText(const std::filesystem::path& stem) {
-  const std::u8string name = stem.filename().u8string();
-  return "PATH OF DATASET:\n" + std::string(name.begin(), name.end()) + ".ds\n\n\n";
+  const std::string name = textOf(stem.filename());
+  return "PATH OF DATASET:\n" + windows1252FromUtf8(name).value_or(name) + ".ds\n\n\n";
 }
 
 struct Event {
