@@ -47,6 +47,7 @@ void renameDescription(Edited& edited, const DatasetName& name) {
   for (std::size_t i = 0; i < sizeof length; ++i)
     bytes[kDescriptionLengthOffset + i] = static_cast<char>(now.size() >> (8 * (sizeof length - 1 - i)));
   edited.note(kReplaced, "runDescription");
+  if (now.size() != static_cast<std::size_t>(length)) edited.note(kReplaced, "runDescriptionLength");
 }
 
 Edited renamedEvents(std::string_view bytes, const EventBlockKind& kind, const DatasetName& name, bool own) {
