@@ -150,7 +150,8 @@ class SelectionDefinition {
   }
 
   void addPartial() {
-    addPartialFlag("a last trial that is cut short counts: what it lacks is NaN, or with =drop left out",
+    addPartialFlag("[=drop]",
+                   "a last trial that is cut short counts: what it lacks is NaN, or with =drop left out",
                    [](const std::string& how) {
                      return how == "true" ? "" : oneOf({"nan", "drop"})(how);
                    });
@@ -158,16 +159,17 @@ class SelectionDefinition {
 
   /// Where samples are integers, which can't say that they are missing.
   void addPartialDrop() {
-    addPartialFlag("a last trial that is cut short counts, and the channels that it lacks are left out",
+    addPartialFlag("=drop",
+                   "a last trial that is cut short counts, and the channels that it lacks are left out",
                    oneOf({"drop"}));
   }
 
  private:
-  void addPartialFlag(const char* help, const Check& check) {
+  void addPartialFlag(const char* value, const char* help, const Check& check) {
     const auto given = std::make_shared<std::string>();
     m_command->add_flag("--partial", *given, help)
         ->check(check)
-        ->option_text("[=drop]")
+        ->option_text(value)
         ->each([given, &options = m_options](const std::string& how) {
           keep(options, "--partial", how == "drop" ? how : "nan").partial =
               how == "drop" ? Partial::drop : Partial::fill;

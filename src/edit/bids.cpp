@@ -152,41 +152,38 @@ Sidecars sidecarsOf(const fs::path& copy, const BidsPlace& place, const BidsReco
   return sidecars;
 }
 
-/// Whether the folder holds a recording already, which shares some files with the new one.
-bool hasRecordings(const fs::path& folder) {
-  std::error_code unknown;
-  const fs::directory_iterator entries(reachable(folder), unknown);
-  return std::any_of(begin(entries), end(entries), [](const fs::directory_entry& entry) {
-    const std::string name = textOf(entry.path().filename());
-    return name.starts_with("sub-") && name.ends_with("_meg.ds");
-  });
+/// A file of the recording. One that says something else is somebody's work.
+void putOwn(StudyFiles& files, const fs::path& file, const std::string& bytes) {
+  if (const auto there = bytesIfThere(file); there && *there != bytes)
+    throw Error(ErrorKind::refused, file,
+                "is there already and says something else: nothing of a study is replaced");
+  files.put(file, bytes);
 }
 
-/// A file of which there is one for all recordings of a visit: it stays as the first one has it.
-void putShared(StudyFiles& files, const fs::path& file, const std::string& bytes, bool shared,
+/// A file of which there is one for all recordings of a visit: it stays as it is.
+void putShared(StudyFiles& files, const fs::path& file, const std::string& bytes,
                std::vector<Finding>& warnings) {
-  const auto there = shared ? bytesIfThere(file) : std::nullopt;
+  const auto there = bytesIfThere(file);
   if (!there) return files.put(file, bytes);
   if (*there != bytes)
     warnings.push_back(
         {.severity = Finding::Severity::warning,
          .code = wordOf(Code::studyFile),
          .file = textOf(file),
-         .text = "is of another recording and stays as it is: the positions of this one differ, and are in "
+         .text = "was there already and stays as it is: the positions of this recording differ, and are in "
                  "its dataset only"});
 }
 
-void putAll(StudyFiles& files, const BidsPlace& place, const Sidecars& sidecars,
+void putAll(StudyFiles& files, const BidsPlace& place, const Sidecars& sidecars, bool anonymous,
             std::vector<Finding>& warnings) {
-  const bool shared = hasRecordings(place.folder);
   if (sidecars.headShape)
-    putShared(files, place.of(place.prefix, "_headshape.pos"), *sidecars.headShape, shared, warnings);
-  putShared(files, place.of(place.prefix, "_coordsystem.json"), sidecars.coordinates, shared, warnings);
-  files.put(place.of(place.stem, "_meg.json"), sidecars.meg);
-  files.put(place.of(place.stem, "_channels.tsv"), sidecars.channels);
+    putShared(files, place.of(place.prefix, "_headshape.pos"), *sidecars.headShape, warnings);
+  putShared(files, place.of(place.prefix, "_coordsystem.json"), sidecars.coordinates, warnings);
+  putOwn(files, place.of(place.stem, "_meg.json"), sidecars.meg);
+  putOwn(files, place.of(place.stem, "_channels.tsv"), sidecars.channels);
   if (!sidecars.events.empty()) {
-    files.put(place.of(place.stem, "_events.tsv"), sidecars.events);
-    files.put(place.of(place.stem, "_events.json"), sidecars.eventsDescription);
+    putOwn(files, place.of(place.stem, "_events.tsv"), sidecars.events);
+    putOwn(files, place.of(place.stem, "_events.json"), sidecars.eventsDescription);
   }
   const auto addRow = [&](const fs::path& table, const NamedCells& cells, bool update) {
     files.put(table, withRow(bytesIfThere(table).value_or(""), cells, update, table));
@@ -199,7 +196,8 @@ void putAll(StudyFiles& files, const BidsPlace& place, const Sidecars& sidecars,
     std::error_code failed;
     const fs::path study = fs::canonical(place.study, failed);
     if (failed) failWriting(description, failed);
-    files.put(description, bidsDescription(textOf(study.filename())));
+    // A folder may be called after a person.
+    files.put(description, bidsDescription(anonymous ? "n/a" : textOf(study.filename())));
   }
 }
 
@@ -242,7 +240,7 @@ AnonymiseReport bidsCopy(const std::filesystem::path& in, const std::filesystem:
   });
   StudyFiles files;
   requireFree(place);
-  putAll(files, place, sidecars, report.warnings);
+  putAll(files, place, sidecars, recording.anonymise.has_value(), report.warnings);
   if (const auto failed = moveToNewName(copy, place.dataset()))
     throw Error(ErrorKind::notWritten, place.dataset(), "can't be put in place: " + failed.message());
   files.keep();

@@ -72,7 +72,7 @@ std::string DatasetName::inValue(std::string_view value) const { return replaced
 std::string DatasetName::inText(std::string_view text) const { return replaced(text, false); }
 
 std::string DatasetName::inOwnPath(std::string_view value) const {
-  const std::string path = replaced(value, true);
+  std::string path = replaced(value, true);
   const std::size_t last = path.find_last_not_of(" \t/\\");
   if (last == std::string::npos) return path;
   const std::size_t separator = path.find_last_of(kSeparators, last);
@@ -122,7 +122,7 @@ bool DatasetName::isIn(std::string_view bytes) const {
 
 std::string nameFor(const std::filesystem::path& out) {
   const std::filesystem::path last = out.has_filename() ? out.filename() : out.parent_path().filename();
-  const std::string name = textOf(last.stem());
+  std::string name = textOf(last.stem());
   if (lowered(textOf(last.extension())) != ".ds" || name.empty() || name == "." || name == "..")
     throw Error(ErrorKind::refused, out, "is no name for a dataset: it must end in .ds");
   const auto bytes = windows1252FromUtf8(name);

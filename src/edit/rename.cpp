@@ -123,7 +123,9 @@ std::optional<Edited> renamedContent(const SourceFile& file, const DatasetName& 
 void lookForName(const SourceFile& file, const DatasetName& name, CopyReport& report) {
   constexpr std::uint64_t kMostBytes = 1 << 24;
   const std::string extension = textOf(pathFromText(file.name).extension());
-  if (file.bytes > kMostBytes || extension.ends_with("meg4") || !name.isIn(bytesOf(file.path))) return;
+  const bool holdsNoName = extension.ends_with("meg4") || isOneOf(extension, {".hc", ".eeg", ".pos"}) ||
+                           isOneOf(file.name, {"BadChannels", "bad.segments", "VirtualChannels"});
+  if (file.bytes > kMostBytes || holdsNoName || !name.isIn(bytesOf(file.path))) return;
   report.warnings.push_back({.severity = Finding::Severity::remark,
                              .code = wordOf(Code::fileName),
                              .file = textOf(file.path),

@@ -184,9 +184,16 @@ def test_adding():
     text = pathlib.Path("other.ds/other.hc").read_text().replace("10.4", "10.5")
     pathlib.Path("other.ds/other.hc").write_text(text)
     before = files("study/sub-01")
-    bids(other, "study", "--subject", "01", "--run", "3", errors="the positions of this one differ")
+    bids(other, "study", "--subject", "01", "--run", "3", errors="the positions of this recording differ")
     after = files("study/sub-01")
     assert {name for name in before if before[name] != after[name]} == {"sub-01_scans.tsv"}
+    for name in ("task-rest_run-4_events.tsv", "task-rest_run-4_meg.json"):
+        somebodys = pathlib.Path("study/sub-01/meg/sub-01_" + name)
+        somebodys.write_text("somebody's work\n")
+        before = files("study")
+        bids(other, "study", "--subject", "01", "--run", "4", code=1, errors=f"{name}: is there already and says")
+        assert files("study") == before
+        somebodys.unlink()
 
 
 def test_anonymised():
@@ -197,7 +204,7 @@ def test_anonymised():
         texts = "".join(
             path.read_text() for path in study.rglob("*") if path.is_file() and ".ds" not in str(path)
         )
-        for text in ("start of the tone", "2024-01-01"):
+        for text in ("start of the tone", "2024-01-01", study.name):
             assert (text in texts) == wanted, (text, words)
 
 
