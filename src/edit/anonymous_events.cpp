@@ -99,6 +99,7 @@ class AnonymousEvents {
       case EventRole::occurrence:
         return occurrence(line, edited);
       case EventRole::surplus:
+      case EventRole::passedOver:
       case EventRole::other:
         break;
     }

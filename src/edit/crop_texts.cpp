@@ -64,6 +64,7 @@ Edited cropEvents(std::string_view bytes, const EventBlockKind& kind, const Kept
   for (std::size_t i = 0; i < events.size(); ++i) {
     const EventLine& event = events[i];
     const bool counted = event.role == EventRole::occurrence;
+    if (event.role == EventRole::passedOver) ++counts[event.block].left;
     if (!counted && event.role != EventRole::surplus) continue;
     const auto trial = kept.trialOf(event.sample.trial);
     const bool stays = trial && (!areMarkers || kept.hasSample(event.sample.sample));

@@ -80,6 +80,8 @@ class EventLineWalk {
         set(EventRole::occurrence, *sample);
       else if (holdsKeyword(kNextBlockKeyword))
         return putBack();
+      else
+        set(EventRole::passedOver);
     }
   }
 

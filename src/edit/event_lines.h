@@ -31,6 +31,7 @@ enum class EventRole {
   listKeyword,
   columns,     ///< heads the list
   occurrence,  ///< of a marker; of a class: a trial
+  passedOver,  ///< in a list, not understood: it takes the place of an occurrence among the block's count
   surplus,     ///< as `occurrence`, beyond the block's count, so not read
 };
 

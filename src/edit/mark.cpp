@@ -141,11 +141,16 @@ class MarkedFiles {
     throw Error(ErrorKind::refused, pathOf(name), why);
   }
 
-  /// Writes those that change. One that fails leaves those before it changed, and valid.
-  CopyReport write() const {
+  /// Writes those that change. One that fails leaves those before it changed, and valid. Of what a reader
+  /// noticed, reports what is about these files.
+  CopyReport write(const std::vector<Finding>& noticed) const {
     CopyReport report;
     std::string changed;
     for (const MarkedFile& file : m_files) {
+      std::copy_if(noticed.begin(), noticed.end(), std::back_inserter(report.warnings),
+                   [&](const Finding& finding) {
+                     return pathFromText(finding.file).filename() == pathFromText(file.name);
+                   });
       for (const std::string& text : file.after.there)
         report.warnings.push_back({.severity = Finding::Severity::remark,
                                    .code = wordOf(Code::markThere),
@@ -182,16 +187,20 @@ class MarkedFiles {
 
 constexpr const char *kMarkerFile = "MarkerFile.mrk", *kMarkersBefore = "MarkerFile.mrk.bak";
 
+struct NamedBytes {
+  std::string name, bytes;
+};
+
 /// What a marker file is to begin from: its own content, or where it has no marker that of the file that its
 /// readers go on to; else what says that there is none.
-std::string markersToBeginFrom(const MarkedFiles& files, const MarkedFile& file, const std::string& name) {
+NamedBytes markersToBeginFrom(const MarkedFiles& files, const MarkedFile& file, const std::string& name) {
   const MarkerCounts here = markersIn(file.before);
-  if (here.hasMarkers) return file.before;
+  if (here.hasMarkers) return {kMarkerFile, file.before};
   const MarkedFile other = files.read(kMarkersBefore, "");
-  if (markersIn(other.before).hasMarkers) return other.before;
+  if (markersIn(other.before).hasMarkers) return {kMarkersBefore, other.before};
   if (!here.isUnderstood) files.refuse(kMarkerFile, "is not understood as a marker file, and is not changed");
   const bool isBlank = file.before.find_first_not_of(" \t\r\n") == std::string::npos;
-  return isBlank ? emptyMarkerFile(name + ".ds") : file.before;
+  return {kMarkerFile, isBlank ? emptyMarkerFile(name + ".ds") : file.before};
 }
 
 }  // namespace
@@ -226,13 +235,11 @@ CopyReport markDataset(const std::filesystem::path& dataset, const Marks& marks)
     request.requireMarkerName();
     const auto samples = request.samples();
     MarkedFile file = files.read(kMarkerFile, "MarkerFile.mrk.1.bak");
-    auto after = addOccurrences(markersToBeginFrom(files, file, recording.name()), marks.marker, samples,
-                                request.timing());
-    files.add(std::move(file), std::move(after),
-              "has no place for an occurrence: it ends inside a marker, or the marker's list has no count or "
-              "no heading, or is not in seconds");
+    const auto [from, bytes] = markersToBeginFrom(files, file, recording.name());
+    Marked after = addOccurrences(bytes, marks.marker, samples, request.timing(), files.pathOf(from));
+    files.add(std::move(file), std::move(after), "");
   }
-  return files.write();
+  return files.write(recording.warnings());
 }
 
 }  // namespace v1

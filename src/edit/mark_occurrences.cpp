@@ -1,8 +1,10 @@
 #include <algorithm>
 #include <set>
+#include <span>
 #include <utility>
 
 #include "base/encoding.h"
+#include "base/file.h"
 #include "base/scan.h"
 #include "ctf/text.h"
 #include "edit/event_lines.h"
@@ -52,6 +54,21 @@ class MarkerLines {
     }));
   }
 
+  /// Whether the last line, which is not read for want of a line break, is in a marker that lacks lines.
+  bool endsInsideMarker() const {
+    const int last = total() - 1;
+    if (last < 0 || !m_lines.back().end.empty() || trimmed(m_lines.back().text).empty()) return false;
+    std::int32_t count = INT32_MAX;
+    std::int64_t listed = 0;
+    for (std::size_t i = 0; i < m_lines.size(); ++i) {
+      const EventRole role = m_events[i].block == last ? m_events[i].role : EventRole::other;
+      if (role == EventRole::count)
+        scan(readPartOf(m_lines[i]), "%d", {&count}, ScanPrecision::full, AfterNumber::blank);
+      if (role == EventRole::occurrence || role == EventRole::passedOver) ++listed;
+    }
+    return listed < count;
+  }
+
   /// Adds the lines of a marker without occurrences at the end.
   void addMarker(const std::string& name) {
     const std::int64_t id = highestClass() + 1;
@@ -78,6 +95,7 @@ class MarkerLines {
     for (std::size_t i = 0; i < m_lines.size(); ++i) {
       const EventLine& event = m_events[i];
       if (event.block != block) continue;
+      if (event.role == EventRole::passedOver) ++listed;
       if (event.role == EventRole::columns) {
         if (msPerUnitOf(std::string(readPartOf(m_lines[i]))) != kMsPerSecond) return false;
         after = i;
@@ -166,30 +184,97 @@ class MarkerLines {
   bool m_signs;
 };
 
+/// The bytes of a marker file, for its reader.
+class MarkerBytes : public File {
+ public:
+  explicit MarkerBytes(std::string_view bytes) : File(""), m_bytes(bytes) {}
+  std::uint64_t size() const override { return m_bytes.size(); }
+  std::size_t readAt(std::uint64_t offset, std::span<std::byte> out) const override {
+    if (offset >= m_bytes.size()) return 0;
+    return m_bytes.copy(reinterpret_cast<char*>(out.data()), out.size(), static_cast<std::size_t>(offset));
+  }
+
+ private:
+  std::string_view m_bytes;
+};
+
+class Unheard : public Notices {
+  void report(const Finding& /*finding*/) override {}
+};
+
+/// A marker's name and class, and where it occurs.
+struct SeenMarker {
+  std::string name, comment;
+  std::int32_t classId;
+  std::multiset<std::pair<std::int32_t, std::int64_t>> places;  // trials and samples
+
+  bool operator==(const SeenMarker&) const = default;
+};
+
+std::vector<SeenMarker> markersSeen(std::string_view bytes, const TrialTiming& timing) {
+  std::vector<SeenMarker> seen;
+  Unheard unheard;
+  readMarkers(MarkerBytes(bytes), timing, ReadingRules::plain(), unheard, [&](const ReadMarker& read) {
+    seen.push_back({read.marker.name, read.marker.comment, read.marker.classId, {}});
+    for (const MarkerSample& sample : read.marker.samples)
+      seen.back().places.emplace(sample.trial, sample.sample);
+    return true;
+  });
+  return seen;
+}
+
+/// Whether a reader of the new bytes has all that it had of the old ones, and what was added to the marker of
+/// that number, which may be new.
+bool isReadWith(const std::vector<MarkerSample>& added, int block, std::string_view before,
+                std::string_view after, const TrialTiming& timing) {
+  auto wanted = markersSeen(before, timing);
+  const auto seen = markersSeen(after, timing);
+  const auto place = static_cast<std::size_t>(block);
+  if (place == wanted.size() && place + 1 == seen.size()) {
+    wanted.push_back(seen.back());
+    wanted.back().places.clear();
+  }
+  if (place >= wanted.size()) return false;
+  for (const MarkerSample& sample : added)
+    wanted[place].places.emplace(sample.trial, sample.sample);
+  return wanted == seen;
+}
+
 }  // namespace
 
-std::optional<Marked> addOccurrences(std::string_view bytes, const std::string& marker,
-                                     const std::vector<MarkerSample>& samples, const TrialTiming& timing) {
+Marked addOccurrences(std::string_view bytes, const std::string& marker,
+                      const std::vector<MarkerSample>& samples, const TrialTiming& timing,
+                      const std::filesystem::path& path) {
+  const auto refuse = [&](const char* why) { throw Error(ErrorKind::refused, path, why); };
+  constexpr const char* kNoPlace =
+      "has no place for an occurrence: it ends inside a marker, or the marker's list has no count or no "
+      "heading, or is not in seconds";
   MarkerLines file(bytes, timing);
+  if (file.endsInsideMarker())
+    refuse("ends inside a marker: its last line has no line break, so that it may be cut, and is not read");
   const int before = file.total();
   Marked marked;
   std::set<int> blocks = file.blocksOf(marker);
   if (blocks.empty()) {
     file.addMarker(marker);
     blocks = file.blocksOf(marker);
-    if (file.total() != before + 1 || blocks != std::set{before}) return std::nullopt;
+    if (file.total() != before + 1 || blocks != std::set{before}) refuse(kNoPlace);
     marked.note(Change::What::replaced, kMarkerBlock.total);
   }
+  std::vector<MarkerSample> added;
   for (const MarkerSample& sample : samples) {
     if (file.has(blocks, sample)) {
       marked.there.push_back("has marker " + marker + " at " + output::brief(sample.timeMs / 1000.0) +
                              " s of trial " + std::to_string(sample.trial) + " already");
       continue;
     }
-    if (!file.addOccurrence(*blocks.begin(), sample) || !file.has(blocks, sample)) return std::nullopt;
+    if (!file.addOccurrence(*blocks.begin(), sample) || !file.has(blocks, sample)) refuse(kNoPlace);
+    added.push_back(sample);
     marked.note(Change::What::replaced, fieldOf(kMarkerBlock, kListKeyword));
   }
   marked.bytes = marked.changes.empty() ? std::string(bytes) : textOf(file.lines());
+  if (!marked.changes.empty() && !isReadWith(added, *blocks.begin(), bytes, marked.bytes, timing))
+    refuse("would not be read as before with that occurrence in it, and is not changed");
   return marked;
 }
 

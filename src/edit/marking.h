@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <set>
 #include <string>
 #include <string_view>
@@ -26,10 +27,11 @@ std::optional<Marked> markChannels(std::string_view bytes, const std::vector<Cha
 Marked addBadSegments(std::string_view bytes, const std::vector<BadSegment>& segments, double sampleRate);
 
 /// Adds occurrences to the first marker of that name, in bytes as a file has them; `samples` of each have
-/// trial and time. Without such a marker one is made. Nothing where the file leaves no room for them: it ends
-/// inside a marker, or the marker's list lacks its count or its heading, or is not in seconds.
-std::optional<Marked> addOccurrences(std::string_view bytes, const std::string& marker,
-                                     const std::vector<MarkerSample>& samples, const TrialTiming& timing);
+/// trial and time. Without such a marker one is made. Throws `Error` about `path` where the file leaves no
+/// room for them, or where its reader would not have all that it had before, and them.
+Marked addOccurrences(std::string_view bytes, const std::string& marker,
+                      const std::vector<MarkerSample>& samples, const TrialTiming& timing,
+                      const std::filesystem::path& path);
 
 /// A marker file without markers, of the dataset of that name.
 std::string emptyMarkerFile(const std::string& dataset);

@@ -67,9 +67,9 @@ class Dataset:
     def bad(self):
         return {channel["shortName"] for channel in info(self.path)["channels"] if not channel["good"]}
 
-    def occurrences(self, name):
+    def occurrences(self, name, odd=0):
         markers = [marker for marker in info(self.path)["markers"] if marker["name"] == name]
-        assert all(marker["numSamples"] == len(marker["samples"]) for marker in markers)
+        assert all(marker["numSamples"] == len(marker["samples"]) + odd for marker in markers)
         return [(s["trial"], round(s["timeMs"], 6)) for marker in markers for s in marker["samples"]]
 
 
@@ -178,6 +178,13 @@ def markers(folder):
         dataset.mark("--marker tone --at 2:0.2", MARKERS)
         assert dataset.bytes(MARKERS) == HEADING + changed
 
+    # Lines that are not understood take places of the count, to their reader.
+    odd = MARKER.replace(b"2 of them", b"4").replace(b"3  0", b"# a\n3  0")
+    dataset = Dataset(folder, markers=HEADING + odd)
+    said = dataset.mark("--marker tone --at 1:0.1", MARKERS)
+    assert dataset.occurrences("tone", 1) == [(0, 100.0), (1, 100.0), (3, 0.0), (2, 0.0)]
+    assert "of which the marker has more" in said, said
+
     for wrong, text in [
         ("--marker tone --at 4:0", "there are trials 0 to 3"),
         ("--marker tone --at 0:0.3", "a trial is from -0.1 to 0.299 s"),
@@ -191,8 +198,14 @@ def markers(folder):
         (HEADING + MARKER.replace(b" (in seconds)", b""), "is not in seconds"),
         (HEADING + MARKER.replace(b"NUMBER OF", b"SUM OF"), "has no count"),
         (HEADING + MARKER[: MARKER.index(b"\nCOLOR")] + b"\n", "ends inside a marker"),
+        (HEADING + MARKER.replace(b"2 of them", b"3")[:-2], "no line break, so that it may be cut"),
     ]:
-        Dataset(folder, markers=before).refuse("--marker tone --at 1:0", text)
+        for marker in "tone", "new":
+            if marker == "tone" or "cut" in text:
+                Dataset(folder, markers=before).refuse(f"--marker {marker} --at 1:0", text)
+    # A name that was not read would be.
+    before = HEADING + MARKER + b"CLASSGROUPID:\n3\nNAME:\nhalf\n"
+    Dataset(folder, markers=before + b"COMMENT:").refuse("--marker new --at 1:0", "ends inside a marker")
 
 
 def places(folder):
