@@ -1,3 +1,4 @@
+#include <limits>
 #include <memory>
 
 #include "cli/definitions.h"
@@ -97,7 +98,9 @@ std::optional<std::pair<int, std::vector<double>>> parseTrialAndTimes(std::strin
     seconds.push_back(*time);
     at = next;
   }
-  if (!trials || trials->size() != 1 || seconds.size() != times) return std::nullopt;
+  // A number beyond all trials may be none that was given.
+  const bool isATrial = trials && trials->size() == 1 && trials->front() < std::numeric_limits<int>::max();
+  if (!isATrial || seconds.size() != times) return std::nullopt;
   return std::pair(trials->front(), seconds);
 }
 

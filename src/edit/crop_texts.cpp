@@ -49,6 +49,19 @@ void putTrial(std::string& line, std::int32_t before, int now) {
     line = numberLike(word, now);
 }
 
+/// Puts the time of an occurrence's own sample into a line whose time, half a sample from it, would be read
+/// as another one of the copy. Returns whether that was so.
+bool keepSample(TextLine& line, std::int64_t sample, const KeptPart& kept) {
+  const double rate = kept.record().sampleRate;
+  const std::int64_t preTrigger = kept.record().preTrigSamples;
+  const TrialTiming timing{rate, preTrigger - kept.first()};
+  const auto read = parseMarkerSample(std::string(readPartOf(line)), 1.0, timing, ReadingRules::plain());
+  if (kept.hasWholeTrials() || !read || read->sample == sample - kept.first()) return false;
+  const double seconds = static_cast<double>(sample - preTrigger) / rate;
+  replaceWord(line.text, 1, secondsLike(wordAt(line.text, 1).value_or(""), seconds));
+  return true;
+}
+
 }  // namespace
 
 Edited cropEvents(std::string_view bytes, const EventBlockKind& kind, const KeptPart& kept) {
@@ -72,7 +85,11 @@ Edited cropEvents(std::string_view bytes, const EventBlockKind& kind, const Kept
     if (!stays) {
       sieve.remove(i);
       cropped.note(What::removed, fieldOf(kind, kListKeyword));
-    } else if (*trial != event.sample.trial) {
+      continue;
+    }
+    if (areMarkers && keepSample(sieve.lines()[i], event.sample.sample, kept))
+      cropped.note(What::replaced, kTimesField);
+    if (*trial != event.sample.trial) {
       putTrial(sieve.lines()[i].text, event.sample.trial, *trial);
       cropped.note(What::replaced, fieldOf(kind, kColumnsKeyword));
     }

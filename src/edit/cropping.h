@@ -64,7 +64,11 @@ class KeptPart {
 /// Coefficient records of sensors that are gone go, and those with a reference that is gone.
 Edited cropResource(std::string_view bytes, const KeptPart& kept, const std::filesystem::path& path);
 
-/// MarkerFile.mrk or ClassFile.cls.
+/// As reports name times of markers that were changed.
+inline constexpr const char* kTimesField = "TIME FROM SYNC POINT";
+
+/// MarkerFile.mrk or ClassFile.cls. A time that would be read as another sample is replaced by that of its
+/// own.
 Edited cropEvents(std::string_view bytes, const EventBlockKind& kind, const KeptPart& kept);
 Edited cropBadSegments(std::string_view bytes, const KeptPart& kept);
 Edited cropBadChannels(std::string_view bytes, const KeptPart& kept);

@@ -63,7 +63,7 @@ class MarkRequest {
         samples.push_back(sample);
         continue;
       }
-      const double first = -static_cast<double>(m_record.preTrigSamples) / rate();
+      const double first = static_cast<double>(-std::int64_t{m_record.preTrigSamples}) / rate();
       refuse("has no sample at " + text(at.seconds) + " s: a trial is from " + text(first) + " to " +
              text(first + (m_record.samplesPerTrial - 1) / rate()) + " s, counted from the trigger");
     }
@@ -75,9 +75,12 @@ class MarkRequest {
     const std::string& name = m_marks.marker;
     if (name.empty()) refuse("can't have an occurrence of a marker without a name");
     const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
-    if (std::any_of(name.begin(), name.end(), isControl) || trimmed(name) != name ||
-        !windows1252FromUtf8(name))
-      refuse("can't have a marker of that name: its characters are none that a line of the file can hold");
+    constexpr const char* kCant = "can't have a marker of that name: ";
+    if (std::any_of(name.begin(), name.end(), isControl))
+      refuse(std::string(kCant) + "it has control characters, such as a line break");
+    if (trimmed(name) != name) refuse(std::string(kCant) + "it has blanks at its ends, which are not read");
+    if (!windows1252FromUtf8(name))
+      refuse(std::string(kCant) + "it has letters outside Windows-1252, in which the file is written");
   }
 
   TrialTiming timing() const { return {rate(), m_record.preTrigSamples}; }

@@ -220,13 +220,22 @@ def crop_equals_export(folder):
 
 
 def lines_keep_their_form(folder):
-    copy = folder / "form.ds"
+    copy, marker_file = folder / "form.ds", (folder / "run.ds" / "MarkerFile.mrk").read_bytes()
     succeed("crop", folder / "run.ds", copy, "--trials", "1,3", "--samples", "100:299")
     segments = (copy / "bad.segments").read_bytes()
     assert segments == b"0\t0\t0.02 moved\r\n+1\t+0.00\t+0.2\nno segment\n1\t0\t0.2\n", segments
     text = (copy / "MarkerFile.mrk").read_bytes()
     assert b"NUMBER OF SAMPLES:\r\n+3\n" in text  # trial 1 has two, one of which was beyond the count
     assert b"what?" in text and b"\n+0  0.03  a note\n" in text
+    half = folder / "half.ds"  # of a sample away from one: 125 by rounding away from zero
+    shutil.copytree(folder / "run.ds", half)
+    for file in half.glob("run.*"):
+        file.rename(file.with_name(file.name.replace("run.", "half.")))
+    (half / "MarkerFile.mrk").write_bytes(re.sub(rb"\+1  0.03", b"+1  +0.1245", marker_file))
+    succeed("crop", half, folder / "after.ds", "--samples", "225:299")
+    samples = [s["sample"] for m in info(folder / "after.ds")["markers"] for s in m["samples"]]
+    assert 0 in samples and min(samples) == 0, samples
+    assert b"+1  +0.125  a note" in (folder / "after.ds" / "MarkerFile.mrk").read_bytes()
     assert b"TRIALS:\n2\nLIST OF TRIALS:\nTRIAL NUMBER\n1\n 0\n" in (copy / "ClassFile.cls").read_bytes()
 
 

@@ -189,9 +189,15 @@ def markers(folder):
         ("--marker tone --at 4:0", "there are trials 0 to 3"),
         ("--marker tone --at 0:0.3", "a trial is from -0.1 to 0.299 s"),
         ("--marker tone --at 0:-0.2", "a trial is from -0.1 to 0.299 s"),
-        ("--marker \u20ac\u4e00 --at 0:0", "characters are none"),
+        ("--marker \u20ac\u4e00 --at 0:0", "letters outside Windows-1252"),
+        ("--marker \x7f --at 0:0", "control characters"),
     ]:
         dataset.refuse(wrong, text)
+    result = run("mark", dataset.path, "--marker", "tone ", "--at", "0:0")
+    assert result.returncode == 1 and "blanks at its ends" in result.stderr, result.stderr
+    for wrong in ["--at", "99999999999:0", "--marker", "x"], ["--bad-segment", "99999999999:0:1"]:
+        result = run("mark", dataset.path, *wrong)
+        assert result.returncode == 2 and "must be a trial" in result.stderr, result.stderr
     for before, text in [
         (HEADING.decode().encode("utf-16"), "is UTF-16 text"),
         (b"garbage\n", "is not understood"),
@@ -228,6 +234,9 @@ def places(folder):
 
 with tempfile.TemporaryDirectory() as name:
     place = pathlib.Path(name)
+    shape = "--channels 40 --trials 1 --samples 300".split()
+    assert run("simulate", place / "x.ds", *shape).returncode == 0
+    assert "from 0 to" in run("mark", place / "x.ds", "--marker", "x", "--at", "0:5").stderr
     shape = "--channels 60 --trials 4 --samples 400 --pretrigger 100 --rate 1000".split()
     (place / "source").mkdir()
     assert run("simulate", place / "source" / "run.ds", *shape).returncode == 0
