@@ -73,7 +73,7 @@ constexpr auto kCodes = std::to_array<CodeInfo>({
     {Code::epochRejected, "epoch.rejected", ErrorKind::refused, false,
      "epochs are left out in which a channel goes beyond a peak-to-peak limit"},
     {Code::cropReferences, "crop.references", ErrorKind::refused, false,
-     "a copy loses references that the compensation of its channels needs"},
+     "a copy loses references that compensation or virtual channels need"},
     {Code::markThere, "mark.there", ErrorKind::refused, false,
      "a mark that is to be put into a dataset is there already"},
     {Code::copyDate, "copy.date", ErrorKind::refused, false,

@@ -4,13 +4,10 @@
 #include <span>
 #include <tuple>
 
-#include "base/finding_codes.h"
-#include "base/nearest.h"
 #include "ctf/sample_set.h"
 #include "edit/compare.h"
 #include "edit/cropping.h"
 #include "edit/rename.h"
-#include "recording/compensation.h"
 #include "recording/file_names.h"
 
 #include <ctfmeg/path_text.h>
@@ -43,36 +40,6 @@ KeptPart keptPart(const Recording& recording, const SampleSource& samples) {
     throw Error(ErrorKind::refused, recording.resourceFile(),
                 "has no sample rate: markers and bad segments can't follow a span");
   return kept;
-}
-
-/// What a gradient compensation that the samples carry needs, and the copy does not have.
-std::optional<Finding> lostReferences(const Recording& recording, const KeptPart& kept) {
-  const Coefficients coefficients(recording.channels(), recording.coefficients());
-  std::set<int> lost;  // places among the channels
-  for (const Channel& sensor : recording.channels()) {
-    const bool isCompensated = sensor.gradientOrder > 0 && sensor.gradientOrder <= kHighestOrder;
-    if (!isMeg(sensor) || !isCompensated || !kept.isKept(sensor)) continue;
-    const CoefficientRecord* record = coefficients.find(sensor, sensor.gradientOrder);
-    if (record == nullptr) continue;
-    for (const Coefficient& coefficient : record->references)
-      if (const Channel* reference = coefficients.reference(coefficient.reference);
-          reference != nullptr && !kept.isKept(*reference))
-        lost.insert(reference->index);
-  }
-  if (lost.empty()) return std::nullopt;
-  constexpr std::size_t kMostNamed = 5;
-  std::vector<std::string> names;
-  for (const int place : lost)
-    if (names.size() < kMostNamed)
-      names.push_back(recording.channels()[static_cast<std::size_t>(place)].name);
-  if (lost.size() > names.size()) names.push_back(std::to_string(lost.size() - names.size()) + " more");
-  return Finding{.severity = Finding::Severity::warning,
-                 .code = wordOf(Code::cropReferences),
-                 .file = textOf(recording.resourceFile()),
-                 .text =
-                     "loses references that the gradient compensation of its channels needs, so that it "
-                     "can't be undone: " +
-                     listText(names)};
 }
 
 /// The source's own sample files as far as they go, where the copy has all of its trials from the first on to
@@ -240,7 +207,8 @@ CopyReport cropDataset(const std::filesystem::path& in, const std::filesystem::p
   CopyReport report{{}, source.warnings};
   for (const auto* noticed : {&source.recording.sampleWarnings(), &samples->warnings()})
     report.warnings.insert(report.warnings.end(), noticed->begin(), noticed->end());
-  if (auto lost = lostReferences(source.recording, kept)) report.warnings.push_back(*std::move(lost));
+  for (Finding& lost : lossesOf(source.recording, kept))
+    report.warnings.push_back(std::move(lost));
   CopyPlan plan;
   for (const std::string& folder : source.folders)
     plan.folders.push_back(name.ofFile(folder));

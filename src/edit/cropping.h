@@ -15,6 +15,7 @@
 #include "edit/staged_copy.h"
 
 #include <ctfmeg/record.h>
+#include <ctfmeg/recording.h>
 #include <ctfmeg/samples.h>
 
 // What cropping makes of each file of a dataset.
@@ -36,10 +37,12 @@ class KeptPart {
   std::int64_t first() const { return m_first; }
   std::int64_t samples() const { return m_samples; }
 
-  /// The number in the copy of a trial of the file; nothing where the copy does not have it.
+  /// The number in the copy of a trial of the file; nothing where the copy does not have it. A trial that the
+  /// file does not have either keeps its number where all trials stay.
   std::optional<int> trialOf(std::int32_t number) const;
   bool hasWholeTrials() const { return m_samples == m_record.samplesPerTrial; }
   bool hasAllChannels() const;
+  bool hasAllTrials() const { return std::ssize(m_trials) == m_record.numTrials; }
   /// Whether an event is in the copy. One that is outside of its trial stays there, unless a span is cut.
   bool hasSample(std::int64_t sample) const;
   /// Whether a name, full or short, is only of channels that the copy does not have. A name of no channel at
@@ -74,6 +77,10 @@ Edited cropBadSegments(std::string_view bytes, const KeptPart& kept);
 Edited cropBadChannels(std::string_view bytes, const KeptPart& kept);
 /// Nothing where no definition is left, of those that there were.
 std::optional<Edited> cropVirtualChannels(std::string_view bytes, const KeptPart& kept);
+
+/// What a copy loses with channels that it does not have: references of a compensation that its samples
+/// carry, coefficient records and virtual channels.
+std::vector<Finding> lossesOf(const Recording& recording, const KeptPart& kept);
 
 /// What 31 bits count: no sample file may be larger, unless a single trial is.
 inline constexpr std::uint64_t kMostSampleBytes = 0x7FFFFFFF;

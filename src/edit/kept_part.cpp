@@ -22,6 +22,7 @@ KeptPart::KeptPart(const RecordInfo& record, const std::vector<Channel>& all, st
 }
 
 std::optional<int> KeptPart::trialOf(std::int32_t number) const {
+  if (hasAllTrials()) return number;
   const auto found = std::lower_bound(m_trials.begin(), m_trials.end(), number);
   if (found == m_trials.end() || *found != number) return std::nullopt;
   return static_cast<int>(found - m_trials.begin());
