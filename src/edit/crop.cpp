@@ -89,6 +89,8 @@ bool crop(PlannedFile& file, const Source& source, const std::string& name, cons
   const auto optional = [](Edited edited) { return std::optional(std::move(edited)); };
   if (file.name == name + ".res4")
     return replace([&](const auto& bytes) { return optional(cropResource(bytes, kept, source.file())); });
+  if (file.name == name + ".infods")
+    return replace([&](const auto& bytes) { return optional(cropInformation(bytes, kept)); });
   const std::string kind = withoutBackup(file.name);
   if (kind == "MarkerFile.mrk")
     return replace([&](const auto& bytes) { return optional(cropEvents(bytes, kMarkerBlock, kept)); });

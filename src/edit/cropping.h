@@ -78,6 +78,10 @@ Edited cropBadChannels(std::string_view bytes, const KeptPart& kept);
 /// Nothing where no definition is left, of those that there were.
 std::optional<Edited> cropVirtualChannels(std::string_view bytes, const KeptPart& kept);
 
+/// The information file: the trial of the largest head motion gets its new number. Where the copy does not
+/// have it, or the number is none, what is said of that motion goes.
+Edited cropInformation(std::string_view bytes, const KeptPart& kept);
+
 /// What a copy loses with channels that it does not have: references of a compensation that its samples
 /// carry, coefficient records and virtual channels.
 std::vector<Finding> lossesOf(const Recording& recording, const KeptPart& kept);
