@@ -258,6 +258,15 @@ def lines_keep_their_form(folder):
     succeed("crop", half, folder / "after.ds", "--samples", "225:299")
     samples = [s["sample"] for m in info(folder / "after.ds")["markers"] for s in m["samples"]]
     assert 0 in samples and min(samples) == 0, samples
+    # A line that is not understood takes a place of the count, to its reader.
+    odd = marker_file.replace(b"\r\n+7", b"\r\n+8").replace(b"(in seconds)\n", b"(in seconds)\n# hello\n", 1)
+    (half / "MarkerFile.mrk").write_bytes(odd)
+    succeed("crop", half, folder / "odd.ds", "--trials", "1-3")
+    was, now = (
+        [(s["trial"], s["timeMs"]) for m in info(path)["markers"] for s in m["samples"]]
+        for path in (half, folder / "odd.ds")
+    )
+    assert now == [(trial - 1, time) for trial, time in was if 1 <= trial <= 3] != [], (was, now)
     assert b"+1  +0.125  a note" in (folder / "after.ds" / "MarkerFile.mrk").read_bytes()
     assert b"TRIALS:\n2\nLIST OF TRIALS:\nTRIAL NUMBER\n1\n 0\n" in (copy / "ClassFile.cls").read_bytes()
 
