@@ -187,9 +187,9 @@ class Anonymisation {
   /// Which values are looked for: not those that the copy is to have.
   void settleValues() {
     RemovedValues &removed = m_anonymous.removed, &persons = m_anonymous.persons;
+    m_anonymous.removeName(m_anonymous.patient);
     for (const std::string& before : m_name.before()) {
-      persons.forget(before);
-      removed.add(before);
+      removed.addDatasetName(before);
     }
     const std::string& now = m_name.now();
     m_anonymous.file = now + ".ds";
@@ -199,6 +199,9 @@ class Anonymisation {
       m_anonymous.warn(Code::copyName,
                        "has a name that holds the old one of the dataset, or another value that is removed");
     removed.allow(now);
+    if (persons.has(m_anonymous.subject))
+      throw Error(ErrorKind::refused, m_out,
+                  "can't have that label of a subject: it is a name or number which is removed");
     if (removed.isIn(m_anonymous.subject))
       m_anonymous.warn(Code::copyName, "has a subject's label that holds a value which is removed");
     removed.allow(m_anonymous.subject);

@@ -30,6 +30,7 @@ struct Anonymous {
   std::string file{};  ///< that is looked at, named as in the copy
   RemovedValues removed{};
   RemovedValues persons{};      ///< of them, names of persons
+  std::string patient{};        ///< the parts of the patient's name that files hold one by one
   std::vector<Date> written{};  ///< shifted dates that are in the copy
   std::vector<KeptName> names{};
   std::vector<Finding> warnings{};

@@ -128,10 +128,12 @@ class AnonymousInformation {
   void forget(const InfoNode& entry) {
     for (const InfoNode& inner : entry.entries)
       forget(inner);
-    const bool isName = entry.tag().starts_with("_PATIENT_NAME") || entry.tag() == kIdTag ||
+    const bool isPart = entry.tag().starts_with("_PATIENT_NAME");
+    const bool isName = isPart || entry.tag() == kIdTag || entry.tag() == "_PATIENT_PACS_NAME" ||
                         entry.tag() == "_DATASET_OPERATORNAME";
     for (const std::string& text : textsOf(entry)) {
       const std::string_view read = readPartOf(text);
+      if (isPart) m_anonymous.patient.append(read).append(" ");
       if (const auto date = dateOfTimestamp(read))
         m_anonymous.removed.addDate(*date);
       else if (isName)

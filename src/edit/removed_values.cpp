@@ -43,11 +43,14 @@ wchar_t characterOfByte(wchar_t c) {
   return code >= 0xDC80 && code <= 0xDCFF ? kCharacters[code - 0xDC80] : c;
 }
 
-/// Bytes as text in lower case.
 std::wstring wideText(std::string_view bytes) {
   std::wstring text = wideFromUtf8(bytes);
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](wchar_t c) { return lowerCase(characterOfByte(c)); });
+  std::transform(text.begin(), text.end(), text.begin(), characterOfByte);
+  return text;
+}
+
+std::wstring inLowerCase(std::wstring text) {
+  std::transform(text.begin(), text.end(), text.begin(), lowerCase);
   return text;
 }
 
@@ -58,7 +61,7 @@ std::wstring text16(std::string_view bytes, std::size_t start, bool bigEndian) {
   for (std::size_t i = start; i + 1 < bytes.size(); i += 2) {
     const auto first = static_cast<unsigned char>(bytes[i]),
                second = static_cast<unsigned char>(bytes[i + 1]);
-    text += lowerCase(static_cast<wchar_t>(bigEndian ? first * 256 + second : second * 256 + first));
+    text += static_cast<wchar_t>(bigEndian ? first * 256 + second : second * 256 + first);
   }
   return text;
 }
@@ -81,12 +84,24 @@ void forEachPart(const std::wstring& text, bool (*isPart)(wchar_t), Add add) {
   }
 }
 
+/// Whether a word ends before the character at `place`; one of a name also ends between a letter and a digit,
+/// and where a capital letter begins the next one.
+bool isBorder(const std::wstring& text, std::size_t place, bool ofName) {
+  const wchar_t before = text[place - 1], after = text[place];
+  if (!isWordCharacter(before) || !isWordCharacter(after)) return true;
+  if (!ofName) return false;
+  const auto isCapital = [](wchar_t c) { return lowerCase(c) != c; };
+  const auto isSmall = [&](wchar_t c) { return !isWideDigit(c) && !isCapital(c) && isWordCharacter(c); };
+  const bool smallFollows = place + 1 < text.size() && isSmall(text[place + 1]);
+  return isWideDigit(before) != isWideDigit(after) || (isCapital(after) && (isSmall(before) || smallFollows));
+}
+
 bool isOfLine(wchar_t c) { return c >= L' ' || c == L'\t'; }
 
 }  // namespace
 
-void RemovedValues::addValue(std::wstring text, bool isDate) {
-  Value value{trimmedWide(std::move(text)), isDate};
+void RemovedValues::addValue(std::wstring text, Kind kind) {
+  Value value{inLowerCase(trimmedWide(std::move(text))), kind};
   if (value.text.size() < kFewestCharacters) return;
   if (std::find(m_values.begin(), m_values.end(), value) == m_values.end())
     m_values.push_back(std::move(value));
@@ -99,25 +114,44 @@ void RemovedValues::addWide(const std::wstring& text) {
 void RemovedValues::add(std::string_view text) { addWide(wideText(text)); }
 
 void RemovedValues::addName(std::string_view name) {
+  constexpr std::size_t kMostJoined = 12;
   add(name);
-  forEachPart(wideText(name), isWordCharacter, [&](std::wstring word) { addValue(std::move(word)); });
+  std::vector<std::wstring> words;
+  forEachPart(inLowerCase(wideText(name)), isWordCharacter, [&](std::wstring word) {
+    addValue(word, Kind::name);
+    if (words.size() < kMostJoined && std::find(words.begin(), words.end(), word) == words.end())
+      words.push_back(std::move(word));
+  });
+  for (const std::wstring& first : words)
+    for (const std::wstring& second : words) {
+      const bool areNumbers = isNumber(first) && isNumber(second);
+      if (first == second || areNumbers || first.size() + second.size() < kFewestCharacters) continue;
+      for (const wchar_t* between : {L"", L" ", L"_", L"-", L"."})
+        addValue(first + between + second, Kind::name);
+    }
 }
+
+void RemovedValues::addDatasetName(std::string_view name) { addValue(wideText(name), Kind::name); }
 
 void RemovedValues::addPath(std::string_view path) {
   add(path);
-  std::wstring last = trimmedWide(wideText(path));
+  std::wstring last = inLowerCase(trimmedWide(wideText(path)));
   last.erase(last.find_last_not_of(L"/\\") + 1);
   last.erase(0, last.find_last_of(L"/\\") + 1);
-  addValue(last.ends_with(L".ds") ? last.substr(0, last.size() - 3) : last);
+  if (last.ends_with(L".ds"))
+    addValue(last.substr(0, last.size() - 3), Kind::name);
+  else
+    addValue(last);
 }
 
 void RemovedValues::addDate(const Date& date) {
   for (const std::string& form : usualForms(date))
-    addValue(wideText(form), true);
+    addValue(wideText(form), Kind::date);
 }
 
-void RemovedValues::forget(std::string_view text) {
-  std::erase_if(m_values, [&](const Value& value) { return value.text == wideText(text); });
+bool RemovedValues::has(std::string_view text) const {
+  const std::wstring wide = inLowerCase(trimmedWide(wideText(text)));
+  return std::any_of(m_values.begin(), m_values.end(), [&](const Value& one) { return one.text == wide; });
 }
 
 void RemovedValues::allow(std::string_view text) {
@@ -138,15 +172,16 @@ bool RemovedValues::isWhole(const Value& value, const std::wstring& text, std::s
   const std::size_t end = start + value.text.size();
   const auto at = [&](std::size_t i) { return i < text.size() ? text[i] : L' '; };
   const wchar_t before = start > 0 ? text[start - 1] : L' ';
-  if (value.isDate) {  // letters may be next to it, as in "2013-04-29T09:36"
+  if (value.kind == Kind::date) {  // letters may be next to it, as in "2013-04-29T09:36"
     constexpr std::size_t kTime = 6;
     bool timeFollows = isNumber(value.text);
     for (std::size_t i = end; i < end + kTime; ++i)
       timeFollows = timeFollows && isWideDigit(at(i));
     return !isWideDigit(before) && !isWideDigit(at(timeFollows ? end + kTime : end));
   }
-  if (isWordCharacter(value.text.front()) && isWordCharacter(before)) return false;
-  if (isWordCharacter(value.text.back()) && isWordCharacter(at(end))) return false;
+  const bool isName = value.kind == Kind::name;
+  if (start > 0 && !isBorder(text, start, isName)) return false;
+  if (end < text.size() && !isBorder(text, end, isName)) return false;
   if (!isNumber(value.text)) return true;
   const bool fractionBefore = before == L'.' && start > 1 && isWideDigit(text[start - 2]);
   const bool fractionAfter = at(end) == L'.' && isWideDigit(at(end + 1));
@@ -157,9 +192,10 @@ std::optional<RemovedValues::Match> RemovedValues::firstIn(const std::wstring& t
   std::array<std::vector<const Value*>, 256> byFirst;
   for (const Value& value : m_values)
     byFirst[static_cast<std::size_t>(value.text.front()) & 0xFF].push_back(&value);
-  for (std::size_t i = from; i < text.size(); ++i)
-    for (const Value* value : byFirst[static_cast<std::size_t>(text[i]) & 0xFF])
-      if (text.compare(i, value->text.size(), value->text) == 0 && isWhole(*value, text, i))
+  const std::wstring lower = inLowerCase(text);
+  for (std::size_t i = from; i < lower.size(); ++i)
+    for (const Value* value : byFirst[static_cast<std::size_t>(lower[i]) & 0xFF])
+      if (lower.compare(i, value->text.size(), value->text) == 0 && isWhole(*value, text, i))
         return Match{i, value->text.size()};
   return std::nullopt;
 }
@@ -187,7 +223,8 @@ std::string RemovedValues::masked(std::string_view text) const {
 
 RemovedValues RemovedValues::textsNotIn(std::string_view text) const {
   RemovedValues values = *this;
-  std::erase_if(values.m_values, [](const Value& value) { return !value.isDate && isNumber(value.text); });
+  std::erase_if(values.m_values,
+                [](const Value& value) { return value.kind != Kind::date && isNumber(value.text); });
   values.allow(text);
   return values;
 }

@@ -17,15 +17,18 @@ class RemovedValues {
  public:
   /// A text, and each line of one that has several.
   void add(std::string_view text);
-  /// A name of a person or dataset: also each word of it, for names are put together in many ways.
+  /// A name of a person: also each word of it and each two of them joined, for names are put together in
+  /// many ways. Such names also end at digits and where a capital letter begins, as in "xSmith2Left".
   void addName(std::string_view name);
+  /// A dataset's name, which ends likewise.
+  void addDatasetName(std::string_view name);
   /// A path: also the name with which it ends.
   void addPath(std::string_view path);
   /// A date in all usual forms.
   void addDate(const Date& date);
 
-  /// Takes out the value that is this text as a whole.
-  void forget(std::string_view text);
+  /// Whether a value is this text as a whole.
+  bool has(std::string_view text) const;
   /// Takes out values that are in this text: they were put there on purpose.
   void allow(std::string_view text);
   void allowDate(const Date& date);
@@ -41,16 +44,17 @@ class RemovedValues {
   RemovedValues textsNotIn(std::string_view text) const;
 
  private:
+  enum class Kind { text, name, date, shortDate };
   struct Value {
     std::wstring text;  // in lower case
-    bool isDate = false;
+    Kind kind = Kind::text;
     bool operator==(const Value&) const = default;
   };
   struct Match {
     std::size_t start = 0, length = 0;
   };
 
-  void addValue(std::wstring text, bool isDate = false);
+  void addValue(std::wstring text, Kind kind = Kind::text);
   void addWide(const std::wstring& text);
   std::optional<Match> firstIn(const std::wstring& text, std::size_t from) const;
   bool isWhole(const Value& value, const std::wstring& text, std::size_t start) const;

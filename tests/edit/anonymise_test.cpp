@@ -295,16 +295,28 @@ TEST_F(Anonymise, AsksForNamesThatHoldARemovedValue) {
 TEST_F(Anonymise, LooksAtItsOwnName) {
   m_out = m_directory.path() / "x_sim0001.ds";
   EXPECT_NE(failure({}).find("would have a name"), std::string::npos) << failure({});
-  m_out = m_directory.path() / "Salzbergwerk_2.ds";
+  Anonymising how;
+  how.subject = "sim0001";
+  m_out = m_directory.path() / "out.ds";
+  EXPECT_NE(failure(how).find("label of a subject"), std::string::npos) << failure(how);
+  m_out = m_directory.path() / "Salzbergwerk2.ds";
   const auto warnings = anonymiseDataset(m_in, m_out).warnings;
   ASSERT_EQ(warnings.size(), 1U);
   EXPECT_EQ(warnings[0].code, "copy.name");
+  change("Salzbergwerk.infods", [](const std::string&) {
+    return infoBlock("", infoBlock("_PATIENT_INFO", infoText("_PATIENT_NAME_LAST", "Salzbergwerk")))
+        .substr(8);
+  });
+  fs::create_directory(m_directory.path() / "new");
+  m_out = m_directory.path() / "new/Salzbergwerk.ds";
+  EXPECT_NE(failure({}).find("would have a name"), std::string::npos) << failure({});
 }
 
 TEST(RemovedValues, AreWholeWordsInAnyCaseAndEncoding) {
   RemovedValues values;
   values.add("M\xFCller");
   values.addName("Smith^Jo");
+  values.addName("Ann Lee");
   values.add("1234");
   values.addDate({2013, 4, 29});
   const std::vector<std::pair<std::string, bool>> cases{{"m\xDCLLER", true},
@@ -312,9 +324,17 @@ TEST(RemovedValues, AreWholeWordsInAnyCaseAndEncoding) {
                                                         {"Mueller", false},
                                                         {"a_SMITH_b", true},
                                                         {"Smithson", false},
-                                                        {"\xC3\xA9Smith", false},
+                                                        {"\xC3\xA9smith", false},
                                                         {"\xE2\x80\x9CSmith\xE2\x80\x9D", true},
                                                         {"Jo", false},
+                                                        {"xSmith2", true},
+                                                        {"JoSmithButton", true},
+                                                        {"SMITHButton", true},
+                                                        {"SMITHSON", false},
+                                                        {"LeeAnn", true},
+                                                        {"ann-lee", true},
+                                                        {"Ann", false},
+                                                        {"xM\xFCller", false},
                                                         {"x 1234;", true},
                                                         {"5.1234", false},
                                                         {"1234.5", false},
