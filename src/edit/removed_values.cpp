@@ -147,6 +147,8 @@ void RemovedValues::addPath(std::string_view path) {
 void RemovedValues::addDate(const Date& date) {
   for (const std::string& form : usualForms(date))
     addValue(wideText(form), Kind::date);
+  for (const std::string& form : shortForms(date))
+    addValue(wideText(form), Kind::shortDate);
 }
 
 bool RemovedValues::has(std::string_view text) const {
@@ -164,8 +166,9 @@ void RemovedValues::allow(std::string_view text) {
 }
 
 void RemovedValues::allowDate(const Date& date) {
-  for (const std::string& form : usualForms(date))
-    allow(form);
+  for (const auto& forms : {usualForms(date), shortForms(date)})
+    for (const std::string& form : forms)
+      allow(form);
 }
 
 bool RemovedValues::isWhole(const Value& value, const std::wstring& text, std::size_t start) const {
@@ -182,6 +185,11 @@ bool RemovedValues::isWhole(const Value& value, const std::wstring& text, std::s
   const bool isName = value.kind == Kind::name;
   if (start > 0 && !isBorder(text, start, isName)) return false;
   if (end < text.size() && !isBorder(text, end, isName)) return false;
+  if (value.kind == Kind::shortDate && !isNumber(value.text)) {  // not a part of "1-29-04-13"
+    const wchar_t between = *std::find_if_not(value.text.begin(), value.text.end(), isWideDigit);
+    const bool goesOn = at(end) == between && isWideDigit(at(end + 1));
+    return !goesOn && !(before == between && start > 1 && isWideDigit(text[start - 2]));
+  }
   if (!isNumber(value.text)) return true;
   const bool fractionBefore = before == L'.' && start > 1 && isWideDigit(text[start - 2]);
   const bool fractionAfter = at(end) == L'.' && isWideDigit(at(end + 1));

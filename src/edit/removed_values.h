@@ -24,7 +24,7 @@ class RemovedValues {
   void addDatasetName(std::string_view name);
   /// A path: also the name with which it ends.
   void addPath(std::string_view path);
-  /// A date in all usual forms.
+  /// A date in all usual forms; in those that other numbers may have only as a whole word.
   void addDate(const Date& date);
 
   /// Whether a value is this text as a whole.

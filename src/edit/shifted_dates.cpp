@@ -88,6 +88,12 @@ std::string written(const Date& date, PartOfDate what, std::string_view before) 
   return digits(before.size() == 2 ? date.year % 100 : date.year, before.size());
 }
 
+std::vector<std::string> withoutRepeats(std::vector<std::string> forms) {
+  std::sort(forms.begin(), forms.end());
+  forms.erase(std::unique(forms.begin(), forms.end()), forms.end());
+  return forms;
+}
+
 }  // namespace
 
 std::optional<Date> shifted(const Date& date, std::int64_t days) {
@@ -161,19 +167,21 @@ std::vector<Date> possibleDates(std::string_view text) {
 std::vector<std::string> usualForms(const Date& date) {
   const std::string year = digits(date.year, 4), month = digits(date.month, 2), day = digits(date.day, 2);
   std::vector<std::string> forms{year + month + day};
-  for (const char* between : {"-", "/", ".", " "}) {
+  for (const char* between : {"-", "/", ".", " ", "_", ""}) {
     const auto three = [&](const auto& a, const auto& b, const auto& c) {
       forms.push_back(std::string(a).append(between).append(b).append(between).append(c));
     };
-    three(day, month, year);
-    three(month, day, year);
-    three(year, month, day);
     for (const std::string& number : {day, std::to_string(date.day)})
       for (const std::string_view name : {nameOfMonth(date), nameOfMonth(date).substr(0, kShortName)}) {
         three(number, name, year);
         three(name, number, year);
+        three(year, name, number);
         three(number, name, year.substr(2));
       }
+    if (*between == '\0') continue;
+    three(day, month, year);
+    three(month, day, year);
+    three(year, month, day);
     const std::string shortMonth = std::to_string(date.month), shortDay = std::to_string(date.day);
     three(shortDay, shortMonth, year);
     three(shortMonth, shortDay, year);
@@ -181,9 +189,19 @@ std::vector<std::string> usualForms(const Date& date) {
   for (const std::string_view name : {nameOfMonth(date), nameOfMonth(date).substr(0, kShortName)})
     for (const std::string& number : {day, std::to_string(date.day)})
       forms.push_back(std::string(name).append(" ").append(number).append(", ").append(year));
-  std::sort(forms.begin(), forms.end());
-  forms.erase(std::unique(forms.begin(), forms.end()), forms.end());
-  return forms;
+  return withoutRepeats(std::move(forms));
+}
+
+std::vector<std::string> shortForms(const Date& date) {
+  const std::string year = digits(date.year, 4), month = digits(date.month, 2), day = digits(date.day, 2);
+  const std::string ofCentury = year.substr(2);
+  std::vector<std::string> forms{day + month + year, month + day + year, ofCentury + month + day,
+                                 day + month + ofCentury};
+  for (const char* between : {"-", "/", ".", "_"})
+    for (const auto& [m, d] : {std::pair(month, day), {std::to_string(date.month), std::to_string(date.day)}})
+      for (const auto& [a, b, c] : {std::array{d, m, ofCentury}, {m, d, ofCentury}, {ofCentury, m, d}})
+        forms.push_back(std::string(a).append(between).append(b).append(between).append(c));
+  return withoutRepeats(std::move(forms));
 }
 
 }  // namespace ctfmeg::edit

@@ -29,5 +29,7 @@ std::vector<Date> possibleDates(std::string_view text);
 /// A date in the forms in which files have it: "29-Apr-2013", "29/04/2013", "04/29/2013", "2013-04-29",
 /// "20130429" and others.
 std::vector<std::string> usualForms(const Date& date);
+/// Forms that other numbers may have, too: "29042013", "29-04-13", "4/29/13", "130429" and others.
+std::vector<std::string> shortForms(const Date& date);
 
 }  // namespace ctfmeg::edit

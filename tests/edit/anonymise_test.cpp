@@ -346,12 +346,24 @@ TEST(RemovedValues, AreWholeWordsInAnyCaseAndEncoding) {
                                                         {"1.20130429093618.7", true},
                                                         {"2013-04-29T09", true},
                                                         {"120130429", false},
-                                                        {"29 April 2013", true}};
+                                                        {"29 April 2013", true},
+                                                        {"2013_04_29", true},
+                                                        {"29apr2013", true},
+                                                        {"29-Apr-13", true},
+                                                        {"x_29042013", true},
+                                                        {"0.29042013", false},
+                                                        {"4/29/13", true},
+                                                        {"29-04-13_a", true},
+                                                        {"1-29-04-13", false},
+                                                        {"130429", true},
+                                                        {"1304291", false},
+                                                        {"x130429", false}};
   for (const auto& [text, is] : cases) {
     EXPECT_EQ(values.isIn(text), is) << text;
     const bool isAscii = std::all_of(text.begin(), text.end(), [](char c) { return c > 0; });
     EXPECT_EQ(isAscii && values.isIn("a" + wide("\n" + text + "\n")), isAscii && is) << text;
   }
+  EXPECT_FALSE(values.textsNotIn("").isIn("130429 29042013"));
   EXPECT_EQ(values.masked("Report of Smith 1234.pdf"), "Report of \xE2\x80\xA6 \xE2\x80\xA6.pdf");
 }
 
