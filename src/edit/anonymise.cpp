@@ -100,10 +100,10 @@ class Anonymisation {
                     channelNames(source.recording)} {}
 
   AnonymiseReport run(const ProgressFunction& progress) {
-    requireKept();
     planFiles();
     requireOwnNames(m_plan, m_source);
     settleValues();
+    requireKept();
     requireHarmlessNames();
     reportLeftOut();
     StagedCopy copy(m_plan, m_out, progress);
@@ -127,7 +127,7 @@ class Anonymisation {
         continue;
       std::string names;
       for (const SourceFile& one : files)
-        names.append(names.empty() ? "" : ", ").append(one.name);
+        names.append(names.empty() ? "" : ", ").append(m_anonymous.removed.masked(one.name));
       throw Error(
           ErrorKind::refused, m_source.directory,
           std::string("has no file ").append(file).append(" that could be kept; there are ").append(names));
@@ -230,7 +230,7 @@ class Anonymisation {
     });
     return mayBe || (what == "virtualChannels" &&
                      std::any_of(m_report.changes.begin(), m_report.changes.end(), [](const Change& change) {
-                       return change.file == "VirtualChannels" && change.field == "Unit";
+                       return change.file == "VirtualChannels" && change.what == What::removed;
                      }));
   }
 

@@ -88,8 +88,9 @@ class AnonymousEvents {
         edited.note(What::removed, "COMMENT", line.text.empty() ? 0 : 1);
         return "";
       case EventRole::color:
-        if (colorOf(text, ReadingRules::plain()) && text == line.text) return text;
-        return emptied(line, "COLOR", edited);
+        if (!colorOf(text, ReadingRules::plain())) return emptied(line, "COLOR", edited);
+        edited.note(What::removed, "bytes after colours", text.size() < line.text.size() ? 1 : 0);
+        return text;
       case EventRole::editable:
         return editable(line, edited);
       case EventRole::listKeyword:

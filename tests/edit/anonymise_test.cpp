@@ -244,6 +244,8 @@ TEST_F(Anonymise, KeepsFilesThatHoldNoRemovedValue) {
   anonymiseDataset(m_in, m_out, how);
   EXPECT_EQ(copied("out.acq"), "amplifiers");
   fs::remove_all(m_out);
+  how.keep = {"none"};
+  EXPECT_EQ(failure(how).find("SIM0001"), std::string::npos) << failure(how);
   for (const auto& [kept, said] : {std::pair{"text8", "at byte 3"},
                                    {"text16", "at byte"},
                                    {"date", "at byte 5"},
@@ -290,6 +292,14 @@ TEST_F(Anonymise, AsksForNamesThatHoldARemovedValue) {
     how.subject = label;
     EXPECT_NE(failure(how).find("label of a subject"), std::string::npos) << label;
   }
+}
+
+TEST_F(Anonymise, TakesDamagedLines) {
+  replace("MarkerFile.mrk", "COLOR:\n", "COLOR:\nblue" + std::string("\0Q\n", 3));
+  replace("VirtualChannels", "Ref:", "junk Ref:");
+  anonymiseDataset(m_in, m_out);
+  EXPECT_NE(copied("MarkerFile.mrk").find("COLOR:\nblue\n"), std::string::npos);
+  EXPECT_EQ(copied("VirtualChannels").find("junk"), std::string::npos);
 }
 
 TEST_F(Anonymise, LooksAtItsOwnName) {
