@@ -110,7 +110,10 @@ class AnonymousInformation {
     if (date && how.dates == Dates::keep) return put(entry, text, What::kept);
     const auto moved = how.dates == Dates::shift ? shiftedTimestamp(text, how.shiftDays) : std::nullopt;
     if (!moved) {
-      m_anonymous.warn(Code::copyDate, "has a date that can't be understood or shifted: it is removed");
+      m_anonymous.warn(Code::copyDate, date ? "has a date in " + std::string(entry.tag()) +
+                                                  " that would be before 1900 or after 9999: it is removed"
+                                            : "has a date in " + std::string(entry.tag()) +
+                                                  " that is not of the form YYYYMMDDHHMMSS: it is removed");
       return false;
     }
     forget(entry);
@@ -140,6 +143,8 @@ class AnonymousInformation {
         m_anonymous.removeName(read);
       else
         m_anonymous.removed.addPath(read);
+      for (const Date& possible : possibleDates(read))
+        m_anonymous.removed.addDate(possible);
     }
   }
 

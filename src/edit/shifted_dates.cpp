@@ -88,6 +88,14 @@ std::string written(const Date& date, PartOfDate what, std::string_view before) 
   return digits(before.size() == 2 ? date.year % 100 : date.year, before.size());
 }
 
+/// A timestamp up to the fraction of its seconds.
+std::string_view withoutFraction(std::string_view text) {
+  const std::size_t point = text.find('.');
+  if (point == std::string_view::npos || !std::all_of(text.begin() + point + 1, text.end(), isNumeral))
+    return text;
+  return text.substr(0, point);
+}
+
 std::vector<std::string> withoutRepeats(std::vector<std::string> forms) {
   std::sort(forms.begin(), forms.end());
   forms.erase(std::unique(forms.begin(), forms.end()), forms.end());
@@ -130,23 +138,30 @@ std::optional<std::string> shiftedDate(std::string_view text, std::int64_t days)
 }
 
 std::optional<Date> dateOfTimestamp(std::string_view text) {
-  constexpr std::size_t kDay = 8, kWhole = 14;
-  if (text.size() != kWhole && text.size() != kDay) return std::nullopt;
-  if (!std::all_of(text.begin(), text.end(), isNumeral)) return std::nullopt;
-  if (text.size() == kWhole) {
-    std::string clock(text.substr(kDay));
-    clock.insert(4, ":").insert(2, ":");
-    if (!parseTimeOfDay(clock)) return std::nullopt;
+  constexpr std::size_t kDay = 8, kWhole = 14, kIsoDay = 10, kIsoWhole = 19;
+  const std::string_view clock = withoutFraction(text);
+  if (clock.size() == kIsoWhole && (clock[kIsoDay] == ' ' || clock[kIsoDay] == 'T') && clock[4] == '-') {
+    const bool isTime = clock[13] == ':' && clock[16] == ':' && parseTimeOfDay(clock.substr(kIsoDay + 1));
+    return isTime ? parseDate(clock.substr(0, kIsoDay)) : std::nullopt;
   }
-  return parseDate(text.substr(0, kDay));
+  if (clock.size() != kWhole && text.size() != kDay) return std::nullopt;
+  if (!std::all_of(clock.begin(), clock.end(), isNumeral)) return std::nullopt;
+  if (clock.size() == kWhole) {
+    std::string time(clock.substr(kDay));
+    time.insert(4, ":").insert(2, ":");
+    if (!parseTimeOfDay(time)) return std::nullopt;
+  }
+  return parseDate(clock.substr(0, kDay));
 }
 
 std::optional<std::string> shiftedTimestamp(std::string_view text, std::int64_t days) {
   const auto date = dateOfTimestamp(text);
   const auto moved = date ? shifted(*date, days) : std::nullopt;
   if (!moved) return std::nullopt;
-  return digits(moved->year, 4) + digits(moved->month, 2) + digits(moved->day, 2) +
-         std::string(text.substr(8));
+  const std::string between = text[4] == '-' ? "-" : "";
+  const std::string day =
+      digits(moved->year, 4) + between + digits(moved->month, 2) + between + digits(moved->day, 2);
+  return day + std::string(withoutFraction(text).substr(day.size()));
 }
 
 std::vector<Date> possibleDates(std::string_view text) {

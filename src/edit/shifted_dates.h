@@ -19,8 +19,9 @@ std::optional<Date> shifted(const Date& date, std::int64_t days);
 /// understood, or there is no such date in that form.
 std::optional<std::string> shiftedDate(std::string_view text, std::int64_t days);
 
-/// Of "YYYYMMDDHHMMSS", or "YYYYMMDD".
+/// Of "YYYYMMDDHHMMSS", "YYYYMMDD" or "YYYY-MM-DD HH:MM:SS"; seconds may have a fraction.
 std::optional<Date> dateOfTimestamp(std::string_view text);
+/// In the same form, without the fraction.
 std::optional<std::string> shiftedTimestamp(std::string_view text, std::int64_t days);
 
 /// All days that a text of three numbers may mean, such as "03/04/2013", or the one that it does.

@@ -273,6 +273,13 @@ TEST_F(Anonymise, MovesDatesTogether) {
   fs::remove_all(m_out);
 
   how.dates = Dates::keep;
+  replace("Salzbergwerk.infods", "20240101120000", "01-01-24 12:00");
+  const auto warnings = anonymiseDataset(m_in, m_out, how).warnings;
+  ASSERT_EQ(warnings.size(), 1U);
+  EXPECT_NE(warnings[0].text.find("in _PROCEDURE_STARTEDDATETIME that is not of the form"), std::string::npos)
+      << warnings[0].text;
+  fs::remove_all(m_out);
+  replace("Salzbergwerk.infods", "01-01-24 12:00", "20240101120000");
   replace("Salzbergwerk.res4", "12:00", "noon!");
   anonymiseDataset(m_in, m_out, how);
   const Recording kept = Recording::open(m_out);
@@ -392,6 +399,10 @@ TEST(ShiftedDates, KeepTheirForm) {
   for (const auto& [text, moved] : cases)
     EXPECT_EQ(shiftedDate(text, 7).value_or(""), moved) << text;
   EXPECT_EQ(shiftedTimestamp("20130429093618", 7), "20130506093618");
+  EXPECT_EQ(shiftedTimestamp("20130429093618.25", 7), "20130506093618");
+  EXPECT_EQ(shiftedTimestamp("2013-04-29 09:36:18", 7), "2013-05-06 09:36:18");
+  for (const char* none : {"20130429096618", "2013-04-29 09.36.18", "20130429093618.x", "20130429.5"})
+    EXPECT_FALSE(dateOfTimestamp(none)) << none;
   EXPECT_FALSE(shiftedTimestamp("19000100000000", 7) || shiftedTimestamp("19000105000000", -7));
   EXPECT_EQ(possibleDates("03/04/2013").size(), 2U);
 }
