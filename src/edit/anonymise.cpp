@@ -139,6 +139,7 @@ class Anonymisation {
     const auto samples = sampleBytesOf(m_source);
     for (const SourceFile& file : m_source.files) {
       m_anonymous.file = m_name.ofFile(file.name);
+      learnFrom(file);
       if (file.name == textOf(m_source.file().filename()))
         plan(file, anonymousResource(bytesOf(file.path), file.path, m_anonymous));
       else if (const auto part = samples.find(file.name); part != samples.end())
@@ -150,6 +151,25 @@ class Anonymisation {
       else
         m_leftOut.push_back(m_anonymous.file);
     }
+  }
+
+  /// Values to be looked for that only files of other datasets hold, which are in folders of this one.
+  void learnFrom(const SourceFile& file) {
+    const std::string extension = textOf(file.path.extension());
+    if (file.name.find('/') == std::string::npos || (extension != ".res4" && extension != ".infods")) return;
+    Anonymous other{m_how, m_anonymous.subject, m_anonymous.name};
+    try {
+      if (extension == ".res4")
+        anonymousResource(bytesOf(file.path), file.path, other);
+      else
+        anonymousInformation(bytesOf(file.path), other);
+    } catch (const Error&) {
+      return;  // damaged, and it is left out
+    }
+    m_anonymous.patient += other.patient;
+    m_anonymous.persons.add(other.persons);
+    // One that is kept holds its values, of which only the names of persons matter.
+    m_anonymous.removed.add(isKept(file.name) ? other.persons : other.removed);
   }
 
   void plan(const SourceFile& file, Edited edited) {

@@ -113,6 +113,11 @@ void RemovedValues::addWide(const std::wstring& text) {
 
 void RemovedValues::add(std::string_view text) { addWide(wideText(text)); }
 
+void RemovedValues::add(const RemovedValues& others) {
+  for (const Value& value : others.m_values)
+    addValue(value.text, value.kind);
+}
+
 void RemovedValues::addName(std::string_view name) {
   constexpr std::size_t kMostJoined = 12;
   add(name);

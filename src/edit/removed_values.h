@@ -17,6 +17,7 @@ class RemovedValues {
  public:
   /// A text, and each line of one that has several.
   void add(std::string_view text);
+  void add(const RemovedValues& others);
   /// A name of a person: also each word of it and each two of them joined, for names are put together in
   /// many ways. Such names also end at digits and where a capital letter begins, as in "xSmith2Left".
   void addName(std::string_view name);

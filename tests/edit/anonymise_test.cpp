@@ -291,6 +291,13 @@ TEST_F(Anonymise, MovesDatesTogether) {
 TEST_F(Anonymise, AsksForNamesThatHoldARemovedValue) {
   replace("MarkerFile.mrk", "button", "sim0001_x");
   EXPECT_NE(failure({}).find("of markers in MarkerFile.mrk, number 2"), std::string::npos) << failure({});
+  replace("MarkerFile.mrk", "sim0001_x", "leeAnn");
+  fs::create_directory(file("hz.ds"));
+  const std::string names = infoText("_PATIENT_NAME_FIRST", "Ann") + infoText("_PATIENT_NAME_LAST", "Lee");
+  writeFile(file("hz.ds/hz.infods"), infoBlock("", infoBlock("_PATIENT_INFO", names)).substr(8));
+  writeFile(file("hz.ds/hz.res4"), readFile(file("Salzbergwerk.res4")).substr(0, 2000));
+  EXPECT_NE(failure({}).find("of markers in MarkerFile.mrk, number 2"), std::string::npos) << failure({});
+  replace("MarkerFile.mrk", "leeAnn", "sim0001_x");
   Anonymising how;
   how.keepNames = true;
   EXPECT_EQ(anonymiseDataset(m_in, m_out, how).markers.back(), "sim0001_x");
