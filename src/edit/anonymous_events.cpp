@@ -2,6 +2,7 @@
 #include <initializer_list>
 
 #include "base/encoding.h"
+#include "base/scan.h"
 #include "edit/anonymous.h"
 #include "edit/event_lines.h"
 #include "edit/line_form.h"
@@ -140,7 +141,17 @@ class AnonymousEvents {
 
   std::string number(const TextLine& line, Edited& edited) {
     const auto formed = formedLine(line, "d");
-    if (!formed) return emptied(line, "numbers that are none", edited);
+    if (!formed) {
+      emptied(line, "numbers that are none", edited);
+      // A reader has the number with which such a line begins.
+      std::string text(readPartOf(line));
+      const auto role = m_roles[m_at].role;
+      if (m_kind.plusSignsRemoved && (role == EventRole::groupId || role == EventRole::classId))
+        std::erase(text, '+');
+      std::int32_t begins = 0;
+      const bool isRead = scan(text, "%d", {&begins}, ScanPrecision::full, AfterNumber::anything) == 1;
+      return isRead ? std::to_string(begins) : "";
+    }
     edited.note(What::removed, "text after numbers", formed->cut ? 1 : 0);
     return formed->text;
   }
@@ -162,6 +173,11 @@ class AnonymousEvents {
 
   std::optional<std::string> occurrence(const TextLine& line, Edited& edited) {
     const auto formed = formedLine(line, m_isMarkers ? "df" : "d");
+    if (!formed && !m_isMarkers)
+      if (const auto trial = parseClassTrial(std::string(readPartOf(line)), ReadingRules::plain())) {
+        edited.note(What::removed, "text after numbers");
+        return std::to_string(*trial);
+      }
     if (!formed) return notUnderstood(edited);
     edited.note(What::removed, "text after numbers", formed->cut ? 1 : 0);
     return formed->text;

@@ -2,6 +2,7 @@
 #include <array>
 
 #include "base/encoding.h"
+#include "base/scan.h"
 #include "ctf/event_files.h"
 #include "ctf/information_file.h"
 #include "edit/anonymous.h"
@@ -103,9 +104,16 @@ std::optional<std::string> headingIn(std::string_view line) {
 
 /// "x = 5.65685", whatever blanks are around.
 std::optional<std::string> coordinateIn(const TextLine& line, char axis) {
+  const std::string name(1, axis);
   const auto formed = formedLine(line, "ssf");
-  if (!formed || formed->words[0] != std::string(1, axis) || formed->words[1] != "=") return std::nullopt;
-  return formed->text;
+  if (formed && formed->words[0] == name && formed->words[1] == "=") return formed->text;
+  // A reader takes any word that ends in the axis.
+  const std::string text(readPartOf(line));
+  std::string label;
+  double number = 0.0;
+  const bool isRead = holds(text, (name + " =").c_str()) &&
+                      scan(text, "%s = %f", {&label, &number}, ScanPrecision::full, AfterNumber::blank) == 2;
+  return isRead ? std::optional("\t" + name + " = " + shortestText(number)) : std::nullopt;
 }
 
 // Virtual channels.

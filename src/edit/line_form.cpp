@@ -1,8 +1,11 @@
 #include "edit/line_form.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 
 #include "base/encoding.h"
+#include "base/scan.h"
 #include "edit/event_lines.h"
 
 namespace ctfmeg::edit {
@@ -37,25 +40,43 @@ bool isFraction(std::string_view word) {
   return rest.empty() || ((rest[0] == 'e' || rest[0] == 'E') && isInteger(rest.substr(1)));
 }
 
-bool hasForm(std::string_view word, char form) {
-  return form == 's' || (form == 'd' ? isInteger(word) : isFraction(word));
+/// The word where it has the form; a number that a reader understands and that is too long is written anew.
+std::optional<std::string> inForm(std::string_view word, char form) {
+  if (form == 's' || (form == 'd' ? isInteger(word) : isFraction(word))) return std::string(word);
+  std::int32_t whole = 0;
+  double number = 0.0;
+  if (form == 'd' && scan(word, "%d", {&whole}, ScanPrecision::full, AfterNumber::blank) == 1)
+    return std::to_string(whole);
+  if (form == 'f' && scan(word, "%f", {&number}, ScanPrecision::full, AfterNumber::blank) == 1)
+    return shortestText(number);
+  return std::nullopt;
 }
 
 }  // namespace
 
+std::string shortestText(double number) {
+  std::array<char, kMostCharacters> text{};
+  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
+}
+
 std::optional<FormedLine> formedLine(const TextLine& line, std::string_view form) {
   const std::string_view text = readPartOf(line);
   FormedLine formed;
-  std::size_t end = 0;
+  std::size_t end = 0, copied = 0;
   for (const char one : form) {
     const std::size_t start = text.find_first_not_of(kBlanks, end);
     if (start == std::string_view::npos) return std::nullopt;
     end = std::min(text.find_first_of(kBlanks, start), text.size());
-    formed.words.emplace_back(text.substr(start, end - start));
-    if (!hasForm(formed.words.back(), one)) return std::nullopt;
+    const auto word = inForm(text.substr(start, end - start), one);
+    if (!word) return std::nullopt;
+    formed.cut = formed.cut || word->size() != end - start;
+    formed.text.append(text, copied, start - copied).append(*word);
+    copied = end;
+    formed.words.push_back(*word);
   }
-  formed.cut = text.size() < line.text.size() || !trimmed(text.substr(end)).empty();
-  formed.text = formed.cut ? text.substr(0, end) : text;
+  const bool isMore = text.size() < line.text.size() || !trimmed(text.substr(end)).empty();
+  if (!isMore) formed.text.append(text, end);
+  formed.cut = formed.cut || isMore;
   return formed;
 }
 

@@ -13,8 +13,11 @@ namespace ctfmeg::edit {
 struct FormedLine {
   std::string text;  ///< the line up to the last of these words, or whole where only blanks follow
   std::vector<std::string> words;
-  bool cut = false;  ///< something followed that is left out
+  bool cut = false;  ///< something followed that is left out, or a number of too many digits is written anew
 };
+
+/// The shortest text that is read as this number again.
+std::string shortestText(double number);
 
 /// Compares a line's words with a form: "d" is an integer, "f" a number, "s" any word. Nothing where a word
 /// is otherwise, or missing. What follows a zero byte is not read.

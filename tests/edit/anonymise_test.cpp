@@ -311,9 +311,15 @@ TEST_F(Anonymise, AsksForNamesThatHoldARemovedValue) {
 TEST_F(Anonymise, TakesDamagedLines) {
   replace("MarkerFile.mrk", "COLOR:\n", "COLOR:\nblue" + std::string("\0Q\n", 3));
   replace("VirtualChannels", "Ref:", "junk Ref:");
+  replace("MarkerFile.mrk", "CLASSID:\n+1", "CLASSID:\n1+1=junk");
+  replace("ClassFile.cls", "CLASSID:\n+", "CLASSID:\n+" + std::string(40, '0'));
+  replace("Salzbergwerk.hc", "\tx = ", "junkx = ");
+  replace("Salzbergwerk.eeg", "1\tEEG", "99999999999999999991\tEEG");
   anonymiseDataset(m_in, m_out);
   EXPECT_NE(copied("MarkerFile.mrk").find("COLOR:\nblue\n"), std::string::npos);
-  EXPECT_EQ(copied("VirtualChannels").find("junk"), std::string::npos);
+  for (const char* text : {"MarkerFile.mrk", "VirtualChannels", "out.hc"})
+    EXPECT_EQ(copied(text).find("junk"), std::string::npos) << text;
+  EXPECT_NE(copied("out.eeg").find("2147483647\tEEG"), std::string::npos);
 }
 
 TEST_F(Anonymise, LooksAtItsOwnName) {
