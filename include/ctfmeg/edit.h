@@ -75,9 +75,10 @@ CTFMEG_API AnonymiseReport anonymiseDataset(const std::filesystem::path& in, con
                                             const ProgressFunction& progress = {});
 
 /// Copies the part of a dataset that a selection leaves: trials, a span of each, channels. Counts, samples
-/// before the trigger (which become negative where the span begins after it), markers, classes, bad segments
-/// and coefficients follow. Trials of a recording that is cut short, and are not there, are left out, so that
-/// the copy is whole. A selection that makes a run, splits trials or takes every n-th sample is refused.
+/// before the trigger (which become negative where the span begins after it), markers, classes, bad segments,
+/// coefficients and the trial of the largest head motion follow. Trials of a recording that is cut short, and
+/// are not there, are left out, so that the copy is whole. A selection that makes a run, splits trials or
+/// takes every n-th sample is refused.
 CTFMEG_API CopyReport cropDataset(const std::filesystem::path& in, const std::filesystem::path& out,
                                   const Selection& selection, const ProgressFunction& progress = {});
 
@@ -97,7 +98,8 @@ struct Marks {
 
 /// Changes BadChannels, bad.segments and MarkerFile.mrk: only those where something changes, each replaced at
 /// once, the one before kept beside it as BadChannels.bak, bad.segments.bak and MarkerFile.mrk.1.bak. Lines
-/// that are not understood stay.
+/// that are not understood stay. Warnings of the readers of these files are passed on. Throws `Error`, and
+/// nothing is changed, where MarkerFile.mrk ends inside a marker, or would not be read as before.
 CTFMEG_API CopyReport markDataset(const std::filesystem::path& dataset, const Marks& marks);
 
 /// Where a recording is in a study of the BIDS standard, and what only people know.
