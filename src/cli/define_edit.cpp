@@ -87,7 +87,8 @@ void addCrop(Definitions& definitions) {
 }
 
 /// Numbers between colons, such as "3:0.5:1.25": a trial, and as many times.
-std::optional<std::pair<int, std::vector<double>>> parseTrialAndTimes(std::string text, std::size_t times) {
+std::optional<std::pair<int, std::vector<double>>> parseTrialAndTimes(const std::string& text,
+                                                                      std::size_t times) {
   const std::size_t colon = text.find(':');
   const auto trials = parseTrials(text.substr(0, colon));
   std::vector<double> seconds;

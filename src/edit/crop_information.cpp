@@ -65,7 +65,7 @@ void cropBlock(InfoNode& block, const KeptPart& kept, Edited& cropped) {
 }  // namespace
 
 Edited cropInformation(std::string_view bytes, const KeptPart& kept) {
-  if (kept.hasAllTrials()) return {std::string(bytes)};
+  if (kept.hasAllTrials()) return Edited{std::string(bytes)};
   InfoTree tree = readInfoTree(bytes);
   Edited cropped;
   cropBlock(tree.root, kept, cropped);

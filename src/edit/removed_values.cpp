@@ -132,7 +132,7 @@ void RemovedValues::addName(std::string_view name) {
       const bool areNumbers = isNumber(first) && isNumber(second);
       if (first == second || areNumbers || first.size() + second.size() < kFewestCharacters) continue;
       for (const wchar_t* between : {L"", L" ", L"_", L"-", L"."})
-        addValue(first + between + second, Kind::name);
+        addValue(std::wstring(first).append(between).append(second), Kind::name);
     }
 }
 
