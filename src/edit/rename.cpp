@@ -110,7 +110,7 @@ std::optional<Edited> renamedContent(const SourceFile& file, const DatasetName& 
   const bool own = last.size() == file.name.size();
   const std::string extension = textOf(pathFromText(last).extension());
   if (extension == ".res4") return renamedResource(bytesOf(file.path), name, file.path);
-  if (isOneOf(last, {"MarkerFile.mrk", "MarkerFile.mrk.bak"}))
+  if (isOneOf(last, {"MarkerFile.mrk", "MarkerFile.mrk.bak", "MarkerFile.mrk.1.bak"}))
     return renamedEvents(bytesOf(file.path), kMarkerBlock, name, own);
   if (last == "ClassFile.cls") return renamedEvents(bytesOf(file.path), kClassBlock, name, own);
   if (extension == ".infods") return renamedInformation(bytesOf(file.path), name);
