@@ -65,7 +65,7 @@ bool keepSample(TextLine& line, std::int64_t sample, const KeptPart& kept) {
 }  // namespace
 
 Edited cropEvents(std::string_view bytes, const EventBlockKind& kind, const KeptPart& kept) {
-  const bool areMarkers = kind.total == kMarkerBlock.total;
+  const bool areMarkers = kind.countCode == Code::markerCount;
   const TrialTiming timing{kept.record().sampleRate, kept.record().preTrigSamples};
   Sieve sieve(linesOf(bytes));
   const auto events = eventLinesOf(sieve.lines(), kind, timing);

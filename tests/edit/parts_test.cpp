@@ -121,6 +121,20 @@ TEST(EventLines, AreToTheirReaderWhatTheyAreCalled) {
   }
 }
 
+TEST(CroppedEvents, KeepWhatIsInTheSpanAndInTheTrials) {
+  RecordInfo record;
+  record.numTrials = 5;
+  record.samplesPerTrial = 600;
+  record.sampleRate = kTiming.sampleRate;
+  record.preTrigSamples = static_cast<std::int32_t>(kTiming.preTrigSamples);
+  const std::vector<Channel> channels(1);
+  const KeptPart kept(record, channels, {1, 4}, {0}, 100, 400);  // -0.333 s to 0.332 s
+  const Groups markers{{"tone", {{0, -250.0}}}, {"button", {}}},
+      classes{{"BAD", {{0, 0}, {1, 0}}}, {"good", {}}};
+  EXPECT_EQ(groupsRead(cropEvents(kMarkers, kMarkerBlock, kept).bytes, true), markers);
+  EXPECT_EQ(groupsRead(cropEvents(kClasses, kClassBlock, kept).bytes, false), classes);
+}
+
 TEST(CroppedSamples, BeginANewFileBeforeOneIsTooLarge) {
   const TemporaryDirectory directory;
   simulate::Options options;
