@@ -129,7 +129,7 @@ TEST(CroppedEvents, KeepWhatIsInTheSpanAndInTheTrials) {
   record.preTrigSamples = static_cast<std::int32_t>(kTiming.preTrigSamples);
   const std::vector<Channel> channels(1);
   const KeptPart kept(record, channels, {1, 4}, {0}, 100, 400);  // -0.333 s to 0.332 s
-  const Groups markers{{"tone", {{0, -250.0}}}, {"button", {}}},
+  const Groups markers{{"tone", {{0, -250.0}}}, {"button", {{0, 0.1}}}},
       classes{{"BAD", {{0, 0}, {1, 0}}}, {"good", {}}};
   EXPECT_EQ(groupsRead(cropEvents(kMarkers, kMarkerBlock, kept).bytes, true), markers);
   EXPECT_EQ(groupsRead(cropEvents(kClasses, kClassBlock, kept).bytes, false), classes);
