@@ -220,7 +220,7 @@ std::optional<std::size_t> RemovedValues::placeIn(std::string_view bytes) const 
   if (const auto match = firstIn(wideText(bytes), 0))
     note(utf8FromWide(wideFromUtf8(bytes).substr(0, match->start)).size());
   for (const bool bigEndian : {false, true})
-    for (const std::size_t start : {0, 1})
+    for (const std::size_t start : {std::size_t{0}, std::size_t{1}})
       if (const auto match = firstIn(text16(bytes, start, bigEndian), 0)) note(start + 2 * match->start);
   return first;
 }

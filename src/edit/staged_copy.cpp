@@ -61,7 +61,7 @@ void readPieces(const PartOfFile& part, const std::function<void(std::span<const
 class Builder {
  public:
   Builder(const CopyPlan& plan, fs::path staging, const ProgressFunction& progress)
-      : m_plan(plan), m_staging(std::move(staging)), m_progress(progress) {
+      : m_staging(std::move(staging)), m_progress(progress) {
     for (const PlannedFile& file : plan.files)
       m_all += 2.0 * static_cast<double>(sizeOf(file));  // written, and read back
   }
@@ -137,7 +137,6 @@ class Builder {
       throw Error(ErrorKind::stopped, m_staging, "the copying was stopped");
   }
 
-  const CopyPlan& m_plan;
   fs::path m_staging;
   const ProgressFunction& m_progress;
   double m_all = 0.0, m_done = 0.0;
