@@ -8,10 +8,10 @@
 #include "cli/found_datasets.h"
 #include "cli/messages.h"
 #include "cli/process.h"
-#include "cli/sample_windows.h"
 #include "describe/json.h"
 #include "output/table.h"
 #include "output/visible_text.h"
+#include "recording/sample_windows.h"
 
 #include <ctfmeg/inspect.h>
 #include <ctfmeg/path_text.h>

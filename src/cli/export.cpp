@@ -11,11 +11,11 @@
 #include "cli/description.h"
 #include "cli/messages.h"
 #include "cli/process.h"
-#include "cli/sample_windows.h"
 #include "output/npy.h"
 #include "output/result_file.h"
 #include "output/table.h"
 #include "output/visible_text.h"
+#include "recording/sample_windows.h"
 
 #include <ctfmeg/path_text.h>
 

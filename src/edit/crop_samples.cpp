@@ -5,6 +5,7 @@
 #include "base/byte_order.h"
 #include "ctf/sample_set.h"
 #include "edit/cropping.h"
+#include "recording/sample_windows.h"
 
 namespace ctfmeg::edit {
 namespace {
@@ -12,26 +13,16 @@ namespace {
 constexpr char kSampleMagic[] = "MEG41CP";  // and the zero byte at its end
 static_assert(sizeof kSampleMagic == kSampleHeaderSize);
 
-/// Calls `use` with windows that hold all of some trials one after another as files have them, none larger
-/// than memory is meant for.
-void forEachWindow(const Shape& shape, std::int64_t firstTrial, std::int64_t trials,
-                   const std::function<void(const Window&)>& use) {
-  constexpr std::int64_t kMostSamples = std::int64_t{1} << 20;
-  const std::int64_t samples = std::min(shape.samples, kMostSamples);
-  const auto channels = static_cast<int>(std::max<std::int64_t>(kMostSamples / shape.samples, 1));
-  for (std::int64_t trial = firstTrial; trial < firstTrial + trials; ++trial)
-    for (int channel = 0; channel < shape.channels; channel += channels)
-      for (std::int64_t first = 0; first < shape.samples; first += samples)
-        use({.trial = trial,
-             .channel = channel,
-             .channels = std::min(channels, shape.channels - channel),
-             .first = first,
-             .samples = std::min(samples, shape.samples - first)});
+constexpr std::int64_t kMostSamples = std::int64_t{1} << 20;  // of a window in memory
+
+/// All of so many trials.
+Window wholeTrials(const Shape& shape, std::int64_t first, std::int64_t trials) {
+  return {first, trials, 0, shape.channels, 0, shape.samples};
 }
 
 std::span<std::int32_t> readWindow(const SampleSource& source, const Window& window,
                                    std::vector<std::int32_t>& memory) {
-  memory.resize(static_cast<std::size_t>(window.channels) * static_cast<std::size_t>(window.samples));
+  memory.resize(static_cast<std::size_t>(window.trials * window.channels * window.samples));
   source.read(window, memory);
   return memory;
 }
@@ -51,7 +42,7 @@ std::vector<PlannedFile> sampleFiles(const std::shared_ptr<const SampleSource>& 
     const auto make = [=](const std::function<void(std::span<const std::byte>)>& write) {
       write(std::as_bytes(std::span(kSampleMagic)));
       std::vector<std::int32_t> memory;
-      forEachWindow(shape, first, trials, [&](const Window& window) {
+      forEachWindow(wholeTrials(shape, first, trials), kMostSamples, [&](const Window& window) {
         const auto samples = readWindow(*source, window, memory);
         samplesToHostOrder(samples);  // which is its own reverse
         write(std::as_bytes(samples));
@@ -70,7 +61,7 @@ bool haveSameSamples(const SampleSource& a, const SampleSource& b,
     return false;
   bool same = true;
   std::vector<std::int32_t> memory, otherMemory;
-  forEachWindow(shape, 0, shape.trials, [&](const Window& window) {
+  forEachWindow(wholeTrials(shape, 0, shape.trials), kMostSamples, [&](const Window& window) {
     if (!same) return;
     const auto left = readWindow(a, window, memory), right = readWindow(b, window, otherMemory);
     same = std::equal(left.begin(), left.end(), right.begin());

@@ -5,7 +5,7 @@
 
 #include <ctfmeg/samples.h>
 
-namespace ctfmeg::cli {
+namespace ctfmeg {
 
 /// What is read at once: enough to keep several processors busy, and little beside a machine's memory.
 inline constexpr std::int64_t kBytesAtOnce = std::int64_t{1} << 24;
@@ -29,4 +29,4 @@ void forEachWindow(const Window& all, std::int64_t most, Visit visit) {
                      std::min(samples, all.samples - s)});
 }
 
-}  // namespace ctfmeg::cli
+}  // namespace ctfmeg
