@@ -137,8 +137,8 @@ class InfoTreeReader {
   }
 
   bool readBlock(InfoNode& block, int depth) {
-    constexpr int kDeepest = 32;
-    if (depth > kDeepest) return fail("nests blocks deeper than 32");
+    constexpr int kDeepestBlock = 32;
+    if (depth > kDeepestBlock) return fail("nests blocks deeper than 32");
     block.begun = m_walk.passMark();
     if (!block.begun) return fail("has no block where one should begin");
     for (;;) {
